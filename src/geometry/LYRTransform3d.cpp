@@ -40,6 +40,14 @@ void LYRTransform3d::copy(const LYRTransform3d& rOther)
     m_bMatrixValid = false;
 }
 
+void LYRTransform3d::setRow(int nRow, double d0, double d1, double d2, double d3)
+{
+    m_adMatrix[4 * nRow] = d0;
+    m_adMatrix[4 * nRow + 1] = d1;
+    m_adMatrix[4 * nRow + 2] = d2;
+    m_adMatrix[4 * nRow + 3] = d3;
+}
+
 void LYRTransform3d::setMatrix()
 {
     if (m_bMatrixValid) {
@@ -48,22 +56,10 @@ void LYRTransform3d::setMatrix()
     const Turn x(m_dRotX);
     const Turn y(m_dRotY);
     const Turn z(m_dRotZ);
-    m_adMatrix = {y.c * z.c,
-                  x.s * y.s * z.c - x.c * z.s,
-                  x.c * y.s * z.c + x.s * z.s,
-                  m_dTransX, //
-                  y.c * z.s,
-                  x.s * y.s * z.s + x.c * z.c,
-                  x.c * y.s * z.s - x.s * z.c,
-                  m_dTransY, //
-                  -y.s,
-                  x.s * y.c,
-                  x.c * y.c,
-                  m_dTransZ, //
-                  0,
-                  0,
-                  0,
-                  1};
+    setRow(0, y.c * z.c, x.s * y.s * z.c - x.c * z.s, x.c * y.s * z.c + x.s * z.s, m_dTransX);
+    setRow(1, y.c * z.s, x.s * y.s * z.s + x.c * z.c, x.c * y.s * z.s - x.s * z.c, m_dTransY);
+    setRow(2, -y.s, x.s * y.c, x.c * y.c, m_dTransZ);
+    setRow(3, 0, 0, 0, 1);
     m_bMatrixValid = true;
 }
 
@@ -116,22 +112,10 @@ void LYRTransform3d::setEulerXYZ(double a, double b, double c, double dTransX, d
     const Turn x(a);
     const Turn y(b);
     const Turn z(c);
-    m_adMatrix = {y.c * z.c,
-                  -y.c * z.s,
-                  y.s,
-                  dTransX, //
-                  x.s * y.s * z.c + x.c * z.s,
-                  -x.s * y.s * z.s + x.c * z.c,
-                  -x.s * y.c,
-                  dTransY, //
-                  -x.c * y.s * z.c + x.s * z.s,
-                  x.c * y.s * z.s + x.s * z.c,
-                  x.c * y.c,
-                  dTransZ, //
-                  0,
-                  0,
-                  0,
-                  1};
+    setRow(0, y.c * z.c, -y.c * z.s, y.s, dTransX);
+    setRow(1, x.s * y.s * z.c + x.c * z.s, -x.s * y.s * z.s + x.c * z.c, -x.s * y.c, dTransY);
+    setRow(2, -x.c * y.s * z.c + x.s * z.s, x.c * y.s * z.s + x.s * z.c, x.c * y.c, dTransZ);
+    setRow(3, 0, 0, 0, 1);
     m_bMatrixValid = true;
     unsetMatrix();
 }
@@ -146,22 +130,10 @@ void LYRTransform3d::setGeneralAxisRotation(LYRVector axis, double dAngle)
     const double s = turn.s;
     const double c = turn.c;
     const double v = 1 - c;
-    m_adMatrix = {x * x * v + c,
-                  x * y * v - z * s,
-                  x * z * v + y * s,
-                  0, //
-                  x * y * v + z * s,
-                  y * y * v + c,
-                  y * z * v - x * s,
-                  0, //
-                  x * z * v - y * s,
-                  y * z * v + x * s,
-                  z * z * v + c,
-                  0, //
-                  0,
-                  0,
-                  0,
-                  1};
+    setRow(0, x * x * v + c, x * y * v - z * s, x * z * v + y * s, 0);
+    setRow(1, x * y * v + z * s, y * y * v + c, y * z * v - x * s, 0);
+    setRow(2, x * z * v - y * s, y * z * v + x * s, z * z * v + c, 0);
+    setRow(3, 0, 0, 0, 1);
     unsetMatrix(); // the flag stays: the derived parameters describe the same motion
 }
 
@@ -234,10 +206,10 @@ void LYRTransform3d::invert()
     setMatrix();
     const Matrix m = m_adMatrix;
     const auto back = [&m](int nCol) { return -(m[nCol] * m[3] + m[4 + nCol] * m[7] + m[8 + nCol] * m[11]); };
-    m_adMatrix = {m[0], m[4], m[8],  back(0), //
-                  m[1], m[5], m[9],  back(1), //
-                  m[2], m[6], m[10], back(2), //
-                  0,    0,    0,     1};
+    setRow(0, m[0], m[4], m[8], back(0));
+    setRow(1, m[1], m[5], m[9], back(1));
+    setRow(2, m[2], m[6], m[10], back(2));
+    setRow(3, 0, 0, 0, 1);
     unsetMatrix();
 }
 

@@ -92,6 +92,7 @@ private:
 
     static Matrix product(const Matrix& rLeft, const Matrix& rRight);
     void copy(const LYRTransform3d& rOther);
+    void setRow(int nRow, double d0, double d1, double d2, double d3);
     void setParameter(double& rParameter, double dValue);
     LYRVector column(int nCol);
 
