@@ -6,6 +6,7 @@
 #include "rectify/Camera.h"
 #include "support/CalibrationText.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -33,7 +34,7 @@ bool load(Form eForm, std::string text, StereoContext& rContext)
 
 testing::AssertionResult inUnitSquare(const WarpMapFunc& rMap)
 {
-    for (const float f : {0.0f, 0.3f, 1.0f}) {
+    for (const float f : {0.0f, 0.3f, 1.0f, -7.0f, std::nanf("")}) {
         float fRow = -1;
         float fCol = -1;
         rMap.map(fRow, fCol, f, 1 - f);
@@ -110,7 +111,7 @@ TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
         {knots, "KnotsX 5 5 5 5 5 5 5 5", true, true},
         {knots, "KnotsX 8 7 6 5 4 3 2 1", true, true},
         {knots, "KnotsX nan inf -inf 0 1e308 -1e308 1e-320 nan", true, true},
-        {"Gain 1", "Gain nan", true, true},
+        {"Gain 1", "Gain nan\nRawFactor nan inf\nRectFactor -5 1e300", true, true},
         {"Channel RED", "Channel GREEN", true, true},
         {"Version \"Kestrova 3.0\"", "Version \"Kestrova -1.99999999999\"", true, true},
         {"EndCamera", "Camera", false, false},

@@ -33,13 +33,11 @@ TEST(CalibrationTokens, MatchTokenWantsAWholeWord)
         const char* pszToken;
         bool bIgnoreCase;
         int nMoved; // -1: no match
-    } aCases[] = {{" \tRectify  on", "RECTIFY", true, 10},
-                  {"RectifyX on", "RECTIFY", true, -1},
-                  {"id", "ID", true, 2},
-                  {"id 3", "ID", false, -1},
-                  {"Rect", "RECTIFY", true, -1},
-                  {"", "ID", true, -1},
-                  {"ID=3", "ID", true, -1}};
+    } aCases[] = {
+        // clang-format off
+        {" \tRectify  on", "RECTIFY", true, 10}, {"RectifyX on", "RECTIFY", true, -1}, {"id", "ID", true, 2},
+        {"id 3", "ID", false, -1}, {"Rect", "RECTIFY", true, -1}, {"", "ID", true, -1}, {"ID=3", "ID", true, -1},
+    }; // clang-format on
     for (const auto& rCase : aCases) {
         const char* pszCursor = rCase.pszLine;
         EXPECT_EQ(match_token(&pszCursor, rCase.pszToken, rCase.bIgnoreCase), rCase.nMoved >= 0) << rCase.pszLine;
@@ -61,9 +59,12 @@ TEST(CalibrationTokens, ValuesAndTheLookupRule)
     {
         const char* pszLine;
         Text expected;
-    } aStrings[] = {{"key  word more", "word"},     {"key", std::nullopt},    {"key \"a b\" c", "a b"},
-                    {"key \"open end", "open end"}, {"key \"\"", ""},         {"key \"a\\\"b\"", "a\"b"},
-                    {"key \"a\\b\"", std::nullopt}, {"key a\"b\"", "a\"b\""}, {"key \"a\\", std::nullopt}};
+    } aStrings[] = {
+        // clang-format off
+        {"key  word more", "word"}, {"key", std::nullopt}, {"key \"a b\" c", "a b"}, {"key \"open end", "open end"},
+        {"key \"\"", ""}, {"key \"a\\\"b\"", "a\"b"}, {"key \"a\\b\"", std::nullopt}, {"key a\"b\"", "a\"b\""},
+        {"key \"a\\", std::nullopt},
+    }; // clang-format on
     for (const auto& rCase : aStrings) {
         EXPECT_EQ(value(parseTokenString, {rCase.pszLine}), rCase.expected) << rCase.pszLine;
     }
@@ -85,13 +86,12 @@ TEST(CalibrationTokens, ListsOfValues)
     EXPECT_FALSE(parseTokenDoubles("KEY", Lines{"key 1", "2"}, &found, 2)) << "one line";
     EXPECT_TRUE(parseTokenDoubles("KEY", Lines{"key"}, &found, -5));
     EXPECT_FALSE(parseTokenDoubles("KEY", Lines{"key 1"}, &found, 2147483647));
-    for (const auto& [lines, bFound] : std::initializer_list<std::pair<Lines, bool>>{{{"key", "1 2", "3"}, true},
-                                                                                     {{"key 1", "2 3 4 x"}, true},
-                                                                                     {{"key 1 2", "", "3"}, false},
-                                                                                     {{"key 1 2", "x 3"}, false},
-                                                                                     {{"key 1 x", "2 3"}, false},
-                                                                                     {{"key 1", "2"}, false},
-                                                                                     {{"key 9", "key 1 2 3"}, true}}) {
+    const std::pair<Lines, bool> aLists[] = {
+        // clang-format off
+        {{"key", "1 2", "3"}, true}, {{"key 1", "2 3 4 x"}, true}, {{"key 1 2", "", "3"}, false}, {{"key 1 2", "x 3"}, false},
+        {{"key 1 x", "2 3"}, false}, {{"key 1", "2"}, false}, {{"key 9", "key 1 2 3"}, true},
+    }; // clang-format on
+    for (const auto& [lines, bFound] : aLists) {
         EXPECT_EQ(parseTokenDoubleList("KEY", lines, &found, 3), bFound) << testing::PrintToString(lines);
         EXPECT_TRUE(!bFound || found == (std::vector<double>{1, 2, 3})) << testing::PrintToString(lines);
     }
@@ -99,16 +99,13 @@ TEST(CalibrationTokens, ListsOfValues)
 
 TEST(CalibrationTokens, VersionIsTheWholeLine)
 {
-    for (const auto& [pszLine, bGood] :
-         std::initializer_list<std::pair<const char*, bool>>{{"version \"Kestrova 3.14\"", true},
-                                                             {"Version \"Kestrova 3 .14 b\"", true},
-                                                             {"Version \"Kestrova 3.14", true},
-                                                             {"Version \"Kestrova 3.14\" b", false},
-                                                             {"Version Kestrova 3.14", false},
-                                                             {"Version \"Kestrova 3\"", false},
-                                                             {"Version \"Kestrova .14\"", false},
-                                                             {"Version \"3.14\"", false},
-                                                             {"Version", false}}) {
+    const std::pair<const char*, bool> aCases[] = {
+        // clang-format off
+        {"version \"Kestrova 3.14\"", true}, {"Version \"Kestrova 3 .14 b\"", true}, {"Version \"Kestrova 3.14", true},
+        {"Version \"Kestrova 3.14\" b", false}, {"Version Kestrova 3.14", false}, {"Version \"Kestrova 3\"", false},
+        {"Version \"Kestrova .14\"", false}, {"Version \"3.14\"", false}, {"Version", false},
+    }; // clang-format on
+    for (const auto& [pszLine, bGood] : aCases) {
         std::int32_t anNumbers[2] = {};
         std::string aTexts[2];
         EXPECT_EQ(parseVersion(Lines{pszLine}, &anNumbers[0], &anNumbers[1], &aTexts[0], &aTexts[1]), bGood) << pszLine;
