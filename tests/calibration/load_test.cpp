@@ -157,15 +157,17 @@ TEST(CalibrationLoad, FailuresSayOneLineWithDebugOnAndReleaseEverything)
 TEST(CalibrationLoad, PositionsOrderTheCamerasAndChannelsNameThem)
 {
     CalibrationText text(Shape::L);
-    std::swap(text.cameras[0].position, text.cameras[2].position); // block 0 is the left camera now
+    text.cameras[0].position = "-1 0 0"; // no block stays where its id would put it
+    text.cameras[1].position = "0 0 0";
+    text.cameras[2].position = "0 -1 0";
     text.cameras[1].dGain = 1.25;
     text.set("Product", "kestrova").cameras.push_back({100, "9 9 9", "COLOR"});
     const Loaded loaded = load(text.text());
     ASSERT_TRUE(loaded.bOk);
     const StereoContext& r = *loaded.pContext;
-    EXPECT_EQ(r.m_anChannelOfCamera, (std::array<std::int32_t, 3>{2, 1, 0}));
-    EXPECT_EQ(r.m_anCameraOfChannel, (std::array<std::int32_t, 3>{2, 1, 0}));
-    EXPECT_EQ(r.m_apCameras[1]->gain(), 1.25);
+    EXPECT_EQ(r.m_anChannelOfCamera, (std::array<std::int32_t, 3>{1, 2, 0}));
+    EXPECT_EQ(r.m_anCameraOfChannel, (std::array<std::int32_t, 3>{2, 0, 1}));
+    EXPECT_EQ(r.m_apCameras[0]->gain(), 1.25);
     EXPECT_TRUE(r.m_bHasColorCamera && r.m_pColorCamera != nullptr && r.m_pColorCamera != r.m_apCameras[0]);
     EXPECT_TRUE(r.m_nCameraCount == 3 && r.m_nConfiguredCameraCount == 3 && r.m_eProduct == ProductHalvorine);
 
