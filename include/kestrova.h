@@ -10,7 +10,8 @@
  *   left one. Most other systems measure from the left image.
  * - 16-bit disparity is in 1/256 pixel and counts from the disparity offset (0 for ranges that end at 240 or below).
  *   A value of 0xFF00 and above is invalid; its low byte names the reason.
- * - Points are metres if the baseline of the calibration is: x to the right, y down, z forward from the reference camera.
+ * - Points are metres if the baseline of the calibration is: x to the right, y down, z forward from the reference
+ * camera.
  * - Pixel (row, column) has its centre at whole numbers. Rows come before columns, unless a function says otherwise.
  * - Rectified images are 4 by 3.
  *
@@ -33,7 +34,8 @@
 #define KESTROVA_API
 #endif
 
-/* Every enumeration is 32 bits wide. C++ fixes the type, so that a value from outside the list can be passed and refused. */
+/* Every enumeration is 32 bits wide. C++ fixes the type, so that a value from outside the list can be passed and
+ * refused. */
 #ifdef __cplusplus
 #define KESTROVA_ENUM(name) enum name : int32_t
 #define KESTROVA_ENUM_TYPE(name)
@@ -65,9 +67,9 @@ KESTROVA_ENUM(KestrovaError){
     KestrovaErrorInvalidParameter = 12,          /**< a null pointer or bad argument, where it is tested */
     KestrovaErrorSurfaceValidationOverflow = 13, /**< surface validation failed */
     KestrovaErrorTransformFileCorrupt = 14,      /**< a transform file that cannot be read or written */
-    KestrovaErrorSystem = 15,                    /**< the system refused, such as a file that cannot be opened for writing */
-    KestrovaErrorImageFileRead = 16,             /**< an image file that cannot be read back */
-    KestrovaErrorImageComment = 17               /**< an image comment that cannot be parsed */
+    KestrovaErrorSystem = 15,        /**< the system refused, such as a file that cannot be opened for writing */
+    KestrovaErrorImageFileRead = 16, /**< an image file that cannot be read back */
+    KestrovaErrorImageComment = 17   /**< an image comment that cannot be parsed */
 };
 KESTROVA_ENUM_TYPE(KestrovaError)
 
@@ -112,8 +114,8 @@ KESTROVA_ENUM_TYPE(KestrovaCameraConfiguration)
 KESTROVA_ENUM(KestrovaRectImgQuality){
     KestrovaRectFast = 0,      /**< nearest pixel */
     KestrovaRectStandard = 1,  /**< bilinear (default) */
-    KestrovaRectEnhanced1 = 2, /**< windowed sinc, 3 */
-    KestrovaRectEnhanced2 = 3  /**< windowed sinc, 5 */
+    KestrovaRectEnhanced1 = 2, /**< windowed sinc, 3; preprocessing fails with it in this version */
+    KestrovaRectEnhanced2 = 3  /**< windowed sinc, 5; likewise */
 };
 KESTROVA_ENUM_TYPE(KestrovaRectImgQuality)
 
@@ -239,6 +241,636 @@ KESTROVA_API KestrovaError kestrovaBuildRGBKestrovaInput(int ncols, int nrows, i
 KESTROVA_API KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows, int rowinc, uint64_t ulTag1,
                                                             uint64_t ulTag2, void* pixels, KestrovaInput* input);
 
+/* ---- processor switches ---------------------------------------------------------------------------------------- */
+
+/**
+ * Lets the correlators and filters use their SSE2 forms (true, as far as the processor has them; the state at load) or
+ * holds them to the four-lane MMX forms (false). A few disparities differ between the two, since groups of eight and of
+ * four lanes settle ties differently.
+ *
+ * Holds for the whole process, for every context. Call it while no run is going on; it counts from the next frame.
+ */
+KESTROVA_API void kestrovaEnableSSE2IfAvailable(bool enable);
+
+/** Notes a wish about MMX. No kernel asks for it: the four-lane forms are always there. Kept for existing programs. */
+KESTROVA_API void kestrovaEnableMMXIfAvailable(bool enable);
+
+/** As kestrovaEnableMMXIfAvailable, for SSE. */
+KESTROVA_API void kestrovaEnableSSEIfAvailable(bool enable);
+
+/* ---- handle ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Makes a handle from a calibration file.
+ *
+ * A file holds up to ten sections, each opened by a Version line; further ones are ignored. Each becomes a camera set
+ * of the handle; the first is active, in the configuration that its text names, until kestrovaSetCameraConfiguration.
+ * A damaged section after a good one ends the file without an error: what was read before it stays.
+ *
+ * @param out   set to the handle, to be released by kestrovaDestroyContext; set to null on every failure. Not null
+ * @param path  of the file
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidParameter   path is null;
+ *         KestrovaErrorNoConfigFile       the file cannot be opened;
+ *         KestrovaErrorConfigFileCorrupt  the first section cannot be read, or a readable one has a version other than
+ *                                         2.0, 2.1, 2.2 and 3.0.
+ *
+ * Starts the worker threads of the handle: one per processor, but at most 4 and at least 1.
+ */
+KESTROVA_API KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* out, const char* path);
+
+/**
+ * As kestrovaGetDefaultContextFromFile, but from text in memory.
+ *
+ * @param block  the text, ended by a zero byte. It is read within the call and not kept. Null gives
+ *               KestrovaErrorInvalidParameter
+ */
+KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* out, const void* block);
+
+/**
+ * Makes a second handle with the settings, active camera set and thread count of the first, and worker threads of its
+ * own.
+ *
+ * The calibration and its cameras are shared: an adjustment of a camera reaches both handles. Images are shared too,
+ * until one of the handles replaces them by images of another size or by a caller's buffer. So two handles that come
+ * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer). An error that the
+ * last run of the source left is not copied.
+ *
+ * @param source  handle; must not be null
+ * @param out     set to the new handle, to be released by kestrovaDestroyContext
+ * @return KestrovaErrorOk.
+ */
+KESTROVA_API KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out);
+
+/**
+ * Waits for the handle's threads to end and releases all that it owns. Images that the caller lent it stay the
+ * caller's; pointers that the handle gave out end here.
+ *
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  null.
+ */
+KESTROVA_API KestrovaError kestrovaDestroyContext(KestrovaContext context);
+
+/**
+ * The serial number of the calibration.
+ *
+ * @param context  handle with an active context; a null handle is refused only where a function says so
+ * @param out      filled; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context; *out stays.
+ */
+KESTROVA_API KestrovaError kestrovaGetSerialNumber(KestrovaContext context, int* out);
+
+/* ---- camera configuration -------------------------------------------------------------------------------------- */
+
+/**
+ * Chooses which cameras are correlated, and with them the section of the calibration that serves the configuration:
+ * the first that suits it. A wide pair has a baseline above 0.15, a horizontal one below; exactly 0.15 is neither.
+ *
+ * All settings move to that section, but for its image centre and its stereo quality. The disparity range is not tested
+ * again.
+ *
+ * @param context        handle
+ * @param configuration  0 to 3
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext    null;
+ *         KestrovaErrorInvalidParameter  the value is not 0 to 3;
+ *         KestrovaErrorInvalidRequest    no section suits it. Nothing changes after an error.
+ */
+KESTROVA_API KestrovaError kestrovaSetCameraConfiguration(KestrovaContext context,
+                                                          KestrovaCameraConfiguration configuration);
+
+/**
+ * The configuration that is active. A horizontal pair with a baseline above 0.15 reads as KestrovaCfg2CameraWide.
+ *
+ * @return as kestrovaGetSerialNumber.
+ */
+KESTROVA_API KestrovaError kestrovaGetCameraConfiguration(KestrovaContext context, KestrovaCameraConfiguration* out);
+
+/**
+ * The largest configuration that the device can take. A pair with a baseline of exactly 0.15 is wide here, though
+ * kestrovaGetCameraConfiguration calls it horizontal.
+ *
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context, or a product without a configuration; *out stays.
+ */
+KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext context, KestrovaCameraConfiguration* out);
+
+/* ---- one frame ------------------------------------------------------------------------------------------------- */
+
+/**
+ * Turns a raw frame into the raw, rectified and edge images of the cameras that the configuration uses. On the caller's
+ * thread.
+ *
+ * The frame may have any size while rectification is on. Its pixels are borrowed: raw images keep pointing into the
+ * caller's planes until the next frame. The images stay valid for any number of stereo runs. The first frame of a new
+ * size or quality pays for warp tables; see kestrovaSetResolutionAndPrepare.
+ *
+ * @param context  handle with an active context
+ * @param input    the frame; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext    no active context;
+ *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
+ *         KestrovaErrorInvalidParameter  rectification is off and the size is not that of kestrovaSetResolution;
+ *         KestrovaErrorSystem            a warp table cannot be built, as under KestrovaRectEnhanced1 and 2;
+ *         KestrovaErrorUnknown           a packed frame, and two cameras that are neither pair.
+ *         After the last two the images hold parts of this frame; after the others they are as before.
+ */
+KESTROVA_API KestrovaError kestrovaPreprocess(KestrovaContext context, KestrovaInput* input);
+
+/** The same function under a second name. */
+KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInput* input);
+
+/**
+ * Correlates the preprocessed images and fills the disparity images, on the threads of the handle. Returns when all is
+ * done. Every call does the whole work again.
+ *
+ * With kestrovaSetSubpixelInterpolation on, the result is the 16-bit disparity, else the 8-bit one. Pixels that no
+ * match could be told for hold a validation mapping (see the settings), so do the rims: half a window, and half an edge
+ * mask under edge correlation, on each side, and the minimum disparity on the right. With kestrovaSetDoStereo off, both
+ * images are filled with the subpixel mapping.
+ *
+ * Surface validation is not part of this version; what the calibration says of it is kept and not applied.
+ *
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorNotImplemented  the configuration is neither the horizontal nor the wide pair, or the
+ * calibration asks for StereoQuality Enhanced and subpixel interpolation is on: neither has arrived in this version;
+ *         KestrovaErrorInvalidRequest  the images were not preprocessed.
+ *
+ * A failed run leaves its error behind: this function and kestrovaGetImage return it again, without doing anything,
+ * until kestrovaSetMaxThreadCount changes the count. The refusal of StereoQuality Enhanced leaves none.
+ */
+KESTROVA_API KestrovaError kestrovaStereo(KestrovaContext context);
+
+/* ---- images ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Describes an 8-bit image of the context; nothing is copied. An image that was not made yet has no rows, no columns,
+ * rowinc 0 and a null pointer, and is no error.
+ *
+ * @param context  handle with an active context
+ * @param type     which image
+ * @param camera   whose; for the disparity reference or right. KestrovaCamColor is the reference when there is a colour
+ *                 camera, but never names the disparity
+ * @param image    filled; must not be null. The pixels belong to the context: they change with the next frame or run,
+ *                 and end when the image is replaced or the context destroyed
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidCamera   the product has no such camera;
+ *         KestrovaErrorInvalidRequest  disparity: stereo is off, or subpixel interpolation is on (see
+ *                                      kestrovaGetImage16), or another camera; edge: edge correlation is off; any type
+ *                                      that is not listed, KestrovaImgPacked too;
+ *         the error of the last stereo run, for every type but raw.
+ *         The record stays as it was after an error.
+ */
+KESTROVA_API KestrovaError kestrovaGetImage(KestrovaContext context, KestrovaImageType type, KestrovaCamera camera,
+                                            KestrovaImage* image);
+
+/**
+ * As kestrovaGetImage, for the 16-bit disparity. The error of the last run comes first, and every other fault is
+ * KestrovaErrorInvalidRequest: another type, a camera other than reference and right, stereo off, subpixel
+ * interpolation off.
+ */
+KESTROVA_API KestrovaError kestrovaGetImage16(KestrovaContext context, KestrovaImage16Type type, KestrovaCamera camera,
+                                              KestrovaImage16* image);
+
+/**
+ * Makes the caller's memory the storage of an image, so that results land there without a copy.
+ *
+ * The rows stand without gaps, and there are as many rows and columns as kestrovaSetResolution says, for raw as the
+ * last frame or kestrovaSetSourceResolution says. When the size changes later, the context quietly goes back to storage
+ * of its own at the next frame or run. Raw images take a caller's buffer for packed frames only: planes of a frame
+ * replace it. Nothing is copied into the buffer by this call.
+ *
+ * @param context  handle with an active context; no run may be going on
+ * @param buffer   rows * columns bytes, which must live until they are replaced, unset, or the context is destroyed;
+ *                 null asks for new storage of the library's, whose contents are undefined
+ * @param type     disparity, raw, rectified or edge
+ * @param camera   whose; for the disparity reference or right
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidCamera   the product has no such camera, or the disparity of another than the reference;
+ *         KestrovaErrorInvalidRequest  another type, or the size is not known yet: raw before the first frame.
+ *         Nothing changes after an error.
+ */
+KESTROVA_API KestrovaError kestrovaSetImageBuffer(KestrovaContext context, unsigned char* buffer,
+                                                  KestrovaImageType type, KestrovaCamera camera);
+
+/** As kestrovaSetImageBuffer with a null buffer. */
+KESTROVA_API KestrovaError kestrovaUnsetImageBuffer(KestrovaContext context, KestrovaImageType type,
+                                                    KestrovaCamera camera);
+
+/**
+ * As kestrovaSetImageBuffer, for the 16-bit disparity.
+ *
+ * @param buffer  rows * columns pixels of two bytes, without gaps
+ * @return as there, but another type gives KestrovaErrorInvalidCamera too.
+ */
+KESTROVA_API KestrovaError kestrovaSetImage16Buffer(KestrovaContext context, unsigned short* buffer,
+                                                    KestrovaImage16Type type, KestrovaCamera camera);
+
+/** As kestrovaSetImage16Buffer with a null buffer. */
+KESTROVA_API KestrovaError kestrovaUnsetImage16Buffer(KestrovaContext context, KestrovaImage16Type type,
+                                                      KestrovaCamera camera);
+
+/* ---- settings: switches ---------------------------------------------------------------------------------------- */
+
+/*
+ * Settings belong to the active context and are read afresh by the next frame or run; nothing is rebuilt in a setter.
+ * The values of a new handle are those of its calibration text; "default" is what holds where the text is silent.
+ * Call them from one thread, between runs.
+ */
+
+/**
+ * Correlates edge images, which do not mind different brightness of the cameras, instead of rectified ones.
+ *
+ * @param context  handle with an active context
+ * @param on       0 is off, any other value on (default on)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context.
+ *
+ * Takes effect with the next kestrovaPreprocess. Without edge images the 8-bit disparity has no texture and uniqueness
+ * tests, since both measure the distance from the edge image's grey level 128.
+ */
+KESTROVA_API KestrovaError kestrovaSetEdgeCorrelation(KestrovaContext context, int on);
+
+/**
+ * Reads the switch.
+ *
+ * @param on  set to 0 or 1; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context; *on stays.
+ */
+KESTROVA_API KestrovaError kestrovaGetEdgeCorrelation(KestrovaContext context, int* on);
+
+/**
+ * Whether kestrovaStereo correlates at all (default on). Arguments and errors of this switch and of those that follow
+ * are those of kestrovaSetEdgeCorrelation and kestrovaGetEdgeCorrelation. Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetDoStereo(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetDoStereo(KestrovaContext context, int* on); /**< see kestrovaSetDoStereo */
+
+/**
+ * Gives 16-bit disparity in 1/256 pixel (default on) or 8-bit disparity in whole pixels. Takes effect with the next
+ * kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetSubpixelInterpolation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetSubpixelInterpolation(KestrovaContext context, int* on); /**< see the setter */
+
+/**
+ * Spreads the disparities of the 8-bit image over the range of kestrovaSetDisparityMapping (default off). The 16-bit
+ * image is never mapped. Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetDisparityMappingOn(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetDisparityMappingOn(KestrovaContext context, int* on); /**< see the setter */
+
+/** Smooths raw images before the warp shrinks them (default on). Takes effect with the next kestrovaPreprocess. */
+KESTROVA_API KestrovaError kestrovaSetLowpass(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetLowpass(KestrovaContext context, int* on); /**< see kestrovaSetLowpass */
+
+/**
+ * Rectifies (default on) or takes raw images as rectified ones as they are, without lowpass and gain; frames must then
+ * have the size of kestrovaSetResolution. Takes effect with the next kestrovaPreprocess.
+ */
+KESTROVA_API KestrovaError kestrovaSetRectify(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetRectify(KestrovaContext context, int* on); /**< see kestrovaSetRectify */
+
+/** Rejects pixels whose window holds too little signal (default on). Takes effect with the next kestrovaStereo. */
+KESTROVA_API KestrovaError kestrovaSetTextureValidation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetTextureValidation(KestrovaContext context, int* on); /**< see the setter */
+
+/**
+ * Rejects pixels whose best match is not good against the signal of their window (default on). Takes effect with the
+ * next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetUniquenessValidation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetUniquenessValidation(KestrovaContext context, int* on); /**< see the setter */
+
+/**
+ * Rejects pixels whose match, searched backwards from the left image, ends more than one pixel away (default off).
+ * Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetBackForthValidation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetBackForthValidation(KestrovaContext context, int* on); /**< see the setter */
+
+/** A kept switch without effect: the subpixel tests are always the strict ones (default off). */
+KESTROVA_API KestrovaError kestrovaSetStrictSubpixelValidation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetStrictSubpixelValidation(KestrovaContext context, int* on); /**< see the setter */
+
+/* ---- settings: what rejected pixels show ----------------------------------------------------------------------- */
+
+/**
+ * The byte that a pixel without enough texture shows: as it is in the 8-bit disparity, 0xFF00 more in the 16-bit one.
+ * Keep the mappings at 250 and above and apart from each other; smaller ones read as disparities in places.
+ *
+ * @param context  handle with an active context
+ * @param value    only the low 8 bits count (default 255)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context.
+ *
+ * Takes effect with the next kestrovaStereo. In the 8-bit disparity a pixel that fails uniqueness shows this byte too
+ * while both tests are on.
+ */
+KESTROVA_API KestrovaError kestrovaSetTextureValidationMapping(KestrovaContext context, int value);
+
+/**
+ * Reads the byte.
+ *
+ * @param value  filled; must not be null
+ * @return as kestrovaGetEdgeCorrelation.
+ */
+KESTROVA_API KestrovaError kestrovaGetTextureValidationMapping(KestrovaContext context, uint8_t* value);
+
+/** As kestrovaSetTextureValidationMapping, for pixels without a unique match (default 254). */
+KESTROVA_API KestrovaError kestrovaSetUniquenessValidationMapping(KestrovaContext context, int value);
+KESTROVA_API KestrovaError kestrovaGetUniquenessValidationMapping(KestrovaContext context,
+                                                                  uint8_t* value); /**< reads it */
+
+/** As kestrovaSetTextureValidationMapping, for pixels whose way back leads elsewhere (default 251). */
+KESTROVA_API KestrovaError kestrovaSetBackForthValidationMapping(KestrovaContext context, int value);
+KESTROVA_API KestrovaError kestrovaGetBackForthValidationMapping(KestrovaContext context,
+                                                                 uint8_t* value); /**< reads it */
+
+/**
+ * As kestrovaSetTextureValidationMapping, for matches on the end of the searched range, for fractions that cannot be
+ * told, and for pixels that were not searched at all (default 253).
+ */
+KESTROVA_API KestrovaError kestrovaSetSubpixelValidationMapping(KestrovaContext context, int value);
+KESTROVA_API KestrovaError kestrovaGetSubpixelValidationMapping(KestrovaContext context,
+                                                                uint8_t* value); /**< reads it */
+
+/* ---- settings: numbers ----------------------------------------------------------------------------------------- */
+
+/**
+ * How much signal a window must hold: the mean distance of its edge pixels from 128, in grey levels, that a match must
+ * exceed.
+ *
+ * @param context  handle with an active context
+ * @param value    0.0 to 128.0 (default 0.5)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  out of range or not a number, the old value stays.
+ *
+ * Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetTextureValidationThreshold(KestrovaContext context, float value);
+
+/**
+ * Reads the number.
+ *
+ * @param value  filled; must not be null
+ * @return as kestrovaGetEdgeCorrelation.
+ */
+KESTROVA_API KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext context, float* value);
+
+/**
+ * As kestrovaSetTextureValidationThreshold, but the ratio of the best window difference to the window's signal that a
+ * match must stay below: 0.0 to 10.0 (default 0.5).
+ */
+KESTROVA_API KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, float value);
+KESTROVA_API KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context,
+                                                                    float* value); /**< reads it */
+
+/**
+ * Sets the side of the square window of the edge filter.
+ *
+ * @param context  handle with an active context
+ * @param size     side in pixels of the rectified image: odd, 3 to 11 (default 7)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  even or out of range, the old size stays.
+ *
+ * Takes effect with the next kestrovaPreprocess; half of it is also part of the rim that stereo leaves out.
+ */
+KESTROVA_API KestrovaError kestrovaSetEdgeMask(KestrovaContext context, int size);
+
+/** Reads the side of the edge filter. Arguments and errors as kestrovaGetTextureValidationThreshold. */
+KESTROVA_API KestrovaError kestrovaGetEdgeMask(KestrovaContext context, int* size);
+
+/**
+ * As kestrovaSetEdgeMask, but the side of the square correlation window: odd, 1 to 23 (default 7). Takes effect with
+ * the next kestrovaStereo. Windows above 16 let the sums of differences wrap at 65536.
+ */
+KESTROVA_API KestrovaError kestrovaSetStereoMask(KestrovaContext context, int size);
+KESTROVA_API KestrovaError kestrovaGetStereoMask(KestrovaContext context, int* size); /**< as kestrovaGetEdgeMask */
+
+/**
+ * As kestrovaSetStereoMask, but accepts every size of 1 and above, even ones too. A window that does not fit into the
+ * image leaves all pixels invalid.
+ */
+KESTROVA_API KestrovaError kestrovaSetAnyStereoMask(KestrovaContext context, int size);
+
+/**
+ * Sets the searched disparities, both ends included.
+ *
+ * @param context  handle with an active context
+ * @param min      in pixels of the rectified image, at least 0 (default 0)
+ * @param max      above min, at most min + 240, at most 1024, and at most the columns less the stereo mask (for a
+ *                 vertical pair the rows, for an L both) (default 32)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  one of these rules is broken, the old range stays.
+ *
+ * Takes effect with the next kestrovaStereo. The range is tested here only: a later change of resolution or window does
+ * not test it again. A match on the last disparity, or on the first unless that is 0, is no result and shows the
+ * subpixel mapping.
+ */
+KESTROVA_API KestrovaError kestrovaSetDisparity(KestrovaContext context, int min, int max);
+
+/** Reads the searched range; neither pointer may be null. Errors as kestrovaGetEdgeCorrelation. */
+KESTROVA_API KestrovaError kestrovaGetDisparity(KestrovaContext context, int* min, int* max);
+
+/**
+ * What the disparity images subtract so that a byte is enough: the maximum disparity less 240, but at least 0. The
+ * point conversions that read pixel values add it back. Arguments and errors as kestrovaGetEdgeMask.
+ */
+KESTROVA_API KestrovaError kestrovaGetDisparityOffset(KestrovaContext context, int* offset);
+
+/**
+ * Sets the range of bytes that kestrovaSetDisparityMappingOn spreads disparities over.
+ *
+ * @param context  handle with an active context
+ * @param min, max  only the low 8 bits of each count and are stored; max must be above min after that (default 0, 32)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  max is not above min, the old range stays.
+ *
+ * Takes effect with the next kestrovaStereo, and at once in the point conversions.
+ */
+KESTROVA_API KestrovaError kestrovaSetDisparityMapping(KestrovaContext context, int min, int max);
+
+/** Reads the range of bytes; neither pointer may be null. Errors as kestrovaGetEdgeCorrelation. */
+KESTROVA_API KestrovaError kestrovaGetDisparityMapping(KestrovaContext context, uint8_t* min, uint8_t* max);
+
+/**
+ * Sets the size of the rectified, edge and disparity images.
+ *
+ * @param context     handle with an active context
+ * @param rows, cols  in pixels, at least 1, and 4 * rows must equal 3 * cols (default 240, 320)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  not a 4 by 3 size, the old size stays.
+ *
+ * Focal length and image centre follow at once, images at the next kestrovaPreprocess and kestrovaStereo. The subpixel
+ * disparity is defined for up to 1280 columns.
+ */
+KESTROVA_API KestrovaError kestrovaSetResolution(KestrovaContext context, int rows, int cols);
+
+/** Reads the size of the rectified images; neither pointer may be null. Errors as kestrovaGetEdgeCorrelation. */
+KESTROVA_API KestrovaError kestrovaGetResolution(KestrovaContext context, int* rows, int* cols);
+
+/**
+ * As kestrovaSetResolution, but the size of raw images. Every frame overwrites it with its own size, which need not be
+ * 4 by 3, so that the call counts only for what comes before: kestrovaSetImageBuffer of a raw image.
+ */
+KESTROVA_API KestrovaError kestrovaSetSourceResolution(KestrovaContext context, int rows, int cols);
+
+/** Reads the size of raw images, 0 and 0 before the first frame. As kestrovaGetResolution. */
+KESTROVA_API KestrovaError kestrovaGetSourceResolution(KestrovaContext context, int* rows, int* cols);
+
+/**
+ * Sets both sizes and builds the warp tables for them, so that the first frame does not pay for it.
+ *
+ * @param context     handle with an active context
+ * @param rows, cols  as kestrovaSetResolution
+ * @param sourceRows, sourceCols  as kestrovaSetSourceResolution
+ * @return as kestrovaSetResolution for either size, a good first size stays set when the second is refused; or
+ *         KestrovaErrorSystem  a table cannot be built, as under KestrovaRectEnhanced1 and 2; the sizes stay set.
+ */
+KESTROVA_API KestrovaError kestrovaSetResolutionAndPrepare(KestrovaContext context, int rows, int cols, int sourceRows,
+                                                           int sourceCols);
+
+/**
+ * Chooses the resampling of rectification (default KestrovaRectStandard, which is also what a value outside the list
+ * acts as).
+ *
+ * KestrovaRectEnhanced1 and KestrovaRectEnhanced2 are stored, but their kernels have not arrived in this version:
+ * kestrovaPreprocess and kestrovaSetResolutionAndPrepare fail with KestrovaErrorSystem until another one is chosen.
+ *
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context.
+ *
+ * Takes effect with the next kestrovaPreprocess. Tables of the former quality are kept and serve again.
+ */
+KESTROVA_API KestrovaError kestrovaSetRectImgQuality(KestrovaContext context, KestrovaRectImgQuality quality);
+
+/** Reads the quality; the pointer must not be null. Errors as kestrovaGetEdgeCorrelation. */
+KESTROVA_API KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, KestrovaRectImgQuality* quality);
+
+/* ---- settings: regions ----------------------------------------------------------------------------------------- */
+
+/**
+ * Gives the table of regions for the caller to write into.
+ *
+ * @param context  handle with an active context
+ * @param out      set to the table of the active context itself, valid until the context is destroyed; entries that
+ *                 kestrovaSetNumberOfROIs counts are used by the next kestrovaStereo
+ * @param maxROIs  set to the length of the table, 100
+ * @return as kestrovaGetEdgeCorrelation.
+ *
+ * Regions are rectangles of the rectified image and are not tested. Correlation moves the first row and column of each
+ * inside the rim without making it smaller, so that it may reach past its far edges by as much. Runs are cut into bands
+ * of rows, one per thread, and a region that begins above a band and ends below it is left out of that band: with
+ * regions taller than a band, use one thread or cut them yourself.
+ */
+KESTROVA_API KestrovaError kestrovaGetROIs(KestrovaContext context, KestrovaROI** out, int* maxROIs);
+
+/**
+ * Sets how many regions of the table count.
+ *
+ * @param context  handle with an active context
+ * @param count    0 to 100; 0 is the whole frame (default 0)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  out of range, the old count stays.
+ *
+ * Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetNumberOfROIs(KestrovaContext context, int count);
+
+/* ---- settings: threads ----------------------------------------------------------------------------------------- */
+
+/**
+ * Reads the number of worker threads of a handle.
+ *
+ * @param context  handle
+ * @param out      filled; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  null; *out stays.
+ */
+KESTROVA_API KestrovaError kestrovaGetMaxThreadCount(KestrovaContext context, int* out);
+
+/**
+ * Sets the number of worker threads. Without regions the number does not change a result.
+ *
+ * @param context  handle
+ * @param count    1 to 255; a new handle has one per processor, but at most 4
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidSetting  out of range, whatever the handle;
+ *         KestrovaErrorInvalidContext  null;
+ *         KestrovaErrorInvalidRequest  a run is going on.
+ *
+ * A count that differs from the present one replaces the threads and drops the error that the last run left; the
+ * present count keeps both.
+ */
+KESTROVA_API KestrovaError kestrovaSetMaxThreadCount(KestrovaContext context, int count);
+
+/* ---- the calibration ------------------------------------------------------------------------------------------- */
+
+/**
+ * The distance of the cameras' centres, in the unit of the calibration, which is metres by custom.
+ *
+ * @param context   handle with an active context
+ * @param baseline  filled; must not be null
+ * @return as kestrovaGetEdgeCorrelation.
+ */
+KESTROVA_API KestrovaError kestrovaGetBaseline(KestrovaContext context, float* baseline);
+
+/** As kestrovaGetBaseline, but the focal length of the rectified image in pixels at the present resolution. */
+KESTROVA_API KestrovaError kestrovaGetFocalLength(KestrovaContext context, float* focalLength);
+
+/** As kestrovaGetBaseline, but where the optical axis meets the rectified image, in pixels at the present resolution.
+ */
+KESTROVA_API KestrovaError kestrovaGetImageCenter(KestrovaContext context, float* row, float* col);
+
+/**
+ * Reads the shift that is applied to a camera's rectified image.
+ *
+ * @param context  handle with an active context
+ * @param camera   whose; KestrovaCamColor is the reference camera when there is a colour camera
+ * @param x, y     filled with the shift along columns and along rows, as fractions of the image; neither may be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidCamera   the product has no such camera; the outputs stay.
+ */
+KESTROVA_API KestrovaError kestrovaGetRectAdjustment(KestrovaContext context, KestrovaCamera camera, double* x,
+                                                     double* y);
+
+/** As kestrovaGetRectAdjustment, on the side of the raw image. */
+KESTROVA_API KestrovaError kestrovaGetRawAdjustment(KestrovaContext context, KestrovaCamera camera, double* x,
+                                                    double* y);
+
+/**
+ * Shifts a camera's rectified image. Its warp tables are thrown away and built anew by the next kestrovaPreprocess.
+ * Cameras are shared: the shift reaches all copies of the context.
+ *
+ * @param context  handle with an active context
+ * @param camera   as kestrovaGetRectAdjustment
+ * @param x, y     along columns and along rows, each -1.0 to 1.0 of the image
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidCamera   the product has no such camera;
+ *         KestrovaErrorInvalidRequest  a value is out of range; nothing changes.
+ */
+KESTROVA_API KestrovaError kestrovaSetRectAdjustment(KestrovaContext context, KestrovaCamera camera, double x,
+                                                     double y);
+
+/** As kestrovaSetRectAdjustment, on the side of the raw image. */
+KESTROVA_API KestrovaError kestrovaSetRawAdjustment(KestrovaContext context, KestrovaCamera camera, double x, double y);
+
+/* ---- points ---------------------------------------------------------------------------------------------------- */
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
@@ -252,14 +884,16 @@ KESTROVA_API KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows
  * that plane yourself.
  *
  * @return KestrovaErrorOk;
- *         KestrovaErrorInvalidParameter  inputType is neither packed nor RGB, or nrows or ncols is below 1; nothing is freed.
+ *         KestrovaErrorInvalidParameter  inputType is neither packed nor RGB, or nrows or ncols is below 1; nothing is
+ * freed.
  *
  * This one function is exported under its C++ name.
  */
 #ifdef __cplusplus
 KESTROVA_API KestrovaError kestrovaDestroyInput(KestrovaInput* input);
 #elif defined(__GNUC__)
-KESTROVA_API KestrovaError kestrovaDestroyInput(KestrovaInput* input) __asm__("_Z20kestrovaDestroyInputP13KestrovaInput");
+KESTROVA_API KestrovaError
+kestrovaDestroyInput(KestrovaInput* input) __asm__("_Z20kestrovaDestroyInputP13KestrovaInput");
 #endif
 
 #endif /* KESTROVA_H */
