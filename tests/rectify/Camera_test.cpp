@@ -29,24 +29,6 @@ TEST(Camera, KeepsAndFindsMoreWarpersThanItsFirstCapacity)
     }
 }
 
-TEST(Camera, EachOfTheNineParametersMakesAWarperOfItsOwn)
-{
-    const auto pCamera = camera();
-    const int anBase[9] = {6, 8, 12, 16, 20, 10, 20, KernelNearest, 3};
-    std::vector<const Warper*> warpers;
-    for (int nChanged = 0; nChanged <= 9; ++nChanged) {
-        int a[9];
-        std::copy_n(anBase, 9, a);
-        if (nChanged < 9) {
-            ++a[nChanged];
-        }
-        warpers.push_back(
-            pCamera->getWarper(a[0], a[1], a[2], a[3], a[4], a[5], a[6], static_cast<KernelType>(a[7]), a[8]));
-        ASSERT_NE(warpers.back(), nullptr);
-        ASSERT_EQ(std::count(warpers.begin(), warpers.end(), warpers.back()), 1) << nChanged;
-    }
-}
-
 TEST(Camera, PicksTheClassByKernelTypeAndRefusesWhatTablesCannotHold)
 {
     const auto pCamera = camera();
@@ -65,9 +47,9 @@ TEST(Camera, PicksTheClassByKernelTypeAndRefusesWhatTablesCannotHold)
     EXPECT_EQ(get(*pCamera, 8), nullptr);
 }
 
-using Values =
-    std::vector<double>; // forward source, forward destination, inverse source, inverse destination, x y each
+using Values = std::vector<double>;
 
+/** Forward source, forward destination, inverse source, inverse destination; x and y of each. */
 Values mapAdjustments(const Camera& rCamera)
 {
     Values v(8);
@@ -123,27 +105,26 @@ TEST(ContextWarpers, FurrowShiftMovesTheRightAxisOfTheRightCamera)
         StereoProduct eProduct;
         int nCamera;
         KestrovaCamera eCamera;
-        int nBase, nFurrow, nRow, nCol;
+        int nBase, nRow, nCol; // hundredths, before and after a shift of 50
     };
     const Shift aShifts[] = {
-        {ProductHalvorine, 0, KestrovaCamRight, 10, 50, 10, 10}, {ProductHalvorine, 1, KestrovaCamTop, 10, 50, 60, 10},
-        {ProductHalvorine, 2, KestrovaCamLeft, 10, 50, 10, 60},  {ProductPemberlow, 1, KestrovaCamLeft, 49, 50, 49, 99},
-        {ProductPemberlow, 1, KestrovaCamLeft, 50, 50, 50, 0},   {ProductTandrell, 1, KestrovaCamTop, 60, 50, 0, 60},
+        {ProductHalvorine, 0, KestrovaCamRight, 10, 10, 10}, {ProductHalvorine, 1, KestrovaCamTop, 10, 60, 10},
+        {ProductHalvorine, 2, KestrovaCamLeft, 10, 10, 60},  {ProductPemberlow, 1, KestrovaCamLeft, 49, 49, 99},
+        {ProductPemberlow, 1, KestrovaCamLeft, 50, 50, 0},   {ProductTandrell, 1, KestrovaCamTop, 60, 0, 60},
     };
-    for (const Shift& rShift : aShifts) {
+    for (const Shift& r : aShifts) {
         StereoContext context;
-        context.m_eProduct = rShift.eProduct;
-        context.m_nWarperRowOffset = context.m_nWarperColOffset = rShift.nBase;
-        context.m_nFurrowOffset = rShift.nFurrow;
+        context.m_eProduct = r.eProduct;
+        context.m_nWarperRowOffset = context.m_nWarperColOffset = r.nBase;
+        context.m_nFurrowOffset = 50;
         for (const bool bFurrow : {false, true}) {
             context.m_bIsFurrowContext = bFurrow;
-            const auto expected = bFurrow ? std::pair(rShift.nRow, rShift.nCol) : std::pair(rShift.nBase, rShift.nBase);
-            std::pair<int, int> bySlot;
-            std::pair<int, int> byName;
-            getWarperOffsets(&context, rShift.nCamera, &bySlot.first, &bySlot.second);
-            getWarperOffsets(&context, rShift.eCamera, &byName.first, &byName.second);
-            EXPECT_EQ(bySlot, expected) << rShift.eProduct << rShift.nCamera << rShift.nBase;
-            EXPECT_EQ(byName, expected) << rShift.eProduct << rShift.nCamera << rShift.nBase;
+            ImageDim bySlot{};
+            ImageDim byName{};
+            getWarperOffsets(&context, r.nCamera, &bySlot.m_nRows, &bySlot.m_nCols);
+            getWarperOffsets(&context, r.eCamera, &byName.m_nRows, &byName.m_nCols);
+            EXPECT_EQ(bySlot, (bFurrow ? ImageDim{r.nRow, r.nCol} : ImageDim{r.nBase, r.nBase})) << &r - aShifts;
+            EXPECT_EQ(byName, bySlot) << &r - aShifts;
         }
     }
 }
@@ -172,10 +153,8 @@ TEST(ContextWarpers, BuildsWhatTheNextFrameReads)
     EXPECT_TRUE(buildWarpers(&context));
     for (const auto* const pCamera : {pLeft.get(), pColor.get()}) {
         for (const int nStride : {64, 256, 40, 160}) { // padded, unpadded, and each for packed pixels
-            EXPECT_NE(
-                pCamera->warpers().find({3, 4, 6, 40, nStride, 0, pCamera == pColor.get() ? 0 : 30, KernelBilinear, 5}),
-                nullptr)
-                << nStride;
+            const WarperKey key{3, 4, 6, 40, nStride, 0, pCamera == pColor.get() ? 0 : 30, KernelBilinear, 5};
+            EXPECT_NE(pCamera->warpers().find(key), nullptr) << nStride;
         }
         EXPECT_EQ(pCamera->warpers().count(), 4);
     }

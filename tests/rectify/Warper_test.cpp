@@ -106,18 +106,5 @@ TEST(Warper, FillsASliceFromItsPlaceInTheFrame)
     }
 }
 
-TEST(Warper, BilinearKeepsEveryFlatGreyLevel)
-{
-    const FunctionMap map(bentMap);
-    const auto pWarper = build<Warper3>({20, 33, 25, 31, 32, 30, 70}, map);
-    Image<unsigned char> src(25, 31);
-    Image<unsigned char> dst(20, 33);
-    for (int nLevel = 0; nLevel < 256; ++nLevel) {
-        src.init(static_cast<unsigned char>(nLevel));
-        pWarper->warp(dst, src);
-        ASSERT_EQ(pixelsOf(dst), std::vector<unsigned char>(20 * 33, static_cast<unsigned char>(nLevel)));
-    }
-}
-
 } // namespace
 } // namespace kestrova::test

@@ -56,22 +56,14 @@ struct Frame
             aPlanes[2].push_back(p.m_ucBlue);
         }
     }
-    KestrovaInput packedInput()
+    KestrovaInput packedInput() { return input(KestrovaInputPacked, 4 * nRowInc, packed.data()); }
+    KestrovaInput planeInput() { return input(KestrovaInputRGB, nRowInc, aPlanes[0].data()); }
+
+private:
+    KestrovaInput input(KestrovaInputType eType, int nBytes, void* pFirst)
     {
-        return {KestrovaInputPacked, 0,       0,      packed.image().nRows(), packed.image().nCols(), 4 * nRowInc,
-                packed.data(),       nullptr, nullptr};
-    }
-    KestrovaInput planeInput()
-    {
-        return {KestrovaInputRGB,
-                0,
-                0,
-                packed.image().nRows(),
-                packed.image().nCols(),
-                nRowInc,
-                aPlanes[0].data(),
-                aPlanes[1].data(),
-                aPlanes[2].data()};
+        const ImageDim size = packed.image().size();
+        return {eType, 0, 0, size.m_nRows, size.m_nCols, nBytes, pFirst, aPlanes[1].data(), aPlanes[2].data()};
     }
 };
 
@@ -214,93 +206,75 @@ TEST(Preprocess, LaterFramesReuseWarpersAndStorageButNotTheCallersPlanes)
     ASSERT_EQ(run(other.packedInput()), KestrovaErrorOk);
     EXPECT_EQ(buffer, other.aPlanes[0]);
 
+    // A furrow context makes the shifted image of the left camera only.
+    const auto right = results(rContext, 0);
+    rContext.m_bIsFurrowContext = true;
+    rContext.m_nFurrowOffset = 50;
     Frame small(10, 30, 2, 39);
     ASSERT_EQ(run(small.packedInput()), KestrovaErrorOk);
     EXPECT_EQ(rContext.m_nSourceRows, 10);
     EXPECT_EQ(rContext.m_nSourceCols, 30);
     EXPECT_EQ(rContext.m_rawImages[1].size(), (ImageDim{10, 30}));
-}
-
-TEST(Preprocess, AFurrowContextLeavesTheRightCameraAlone)
-{
-    Frame frame(sk_nRows, sk_nCols, 0, 41);
-    Set set(ProductPemberlow, KestrovaCfg2CameraHorizontal);
-    set.context.m_bIsFurrowContext = true;
-    set.context.m_nFurrowOffset = 50;
-    const KestrovaInput input = frame.packedInput();
-    ASSERT_EQ(standardKestrovaPreprocess(&set.context, &input), KestrovaErrorOk);
-    EXPECT_EQ(results(set.context, 0), std::vector<unsigned char>(2 * 18 * 24));
+    EXPECT_EQ(results(rContext, 0), right);
     EXPECT_EQ(set.apCameras[1]->currentWarper()->key().m_nSubpixelColOffset, 50);
 }
 
 TEST(Preprocess, ErrorsComeInOrderAndTheFirstOnesChangeNothing)
 {
-    using Change = void (*)(StereoContext&, KestrovaInput&);
-    struct Case
+    struct BadInput
     {
-        const char* pszName;
-        Change pfn;
+        int nType, nRows, nCols, nRowInc;
+        bool bPixels, bRectify;
         KestrovaError eError;
-        bool bTaken; // the frame's size is stored already
     };
-    const Case aCases[] = {
-        {"type before size",
-         [](StereoContext& c, KestrovaInput& i) {
-             i.inputType = 3;
-             c.m_bRectify = false;
-         },
-         KestrovaErrorInvalidSetting, false},
-        {"no rows", [](StereoContext&, KestrovaInput& i) { i.nrows = 0; }, KestrovaErrorInvalidSetting, false},
-        {"no columns", [](StereoContext&, KestrovaInput& i) { i.ncols = -1; }, KestrovaErrorInvalidSetting, false},
-        {"short packed rows", [](StereoContext&, KestrovaInput& i) { i.rowinc = 4 * i.ncols - 1; },
-         KestrovaErrorInvalidSetting, false},
-        {"huge rows", [](StereoContext&, KestrovaInput& i) { i.ncols = 1 << 30; }, KestrovaErrorInvalidSetting, false},
-        {"short planes",
-         [](StereoContext&, KestrovaInput& i) {
-             i.inputType = KestrovaInputRGB;
-             i.rowinc = i.ncols - 1;
-         },
-         KestrovaErrorInvalidSetting, false},
-        {"no pixels", [](StereoContext&, KestrovaInput& i) { i.pPlane0 = nullptr; }, KestrovaErrorInvalidParameter,
-         false},
-        {"no plane", [](StereoContext&, KestrovaInput& i) { i.inputType = KestrovaInputRGB; },
-         KestrovaErrorInvalidParameter, false},
-        {"size without rectification", [](StereoContext& c, KestrovaInput&) { c.m_bRectify = false; },
-         KestrovaErrorInvalidParameter, false},
-        {"kernel before channels",
-         [](StereoContext& c, KestrovaInput&) {
-             c.m_eKernelType = KernelSinc;
-             c.m_anChannelOfCamera = {-1, -1, -1};
-         },
-         KestrovaErrorSystem, true},
-        {"gauss", [](StereoContext& c, KestrovaInput&) { c.m_eKernelType = KernelGauss; }, KestrovaErrorSystem, true},
-        {"neither pair", [](StereoContext& c, KestrovaInput&) { c.m_eCameraConfiguration = KestrovaCfg3CameraL; },
-         KestrovaErrorUnknown, true},
-        {"no such partner",
-         [](StereoContext& c, KestrovaInput&) { c.m_eCameraConfiguration = KestrovaCfg2CameraVertical; },
-         KestrovaErrorUnknown, true},
-        {"no channel", [](StereoContext& c, KestrovaInput&) { c.m_anChannelOfCamera[1] = -1; }, KestrovaErrorUnknown,
-         true},
-        {"plane of no camera",
-         [](StereoContext& c, KestrovaInput& i) {
-             i.inputType = KestrovaInputRGB;
-             c.m_anCameraOfChannel[1] = -1;
-         },
-         KestrovaErrorUnknown, true},
+    const BadInput aInputs[] = {
+        {3, 36, 48, 192, true, false, KestrovaErrorInvalidSetting}, // before the size
+        {1, 0, 48, 192, true, true, KestrovaErrorInvalidSetting},
+        {2, 36, -1, 192, true, true, KestrovaErrorInvalidSetting},
+        {1, 36, 48, 191, true, true, KestrovaErrorInvalidSetting},
+        {1, 36, 1 << 30, 192, true, true, KestrovaErrorInvalidSetting},
+        {2, 36, 48, 47, false, true, KestrovaErrorInvalidSetting},
+        {1, 36, 48, 192, false, true, KestrovaErrorInvalidParameter},
+        {2, 36, 48, 48, false, true, KestrovaErrorInvalidParameter},
+        {1, 36, 48, 192, true, false, KestrovaErrorInvalidParameter}, // not the size of rectified images
     };
-    Frame frame(sk_nRows, sk_nCols, 3, 43);
-    for (const Case& c : aCases) {
+    Frame frame(sk_nRows, sk_nCols, 0, 43);
+    for (const BadInput& b : aInputs) {
         Set set(ProductPemberlow, KestrovaCfg2CameraHorizontal);
-        set.context.m_nSourceRows = 7;
-        KestrovaInput input = frame.packedInput();
-        c.pfn(set.context, input);
-        EXPECT_EQ(standardKestrovaPreprocess(&set.context, &input), c.eError) << c.pszName;
-        EXPECT_EQ(set.context.m_nSourceRows, c.bTaken ? sk_nRows : 7) << c.pszName;
-        EXPECT_EQ(set.context.m_preprocessSnapshot.m_nSavedEdgeMaskSize, c.bTaken ? 7 : 0) << c.pszName;
+        set.context.m_bRectify = b.bRectify;
+        void* const pPixels = b.bPixels ? frame.packed.data() : nullptr;
+        const KestrovaInput input{b.nType, 0, 0, b.nRows, b.nCols, b.nRowInc, pPixels, pPixels, pPixels};
+        EXPECT_EQ(standardKestrovaPreprocess(&set.context, &input), b.eError) << &b - aInputs;
+        EXPECT_EQ(set.context.m_nSourceRows, 0) << &b - aInputs;
+        EXPECT_EQ(set.context.m_preprocessSnapshot.m_nSavedEdgeMaskSize, 0) << &b - aInputs;
     }
-    Set set(ProductPemberlow, KestrovaCfg2CameraHorizontal);
+    struct BadContext
+    {
+        KernelType eKernelType;
+        KestrovaCameraConfiguration eConfiguration;
+        std::array<int, 3> cameraOfChannel;
+        bool bPacked;
+        KestrovaError eError;
+    };
+    const BadContext aContexts[] = {
+        {KernelSinc, KestrovaCfg2CameraVertical, {-1, -1, -1}, true, KestrovaErrorSystem}, // before the channels
+        {KernelGauss, KestrovaCfg2CameraHorizontal, {0, 1, -1}, false, KestrovaErrorSystem},
+        {KernelBilinear, KestrovaCfg2CameraWide, {0, 1, -1}, true, KestrovaErrorUnknown},
+        {KernelBilinear, KestrovaCfg2CameraVertical, {0, 1, -1}, true, KestrovaErrorUnknown}, // it has no top camera
+        {KernelBilinear, KestrovaCfg2CameraHorizontal, {0, -1, -1}, true, KestrovaErrorUnknown},
+        {KernelBilinear, KestrovaCfg2CameraHorizontal, {0, -1, -1}, false, KestrovaErrorUnknown},
+    };
+    for (const BadContext& b : aContexts) {
+        Set set(ProductPemberlow, b.eConfiguration, b.cameraOfChannel);
+        set.context.m_eKernelType = b.eKernelType;
+        const KestrovaInput input = b.bPacked ? frame.packedInput() : frame.planeInput();
+        EXPECT_EQ(standardKestrovaPreprocess(&set.context, &input), b.eError) << &b - aContexts;
+        EXPECT_EQ(set.context.m_nSourceRows, sk_nRows) << &b - aContexts;
+        EXPECT_EQ(set.context.m_preprocessSnapshot.m_nSavedEdgeMaskSize, 7) << &b - aContexts;
+    }
+    StereoContext context;
     EXPECT_EQ(standardKestrovaPreprocess(nullptr, nullptr), KestrovaErrorInvalidContext);
-    EXPECT_EQ(standardKestrovaPreprocess(&set.context, nullptr), KestrovaErrorInvalidParameter);
+    EXPECT_EQ(standardKestrovaPreprocess(&context, nullptr), KestrovaErrorInvalidParameter);
 }
 
 } // namespace

@@ -46,49 +46,36 @@ TEST(Unpack, RowsAtEveryLengthAndAlignment)
 
 TEST(Unpack, ImagesTakeOnlyThePlanesAskedFor)
 {
-    enum class Form
-    {
-        All,
-        TwoCameras,
-        Needed
-    };
     struct Case
     {
-        Form eForm;
+        void (*pfn)(Image<unsigned char> (&)[3], const bool*, const Image<Pixel8x4>&);
         int nCols;
         bool aExpected[3]; // red, green, blue
     };
-    const Case aCases[] = {
-        {Form::All, 6, {false, false, false}},      {Form::All, 13, {true, true, true}},
-        {Form::TwoCameras, 6, {true, true, false}}, {Form::Needed, 6, {false, true, false}},
-        {Form::Needed, 13, {true, false, true}},    {Form::Needed, 13, {false, false, false}},
+    const auto all = [](auto& a, const bool*, const auto& p) { unpackRGB(a[0], a[1], a[2], p); };
+    const auto twoCameras = [](auto& a, const bool*, const auto& p) { unpack32Bit2Cam(a[0], a[1], p); };
+    const auto needed = [](auto& a, const bool* pb, const auto& p) {
+        Image<unsigned char>* const apPlanes[] = {pb[0] ? &a[0] : nullptr, pb[1] ? &a[1] : nullptr,
+                                                  pb[2] ? &a[2] : nullptr};
+        unpack32Bit(pb, apPlanes, p);
     };
+    const Case aCases[] = {{all, 6, {false, false, false}},      {all, 13, {true, true, true}},
+                           {twoCameras, 6, {true, true, false}}, {needed, 6, {false, true, false}},
+                           {needed, 13, {true, false, true}},    {needed, 13, {false, false, false}}};
     for (const Case& c : aCases) {
         const LentImage<Pixel8x4> packed(5, c.nCols, c.nCols + 3, 21);
         Image<unsigned char> aPlanes[3];
-        Image<unsigned char>* apPlanes[3];
-        for (int i = 0; i < 3; ++i) {
-            aPlanes[i] = Image<unsigned char>(5, c.nCols);
-            aPlanes[i].init(99);
-            apPlanes[i] = c.aExpected[i] ? &aPlanes[i] : nullptr;
+        for (Image<unsigned char>& rPlane : aPlanes) {
+            rPlane = Image<unsigned char>(5, c.nCols);
+            rPlane.init(99);
         }
-        switch (c.eForm) {
-        case Form::All:
-            unpackRGB(aPlanes[0], aPlanes[1], aPlanes[2], packed.image());
-            break;
-        case Form::TwoCameras:
-            unpack32Bit2Cam(aPlanes[0], aPlanes[1], packed.image());
-            break;
-        case Form::Needed:
-            unpack32Bit(c.aExpected, apPlanes, packed.image());
-            break;
-        }
+        c.pfn(aPlanes, c.aExpected, packed.image());
         for (int i = 0; i < 5 * c.nCols; ++i) {
             const Pixel8x4 p = packed.image()[i / c.nCols][i % c.nCols];
             const int anLanes[] = {p.m_ucRed, p.m_ucGreen, p.m_ucBlue};
-            for (int nPlane = 0; nPlane < 3; ++nPlane) {
-                ASSERT_EQ(aPlanes[nPlane][i / c.nCols][i % c.nCols], c.aExpected[nPlane] ? anLanes[nPlane] : 99)
-                    << static_cast<int>(c.eForm) << ' ' << c.nCols << ' ' << i << ' ' << nPlane;
+            for (int n = 0; n < 3; ++n) {
+                ASSERT_EQ(aPlanes[n][i / c.nCols][i % c.nCols], c.aExpected[n] ? anLanes[n] : 99)
+                    << &c - aCases << n << i;
             }
         }
     }
