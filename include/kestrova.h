@@ -871,6 +871,76 @@ KESTROVA_API KestrovaError kestrovaSetRawAdjustment(KestrovaContext context, Kes
 
 /* ---- points ---------------------------------------------------------------------------------------------------- */
 
+/**
+ * Turns a position of the rectified reference image and its disparity into a point in the frame of the reference
+ * camera: x grows with the column, y with the row, z along the optical axis away from the cameras.
+ *
+ * In single precision: z = f * B / disparity, x = (col - center col) * B / disparity, y likewise with the row, where B
+ * is kestrovaGetBaseline and f kestrovaGetFocalLength.
+ *
+ * @param context  handle with an active context
+ * @param row, col  in pixels at the present resolution; fractions are welcome
+ * @param disp     TRUE disparity in pixels, with the disparity offset added and nothing mapped
+ * @param x, y, z  filled, in the unit of the baseline; none may be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidRequest  disp is 0 or below. NaN is not refused and comes out as NaN.
+ *         The outputs stay as they were after an error.
+ *
+ * None of the point functions knows invalid pixels: a validation mapping, or 0xFF00 and above in the 16-bit image, is
+ * an ordinary number to them, and the caller leaves such pixels out.
+ */
+KESTROVA_API KestrovaError kestrovaRCDFloatToXYZ(KestrovaContext context, float row, float col, float disp, float* x,
+                                                 float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but disp is on the scale of kestrovaSetDisparityMapping and is taken back to the range of
+ * kestrovaSetDisparity first, whether or not kestrovaSetDisparityMappingOn is on. With both ranges 0 to 32, as they are
+ * at first, it counts pixels.
+ *
+ * A point may differ from that of kestrovaRCDFloatToXYZ in the last bits, since x and y are computed from z here. When
+ * the disparity behind disp is 0 or below, x, y and z are set to 0 and the result is KestrovaErrorInvalidRequest.
+ */
+KESTROVA_API KestrovaError kestrovaRCDToXYZ(KestrovaContext context, float row, float col, float disp, float* x,
+                                            float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but for a pixel of an 8-bit disparity image made under kestrovaSetDisparityMappingOn. The
+ * value is taken back as in kestrovaRCDToXYZ; the outputs stay as they were after an error.
+ */
+KESTROVA_API KestrovaError kestrovaRCDMappedToXYZ(KestrovaContext context, int row, int col, unsigned char disp,
+                                                  float* x, float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but for a pixel of an 8-bit disparity image made without mapping. The disparity offset is
+ * added.
+ */
+KESTROVA_API KestrovaError kestrovaRCD8ToXYZ(KestrovaContext context, int row, int col, unsigned char disp, float* x,
+                                             float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but for a pixel of the 16-bit disparity image: 1/256 pixel each. The disparity offset is
+ * added.
+ */
+KESTROVA_API KestrovaError kestrovaRCD16ToXYZ(KestrovaContext context, int row, int col, unsigned short disp, float* x,
+                                              float* y, float* z);
+
+/**
+ * Turns a point in the frame of the reference camera into a position of its rectified image: the inverse of
+ * kestrovaRCDFloatToXYZ, up to rounding.
+ *
+ * @param context         handle with an active context
+ * @param x, y, z         in the unit of the baseline
+ * @param row, col, disp  filled: pixels at the present resolution, which may lie outside the image, and the true
+ *                        disparity, without offset or mapping; none may be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidRequest  z is 0 or below.
+ *         The outputs stay as they were after an error.
+ */
+KESTROVA_API KestrovaError kestrovaXYZToRCD(KestrovaContext context, float x, float y, float z, float* row, float* col,
+                                            float* disp);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
