@@ -159,6 +159,7 @@ TEST(LYRTransform3d, ProductsAndInverses)
     transform.preMultiply(other);
     expectMatrix(transform, b * a, "other after this");
     transform = LYRTransform3d(1, 2, 3, 0.1, 0.2, 0.3);
+    other.setTransX(-4); // to be built again
     transform.postMultiply(other);
     expectMatrix(transform, a * b, "this after other");
     transform.postMultiply(transform);

@@ -58,17 +58,17 @@ TEST(LYRPoint3d, VolumesDistancesAndMoves)
 
 TEST(LYRPoint2d, PredicatesAreStrict)
 {
-    const LYRPoint2d o(0, 0);
-    const LYRPoint2d a(1, 0);
-    const LYRPoint2d b(0, 1);
-    EXPECT_TRUE(o == o && o == LYRPoint2d(0.0003, 0) && o != LYRPoint2d(0.0004, 0));
-    EXPECT_EQ(LYRPoint2d::triangleArea(o, a, b), 1.0) << "twice the area";
-    EXPECT_TRUE(LYRPoint2d::ccw(o, a, b));
-    EXPECT_FALSE(LYRPoint2d::ccw(o, b, a));
-    EXPECT_FALSE(LYRPoint2d::ccw(o, a, {2, 0}));
-    EXPECT_TRUE(LYRPoint2d::inCircle(o, a, b, {0.5, 0.9}));
-    EXPECT_FALSE(LYRPoint2d::inCircle(o, a, b, {1, 1})) << "on the circle";
-    EXPECT_FALSE(LYRPoint2d::inCircle(o, a, b, {1.1, 1}));
+    const LYRPoint2d a(1, 2);
+    const LYRPoint2d b(1.25, 2);
+    const LYRPoint2d c(1, 2.25);
+    EXPECT_TRUE(a == a && a == LYRPoint2d(1.0003, 2) && a != LYRPoint2d(1, 2.0004));
+    EXPECT_EQ(LYRPoint2d::triangleArea(a, b, c), 0.0625) << "twice the area";
+    EXPECT_TRUE(LYRPoint2d::ccw(a, b, c));
+    EXPECT_FALSE(LYRPoint2d::ccw(a, c, b));
+    EXPECT_FALSE(LYRPoint2d::ccw(a, b, {2, 2}));
+    EXPECT_TRUE(LYRPoint2d::inCircle(a, b, c, {1.125, 2.3}));
+    EXPECT_FALSE(LYRPoint2d::inCircle(a, b, c, {1.25, 2.25})) << "on the circle";
+    EXPECT_FALSE(LYRPoint2d::inCircle(a, b, c, {1.26, 2.25}));
 }
 
 TEST(LYRVector, ZeroLengthIsReplacedByOneConstructorOnly)
