@@ -63,7 +63,7 @@ KestrovaError kestrovaGetImage(KestrovaContext context, KestrovaImageType type, 
         if (nCamera < 0) {
             return KestrovaErrorInvalidCamera;
         }
-        const Image<unsigned char>* const pImage = slotOfImage(rContext, type, nCamera);
+        Image<unsigned char>* const pImage = slotOfImage(rContext, type, nCamera);
         if (pImage == nullptr || !isProduced(rContext, type, camera)) {
             return KestrovaErrorInvalidRequest;
         }
