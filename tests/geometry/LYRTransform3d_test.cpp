@@ -122,6 +122,9 @@ TEST(LYRTransform3d, SettersShowAtOnceAndFreshOnesAreTheIdentity)
     transform.setTransX(4);
     transform.setTransY(5);
     transform.setTransZ(6);
+    LYRPoint3d point;
+    transform.apply(point);
+    EXPECT_TRUE(point.x() == 4 && point.y() == 5 && point.z() == 6);
     expectMatrix(transform, moved(turn(2, 0.3) * turn(1, 0.2) * turn(0, 0.1), 4, 5, 6), "setters");
     EXPECT_EQ(transform.location().y(), 5);
     const LYRVector aColumns[] = {transform.vectorX(), transform.vectorY(), transform.vectorZ()};
@@ -141,13 +144,13 @@ TEST(LYRTransform3d, TurnsAboutAnyAxis)
         transform.setGeneralAxisRotation({nAxis == 0 ? 3.0 : 0.0, nAxis == 1 ? 3.0 : 0.0, nAxis == 2 ? 3.0 : 0.0}, 0.8);
         expectMatrix(transform, turn(nAxis, 0.8), "an axis of any length, the translation gone");
     }
+    // Turning the X axis onto (1, 2, 2) and back around a turn about X.
+    const double dRise = std::asin(2.0 / 3);
+    const double dAside = std::atan2(2.0, 1.0);
     LYRTransform3d transform;
-    transform.setGeneralAxisRotation(LYRVector(1.0, 1.0, 1.0), 2 * std::numbers::pi / 3);
-    LYRPoint3d point(1, 2, 3);
-    transform.apply(point);
-    EXPECT_NEAR(point.x(), 3, 1e-12) << "x goes to y, y to z, z to x";
-    EXPECT_NEAR(point.y(), 1, 1e-12);
-    EXPECT_NEAR(point.z(), 2, 1e-12);
+    transform.setGeneralAxisRotation(LYRVector(1.0, 2.0, 2.0), 0.8);
+    expectMatrix(transform, turn(2, dAside) * turn(1, -dRise) * turn(0, 0.8) * turn(1, dRise) * turn(2, -dAside),
+                 "any");
 }
 
 TEST(LYRTransform3d, ProductsAndInverses)
@@ -159,6 +162,7 @@ TEST(LYRTransform3d, ProductsAndInverses)
     transform.preMultiply(other);
     expectMatrix(transform, b * a, "other after this");
     transform = LYRTransform3d(1, 2, 3, 0.1, 0.2, 0.3);
+    other.setTransX(-4); // to be built again
     transform.postMultiply(other);
     expectMatrix(transform, a * b, "this after other");
     transform.postMultiply(transform);

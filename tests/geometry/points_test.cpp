@@ -58,17 +58,17 @@ TEST(LYRPoint3d, VolumesDistancesAndMoves)
 
 TEST(LYRPoint2d, PredicatesAreStrict)
 {
-    const LYRPoint2d o(0, 0);
-    const LYRPoint2d a(1, 0);
-    const LYRPoint2d b(0, 1);
-    EXPECT_TRUE(o == o && o == LYRPoint2d(0.0003, 0) && o != LYRPoint2d(0.0004, 0));
-    EXPECT_EQ(LYRPoint2d::triangleArea(o, a, b), 1.0) << "twice the area";
-    EXPECT_TRUE(LYRPoint2d::ccw(o, a, b));
-    EXPECT_FALSE(LYRPoint2d::ccw(o, b, a));
-    EXPECT_FALSE(LYRPoint2d::ccw(o, a, {2, 0}));
-    EXPECT_TRUE(LYRPoint2d::inCircle(o, a, b, {0.5, 0.9}));
-    EXPECT_FALSE(LYRPoint2d::inCircle(o, a, b, {1, 1})) << "on the circle";
-    EXPECT_FALSE(LYRPoint2d::inCircle(o, a, b, {1.1, 1}));
+    const LYRPoint2d a(1, 2);
+    const LYRPoint2d b(1.25, 2);
+    const LYRPoint2d c(1, 2.25);
+    EXPECT_TRUE(a == a && a == LYRPoint2d(1.0003, 2) && a != LYRPoint2d(1, 2.0004));
+    EXPECT_EQ(LYRPoint2d::triangleArea(a, b, c), 0.0625) << "twice the area";
+    EXPECT_TRUE(LYRPoint2d::ccw(a, b, c));
+    EXPECT_FALSE(LYRPoint2d::ccw(a, c, b));
+    EXPECT_FALSE(LYRPoint2d::ccw(a, b, {2, 2}));
+    const auto inside = [](double y) { return LYRPoint2d::inCircle({6, 2}, {4, 6}, {-3, 5}, {1, y}); };
+    EXPECT_TRUE(inside(-2.9));
+    EXPECT_FALSE(inside(-3) || inside(-3.1)) << "on the circle is not inside";
 }
 
 TEST(LYRVector, ZeroLengthIsReplacedByOneConstructorOnly)
@@ -116,6 +116,7 @@ TEST(LYRVector, LengthIsKeptByEveryOperation)
     EXPECT_THAT(stateOf(LYRVector(a, b).cross(LYRVector(a, c))), ElementsAre(0, -6, 0, 6, 0));
     EXPECT_THAT(stateOf(LYRVector(LYRPoint2d(1, 2), LYRPoint2d(1, 3))), ElementsAre(0, 1, 0, 1, 1));
     EXPECT_EQ(LYRVector::dot(a, b, LYRPoint3d(4, 9, 9)), 6.0);
+    EXPECT_EQ(LYRVector(1.0, 2.0, 3.0).dot(LYRVector(10.0, 20.0, 30.0)), 140.0);
     EXPECT_EQ(LYRVector::dot(LYRPoint2d(1, 1), LYRPoint2d(2, 3), LYRPoint2d(4, 5)), 11.0);
     EXPECT_EQ(LYRVector(7.0, 8.0, 9.0).pointEquiv().y(), 8.0);
 }
