@@ -165,7 +165,7 @@ void randomRegions(std::mt19937& rRandom, StereoContext& r)
 
 TEST(TwoCameraStereo, MatchesModelOnRandomFrames)
 {
-    for (unsigned uSeed = 0; uSeed < 3000 && !HasFatalFailure(); ++uSeed) {
+    for (unsigned uSeed = 0; uSeed < 2000 && !HasFatalFailure(); ++uSeed) {
         SCOPED_TRACE(testing::Message() << "seed " << uSeed);
         std::mt19937 random(uSeed);
         StereoContext context;
