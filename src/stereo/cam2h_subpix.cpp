@@ -73,11 +73,11 @@ std::uint16_t subpixel(const SubpixRow& rRow, const std::uint16_t* pColumn, unsi
                     static_cast<unsigned>(sums.fraction(uFirst != 0));
     uOut = sums.isMinimum() ? uOut : uSubpixel;
     uOut = uLane == uFirst ? uOnFirst : uOut;
-    uOut = (uLane < uFirst) | (uLane >= rRow.m_uLastLane) ? uSubpixel : uOut;
+    uOut = ((uLane < uFirst) | (uLane >= rRow.m_uLastLane)) ? uSubpixel : uOut;
     if (rRow.m_bBackForth) {
         const bool bChecked = (uLane >= uFirst) & (uLane <= sk_uHighest);
         const unsigned uInverse = pInverse[std::max(uLane, uFirst) - uFirst];
-        uOut = bChecked & disagree(uLane, uInverse) ? reject(rRow.m_ucBackForthMapping) : uOut;
+        uOut = (bChecked & disagree(uLane, uInverse)) ? reject(rRow.m_ucBackForthMapping) : uOut;
     }
     return static_cast<std::uint16_t>(uOut);
 }
