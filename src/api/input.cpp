@@ -13,7 +13,8 @@ KestrovaError kestrovaBuildRGBKestrovaInput(int ncols, int nrows, int rowinc, ui
 KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows, int rowinc, uint64_t ulTag1, uint64_t ulTag2,
                                                void* pixels, KestrovaInput* input)
 {
-    *input = KestrovaInput{KestrovaInputPacked, ulTag1, ulTag2, nrows, ncols, rowinc, pixels, input->pPlane1, input->pPlane2};
+    *input = KestrovaInput{KestrovaInputPacked, ulTag1,        ulTag2, nrows, ncols, rowinc, pixels,
+                           input->pPlane1,      input->pPlane2};
     return KestrovaErrorOk;
 }
 

@@ -21,15 +21,13 @@ template<typename T>
 class PixelBuffer
 {
 public:
-    static constexpr int sk_nAlignment = 32;                                       // bytes
+    static constexpr int sk_nAlignment = 32;                                      // bytes
     static constexpr int sk_nGroup = sk_nAlignment / static_cast<int>(sizeof(T)); // pixels in 32 bytes
 
     PixelBuffer() = default;
 
     /** Allocates rows by cols pixels, uncleared; throws std::bad_alloc. */
-    PixelBuffer(int nRows, int nCols)
-        : m_nRows(nRows)
-        , m_nCols((nCols + sk_nGroup - 1) / sk_nGroup * sk_nGroup)
+    PixelBuffer(int nRows, int nCols) : m_nRows(nRows), m_nCols(roundUp(nCols))
     {
         // 32-bit arithmetic by design: only the total is widened, and a negative total is refused by the allocator.
         const auto uTotal = static_cast<std::uint32_t>(m_nRows) * static_cast<std::uint32_t>(m_nCols) + (sk_nGroup - 1);
@@ -37,18 +35,10 @@ public:
         m_pPixels = alignedStart(m_pAllocation.get());
     }
 
-    PixelBuffer(int nRows, int nCols, FastScratchMemory&)
-        : PixelBuffer(nRows, nCols)
-    {
-    }
+    PixelBuffer(int nRows, int nCols, FastScratchMemory&) : PixelBuffer(nRows, nCols) {}
 
     /** Wraps memory of the caller, which is never freed here; cols is taken as the stride as it stands. */
-    PixelBuffer(int nRows, int nCols, T* pPixels)
-        : m_pPixels(pPixels)
-        , m_nRows(nRows)
-        , m_nCols(nCols)
-    {
-    }
+    PixelBuffer(int nRows, int nCols, T* pPixels) : m_pPixels(pPixels), m_nRows(nRows), m_nCols(nCols) {}
 
     PixelBuffer(const PixelBuffer&) = delete;
     PixelBuffer& operator=(const PixelBuffer&) = delete;
@@ -67,6 +57,12 @@ public:
     [[nodiscard]] bool free() { return atomic_decr(m_nReferenceCount) != 0; }
 
 private:
+    static std::int32_t roundUp(int nCols)
+    {
+        // Unsigned, so that an absurd width wraps as the product above does instead of being undefined.
+        return static_cast<std::int32_t>((static_cast<std::uint32_t>(nCols) + (sk_nGroup - 1)) & ~(sk_nGroup - 1U));
+    }
+
     // For an allocation aligned to sizeof(T) this rounds up to 32 bytes; the slack of sk_nGroup - 1 pixels pays for it.
     static T* alignedStart(T* pAllocation)
     {

@@ -1,0 +1,24 @@
+// The two passes over a frame that the general correlator makes for one disparity.
+//
+// The views are cut by the caller so that pixel (r, c) of all of them belongs together for this disparity; view 0 is
+// the reference. The score of a pixel is the m by m sum of the differences of all other views from it. The differences
+// of further views are added and stop at 255 in masks of up to 15, and are averaged in larger ones.
+#pragma once
+
+#include "image/Image.h"
+
+namespace kestrova {
+
+/** Scores of the first disparity into rScore. Does nothing if K is below 2, views is null or m is 0. */
+void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* pViews, int K, unsigned m);
+
+/**
+ * Scores of a further disparity, merged into best and label. With bSubpixel before, after and last are kept as
+ * well, and last receives the new scores; without it these three are not touched. Does nothing if K is below 1, views
+ * is null or m is 0. Disparities come in ascending order: a tie keeps the lower one.
+ */
+void stereoStep(Image<unsigned short>& rBest, Image<unsigned char>& rLabel, Image<unsigned short>& rBefore,
+                Image<unsigned short>& rAfter, Image<unsigned short>& rLast, const Image<unsigned char>* pViews, int K,
+                unsigned m, unsigned char ucNewLabel, bool bSubpixel);
+
+} // namespace kestrova
