@@ -17,6 +17,11 @@ struct FastScratchMemory
 {
 };
 
+/** Marks memory that a caller lends for one frame only; whoever stores the next frame must not write into it. */
+struct OneFrameMemory
+{
+};
+
 template<typename T>
 class PixelBuffer
 {
@@ -40,12 +45,19 @@ public:
     /** Wraps memory of the caller, which is never freed here; cols is taken as the stride as it stands. */
     PixelBuffer(int nRows, int nCols, T* pPixels) : m_pPixels(pPixels), m_nRows(nRows), m_nCols(nCols) {}
 
+    PixelBuffer(int nRows, int nCols, T* pPixels, OneFrameMemory)
+        : PixelBuffer(nRows, nCols, pPixels)
+    {
+        m_bOneFrame = true;
+    }
+
     PixelBuffer(const PixelBuffer&) = delete;
     PixelBuffer& operator=(const PixelBuffer&) = delete;
 
     [[nodiscard]] int nRows() const { return m_nRows; }
     /** The stride in pixels, not the width that was asked for. */
     [[nodiscard]] int nCols() const { return m_nCols; }
+    [[nodiscard]] bool isOneFrame() const { return m_bOneFrame; }
 
     T* link()
     {
@@ -75,6 +87,7 @@ private:
     std::int32_t m_nRows = 0;
     std::int32_t m_nCols = 0; // stride in pixels
     std::uint32_t m_nReferenceCount = 0;
+    bool m_bOneFrame = false;
     std::unique_ptr<T[]> m_pAllocation; // null for external memory and for an empty buffer
 };
 

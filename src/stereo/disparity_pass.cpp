@@ -1,0 +1,86 @@
+#include "stereo/disparity_pass.h"
+
+#include "stereo/BoxFilter.h"
+#include "stereo/kernels.h"
+#include "stereo/processor.h"
+
+namespace kestrova {
+
+namespace {
+
+constexpr unsigned sk_uLargestAddingMask = 15; // 15 * 15 * 255 < 65536: sums stop at 255, none wraps
+
+/** Differences of all views from the reference, gathered into one row of storage. */
+class DifferenceRow
+{
+public:
+    DifferenceRow(const Image<unsigned char>* pViews, int K, unsigned m)
+        : m_pViews(pViews), m_nViews(K), m_bAverage(m > sk_uLargestAddingMask),
+          m_row(Image<unsigned char>::constImage(pViews[0].size(), 0))
+    {}
+
+    Row<unsigned char> operator()(int nRow)
+    {
+        const int nCols = m_row.nCols();
+        const unsigned char* pReference = &m_pViews[0][nRow][0];
+        unsigned char* pOut = &m_row[nRow][0];
+        abs_diff(pOut, pReference, &m_pViews[1][nRow][0], nCols);
+        for (int nView = 2; nView < m_nViews; ++nView) {
+            (m_bAverage ? acc_abs_diff_over2 : acc_abs_diff)(pOut, pReference, &m_pViews[nView][nRow][0], nCols);
+        }
+        return m_row[nRow];
+    }
+
+private:
+    const Image<unsigned char>* m_pViews; // borrowed for the pass
+    int m_nViews;
+    bool m_bAverage;
+    Image<unsigned char> m_row;
+};
+
+} // namespace
+
+void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* pViews, int K, unsigned m)
+{
+    if (K < 2 || pViews == nullptr || m == 0) {
+        return;
+    }
+    const bool bSSE2 = sse2Enabled();
+    DifferenceRow differences(pViews, K, m);
+    BoxFilter box;
+    box.reset(rScore, m, m);
+    for (int nRow = 0; nRow < pViews[0].nRows(); ++nRow) {
+        box.add(differences(nRow), pViews[0].nCols(), bSSE2);
+    }
+}
+
+void stereoStep(Image<unsigned short>& rBest, Image<unsigned char>& rLabel, Image<unsigned short>& rBefore,
+                Image<unsigned short>& rAfter, Image<unsigned short>& rLast, const Image<unsigned char>* pViews, int K,
+                unsigned m, unsigned char ucNewLabel, bool bSubpixel)
+{
+    if (K < 1 || pViews == nullptr || m == 0) {
+        return;
+    }
+    const bool bSSE2 = sse2Enabled();
+    DifferenceRow differences(pViews, K, m);
+    Image<unsigned short> scores = Image<unsigned short>::constImage(rBest.size(), 0);
+    BoxFilter box;
+    box.reset(scores, m, m);
+    for (int nRow = 0; nRow < pViews[0].nRows(); ++nRow) {
+        const int y = box.add(differences(nRow), pViews[0].nCols(), bSSE2);
+        if (y < 0 || y >= rBest.nRows()) {
+            continue;
+        }
+        const unsigned short* pScores = &scores[y][0];
+        const int nCols = rLabel.nCols();
+        if (bSubpixel) {
+            stereo_min_subpix(&rBest[y][0], &rLabel[y][0], &rBefore[y][0], &rAfter[y][0], &rLast[y][0], pScores,
+                              ucNewLabel, nCols, bSSE2);
+            row_copy16(&rLast[y][0], pScores, nCols);
+        } else {
+            stereo_min(&rBest[y][0], &rLabel[y][0], pScores, ucNewLabel, nCols, bSSE2);
+        }
+    }
+}
+
+} // namespace kestrova
