@@ -111,6 +111,9 @@ void checkRowInRowOut(const Trial& t)
 
 void checkChannelSums(const Trial& t)
 {
+    if (t.m_n < 0) {
+        return; // its count is unsigned
+    }
     for (const int w : {0, 1, 2, 3, 7, 260}) { // 260 pixels of 255 pass 65535
         auto in = t.row<U8>(1, 3 * t.m_n + 4 * (w - 1));
         auto out = t.row<U16>(0, 3 * t.m_n);
@@ -212,12 +215,10 @@ TEST_P(Kernels, MatchTheirModelsAtEveryLengthAndAlignment)
 {
     for (const KernelForm* pForm : kernelForms()) {
         for (int nOffset = 0; nOffset < 32; ++nOffset) {
-            for (const int nLongest = 49; const int n : {-1, 333}) { // and one row of many groups
-                for (int nLength = n; nLength <= std::max(n, nLongest); ++nLength) {
-                    const auto uSeed = static_cast<unsigned>(97 * nOffset + nLength + 1);
-                    GetParam().m_pCheck({*pForm, nOffset, std::max(nLength, 0), uSeed});
-                    ASSERT_FALSE(HasFailure()) << pForm->m_pszName << ", offset " << nOffset << ", n " << nLength;
-                }
+            for (int i = -1; i <= 50; ++i) {
+                const int n = i < 50 ? i : 333; // a row of many groups comes last
+                GetParam().m_pCheck({*pForm, nOffset, n, static_cast<unsigned>(97 * nOffset + n + 1)});
+                ASSERT_FALSE(HasFailure()) << pForm->m_pszName << ", offset " << nOffset << ", n " << n;
             }
         }
     }
