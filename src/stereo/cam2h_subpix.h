@@ -14,11 +14,11 @@ struct SubpixRow
     const std::uint16_t* m_pTable;
     unsigned m_uMinDisparity;
     unsigned m_uOffset; // what labels have subtracted from the disparity
-    int W;              // reference columns; the row has W + 1 - m pixels
-    int m;
+    int m_nWidth;       // reference columns; the row has that plus 1 minus the mask pixels
+    int m_nMask;
     int m_nGroups; // groups of 8 (bSSE2) or 4 lanes
     int m_nStride; // lanes of a column / 4
-    int n;         // disparities
+    int m_nDisparities;
     unsigned m_uLastLane;
     bool m_bSSE2;
     bool m_bBackForth;

@@ -2,8 +2,9 @@
 //
 // The sum table holds the lanes of a column side by side, 4 * stride of them, one 16-bit sum per disparity, modulo
 // 65536. A ring row holds the absolute differences that an image row added to the sums, so that they can leave again m
-// rows later: group g begins at byte 4 * g * (W + m), with 4 bytes (8 in an eight-lane step) per reference column.
-// Cost per pixel and disparity does not depend on the mask. Sums wrap for masks above 16: 17 * 17 * 255 > 65535.
+// rows later: group g begins at byte 4 * g * (width + mask), with 4 bytes (8 in an eight-lane step) per reference
+// column. Cost per pixel and disparity does not depend on the mask. Sums wrap for masks above 16: 17 * 17 * 255 >
+// 65535.
 //
 // No loop reads a reference or search pixel outside its row: rows in memory of a caller need no slack.
 #pragma once
@@ -16,14 +17,14 @@ namespace kestrova {
 /** The rows that one update works on. */
 struct MongoRow
 {
-    const std::uint8_t* m_pReference; // W pixels
-    const std::uint8_t* m_pSearch;    // W2 pixels
+    const std::uint8_t* m_pReference; // m_nWidth pixels
+    const std::uint8_t* m_pSearch;    // m_nSearchWidth pixels
     const std::uint8_t* m_pOldRing;   // differences of the row that leaves; zeros as long as none does
     std::uint8_t* m_pNewRing;
     std::uint16_t* m_pTable;
-    int W;
-    int W2;
-    int m;
+    int m_nWidth;
+    int m_nSearchWidth;
+    int m_nMask;
     int m_nGroups; // groups of four lanes to a column, which is also the stride of the table in groups
 };
 
