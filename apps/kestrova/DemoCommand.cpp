@@ -81,11 +81,10 @@ static void runDemo(const DemoOptions& rOptions)
     const std::filesystem::path calibration = folder.file("calibration.txt");
     writeText(calibration, calibrationText(calibrate(pair, plan)));
     StereoSession session(calibration);
+    const StereoResult result = runStereo(session, right, left, {});
     if (!packedEqualsPlanes(session, right, left))
         throw AppError("a packed frame and three planes give different rectified images");
     std::puts("a packed frame and three planes give the same rectified images");
-
-    const StereoResult result = runStereo(session, right, left, {});
     const std::string report = summary(result) + accuracyTable(result, truthOf(scene, pair, plan));
     writeResult(folder, result, "kestrova demo");
     writeText(folder.file("report.txt"), report);

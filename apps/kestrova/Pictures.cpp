@@ -78,7 +78,7 @@ static void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rec
         const double dDisparity = std::lerp(rScale.m_dMax, rScale.m_dMin, i / static_cast<double>(nTicks));
         const int nRow = bar.y + i * (bar.height - 1) / nTicks;
         cv::line(rLegend, {bar.x + bar.width, nRow}, {bar.x + bar.width + 4, nRow}, cv::Scalar::all(30));
-        std::string text = format("%.4g px", dDisparity);
+        std::string text = format("%.3g px", dDisparity);
         if (rScale.m_dFocalTimesBaseline > 0.0 && dDisparity > 0.0)
             text += format("  %.2f m", rScale.m_dFocalTimesBaseline / dDisparity);
         write(rLegend, text, {bar.x + bar.width + 8, nRow + 4});
@@ -89,7 +89,8 @@ static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop)
 {
     const auto anCount = rMap.count();
     const double dAll = std::max<double>(1.0, static_cast<double>(rMap.m_pixels.total()));
-    write(rLegend, format("found %20.1f %%", 100.0 * anCount[0] / dAll), {10, nTop});
+    write(rLegend, "found", {10, nTop});
+    write(rLegend, format("%5.1f %%", 100.0 * anCount[0] / dAll), {132, nTop});
     for (int i = 1; i < sk_nRejects; ++i) {
         const auto& rStyle = sk_aStyles[static_cast<std::size_t>(i)];
         const int nRow = nTop + 20 * i;

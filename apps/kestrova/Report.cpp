@@ -71,6 +71,9 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
     row("  the same, 8-bit disparity", measureAccuracy(rResult.m_map8, rTruth, textured, dScale));
     row("board without texture", measureAccuracy(rResult.m_map16, rTruth, {Sight::Plain}, dScale));
     row("board with a repeated pattern", measureAccuracy(rResult.m_map16, rTruth, {Sight::Repeated}, dScale));
+    text +=
+        "  Matches on the two boards are chance: sensor noise passes the lowest texture thresholds, and a repeated\n"
+        "  pattern matches once a period.\n";
     text += "\nWhat a healthy build shows on the textured surfaces\n";
     text += verdict("valid, %", all.validShare(), ">= 70", all.validShare() >= 70.0);
     text += verdict("of these within 1 disparity, %", all.within1Share(), ">= 95", all.within1Share() >= 95.0);
@@ -104,14 +107,18 @@ std::string summary(const StereoResult& rResult)
                  rResult.m_rectifiedRight.cols, rResult.m_rectifiedRight.rows, rOptics.m_fFocal,
                  1000.0 * rOptics.m_fBaseline, rOptics.m_fCentreCol, rOptics.m_fCentreRow, rResult.m_range[0],
                  rResult.m_range[1]);
-    text += "\nRows of matched details in the right and the left image\n" + rowLine("raw frames", rResult.m_rawRows) +
-            rowLine("rectified", rResult.m_rectifiedRows);
+    text += "\nRow difference of matched details in the right and the left image\n";
+    if (rResult.m_rawRows.m_nPoints > 0)
+        text += rowLine("raw frames", rResult.m_rawRows);
+    text += rowLine("rectified", rResult.m_rectifiedRows);
     text += line(
         "\n16-bit disparity: %.1f %% found; rejected: %.1f %% no texture, %.1f %% not unique, %.1f %% no fit or rim, "
         "%.1f %% back-forth, %.1f %% outside the frame\n",
         share(Reject::None), share(Reject::Texture), share(Reject::Uniqueness), share(Reject::Subpixel),
         share(Reject::BackForth), share(Reject::Outside));
-    text += line("%zu points in the cloud\n\nMilliseconds\n", rResult.m_cloud.size());
+    text += rOptics.m_fBaseline > 0.0f ? line("%zu points in the cloud\n", rResult.m_cloud.size())
+                                       : std::string("no cloud: it takes --focal and --baseline\n");
+    text += "\nMilliseconds\n";
     for (const StageTime& rTime : rResult.m_times)
         text += line("  %-42s %8.2f\n", rTime.m_stage.c_str(), rTime.m_dMilliseconds);
     return text;

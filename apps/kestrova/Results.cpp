@@ -59,12 +59,13 @@ static void maskOutside(const StereoSession& rSession, StereoResult& rResult, co
     rResult.m_disparity16.setTo(0xFF00 + ucCode, rResult.m_map16.m_reject == outside);
     rResult.m_disparity8.setTo(ucCode, rResult.m_map8.m_reject == outside);
 
-    const int nWidth = rResult.m_rectifiedRight.cols;
     rResult.m_rectifiedRows = measureRows(rResult.m_rectifiedRight, rResult.m_rectifiedLeft,
                                           {rResult.m_range[0] - 2, rResult.m_range[1] + 2, 4}, right);
-    rResult.m_rawRows =
-        measureRows(rResult.m_rawRight, rResult.m_rawLeft,
-                    {rResult.m_range[0] - nWidth / 12, rResult.m_range[1] + nWidth / 12, nWidth / 20}, {});
+    if (rShown.m_right.empty()) {                       // else the frames are rectified already
+        const int nMore = rResult.m_rawRight.cols / 12; // raw frames are shifted, turned and scaled a little as well
+        rResult.m_rawRows = measureRows(rResult.m_rawRight, rResult.m_rawLeft,
+                                        {rResult.m_range[0] - nMore, rResult.m_range[1] + nMore, nMore / 2}, {});
+    }
 }
 
 StereoResult runStereo(StereoSession& rSession, const cv::Mat1b& rRight, const cv::Mat1b& rLeft,
@@ -148,7 +149,8 @@ void writeResult(const OutputFolder& rFolder, const StereoResult& rResult, const
     writeImage(rFolder.file("disparity16_colour.png"),
                disparityPicture(rResult.m_map16, scale, "16-bit disparity, seen from the right camera"));
     writeImage(rFolder.file("disparity8_colour.png"),
-               disparityPicture(rResult.m_map8, scale, "8-bit disparity, seen from the right camera"));
+               disparityPicture(rResult.m_map8, scale,
+                                "8-bit disparity, seen from the right camera (no texture stands for not unique too)"));
     if (rResult.m_optics.m_fBaseline > 0.0f) // else there is no length to measure with
         writeCloud(rFolder.file("cloud.ply"), rResult.m_cloud, rSource);
 }

@@ -11,7 +11,18 @@
 namespace kestrova::app {
 
 static constexpr int sk_nHalf = 8;        // of the patch that is looked for
-static constexpr float sk_fAlike = 0.85f; // correlation from which a find counts
+static constexpr double sk_dAlike = 0.85; // correlation from which a find counts
+static constexpr double sk_dLead = 0.1;   // by which it must be better than any other place
+
+// Another place, not next to the best one, that looks nearly as good: a pattern that repeats.
+static bool hasRival(const cv::Mat1f& rAlike, cv::Point best, double dBest)
+{
+    cv::Mat1f others = rAlike.clone();
+    others(cv::Rect(best.x - 4, best.y - 4, 9, 9) & cv::Rect({0, 0}, others.size())).setTo(-1.0f);
+    double dSecond = 0.0;
+    cv::minMaxLoc(others, nullptr, &dSecond);
+    return dSecond > dBest - sk_dLead;
+}
 
 // Row difference of one detail, or nothing where it is not found with certainty.
 static std::optional<double> rowDifference(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, cv::Point at,
@@ -30,7 +41,9 @@ static std::optional<double> rowDifference(const cv::Mat1b& rRight, const cv::Ma
     cv::Point best;
     double dBest = 0.0;
     cv::minMaxLoc(alike, nullptr, &dBest, nullptr, &best);
-    if (dBest < sk_fAlike || best.y == 0 || best.y == alike.rows - 1)
+    if (dBest < sk_dAlike || best.y == 0 || best.y == alike.rows - 1)
+        return std::nullopt;
+    if (hasRival(alike, best, dBest))
         return std::nullopt;
     const double dAbove = alike(best.y - 1, best.x);
     const double dBelow = alike(best.y + 1, best.x);

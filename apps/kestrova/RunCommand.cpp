@@ -111,7 +111,7 @@ static std::string compareTruth(const RunOptions& rOptions, const Frames& rFrame
         text += "The truth is seen from the left image: our pixels at column x move to column x + d, the nearest "
                 "surface wins.\n";
     text += truthTableHead() + ours("kestrova, settings as given", rResult.m_map16);
-    const cv::Mat1b outside = rResult.m_map16.m_reject == static_cast<unsigned char>(Reject::Outside);
+    const cv::Mat outside = rResult.m_map16.m_reject == static_cast<unsigned char>(Reject::Outside);
     for (double dThreshold : rOptions.m_adUniqueness) {
         SettingWishes wishes;
         char acThreshold[32];
@@ -141,11 +141,8 @@ static void run(const RunOptions& rOptions)
     StereoSession session(calibrationOf(rOptions, frames, folder));
     applySettings(session.handle(), rOptions.m_settings);
     StereoResult result = runStereo(session, frames.m_right, frames.m_left, frames.m_shown);
-    const bool bMetric = result.m_optics.m_fBaseline > 0.0f;
     std::string report = frames.m_fit ? frames.m_fit->describe() + "\n" : std::string();
     report += summary(result);
-    if (!bMetric)
-        report += "no points: give --focal and --baseline for them\n";
     if (rOptions.m_truth)
         report += compareTruth(rOptions, frames, session, result);
     writeResult(folder, result, rOptions.m_right);

@@ -2,6 +2,7 @@
 #include "AppError.h"
 #include "Commands.h"
 
+#include <opencv2/core.hpp>
 #include <opencv2/core/utils/logger.hpp>
 
 #include <cstdio>
