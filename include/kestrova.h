@@ -398,8 +398,9 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
- *         KestrovaErrorNotImplemented  the configuration is neither the horizontal nor the wide pair, or the
- * calibration asks for StereoQuality Enhanced and subpixel interpolation is on: neither has arrived in this version;
+ *         KestrovaErrorNotImplemented  neither the horizontal nor the wide pair is configured, or the calibration asks
+ *                                      for StereoQuality Enhanced and subpixel interpolation is on: their correlators
+ *                                      have not arrived in this version;
  *         KestrovaErrorInvalidRequest  the images were not preprocessed.
  *
  * A failed run leaves its error behind: this function and kestrovaGetImage return it again, without doing anything,

@@ -19,9 +19,10 @@ pool_function fifo_scheduler::pop()
 void worker_thread::start(const boost::shared_ptr<pool_core>& pCore)
 {
     const boost::shared_ptr<worker_thread> pWorker(new worker_thread(pCore));
-    boost::barrier started(2);
-    pWorker->m_thread = boost::thread(boost::bind(&worker_thread::run, pWorker, &started));
-    started.wait();
+    // Shared, since the one that passes a barrier first must not destroy it under the other.
+    const auto pStarted = boost::make_shared<boost::barrier>(2);
+    pWorker->m_thread = boost::thread(boost::bind(&worker_thread::run, pWorker, pStarted));
+    pStarted->wait();
 }
 
 namespace {
@@ -46,9 +47,9 @@ private:
 
 } // namespace
 
-void worker_thread::run(boost::barrier* pStarted)
+void worker_thread::run(const boost::shared_ptr<boost::barrier>& pStarted)
 {
-    pStarted->wait(); // the barrier is gone after this
+    pStarted->wait();
     exception_guard guard(boost::bind(&pool_core::replace, m_pCore, shared_from_this()));
     while (m_pCore->runNext()) {
     }

@@ -45,7 +45,7 @@ public:
 
 private:
     explicit worker_thread(const boost::shared_ptr<pool_core>& pCore) : m_pCore(pCore) {}
-    void run(boost::barrier* pStarted);
+    void run(const boost::shared_ptr<boost::barrier>& pStarted);
 
     boost::shared_ptr<pool_core> m_pCore;
     boost::thread m_thread;
