@@ -87,24 +87,5 @@ TEST(Warper, MatchesTheModelInTablesAndPixels)
     }
 }
 
-TEST(Warper, FillsASliceFromItsPlaceInTheFrame)
-{
-    const FunctionMap map(bentMap);
-    const Image<unsigned char> src = seededImage<unsigned char>(40, 64, 7);
-    for (const KernelType eType : {KernelNearest, KernelBilinear}) {
-        WarperList list;
-        list.setWarpFunc(&map);
-        const auto pWarper = list.buildWarper(30, 45, 40, 64, 64, 0, 0, eType, 5);
-        Image<unsigned char> whole(30, 45);
-        pWarper->warp(whole, src);
-        Image<unsigned char> sliced(30, 45);
-        sliced.init(77);
-        Image<unsigned char> slice(sliced, {10, 3, 7, 41}, true);
-        pWarper->warp(slice, src);
-        EXPECT_EQ(pixelsOf(slice), pixelsOf(whole.region(10, 3, 7, 41)));
-        EXPECT_EQ(std::count(sliced.data(), &sliced[29][44] + 1, 77) >= 30 * 45 - 7 * 41 - 1, true);
-    }
-}
-
 } // namespace
 } // namespace kestrova::test

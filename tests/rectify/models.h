@@ -52,11 +52,6 @@ inline std::pair<float, float> bentMap(float fRow, float fCol)
     return {-0.08F + 1.13F * fRow + 0.06F * std::sin(5 * fCol), 1.07F - 1.15F * fCol + 0.05F * std::sin(7 * fRow)};
 }
 
-inline std::pair<float, float> sameMap(float fRow, float fCol)
-{
-    return {fRow, fCol};
-}
-
 inline std::unique_ptr<Camera> camera(double dGain = 1.0, MapFunction function = bentMap)
 {
     return std::make_unique<Camera>(std::make_unique<FunctionMap>(function), std::make_unique<FunctionMap>(function), 1,
@@ -106,28 +101,30 @@ inline unsigned char modelPixel(const Entry& e, const std::function<int(int, int
     return static_cast<unsigned char>(nSum / 16384);
 }
 
-/** sum * scale in 16.16: groups of four from the start of the row stop at 0 and 255, all else wraps. */
-inline unsigned char modelPack(int i, int n, int nSum, double dGain, int nMask)
-{
-    const int nValue = static_cast<int>(std::floor(nSum * std::trunc(dGain * 65536 / nMask) / 65536));
-    return static_cast<unsigned char>(n >= 8 && i < n / 4 * 4 ? std::clamp(nValue, 0, 255) : nValue);
-}
-
-/** Lowpass and rectification as one sequence of byte writes into a copy of the source's size with a padded stride. */
+/**
+ * Lowpass and rectification as one sequence of byte writes into a copy of the source's size with a padded stride.
+ *
+ * Groups of four from the start of a row stop at 0 and 255, all else wraps. With bPacked rSrc is one lane of four: a
+ * pixel is a group, rows shorter than nearly twice the mask are not summed, and the border is met in all widths.
+ */
 inline std::vector<unsigned char> modelLowpass(const Image<unsigned char>& rSrc, const Warper& rWarper,
-                                               const WarpMapFunc& rMap, double dGain, int nMaskRows, int nMaskCols)
+                                               const WarpMapFunc& rMap, double dGain, int nMaskRows, int nMaskCols,
+                                               bool bPacked)
 {
     const WarperKey& k = rWarper.key();
     const bool bBilinear = k.m_eKernelType == KernelBilinear;
     const int nRows = rSrc.nRows();
     const int nCols = rSrc.nCols();
     const int nStride = (nCols + 31) / 32 * 32;
+    const int nOutCols = nCols - nMaskCols + 1;
+    const int nGrouped = bPacked ? (nOutCols > 1 ? nOutCols : 0) : (nOutCols > 7 ? nOutCols / 4 * 4 : 0);
+    const double dScale = std::trunc(dGain * 65536 / (nMaskRows * nMaskCols));
     const bool bPlain = nMaskRows * nMaskCols == 1 && dGain == 1.0;
     std::vector<unsigned char> tmp(static_cast<std::size_t>(nRows * nStride));
     const auto blacken = [&](int nFirst, int nCount) { std::fill_n(tmp.begin() + nFirst, nCount, 0); };
     const auto takeRow = [&](int nRow) {
         const bool bRim = nRow < nMaskRows / 2 || nRow >= nRows - (nMaskRows - 1) / 2;
-        const int nCursor = nRow * (bBilinear ? nCols : nStride); // the fused form counts columns
+        const int nCursor = nRow * (bBilinear && !bPacked ? nCols : nStride); // the fused form counts columns
         if (bRim) {
             blacken(nCursor, nCols);
         } else {
@@ -135,13 +132,14 @@ inline std::vector<unsigned char> modelLowpass(const Image<unsigned char>& rSrc,
             blacken(nCursor + nCols - (nMaskCols - 1) / 2, (nMaskCols - 1) / 2);
         }
         const int nOut = nRow - (nMaskRows - 1);
-        for (int c = 0; nOut >= 0 && c + nMaskCols <= nCols; ++c) {
+        for (int c = 0; nOut >= 0 && c < nOutCols && !(bPacked && nOutCols < nMaskCols); ++c) {
             int nSum = 0;
             for (int i = 0; i < nMaskRows * nMaskCols; ++i) {
                 nSum += rSrc[nOut + i / nMaskCols][c + i % nMaskCols];
             }
+            const int nValue = static_cast<int>(std::floor(nSum * dScale / 65536));
             tmp[static_cast<std::size_t>((nOut + nMaskRows / 2) * nStride + nMaskCols / 2 + c)] =
-                modelPack(c, nCols - nMaskCols + 1, nSum, dGain, nMaskRows * nMaskCols);
+                static_cast<unsigned char>(c < nGrouped ? std::clamp(nValue, 0, 255) : nValue);
         }
     };
     std::vector<unsigned char> result;

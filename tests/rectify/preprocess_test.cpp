@@ -14,7 +14,7 @@ constexpr int sk_nCols = 48;
 struct Set
 {
     StereoContext context;
-    std::unique_ptr<Camera> apCameras[3] = {camera(1.0), camera(1.25), camera(0.8, sameMap)};
+    std::unique_ptr<Camera> apCameras[3] = {camera(1.0), camera(1.25), camera(0.8)};
 
     Set(StereoProduct eProduct, KestrovaCameraConfiguration eConfiguration,
         std::array<int, 3> cameraOfChannel = {0, 1, 2})
