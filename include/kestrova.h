@@ -17,7 +17,8 @@
  *
  * Errors: functions return a KestrovaError and put results through pointers. An output that a failing function would
  * have filled stays as it was. No function prints, and none throws on a bad argument; only a failed allocation travels
- * as the allocator's exception.
+ * as the allocator's exception. A null KestrovaContext counts as one without an active context; other pointers must not
+ * be null unless a function says what null does.
  *
  * Threads: one thread at a time per KestrovaContext. Different contexts are independent, apart from the three
  * processor switches, which hold for the whole process.
@@ -296,9 +297,10 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* 
  * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer). An error that the
  * last run of the source left is not copied.
  *
- * @param source  handle; must not be null
+ * @param source  handle
  * @param out     set to the new handle, to be released by kestrovaDestroyContext
- * @return KestrovaErrorOk.
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  source is null; *out stays.
  */
 KESTROVA_API KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out);
 
@@ -314,7 +316,7 @@ KESTROVA_API KestrovaError kestrovaDestroyContext(KestrovaContext context);
 /**
  * The serial number of the calibration.
  *
- * @param context  handle with an active context; a null handle is refused only where a function says so
+ * @param context  handle with an active context
  * @param out      filled; must not be null
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context; *out stays.
@@ -367,13 +369,15 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  * size or quality pays for warp tables; see kestrovaSetResolutionAndPrepare.
  *
  * @param context  handle with an active context
- * @param input    the frame; must not be null
+ * @param input    the frame
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext    no active context;
  *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
- *         KestrovaErrorInvalidParameter  rectification is off and the size is not that of kestrovaSetResolution;
+ *         KestrovaErrorInvalidParameter  input is null, a camera in use has no pixels, or rectification is off and the
+ *                                        size is not that of kestrovaSetResolution;
  *         KestrovaErrorSystem            a warp table cannot be built, as under KestrovaRectEnhanced1 and 2;
- *         KestrovaErrorUnknown           a packed frame, and two cameras that are neither pair.
+ *         KestrovaErrorUnknown           a camera in use sits on no channel, or a packed frame comes with two cameras
+ *                                        that are neither pair.
  *         After the last two the images hold parts of this frame; after the others they are as before.
  */
 KESTROVA_API KestrovaError kestrovaPreprocess(KestrovaContext context, KestrovaInput* input);
@@ -394,8 +398,9 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
- *         KestrovaErrorNotImplemented  the configuration is neither the horizontal nor the wide pair, or the
- * calibration asks for StereoQuality Enhanced and subpixel interpolation is on: neither has arrived in this version;
+ *         KestrovaErrorNotImplemented  neither the horizontal nor the wide pair is configured, or the calibration asks
+ *                                      for StereoQuality Enhanced and subpixel interpolation is on: their correlators
+ *                                      have not arrived in this version;
  *         KestrovaErrorInvalidRequest  the images were not preprocessed.
  *
  * A failed run leaves its error behind: this function and kestrovaGetImage return it again, without doing anything,

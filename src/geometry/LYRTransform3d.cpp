@@ -68,7 +68,8 @@ void LYRTransform3d::unsetMatrix()
     const auto m = [this](int nRow, int nCol) { return m_adMatrix[4 * nRow + nCol]; };
     m_dRotY = std::atan2(-m(2, 0), std::sqrt(m(0, 0) * m(0, 0) + m(1, 0) * m(1, 0)));
     if (m_dRotY == sk_dQuarterTurn || m_dRotY == -sk_dQuarterTurn) {
-        // Gimbal lock: X and Z turn about the same axis, and all of it is given to X.
+        // Gimbal lock: X and Z turn about the same axis, and all of it is given to X. The formula is that of the
+        // upper lock by our decision: after the lower one the parameters, and so a copy, turn the other way about X.
         m_dRotX = std::atan2(m(0, 1), m(1, 1));
         m_dRotZ = 0;
     } else if (m_dRotY > -sk_dQuarterTurn && m_dRotY < sk_dQuarterTurn) {

@@ -15,7 +15,8 @@ void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* 
 /**
  * Scores of a further disparity, merged into best and label. With bSubpixel before, after and last are kept as
  * well, and last receives the new scores; without it these three are not touched. Does nothing if K is below 1, views
- * is null or m is 0; views 0 and 1 are compared in any case. Disparities come in ascending order: a tie keeps the lower one.
+ * is null or m is 0; views 0 and 1 are compared in any case. Disparities come in ascending order: a tie keeps the lower
+ * one.
  */
 void stereoStep(Image<unsigned short>& rBest, Image<unsigned char>& rLabel, Image<unsigned short>& rBefore,
                 Image<unsigned short>& rAfter, Image<unsigned short>& rLast, const Image<unsigned char>* pViews, int K,

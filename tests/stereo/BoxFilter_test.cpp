@@ -6,6 +6,8 @@
 #include "stereo/processor.h"
 #include "support/rows.h"
 
+#include <gtest/gtest.h>
+
 using namespace kestrova;
 using support::pixelsOf;
 using support::seededImage;

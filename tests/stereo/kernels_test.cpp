@@ -6,6 +6,7 @@
 #include "support/rows.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 
 using namespace kestrova;
 using support::GuardedRow;
@@ -41,17 +42,6 @@ void expectRow(GuardedRow<T>& rRow, const std::vector<T>& rExpected, const char*
 {
     EXPECT_EQ(rRow.values(), rExpected) << pszWhat;
     EXPECT_TRUE(rRow.intact()) << pszWhat << " written outside";
-}
-
-void checkAbsDiff(const Trial& t)
-{
-    auto out = t.row<U8>(0), a = t.row<U8>(1), b = t.row<U8>(2);
-    std::vector<U8> expected = out.values();
-    for (int i = 0; i < t.m_n; ++i) {
-        expected[i] = static_cast<U8>(std::max(a.data()[i], b.data()[i]) - std::min(a.data()[i], b.data()[i]));
-    }
-    t.m_rForm.abs_diff(out.data(), a.data(), b.data(), t.m_n);
-    expectRow(out, expected);
 }
 
 template<auto pKernel, auto model>
@@ -111,6 +101,9 @@ void checkRowInRowOut(const Trial& t)
 
 void checkChannelSums(const Trial& t)
 {
+    if (t.m_n < 0) {
+        return; // its count is unsigned
+    }
     for (const int w : {0, 1, 2, 3, 7, 260}) { // 260 pixels of 255 pass 65535
         auto in = t.row<U8>(1, 3 * t.m_n + 4 * (w - 1));
         auto out = t.row<U16>(0, 3 * t.m_n);
@@ -212,19 +205,17 @@ TEST_P(Kernels, MatchTheirModelsAtEveryLengthAndAlignment)
 {
     for (const KernelForm* pForm : kernelForms()) {
         for (int nOffset = 0; nOffset < 32; ++nOffset) {
-            for (const int nLongest = 49; const int n : {-1, 333}) { // and one row of many groups
-                for (int nLength = n; nLength <= std::max(n, nLongest); ++nLength) {
-                    const auto uSeed = static_cast<unsigned>(97 * nOffset + nLength + 1);
-                    GetParam().m_pCheck({*pForm, nOffset, std::max(nLength, 0), uSeed});
-                    ASSERT_FALSE(HasFailure()) << pForm->m_pszName << ", offset " << nOffset << ", n " << nLength;
-                }
+            for (int i = -1; i <= 50; ++i) {
+                const int n = i < 50 ? i : 333; // a row of many groups comes last
+                GetParam().m_pCheck({*pForm, nOffset, n, static_cast<unsigned>(97 * nOffset + n + 1)});
+                ASSERT_FALSE(HasFailure()) << pForm->m_pszName << ", offset " << nOffset << ", n " << n;
             }
         }
     }
 }
 
 const Case sk_aCases[] = {
-    {"abs_diff", checkAbsDiff},
+    {"abs_diff", checkAccumulation<&KernelForm::abs_diff, models::difference>},
     {"acc_abs_diff", checkAccumulation<&KernelForm::acc_abs_diff, models::accumulated>},
     {"acc_abs_diff_over2", checkAccumulation<&KernelForm::acc_abs_diff_over2, models::averaged>},
     {"row_add_copy16", checkRowAddAndCopy},
@@ -244,34 +235,29 @@ TEST(KernelEntries, KnownPixels)
 {
     alignas(16) U16 anBest[8];
     U8 aLabels[8];
-    const U16 anScores[8] = {9, 9, 9, 9, 9, 9, 9, 9};
-    const U8 aDifference[17] = {100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100};
-    const U8 aBlack[17] = {};
     const auto labelsOf = [&](bool bSSE2, int n) {
         std::fill_n(anBest, 8, U16{10});
         std::fill_n(aLabels, 8, U8{1});
-        stereo_min(anBest, aLabels, anScores, 5, n, bSSE2);
+        stereo_min(anBest, aLabels, std::vector<U16>(8, 9).data(), 5, n, bSSE2);
         return std::vector<U8>(aLabels, aLabels + 8);
     };
     EXPECT_EQ(labelsOf(true, 8), (std::vector<U8>{5, 5, 5, 5, 0, 0, 0, 0}));
     EXPECT_EQ(labelsOf(false, 8), std::vector<U8>(8, 5));
     EXPECT_EQ(labelsOf(true, 7), (std::vector<U8>{5, 5, 5, 5, 5, 5, 5, 1}));
 
-    alignas(16) U8 aAcc[17];
-    std::fill_n(aAcc, 17, U8{200});
-    acc_abs_diff(aAcc, aDifference, aBlack, 17);
-    EXPECT_EQ(aAcc[15], 255);
-    EXPECT_EQ(aAcc[16], 44);
-    std::fill_n(aAcc, 17, U8{200});
-    acc_abs_diff_over2(aAcc, aBlack, aDifference, 17);
-    EXPECT_EQ(aAcc[15], 127);
-    EXPECT_EQ(aAcc[16], 150);
+    alignas(16) U8 aAdded[17], aAveraged[17];
+    std::fill_n(aAdded, 17, U8{200});
+    std::fill_n(aAveraged, 17, U8{200});
+    acc_abs_diff(aAdded, std::vector<U8>(17, 100).data(), std::vector<U8>(17, 0).data(), 17);
+    acc_abs_diff_over2(aAveraged, std::vector<U8>(17, 0).data(), std::vector<U8>(17, 100).data(), 17);
+    EXPECT_EQ(std::vector<int>({aAdded[15], aAdded[16], aAveraged[15], aAveraged[16]}),
+              std::vector<int>({255, 44, 127, 150}));
 
     alignas(16) const U16 anSums[9] = {300, 300, 300, 300, 300, 300, 300, 300, 300};
     U8 aPacked[9];
     row_pack_op(aPacked, 9, anSums, 65536);
     EXPECT_EQ(aPacked[7], 255);
-    EXPECT_EQ(aPacked[8], 300 - 256);
+    EXPECT_EQ(aPacked[8], 44);
 
     U8 aFilled[3] = {1, 2, 3};
     LYRMemsetMMX(aFilled, 0x1FF, 2);

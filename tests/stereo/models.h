@@ -23,6 +23,11 @@ inline bool inHighLane(const std::uint16_t* pBest, int i, int n, bool bSSE2)
     return bSSE2 && inWholeBlock(pBest, i, n, 16, 8) && reinterpret_cast<std::uintptr_t>(pBest + i) % 16 >= 8;
 }
 
+inline std::uint8_t difference(const std::uint8_t*, int, int, int nDifference)
+{
+    return static_cast<std::uint8_t>(nDifference);
+}
+
 inline std::uint8_t accumulated(const std::uint8_t* pAcc, int i, int n, int nDifference)
 {
     const int nSum = pAcc[i] + nDifference;

@@ -7,8 +7,6 @@
 
 #include "image/Image.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -17,21 +15,8 @@
 #include <memory>
 #include <new>
 #include <random>
+#include <sanitizer/asan_interface.h> // its macros do nothing in other builds
 #include <vector>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define KESTROVA_TEST_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KESTROVA_TEST_ASAN 1
-#endif
-#endif
-#ifdef KESTROVA_TEST_ASAN
-#include <sanitizer/asan_interface.h>
-#else
-#define ASAN_POISON_MEMORY_REGION(p, n) (static_cast<void>(p), static_cast<void>(n))
-#define ASAN_UNPOISON_MEMORY_REGION(p, n) (static_cast<void>(p), static_cast<void>(n))
-#endif
 
 namespace support {
 

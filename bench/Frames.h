@@ -1,0 +1,18 @@
+// A synthetic rectified pair: a slanted textured plane with a little noise, the same for every run.
+#pragma once
+
+#include <opencv2/core.hpp>
+
+namespace bench {
+
+struct Frames
+{
+    cv::Mat m_right;     // 8-bit, the reference
+    cv::Mat m_left;      // 8-bit
+    cv::Mat m_disparity; // float, pixels, at the right image's pixels
+};
+
+/** Disparity runs from a quarter to three quarters of nDisparities, down the rows and across the columns. */
+Frames makeFrames(int nRows, int nCols, int nDisparities);
+
+} // namespace bench

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the program and runs the main job.
+#
+#   scripts/demo.sh [OPTIONS OF kestrova demo]   renders a scene, calibrates, matches, compares with the truth
+#   scripts/demo.sh --photos                     a real pair of photographs, beside a block matcher
+#
+# Pictures and clouds go to demo-out/ (or where --out says).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh build
+cmake --preset release -B build/demo -DKESTROVA_BUILD_TESTS=OFF -DKESTROVA_BUILD_BENCH=OFF >/dev/null
+cmake --build build/demo -j "$(nproc)" --target kestrova_cli
+program=build/demo/apps/kestrova/kestrova
+
+# Prints the folder that holds the photographs. Slim systems drop documentation as they install a package, so the
+# package is unpacked by hand when its files are not there.
+photo_folder() {
+  local installed=/usr/share/doc/opencv-doc/examples/data unpacked=build/photos
+  scripts/install-deps.sh photos >&2
+  if [ -e "$installed/aloeL.jpg" ]; then
+    echo "$installed"
+    return
+  fi
+  if [ ! -e "$unpacked$installed/aloeL.jpg" ]; then
+    mkdir -p "$unpacked"
+    (cd "$unpacked" && apt-get download opencv-doc && dpkg-deb -x opencv-doc_*.deb .) >&2
+  fi
+  echo "$unpacked$installed"
+}
+
+run_photos() {
+  local data out=demo-out/photos
+  data=$(photo_folder)
+  for threshold in 0.5 1.0; do
+    echo
+    echo "== uniqueness threshold $threshold =="
+    "$program" run --rectified --resize 640x480 --right "$data/aloeR.jpg" --left "$data/aloeL.jpg" \
+      --truth "$data/aloeGT.png" --truth-view left --compare-bm --uniqueness-threshold "$threshold" \
+      --out "$out/uniqueness-$threshold"
+  done
+}
+
+if [ "${1:-}" = --photos ]; then
+  run_photos
+else
+  "$program" demo --out demo-out "$@"
+fi

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a job needs, and only those that are missing.
+#
+#   scripts/install-deps.sh [build] [test] [ci] [photos]     default: build test
+set -euo pipefail
+
+declare -A groups=(
+  [build]="g++ cmake ninja-build libboost-thread-dev libcli11-dev libopencv-dev"
+  [test]="libgtest-dev libgmock-dev libbenchmark-dev"
+  [ci]="clang libclang-rt-14-dev clang-format-14"
+  [photos]="opencv-doc"
+)
+
+[ $# -gt 0 ] || set -- build test
+missing=()
+for group in "$@"; do
+  if [ -z "${groups[$group]:-}" ]; then
+    echo "install-deps.sh: no such group: $group (known: build, test, ci, photos)" >&2
+    exit 1
+  fi
+  for package in ${groups[$group]}; do
+    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing+=("$package")
+  done
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    echo "install-deps.sh: neither root nor sudo; please install: ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! { "${as_root[@]}" apt-get update && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+       apt-get install -y --no-install-recommends "${missing[@]}"; } </dev/null >"$log" 2>&1; then
+  tail -n 20 "$log" >&2
+  echo "install-deps.sh: apt-get failed" >&2
+  exit 1
+fi
