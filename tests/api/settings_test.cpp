@@ -199,20 +199,6 @@ TEST(Settings, DerivedValuesFollowResolutionAndRange)
 
 TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
 {
-    struct Case
-    {
-        KestrovaCamera eCamera;
-        double x, y;
-        KestrovaError eSet, eGet;
-    };
-    const Case aCases[] = {
-        {KestrovaCamRight, 1.0, -1.0, KestrovaErrorOk, KestrovaErrorOk},
-        {KestrovaCamLeft, 0.25, 0.5, KestrovaErrorOk, KestrovaErrorOk},
-        {KestrovaCamReference, 1.5, 0, KestrovaErrorInvalidRequest, KestrovaErrorOk},
-        {KestrovaCamReference, 0, -1.5, KestrovaErrorInvalidRequest, KestrovaErrorOk},
-        {KestrovaCamTop, 0, 0, KestrovaErrorInvalidCamera, KestrovaErrorInvalidCamera},
-        {KestrovaCamColor, 9, 9, KestrovaErrorInvalidCamera, KestrovaErrorInvalidCamera},
-    };
     using Set = KestrovaError (*)(KestrovaContext, KestrovaCamera, double, double);
     using Get = KestrovaError (*)(KestrovaContext, KestrovaCamera, double*, double*);
     const std::pair<Set, Get> aSides[] = {{kestrovaSetRectAdjustment, kestrovaGetRectAdjustment},
@@ -221,17 +207,22 @@ TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
     for (const auto& [set, get] : aSides) {
         double x = 7;
         double y = 7;
-        EXPECT_EQ(get(handle.get(), KestrovaCamRight, &x, &y), KestrovaErrorOk); // the other side left it alone
-        EXPECT_EQ(std::pair(x, y), std::pair(0.0, 0.0));
-        for (const Case& rCase : aCases) {
-            EXPECT_EQ(set(handle.get(), rCase.eCamera, rCase.x, rCase.y), rCase.eSet) << rCase.eCamera;
-            EXPECT_EQ(get(handle.get(), rCase.eCamera, &x, &y), rCase.eGet) << rCase.eCamera;
-            if (rCase.eSet == KestrovaErrorOk) {
-                EXPECT_EQ(std::pair(x, y), std::pair(rCase.x, rCase.y));
-            }
+        const auto expectRead = [&, pfnGet = get](KestrovaCamera eCamera, double dX, double dY) {
+            EXPECT_EQ(pfnGet(handle.get(), eCamera, &x, &y), KestrovaErrorOk);
+            EXPECT_EQ(std::pair(x, y), std::pair(dX, dY)) << eCamera;
+        };
+        expectRead(KestrovaCamRight, 0, 0); // setting the other side left this one alone
+        EXPECT_EQ(set(handle.get(), KestrovaCamRight, 1.0, -1.0), KestrovaErrorOk);
+        EXPECT_EQ(set(handle.get(), KestrovaCamLeft, 0.25, 0.5), KestrovaErrorOk);
+        EXPECT_EQ(set(handle.get(), KestrovaCamReference, 1.5, 0), KestrovaErrorInvalidRequest);
+        EXPECT_EQ(set(handle.get(), KestrovaCamReference, 0, -1.5), KestrovaErrorInvalidRequest);
+        expectRead(KestrovaCamReference, 1.0, -1.0);
+        expectRead(KestrovaCamLeft, 0.25, 0.5);
+        for (const KestrovaCamera eNone : {KestrovaCamTop, KestrovaCamColor}) { // before the values are looked at
+            EXPECT_EQ(set(handle.get(), eNone, 9, 9), KestrovaErrorInvalidCamera);
+            EXPECT_EQ(get(handle.get(), eNone, &x, &y), KestrovaErrorInvalidCamera);
         }
-        EXPECT_EQ(get(handle.get(), KestrovaCamReference, &x, &y), KestrovaErrorOk); // refused values left it
-        EXPECT_EQ(std::pair(x, y), std::pair(1.0, -1.0));
+        EXPECT_EQ(std::pair(x, y), std::pair(0.25, 0.5));
         EXPECT_EQ(set(nullptr, KestrovaCamRight, 9, 9), KestrovaErrorInvalidContext);
     }
 }
