@@ -32,7 +32,8 @@ class exception_guard : private boost::noncopyable
 {
 public:
     explicit exception_guard(const pool_function& rOnException) : m_onException(rOnException) {}
-    ~exception_guard()
+    // If the replacement cannot be started either, the process ends: a pool that lost its threads would hang its users.
+    ~exception_guard() // NOLINT(bugprone-exception-escape)
     {
         if (m_bArmed) {
             m_onException();

@@ -1,6 +1,6 @@
 // Packed frames taken apart into 8-bit planes. A packed frame carries one camera per channel.
 //
-// Nothing is read or written outside the pixels told here, so both sides may lie in memory of a caller.
+// Nothing is read or written outside the pixels named here, so both sides may lie in memory of a caller.
 #pragma once
 
 #include "image/Image.h"

@@ -150,7 +150,7 @@ TEST(StereoContext, CopiesSharePixelsAndCalibrationAndLeaveTheRestBehind)
         EXPECT_EQ(p->productName(), pSource->productName()) << "the same pointer";
         EXPECT_TRUE(p->m_nStereoMaskSize == 11 && p->m_eKernelType == KernelSinc && p->m_bEnhancedStereo);
         EXPECT_TRUE(p->m_aROIs[99].m_nCols == 4 && p->m_dBaseline == 0.12 && p->m_anCameraOfChannel[1] == 2);
-        EXPECT_EQ(p->m_skewingTransform.rZ(), 0.0);
+        EXPECT_TRUE(p->m_skewingTransform.rZ() == 0 && p->m_unskewingTransform.elementAt(2, 2) == 1);
         EXPECT_NE(p->m_preprocessSnapshot.m_eSavedKernelType, KernelSinc);
     }
     EXPECT_EQ(copy.m_cameraToWorld.elementAt(0, 3), 0.0);

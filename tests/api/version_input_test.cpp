@@ -75,11 +75,11 @@ TEST(Input, DestroyFreesWhatItSays)
         EXPECT_EQ(input.pPlane0, &nNotFromHeap);
     }
     void* pPixels = std::malloc(16);
-    KestrovaInput packed{1, 0, 0, 2, 2, 8, pPixels, &nNotFromHeap, &nNotFromHeap};
+    KestrovaInput packed{1, 0, 0, 1, 1, 8, pPixels, &nNotFromHeap, &nNotFromHeap};
     EXPECT_EQ(kestrovaDestroyInput(&packed), KestrovaErrorOk);
     EXPECT_EQ(packed.pPlane1, &nNotFromHeap) << "the record stays as it is";
 
-    KestrovaInput planes{2, 0, 0, 2, 2, 2, std::malloc(4), std::malloc(4), nullptr};
+    KestrovaInput planes{2, 0, 0, 1, 1, 2, std::malloc(4), std::malloc(4), nullptr};
     EXPECT_EQ(kestrovaDestroyInput(&planes), KestrovaErrorOk);
     EXPECT_TRUE(planes.pPlane0 == nullptr && planes.pPlane1 == nullptr);
     KestrovaInput third{2, 0, 0, 2, 2, 2, nullptr, nullptr, &nNotFromHeap};

@@ -9,6 +9,7 @@
 #include <limits>
 #include <numbers>
 #include <string>
+#include <unistd.h>
 
 using namespace kestrova;
 
@@ -70,7 +71,7 @@ void expectMatrix(LYRTransform3d transform, const Matrix& rExpected, const char*
 
 std::string tempName(const char* pszStem)
 {
-    return testing::TempDir() + "kestrova_" + pszStem;
+    return testing::TempDir() + "kestrova_" + std::to_string(::getpid()) + "_" + pszStem;
 }
 
 bool readText(LYRTransform3d& rTransform, const std::string& rText)
@@ -233,11 +234,7 @@ TEST(LYRTransform3dFile, WritesSixLinesAndReadsThemBack)
     std::remove((name + ".trans").c_str());
     EXPECT_FALSE(back.read(name.c_str()));
     EXPECT_FALSE(back.write("/no such folder/pose"));
-    // A name that keeps opening, the longest and one byte above: "/./" may be repeated.
-    std::string longName = testing::TempDir();
-    while (longName.size() < 185) {
-        longName += "./";
-    }
+    std::string longName = tempName("long"); // the longest path, 199 bytes, and one byte more
     longName.resize(193, 'p');
     EXPECT_TRUE(back.write(longName.c_str()));
     std::remove((longName + ".trans").c_str());

@@ -95,31 +95,6 @@ TEST(ExecutorPool, RunsOnAllThreadsAtOnceAndSaysSo)
     EXPECT_EQ(nDone, 3);
 }
 
-TEST(ExecutorPool, GivesEachWorkerACopyThatSharesPixels)
-{
-    Frame frame(8);
-    frame.context.m_nStereoMaskSize = 11;
-    frame.context.m_disparityImage = Image<unsigned char>(8, 4);
-    frame.context.m_disparityImage.init(0);
-    ExecutorPool pool(4);
-    pool.execute(
-        [](StereoContext& rWorker, StereoContext& rMain, boost::mutex&) {
-            EXPECT_EQ(rWorker.m_nStereoMaskSize, 11);
-            EXPECT_TRUE(rWorker.m_disparityImage.overlap(rMain.m_disparityImage));
-            const KestrovaROI& rROI = rWorker.m_aROIs[0];
-            rWorker.m_disparityImage.region(rROI.m_nRowOffset, 0, rROI.m_nRows, 4)
-                .init(static_cast<unsigned char>(1 + rROI.m_nRowOffset));
-            rWorker.m_nStereoMaskSize = 3;
-            return 0;
-        },
-        frame.context);
-    for (int nRow = 0; nRow < 8; ++nRow) {
-        EXPECT_EQ(frame.context.m_disparityImage[nRow][3], 1 + nRow / 2 * 2) << nRow;
-    }
-    EXPECT_EQ(frame.context.m_nStereoMaskSize, 11);
-    EXPECT_EQ(frame.context.m_nROICount, 0);
-}
-
 TEST(ExecutorPool, LeavesOutSlicesWithoutRegions)
 {
     Frame frame(100);

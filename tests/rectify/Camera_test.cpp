@@ -90,12 +90,10 @@ TEST(Camera, AdjustmentsReachBothMapsAndDropTheWarpers)
     EXPECT_EQ(mapAdjustments(assigned), expected);
     EXPECT_EQ(assigned.gain(), 1.0);
     EXPECT_EQ(assigned.warpers().count(), 0);
-    double dX = 0;
-    double dY = 0;
-    assigned.getRawAdjustment(&dX, &dY);
-    EXPECT_EQ(std::pair(dX, dY), std::pair(0.25, 0.5));
-    assigned.getRectifiedAdjustment(&dX, &dY);
-    EXPECT_EQ(std::pair(dX, dY), std::pair(1.0, -1.0));
+    Values v(4);
+    assigned.getRawAdjustment(&v[0], &v[1]);
+    assigned.getRectifiedAdjustment(&v[2], &v[3]);
+    EXPECT_EQ(v, (Values{0.25, 0.5, 1, -1}));
 }
 
 TEST(ContextWarpers, FurrowShiftMovesTheRightAxisOfTheRightCamera)

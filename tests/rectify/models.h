@@ -13,6 +13,8 @@
 
 namespace kestrova::test {
 
+using Bytes = std::vector<unsigned char>;
+using support::GuardedRow;
 using support::pixelsOf;
 using support::seededImage;
 
@@ -107,9 +109,8 @@ inline unsigned char modelPixel(const Entry& e, const std::function<int(int, int
  * Groups of four from the start of a row stop at 0 and 255, all else wraps. With bPacked rSrc is one lane of four: a
  * pixel is a group, rows shorter than nearly twice the mask are not summed, and the border is met in all widths.
  */
-inline std::vector<unsigned char> modelLowpass(const Image<unsigned char>& rSrc, const Warper& rWarper,
-                                               const WarpMapFunc& rMap, double dGain, int nMaskRows, int nMaskCols,
-                                               bool bPacked)
+inline Bytes modelLowpass(const Image<unsigned char>& rSrc, const Warper& rWarper, const WarpMapFunc& rMap,
+                          double dGain, int nMaskRows, int nMaskCols, bool bPacked)
 {
     const WarperKey& k = rWarper.key();
     const bool bBilinear = k.m_eKernelType == KernelBilinear;
@@ -120,7 +121,7 @@ inline std::vector<unsigned char> modelLowpass(const Image<unsigned char>& rSrc,
     const int nGrouped = bPacked ? (nOutCols > 1 ? nOutCols : 0) : (nOutCols > 7 ? nOutCols / 4 * 4 : 0);
     const double dScale = std::trunc(dGain * 65536 / (nMaskRows * nMaskCols));
     const bool bPlain = nMaskRows * nMaskCols == 1 && dGain == 1.0;
-    std::vector<unsigned char> tmp(static_cast<std::size_t>(nRows * nStride));
+    Bytes tmp(static_cast<std::size_t>(nRows * nStride));
     const auto blacken = [&](int nFirst, int nCount) { std::fill_n(tmp.begin() + nFirst, nCount, 0); };
     const auto takeRow = [&](int nRow) {
         const bool bRim = nRow < nMaskRows / 2 || nRow >= nRows - (nMaskRows - 1) / 2;
@@ -142,7 +143,7 @@ inline std::vector<unsigned char> modelLowpass(const Image<unsigned char>& rSrc,
                 static_cast<unsigned char>(c < nGrouped ? std::clamp(nValue, 0, 255) : nValue);
         }
     };
-    std::vector<unsigned char> result;
+    Bytes result;
     int nTaken = 0;
     for (int r = 0; r < k.m_nDestinationRows; ++r) {
         std::vector<Entry> entries;
@@ -179,7 +180,7 @@ public:
     [[nodiscard]] T* data() { return m_image.data(); }
 
 private:
-    support::GuardedRow<unsigned char> m_memory;
+    GuardedRow<unsigned char> m_memory;
     Image<T> m_image;
 };
 

@@ -36,13 +36,14 @@ struct Set
             context.m_apCameras[static_cast<std::size_t>(i)] = apCameras[i].get();
         }
     }
+    KestrovaError run(const KestrovaInput& rInput) { return standardKestrovaPreprocess(&context, &rInput); }
 };
 
 /** The same pixels as a packed frame and as three planes; neither has a byte behind the last pixel of a packed row. */
 struct Frame
 {
     LentImage<Pixel8x4> packed;
-    std::vector<unsigned char> aPlanes[3];
+    Bytes aPlanes[3];
     int nRowInc;
 
     Frame(int nRows, int nCols, int nPadding, unsigned uSeed)
@@ -67,7 +68,7 @@ private:
     }
 };
 
-std::vector<unsigned char> results(const StereoContext& rContext, int nCamera)
+Bytes results(const StereoContext& rContext, int nCamera)
 {
     auto all = pixelsOf(rContext.m_rectifiedImages[nCamera]);
     const auto edges = pixelsOf(rContext.m_edgeImages[nCamera]);
@@ -102,17 +103,14 @@ TEST(Preprocess, PackedAndPlanesGiveTheSameImagesOfTheCamerasInUse)
         for (Set* pSet : {&packed, &planes}) {
             pSet->context.m_bLowpass = c.bLowpass;
             pSet->context.m_eKernelType = c.eKernelType;
-            const KestrovaInput input = pSet == &packed ? frame.packedInput() : frame.planeInput();
-            ASSERT_EQ(standardKestrovaPreprocess(&pSet->context, &input), KestrovaErrorOk);
+            ASSERT_EQ(pSet->run(pSet == &packed ? frame.packedInput() : frame.planeInput()), KestrovaErrorOk);
         }
         for (int nCamera = 0; nCamera < packed.context.m_nCameraCount; ++nCamera) {
             const auto uCamera = static_cast<std::size_t>(nCamera);
             ASSERT_EQ(results(packed.context, nCamera), results(planes.context, nCamera)) << nCamera;
             if (!c.required[uCamera]) {
-                const auto uSize = static_cast<std::size_t>(sk_nRows * sk_nCols);
-                ASSERT_EQ(pixelsOf(packed.context.m_rawImages[nCamera]), std::vector<unsigned char>(uSize))
-                    << "unpacked, not in use";
-                ASSERT_EQ(results(packed.context, nCamera), std::vector<unsigned char>(2 * 18 * 24)) << nCamera;
+                ASSERT_EQ(pixelsOf(packed.context.m_rawImages[nCamera]), Bytes(sk_nRows * sk_nCols)) << nCamera;
+                ASSERT_EQ(results(packed.context, nCamera), Bytes(2 * 18 * 24)) << nCamera;
                 continue;
             }
             // Against the steps done by hand on the plane that carries this camera.
@@ -150,8 +148,7 @@ TEST(Preprocess, PaddingIsCutByChannelNumber)
             set.context.m_bRectify = bRectify;
             set.context.m_nRows = bRectify ? 18 : sk_nRows;
             set.context.m_nCols = bRectify ? 24 : sk_nCols;
-            const KestrovaInput input = frame.planeInput();
-            ASSERT_EQ(standardKestrovaPreprocess(&set.context, &input), KestrovaErrorOk);
+            ASSERT_EQ(set.run(frame.planeInput()), KestrovaErrorOk);
             for (int nCamera = 0; nCamera < set.context.m_nCameraCount; ++nCamera) {
                 EXPECT_EQ(set.context.m_rawImages[nCamera].nCols(), c.rawCols[static_cast<std::size_t>(nCamera)])
                     << nCamera;
@@ -166,13 +163,12 @@ TEST(Preprocess, WithoutRectificationPixelsAreCopiedAsTheyAre)
     Set set(ProductHalvorine, KestrovaCfg3CameraL);
     set.context.m_bRectify = false;
     set.context.m_bEdgeCorrelation = false;
-    const KestrovaInput input = frame.packedInput();
-    ASSERT_EQ(standardKestrovaPreprocess(&set.context, &input), KestrovaErrorOk);
+    ASSERT_EQ(set.run(frame.packedInput()), KestrovaErrorOk);
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(pixelsOf(set.context.m_rectifiedImages[i]), pixelsOf(set.context.m_rawImages[i]))
             << "gain or lowpass applied";
         EXPECT_NE(set.context.m_rectifiedImages[i].data(), set.context.m_rawImages[i].data());
-        EXPECT_EQ(pixelsOf(set.context.m_edgeImages[i]), std::vector<unsigned char>(18 * 24)) << "edges not asked for";
+        EXPECT_EQ(pixelsOf(set.context.m_edgeImages[i]), Bytes(18 * 24)) << "edges not asked for";
         EXPECT_EQ(set.apCameras[i]->warpers().count(), 0);
     }
 }
@@ -181,29 +177,28 @@ TEST(Preprocess, LaterFramesReuseWarpersAndStorageButNotTheCallersPlanes)
 {
     Set set(ProductPemberlow, KestrovaCfg2CameraHorizontal);
     StereoContext& rContext = set.context;
-    const auto run = [&](KestrovaInput input) { return standardKestrovaPreprocess(&rContext, &input); };
     Frame frame(sk_nRows, sk_nCols, 0, 37);
-    ASSERT_EQ(run(frame.packedInput()), KestrovaErrorOk);
+    ASSERT_EQ(set.run(frame.packedInput()), KestrovaErrorOk);
     const int nWarpers = set.apCameras[1]->warpers().count();
     const auto first = results(rContext, 1);
     const void* const apKept[] = {rContext.m_rawImages[0].data(), rContext.m_rectifiedImages[0].data(),
                                   rContext.m_edgeImages[0].data()};
-    ASSERT_EQ(run(frame.packedInput()), KestrovaErrorOk);
+    ASSERT_EQ(set.run(frame.packedInput()), KestrovaErrorOk);
     EXPECT_EQ(results(rContext, 1), first);
     EXPECT_EQ(set.apCameras[1]->warpers().count(), nWarpers);
     EXPECT_EQ(rContext.m_rawImages[0].data(), apKept[0]);
     EXPECT_EQ(rContext.m_rectifiedImages[0].data(), apKept[1]);
     EXPECT_EQ(rContext.m_edgeImages[0].data(), apKept[2]);
 
-    ASSERT_EQ(run(frame.planeInput()), KestrovaErrorOk);
+    ASSERT_EQ(set.run(frame.planeInput()), KestrovaErrorOk);
     const auto before = frame.aPlanes[0];
     Frame other(sk_nRows, sk_nCols, 0, 38);
-    ASSERT_EQ(run(other.packedInput()), KestrovaErrorOk);
+    ASSERT_EQ(set.run(other.packedInput()), KestrovaErrorOk);
     EXPECT_EQ(frame.aPlanes[0], before) << "a packed frame was unpacked into planes of the frame before";
     // A buffer that the caller set as raw image is meant to be written.
-    std::vector<unsigned char> buffer(sk_nRows * sk_nCols);
+    Bytes buffer(sk_nRows * sk_nCols);
     rContext.m_rawImages[0] = Image<unsigned char>(sk_nRows, sk_nCols, buffer.data());
-    ASSERT_EQ(run(other.packedInput()), KestrovaErrorOk);
+    ASSERT_EQ(set.run(other.packedInput()), KestrovaErrorOk);
     EXPECT_EQ(buffer, other.aPlanes[0]);
 
     // A furrow context makes the shifted image of the left camera only.
@@ -211,7 +206,7 @@ TEST(Preprocess, LaterFramesReuseWarpersAndStorageButNotTheCallersPlanes)
     rContext.m_bIsFurrowContext = true;
     rContext.m_nFurrowOffset = 50;
     Frame small(10, 30, 2, 39);
-    ASSERT_EQ(run(small.packedInput()), KestrovaErrorOk);
+    ASSERT_EQ(set.run(small.packedInput()), KestrovaErrorOk);
     EXPECT_EQ(rContext.m_nSourceRows, 10);
     EXPECT_EQ(rContext.m_nSourceCols, 30);
     EXPECT_EQ(rContext.m_rawImages[1].size(), (ImageDim{10, 30}));
@@ -244,7 +239,7 @@ TEST(Preprocess, ErrorsComeInOrderAndTheFirstOnesChangeNothing)
         set.context.m_bRectify = b.bRectify;
         void* const pPixels = b.bPixels ? frame.packed.data() : nullptr;
         const KestrovaInput input{b.nType, 0, 0, b.nRows, b.nCols, b.nRowInc, pPixels, pPixels, pPixels};
-        EXPECT_EQ(standardKestrovaPreprocess(&set.context, &input), b.eError) << &b - aInputs;
+        EXPECT_EQ(set.run(input), b.eError) << &b - aInputs;
         EXPECT_EQ(set.context.m_nSourceRows, 0) << &b - aInputs;
         EXPECT_EQ(set.context.m_preprocessSnapshot.m_nSavedEdgeMaskSize, 0) << &b - aInputs;
     }
@@ -267,8 +262,7 @@ TEST(Preprocess, ErrorsComeInOrderAndTheFirstOnesChangeNothing)
     for (const BadContext& b : aContexts) {
         Set set(ProductPemberlow, b.eConfiguration, b.cameraOfChannel);
         set.context.m_eKernelType = b.eKernelType;
-        const KestrovaInput input = b.bPacked ? frame.packedInput() : frame.planeInput();
-        EXPECT_EQ(standardKestrovaPreprocess(&set.context, &input), b.eError) << &b - aContexts;
+        EXPECT_EQ(set.run(b.bPacked ? frame.packedInput() : frame.planeInput()), b.eError) << &b - aContexts;
         EXPECT_EQ(set.context.m_nSourceRows, sk_nRows) << &b - aContexts;
         EXPECT_EQ(set.context.m_preprocessSnapshot.m_nSavedEdgeMaskSize, 7) << &b - aContexts;
     }

@@ -155,6 +155,14 @@ private:
     }
 };
 
+inline std::string replaced(std::string text, const std::string& rFrom, const std::string& rTo)
+{
+    for (std::size_t u = 0; (u = text.find(rFrom, u)) != std::string::npos; u += rTo.size()) {
+        text.replace(u, rFrom.size(), rTo);
+    }
+    return text;
+}
+
 /** A file that lives as long as the object, with a name of its own per process and object. */
 class TempFile
 {
