@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
@@ -193,6 +194,46 @@ static OutlineCamera readCamera(const Block& rBlock, const std::vector<Block>& r
     return camera;
 }
 
+struct ProductRow
+{
+    const char* m_pszName;
+    std::vector<cv::Vec3i> m_positions; // cameras that it must have
+};
+
+static const std::vector<ProductRow>& products()
+{
+    static const std::vector<cv::Vec3i> s_three{{0, 0, 0}, {0, -1, 0}, {-1, 0, 0}};
+    static const std::vector<ProductRow> s_rows{{"KESTROVA", s_three},
+                                                {"HALVORINE", s_three},
+                                                {"PEMBERLOW", {{0, 0, 0}, {-1, 0, 0}}},
+                                                {"TANDRELL", {{0, 0, 0}, {0, -1, 0}}}};
+    return s_rows;
+}
+
+// What the library asks of a section beyond readable values.
+static void checkKind(const Block& rBlock, const OutlineSection& rSection)
+{
+    int nMajor = 0;
+    int nMinor = 0;
+    std::sscanf(rSection.m_version.c_str(), "%*s %d . %d", &nMajor, &nMinor);
+    if (!(nMajor == 2 && nMinor >= 0 && nMinor <= 2) && !(nMajor == 3 && nMinor == 0))
+        rBlock.fail("VERSION", "'" + rSection.m_version + "' is none of 2.0, 2.1, 2.2 and 3.0");
+    const auto& rProducts = products();
+    const auto product = std::find_if(rProducts.begin(), rProducts.end(), [&](const ProductRow& rRow) {
+        return upper(rSection.m_product) == rRow.m_pszName;
+    });
+    if (product == rProducts.end())
+        rBlock.fail("PRODUCT", "'" + rSection.m_product + "' is not known");
+    const std::string& rKind = rSection.m_configuration;
+    if (rKind != "2CAMERAHORIZONTAL" && rKind != "2CAMERAVERTICAL" &&
+        (rKind != "L" || product->m_positions.size() != 3))
+        rBlock.fail("CAMERACONFIGURATION", "'" + rKind + "' does not suit the product");
+    for (const cv::Vec3i& rPosition : product->m_positions)
+        if (!rSection.camera(rPosition))
+            rBlock.fail("POSITION", "no camera stands at " + std::to_string(rPosition[0]) + " " +
+                                        std::to_string(rPosition[1]) + " " + std::to_string(rPosition[2]));
+}
+
 static OutlineSection readSection(const Block& rBlock)
 {
     OutlineSection section;
@@ -212,8 +253,7 @@ static OutlineSection readSection(const Block& rBlock)
     const std::vector<Block> warps = rBlock.blocks("WARP");
     for (const Block& rCamera : rBlock.blocks("CAMERA"))
         section.m_cameras.push_back(readCamera(rCamera, warps));
-    if (section.m_cameras.size() < 2)
-        rBlock.fail("BEGINCAMERA", "fewer than two cameras");
+    checkKind(rBlock, section);
     return section;
 }
 

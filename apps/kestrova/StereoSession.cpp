@@ -10,16 +10,14 @@ static void check(KestrovaError error, const char* pszWhat)
         throw AppError(std::string(pszWhat) + ": " + kestrovaErrorToString(error));
 }
 
-StereoSession::StereoSession(const std::filesystem::path& rCalibration)
+StereoSession::StereoSession(const std::filesystem::path& rCalibration) : m_file(rCalibration.string())
 {
     KestrovaContext handle = nullptr;
     const KestrovaError error = kestrovaGetDefaultContextFromFile(&handle, rCalibration.c_str());
     m_handle.reset(handle);
     m_outline = readOutline(rCalibration).front(); // names the key of a bad text
     if (error != KestrovaErrorOk)
-        throw AppError(rCalibration.string() + ": bad calibration: " + kestrovaErrorToString(error) + " (version " +
-                       m_outline.m_version + ", product " + m_outline.m_product + ", configuration " +
-                       m_outline.m_configuration + ")");
+        throw AppError(m_file + ": bad calibration: " + kestrovaErrorToString(error));
 }
 
 cv::Size StereoSession::canvas() const
@@ -71,8 +69,8 @@ void StereoSession::useHorizontalPair()
     KestrovaCameraConfiguration eNow{};
     check(kestrovaGetCameraConfiguration(handle(), &eNow), "camera configuration");
     if (eNow != KestrovaCfg2CameraHorizontal && eNow != KestrovaCfg2CameraWide)
-        check(kestrovaSetCameraConfiguration(handle(), KestrovaCfg2CameraHorizontal),
-              "this calibration has no pair of cameras side by side");
+        if (kestrovaSetCameraConfiguration(handle(), KestrovaCfg2CameraHorizontal) != KestrovaErrorOk)
+            throw AppError(m_file + ": CAMERACONFIGURATION: has no pair of cameras side by side");
 }
 
 const OutlineCamera& StereoSession::outlineCamera(KestrovaCamera eCamera) const
@@ -80,8 +78,8 @@ const OutlineCamera& StereoSession::outlineCamera(KestrovaCamera eCamera) const
     const bool bLeft = eCamera == KestrovaCamLeft;
     const OutlineCamera* pCamera = m_outline.camera(bLeft ? cv::Vec3i(-1, 0, 0) : cv::Vec3i(0, 0, 0));
     if (!pCamera)
-        throw AppError(bLeft ? "the calibration has no left camera (POSITION -1 0 0)"
-                             : "the calibration has no right camera (POSITION 0 0 0)");
+        throw AppError(m_file +
+                       (bLeft ? ": POSITION: no left camera (-1 0 0)" : ": POSITION: no right camera (0 0 0)"));
     return *pCamera;
 }
 

@@ -67,6 +67,7 @@ private:
         void operator()(KestrovaContext handle) const { kestrovaDestroyContext(handle); }
     };
     std::unique_ptr<KestrovaContextHandle, Destroy> m_handle;
+    std::string m_file;
     OutlineSection m_outline;
     cv::Mat m_packed;                  // frames stay here while the library's raw images point at them
     std::array<cv::Mat1b, 3> m_planes; // red, green, blue
