@@ -23,6 +23,7 @@ static CalibrationDescription example(cv::Size canvas = {320, 240})
     description.m_centre = plan.m_centre;
     description.m_bRectify = true;
     description.m_nSerialNumber = 77;
+    description.m_nMaxDisparity = 32;
     description.m_right = {right.m_rawFromRectified, right.m_rectifiedFromRaw, 1.0};
     description.m_left = {left.m_rawFromRectified, left.m_rectifiedFromRaw, 1.25};
     return description;
