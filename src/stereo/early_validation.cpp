@@ -1,0 +1,81 @@
+#include "stereo/early_validation.h"
+
+#include "stereo/disparity_pass.h"
+#include "stereo/kernels.h"
+
+#include <algorithm>
+
+namespace kestrova {
+
+namespace {
+
+constexpr std::uint16_t sk_uNoLimit = 32767;
+constexpr std::uint16_t sk_uIdleSeed = 255; // both thresholds vanish: any score would do as well
+constexpr unsigned char sk_ucZeroLevel = 128;
+constexpr int sk_nFirstAveragedMask = 16;
+
+// The texture measure is a sum of differences like any other: from an image that is grey all over.
+void textureMeasure(Image<unsigned short>& rScore, const Image<unsigned char>& rReference, int m)
+{
+    const Image<unsigned char> pair[2] = {rReference,
+                                          Image<unsigned char>::constImage(rReference.size(), sk_ucZeroLevel)};
+    stereoFirstStep(rScore, pair, 2, static_cast<unsigned>(m));
+}
+
+std::uint16_t scaledTexture(float fThreshold, int m)
+{
+    const float fSum = static_cast<float>(m * m) * fThreshold;
+    return static_cast<std::uint16_t>(static_cast<std::int32_t>(std::max(0.0, fSum + 0.5)));
+}
+
+// Scores of small masks add the differences of all pairs, those of larger ones average them.
+int scaledUniqueness(float fThreshold, int K, int m)
+{
+    const float fScale =
+        m < sk_nFirstAveragedMask || K < 2 ? static_cast<float>((K - 1) << 16) * fThreshold : fThreshold * 65536.0f;
+    return static_cast<int>(fScale + 0.5);
+}
+
+} // namespace
+
+void earlyValidation(Image<unsigned short>& rScore, Image<unsigned char>& rLabel, const Image<unsigned char>* pViews,
+                     int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
+                     std::uint8_t ucUniquenessMapping)
+{
+    if (K < 1 || pViews == nullptr || m < 1) {
+        return;
+    }
+    if (fTexture <= 0 && fUniqueness <= 0) {
+        rScore.init(sk_uNoLimit);
+        rLabel.init(ucUniquenessMapping);
+        return;
+    }
+    textureMeasure(rScore, pViews[0], m);
+    const std::uint16_t uTexture = scaledTexture(fTexture, m);
+    const int nUniqueness = scaledUniqueness(fUniqueness, K, m);
+    for (int nRow = 0; nRow < rScore.nRows(); ++nRow) {
+        early_validation(&rScore[nRow][0], &rLabel[nRow][0], static_cast<unsigned>(rScore.nCols()), uTexture,
+                         ucTextureMapping, nUniqueness, ucUniquenessMapping);
+    }
+}
+
+void early_validation(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n, std::uint16_t uTexture,
+                      std::uint8_t ucTextureMapping, int nUniqueness, std::uint8_t ucUniquenessMapping)
+{
+    const auto failed = [&](unsigned i) { return pScore[i] < uTexture; };
+    if (nUniqueness < 1) {
+        std::fill_n(pLabel, n, ucTextureMapping);
+        for (unsigned i = 0; i < n; ++i) {
+            pScore[i] = uTexture == 0 ? sk_uIdleSeed : failed(i) ? std::uint16_t{0} : sk_uNoLimit;
+        }
+        return;
+    }
+    for (unsigned i = 0; i < n; ++i) {
+        const bool bFailed = failed(i);
+        pLabel[i] = bFailed ? ucTextureMapping : ucUniquenessMapping;
+        pScore[i] = bFailed ? std::uint16_t{0} : pScore[i];
+    }
+    row_scale_op(pScore, static_cast<int>(n), pScore, nUniqueness);
+}
+
+} // namespace kestrova

@@ -1,0 +1,24 @@
+// Texture and uniqueness in the general correlator: seeds for the running minimum, which a disparity has to beat.
+#pragma once
+
+#include "image/Image.h"
+
+#include <cstdint>
+
+namespace kestrova {
+
+/**
+ * Fills score and label with the seeds of a frame, from the texture of the reference view views[0].
+ *
+ * A seed of 0 cannot be beaten: the pixel keeps the texture mapping. Any other keeps the uniqueness mapping until a
+ * lower score comes; an equal one rejects. Does nothing if K or m is below 1 or views is null.
+ */
+void earlyValidation(Image<unsigned short>& rScore, Image<unsigned char>& rLabel, const Image<unsigned char>* pViews,
+                     int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
+                     std::uint8_t ucUniquenessMapping);
+
+/** Turns one row of texture measures into seeds. uTexture and nUniqueness are the scaled thresholds. */
+void early_validation(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n, std::uint16_t uTexture,
+                      std::uint8_t ucTextureMapping, int nUniqueness, std::uint8_t ucUniquenessMapping);
+
+} // namespace kestrova
