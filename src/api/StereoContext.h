@@ -10,6 +10,7 @@
 #include "image/Image.h"
 #include "kestrova.h"
 #include "rectify/KernelType.h"
+#include "stereo/KesSegmentContext.h"
 
 #include <array>
 #include <cstdint>
@@ -205,6 +206,7 @@ public:
 
     PreprocessSnapshot m_preprocessSnapshot; // this context's own, not copied
     StereoSnapshot m_stereoSnapshot;         // likewise
+    KesSegmentContext m_segmentContext;      // likewise: tables of surface validation
 
     std::unique_ptr<StereoContext> m_pFurrowContext;
 };
