@@ -44,8 +44,8 @@ struct Range
 
 /** Pixels of a rectangle whose label is still marked in the table get the reject code. */
 template<typename T>
-void rejectMarked(Image<T>& rImage, const Image<unsigned int>& rLabels, const ImageROI& rROI,
-                  const unsigned* pnTable, T invalid)
+void rejectMarked(Image<T>& rImage, const Image<unsigned int>& rLabels, const ImageROI& rROI, const unsigned* pnTable,
+                  T invalid)
 {
     for (int nRow = rROI.m_nRowOffset; nRow < rROI.m_nRowOffset + rROI.m_nRows; ++nRow) {
         T* const pRow = &rImage[nRow][0];
@@ -125,6 +125,34 @@ public:
         }
     }
 
+    /** Here the left neighbour decides alone. */
+    template<typename T>
+    void labelFirstRow(const Image<T>& rImage, Image<unsigned int>& rLabels, const Range<T>& rRange, int nThreshold)
+    {
+        const T* const pRow = &rImage[0][0];
+        unsigned* const pLabels = &rLabels[0][0];
+        clearLabels(rLabels, 0);
+        for (int i = 0; i < rImage.nCols(); ++i) {
+            if (rRange.has(pRow[i])) {
+                const bool bClose = i > 0 && areClose(pRow[i], pRow[i - 1], nThreshold);
+                const unsigned nLeft = bClose ? pLabels[i - 1] : none();
+                pLabels[i] = label(nLeft, nLeft);
+            }
+        }
+    }
+
+    /** Here the upper one does. The labels count, but no pixel gets to keep one. */
+    template<typename T>
+    void countFirstColumn(const Image<T>& rImage, unsigned nCornerLabel, const Range<T>& rRange, int nThreshold)
+    {
+        unsigned nAbove = nCornerLabel;
+        for (int nRow = 1; nRow < rImage.nRows(); ++nRow) {
+            const T value = rImage[nRow][0];
+            const unsigned nUp = areClose(value, rImage[nRow - 1][0], nThreshold) ? nAbove : none();
+            nAbove = rRange.has(value) ? label(nUp, nUp) : 0;
+        }
+    }
+
 private:
     unsigned open()
     {
@@ -176,30 +204,14 @@ unsigned KesSegmentContext::SegmentIntoRegions(Image<unsigned char>& rImage, Ima
     const Range<unsigned char> range{ucMinValue, ucMaxValue};
     Pass pass(*this);
     if (nRows > 0) {
-        // The first row and the first column have one neighbour each, which decides alone.
         pass.makeRoom(nCols);
-        clearLabels(rLabels, 0);
-        const unsigned char* const pFirst = &rImage[0][0];
-        unsigned* const pLabels = &rLabels[0][0];
-        for (int i = 0; i < nCols; ++i) {
-            if (range.has(pFirst[i])) {
-                const bool bClose = i > 0 && areClose(pFirst[i], pFirst[i - 1], nThreshold);
-                const unsigned nLeft = bClose ? pLabels[i - 1] : pass.none();
-                pLabels[i] = pass.label(nLeft, nLeft);
-            }
-        }
-        // The column's labels count and are not written: to the rows below, column 0 is background.
+        pass.labelFirstRow(rImage, rLabels, range, nThreshold);
         pass.makeRoom(nRows);
-        unsigned nAbove = pLabels[0];
-        for (int nRow = 1; nRow < nRows; ++nRow) {
-            const unsigned char ucValue = rImage[nRow][0];
-            const unsigned nUp = areClose(ucValue, rImage[nRow - 1][0], nThreshold) ? nAbove : pass.none();
-            nAbove = range.has(ucValue) ? pass.label(nUp, nUp) : 0;
-        }
+        pass.countFirstColumn(rImage, rLabels[0][0], range, nThreshold);
     }
     for (int nRow = 1; nRow < nRows; ++nRow) {
         pass.makeRoom(nCols);
-        clearLabels(rLabels, nRow);
+        clearLabels(rLabels, nRow); // column 0 with it: to its neighbours it is background
         pass.labelRow(rImage, rLabels, nRow, 1, nCols, range, nThreshold);
     }
     pass.close();

@@ -3,8 +3,8 @@
 // One raster pass gives provisional labels and notes in a table which of them turned out to be one region; a pass over
 // the table then sums the sizes. The tables stay with the object: frames after the first allocate nothing.
 //
-// Label 0 is the background, and a region that joins it is never rejected, whatever its size. A pixel joins it by having
-// nearly the value of a neighbour outside the range, or of one that the pass does not label: see the two forms.
+// Label 0 is the background, and a region that joins it is never rejected, whatever its size. A pixel joins it by
+// having nearly the value of a neighbour outside the range, or of one that the pass does not label: see the two forms.
 #pragma once
 
 #include "image/Image.h"
@@ -41,8 +41,8 @@ public:
      * Values from ucMinValue to ucMaxValue take part; neighbours connect when they differ by dDifference or less, which
      * is rounded. Pixels of regions with fewer than uMinSize pixels become ucInvalid.
      *
-     * Column 0 counts down the image by itself, below the corner. Its pixels are never rejected there, and what connects
-     * to one of them from column 1 is background.
+     * Column 0 counts down the image by itself, below the corner. Its pixels are never rejected there, and what
+     * connects to one of them from column 1 is background.
      *
      * @param rLabels  receives the labels as they were before any two became one; as large as the image
      * @return the number of labels marked as rejected

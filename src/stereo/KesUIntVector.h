@@ -1,4 +1,5 @@
-// A growing array of unsigned int that makes room in steps and never gives it back: a table for one frame after another.
+// A growing array of unsigned int that makes room in steps and never gives it back: a table for one frame after
+// another.
 #pragma once
 
 #include <memory>
