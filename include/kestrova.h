@@ -17,7 +17,8 @@
  *
  * Errors: functions return a KestrovaError and put results through pointers. An output that a failing function would
  * have filled stays as it was. No function prints, and none throws on a bad argument; only a failed allocation travels
- * as the allocator's exception.
+ * as the allocator's exception. A null KestrovaContext counts as one without an active context; other pointers must not
+ * be null unless a function says what null does.
  *
  * Threads: one thread at a time per KestrovaContext. Different contexts are independent, apart from the three
  * processor switches, which hold for the whole process.
@@ -296,9 +297,10 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* 
  * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer). An error that the
  * last run of the source left is not copied.
  *
- * @param source  handle; must not be null
+ * @param source  handle
  * @param out     set to the new handle, to be released by kestrovaDestroyContext
- * @return KestrovaErrorOk.
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  source is null; *out stays.
  */
 KESTROVA_API KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out);
 
@@ -314,7 +316,7 @@ KESTROVA_API KestrovaError kestrovaDestroyContext(KestrovaContext context);
 /**
  * The serial number of the calibration.
  *
- * @param context  handle with an active context; a null handle is refused only where a function says so
+ * @param context  handle with an active context
  * @param out      filled; must not be null
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context; *out stays.
@@ -367,13 +369,15 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  * size or quality pays for warp tables; see kestrovaSetResolutionAndPrepare.
  *
  * @param context  handle with an active context
- * @param input    the frame; must not be null
+ * @param input    the frame
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext    no active context;
  *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
- *         KestrovaErrorInvalidParameter  rectification is off and the size is not that of kestrovaSetResolution;
+ *         KestrovaErrorInvalidParameter  input is null, a camera in use has no pixels, or rectification is off and the
+ *                                        size is not that of kestrovaSetResolution;
  *         KestrovaErrorSystem            a warp table cannot be built, as under KestrovaRectEnhanced1 and 2;
- *         KestrovaErrorUnknown           a packed frame, and two cameras that are neither pair.
+ *         KestrovaErrorUnknown           a camera in use sits on no channel, or a packed frame comes with two cameras
+ *                                        that are neither pair.
  *         After the last two the images hold parts of this frame; after the others they are as before.
  */
 KESTROVA_API KestrovaError kestrovaPreprocess(KestrovaContext context, KestrovaInput* input);
@@ -394,8 +398,9 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
- *         KestrovaErrorNotImplemented  the configuration is neither the horizontal nor the wide pair, or the
- * calibration asks for StereoQuality Enhanced and subpixel interpolation is on: neither has arrived in this version;
+ *         KestrovaErrorNotImplemented  neither the horizontal nor the wide pair is configured, or the calibration asks
+ *                                      for StereoQuality Enhanced and subpixel interpolation is on: their correlators
+ *                                      have not arrived in this version;
  *         KestrovaErrorInvalidRequest  the images were not preprocessed.
  *
  * A failed run leaves its error behind: this function and kestrovaGetImage return it again, without doing anything,
@@ -870,6 +875,76 @@ KESTROVA_API KestrovaError kestrovaSetRectAdjustment(KestrovaContext context, Ke
 KESTROVA_API KestrovaError kestrovaSetRawAdjustment(KestrovaContext context, KestrovaCamera camera, double x, double y);
 
 /* ---- points ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Turns a position of the rectified reference image and its disparity into a point in the frame of the reference
+ * camera: x grows with the column, y with the row, z along the optical axis away from the cameras.
+ *
+ * In single precision: z = f * B / disparity, x = (col - center col) * B / disparity, y likewise with the row, where B
+ * is kestrovaGetBaseline and f kestrovaGetFocalLength.
+ *
+ * @param context  handle with an active context
+ * @param row, col  in pixels at the present resolution; fractions are welcome
+ * @param disp     TRUE disparity in pixels, with the disparity offset added and nothing mapped
+ * @param x, y, z  filled, in the unit of the baseline; none may be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidRequest  disp is 0 or below. NaN is not refused and comes out as NaN.
+ *         The outputs stay as they were after an error.
+ *
+ * None of the point functions knows invalid pixels: a validation mapping, or 0xFF00 and above in the 16-bit image, is
+ * an ordinary number to them, and the caller leaves such pixels out.
+ */
+KESTROVA_API KestrovaError kestrovaRCDFloatToXYZ(KestrovaContext context, float row, float col, float disp, float* x,
+                                                 float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but disp is on the scale of kestrovaSetDisparityMapping and is taken back to the range of
+ * kestrovaSetDisparity first, whether or not kestrovaSetDisparityMappingOn is on. With both ranges 0 to 32, as they are
+ * at first, it counts pixels.
+ *
+ * A point may differ from that of kestrovaRCDFloatToXYZ in the last bits, since x and y are computed from z here. When
+ * the disparity behind disp is 0 or below, x, y and z are set to 0 and the result is KestrovaErrorInvalidRequest.
+ */
+KESTROVA_API KestrovaError kestrovaRCDToXYZ(KestrovaContext context, float row, float col, float disp, float* x,
+                                            float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but for a pixel of an 8-bit disparity image made under kestrovaSetDisparityMappingOn. The
+ * value is taken back as in kestrovaRCDToXYZ; the outputs stay as they were after an error.
+ */
+KESTROVA_API KestrovaError kestrovaRCDMappedToXYZ(KestrovaContext context, int row, int col, unsigned char disp,
+                                                  float* x, float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but for a pixel of an 8-bit disparity image made without mapping. The disparity offset is
+ * added.
+ */
+KESTROVA_API KestrovaError kestrovaRCD8ToXYZ(KestrovaContext context, int row, int col, unsigned char disp, float* x,
+                                             float* y, float* z);
+
+/**
+ * As kestrovaRCDFloatToXYZ, but for a pixel of the 16-bit disparity image: 1/256 pixel each. The disparity offset is
+ * added.
+ */
+KESTROVA_API KestrovaError kestrovaRCD16ToXYZ(KestrovaContext context, int row, int col, unsigned short disp, float* x,
+                                              float* y, float* z);
+
+/**
+ * Turns a point in the frame of the reference camera into a position of its rectified image: the inverse of
+ * kestrovaRCDFloatToXYZ, up to rounding.
+ *
+ * @param context         handle with an active context
+ * @param x, y, z         in the unit of the baseline
+ * @param row, col, disp  filled: pixels at the present resolution, which may lie outside the image, and the true
+ *                        disparity, without offset or mapping; none may be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidRequest  z is 0 or below.
+ *         The outputs stay as they were after an error.
+ */
+KESTROVA_API KestrovaError kestrovaXYZToRCD(KestrovaContext context, float x, float y, float z, float* row, float* col,
+                                            float* disp);
 
 #ifdef __cplusplus
 } /* extern "C" */

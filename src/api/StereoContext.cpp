@@ -15,20 +15,20 @@ Image<unsigned char>& emptyImage()
 } // namespace
 
 StereoContext::StereoContext()
-    : m_pCalibration(std::make_shared<CalibrationGroup>())
-    , m_packedInputImage(Image<Pixel8x4>::defaultImage)
-    , m_rawImages{emptyImage(), emptyImage(), emptyImage()}
-    , m_rectifiedImages{emptyImage(), emptyImage(), emptyImage()}
-    , m_edgeImages{emptyImage(), emptyImage(), emptyImage()}
-    , m_disparityImage(emptyImage())
-    , m_disparityImage16(Image<unsigned short>::defaultImage)
-    , m_surfaceLabelImage(Image<unsigned int>::defaultImage)
-    , m_stereoImages{emptyImage(), emptyImage(), emptyImage()}
+    : m_pCalibration(std::make_shared<CalibrationGroup>()),
+      m_packedInputImage(Image<Pixel8x4>::defaultImage), m_rawImages{emptyImage(), emptyImage(), emptyImage()},
+      m_rectifiedImages{emptyImage(), emptyImage(), emptyImage()}, m_edgeImages{emptyImage(), emptyImage(),
+                                                                                emptyImage()},
+      m_disparityImage(emptyImage()), m_disparityImage16(Image<unsigned short>::defaultImage),
+      m_surfaceLabelImage(Image<unsigned int>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()}
 {
+    // The world transforms are the identity as they are made; the other two have their matrix built at once, since
+    // they are read without being set.
+    m_skewingTransform.setEulerZYX(0, 0, 0, 0, 0, 0);
+    m_unskewingTransform.setEulerZYX(0, 0, 0, 0, 0, 0);
 }
 
-StereoContext::StereoContext(const StereoContext& rOther)
-    : StereoContext()
+StereoContext::StereoContext(const StereoContext& rOther) : StereoContext()
 {
     *this = rOther;
 }

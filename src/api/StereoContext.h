@@ -7,6 +7,7 @@
 
 #include "calibration/CalibrationGroup.h"
 #include "calibration/StereoProduct.h"
+#include "geometry/LYRTransform3d.h"
 #include "image/Image.h"
 #include "kestrova.h"
 #include "rectify/KernelType.h"
@@ -67,9 +68,9 @@ struct CalibrationScalars
     std::int32_t m_nSerialNumber = 0;
     StereoProduct m_eProduct = ProductHalvorine;
     KestrovaCameraConfiguration m_eCameraConfiguration = KestrovaCfg3CameraL; // 0, 1 or 2
-    std::int32_t m_nCameraCount = 0;                                         // cameras of the product
-    std::int32_t m_nConfiguredCameraCount = 0;                               // cameras of the configuration
-    double m_dBaseline = 0;                                                  // narrow and wide pairs part at 0.15
+    std::int32_t m_nCameraCount = 0;                                          // cameras of the product
+    std::int32_t m_nConfiguredCameraCount = 0;                                // cameras of the configuration
+    double m_dBaseline = 0;                                                   // narrow and wide pairs part at 0.15
     double m_dBaselineHorizontal = 0;
     double m_dBaselineVertical = 0;
     double m_dFocalLength = 1.0; // in units of the column count
@@ -123,8 +124,8 @@ struct DeviceFreeSettings
     std::int32_t m_nKernelSize = 5;
     std::int32_t m_nMinDisparity = 0;
     std::int32_t m_nMaxDisparity = 32;
-    std::int32_t m_nDisparityOffset = 0;  // what the 8-bit image subtracts
-    std::int32_t m_nWarperRowOffset = 0;  // hundredths; nothing writes another value
+    std::int32_t m_nDisparityOffset = 0; // what the 8-bit image subtracts
+    std::int32_t m_nWarperRowOffset = 0; // hundredths; nothing writes another value
     std::int32_t m_nWarperColOffset = 0;
 };
 
@@ -136,11 +137,11 @@ public:
     static constexpr int sk_nMaxDisparity = 1024;
 
     StereoContext();
-    /** As assignment to a new context: the copy has no world transform, colour images or snapshot of the source. */
+    /** As assignment to a new context: transforms are the identity, colour images and snapshots those of a new one. */
     StereoContext(const StereoContext& rOther);
     /**
-     * Shares the calibration and the pixels, copies all settings, and copies or drops the furrow context. Colour
-     * images and snapshots stay as they are.
+     * Shares the calibration and the pixels, copies all settings, and copies or drops the furrow context.
+     * Transforms, colour images and snapshots stay as they are.
      */
     StereoContext& operator=(const StereoContext& rOther);
     ~StereoContext();
@@ -204,9 +205,14 @@ public:
     std::array<std::int32_t, 3> m_anCameraOfChannel{-1, -1, -1}; // camera index on red, green, blue
     std::array<std::int32_t, 3> m_anChannelOfCamera{-1, -1, -1};
 
-    PreprocessSnapshot m_preprocessSnapshot; // this context's own, not copied
-    StereoSnapshot m_stereoSnapshot;         // likewise
-    KesSegmentContext m_segmentContext;      // likewise: tables of surface validation
+    // ---- this context's own: neither assigned nor copied ----
+    LYRTransform3d m_cameraToWorld;
+    LYRTransform3d m_worldToCamera; // its inverse
+    LYRTransform3d m_skewingTransform;
+    LYRTransform3d m_unskewingTransform;
+    PreprocessSnapshot m_preprocessSnapshot;
+    StereoSnapshot m_stereoSnapshot;
+    KesSegmentContext m_segmentContext; // tables of surface validation
 
     std::unique_ptr<StereoContext> m_pFurrowContext;
 };

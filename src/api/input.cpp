@@ -3,17 +3,37 @@
 
 #include <cstdlib>
 
+namespace {
+
+// Field by field: a record on its first use holds nothing that may be read.
+void describe(KestrovaInputType eType, int nCols, int nRows, int nRowInc, uint64_t ulTag1, uint64_t ulTag2,
+              KestrovaInput* pInput)
+{
+    pInput->inputType = eType;
+    pInput->ulTag1 = ulTag1;
+    pInput->ulTag2 = ulTag2;
+    pInput->nrows = nRows;
+    pInput->ncols = nCols;
+    pInput->rowinc = nRowInc;
+}
+
+} // namespace
+
 KestrovaError kestrovaBuildRGBKestrovaInput(int ncols, int nrows, int rowinc, uint64_t ulTag1, uint64_t ulTag2,
                                             void* red, void* green, void* blue, KestrovaInput* input)
 {
-    *input = KestrovaInput{KestrovaInputRGB, ulTag1, ulTag2, nrows, ncols, rowinc, red, green, blue};
+    describe(KestrovaInputRGB, ncols, nrows, rowinc, ulTag1, ulTag2, input);
+    input->pPlane0 = red;
+    input->pPlane1 = green;
+    input->pPlane2 = blue;
     return KestrovaErrorOk;
 }
 
 KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows, int rowinc, uint64_t ulTag1, uint64_t ulTag2,
                                                void* pixels, KestrovaInput* input)
 {
-    *input = KestrovaInput{KestrovaInputPacked, ulTag1, ulTag2, nrows, ncols, rowinc, pixels, input->pPlane1, input->pPlane2};
+    describe(KestrovaInputPacked, ncols, nrows, rowinc, ulTag1, ulTag2, input);
+    input->pPlane0 = pixels;
     return KestrovaErrorOk;
 }
 

@@ -54,6 +54,12 @@ Image<T>::Image(int nRows, int nCols, int nStride, T* pPixels)
 }
 
 template<typename T>
+Image<T>::Image(int nRows, int nCols, int nStride, T* pPixels, OneFrameMemory tag)
+{
+    adopt(std::make_unique<PixelBuffer<T>>(nRows, nStride, pPixels, tag), {nRows, nCols});
+}
+
+template<typename T>
 Image<T>::Image(const Image& rOther)
 {
     copyView(rOther);

@@ -32,6 +32,7 @@ public:
     Image(const ImageDim& rDim, T* pPixels);
     /** Wraps memory of the caller, stride in pixels. */
     Image(int nRows, int nCols, int nStride, T* pPixels);
+    Image(int nRows, int nCols, int nStride, T* pPixels, OneFrameMemory);
     Image(const Image& rOther);
     /** A view of a part of parent; with bKeepFrame it remembers where in the parent's frame it lies. */
     Image(const Image& rParent, const ImageROI& rROI, bool bKeepFrame);

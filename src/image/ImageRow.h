@@ -10,11 +10,7 @@ template<typename T>
 class ImageRow : public Image<T>
 {
 public:
-    explicit ImageRow(const Image<T>& rImage)
-        : Image<T>(rImage)
-        , m_pCurrentRow(this->m_pPixels)
-    {
-    }
+    explicit ImageRow(const Image<T>& rImage) : Image<T>(rImage), m_pCurrentRow(this->m_pPixels) {}
 
     ImageRow(const ImageRow& rOther) = default;
     ImageRow& operator=(const ImageRow& rOther) = default;

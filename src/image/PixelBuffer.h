@@ -17,19 +17,22 @@ struct FastScratchMemory
 {
 };
 
+/** Marks memory that a caller lends for one frame only; whoever stores the next frame must not write into it. */
+struct OneFrameMemory
+{
+};
+
 template<typename T>
 class PixelBuffer
 {
 public:
-    static constexpr int sk_nAlignment = 32;                                       // bytes
+    static constexpr int sk_nAlignment = 32;                                      // bytes
     static constexpr int sk_nGroup = sk_nAlignment / static_cast<int>(sizeof(T)); // pixels in 32 bytes
 
     PixelBuffer() = default;
 
     /** Allocates rows by cols pixels, uncleared; throws std::bad_alloc. */
-    PixelBuffer(int nRows, int nCols)
-        : m_nRows(nRows)
-        , m_nCols((nCols + sk_nGroup - 1) / sk_nGroup * sk_nGroup)
+    PixelBuffer(int nRows, int nCols) : m_nRows(nRows), m_nCols(roundUp(nCols))
     {
         // 32-bit arithmetic by design: only the total is widened, and a negative total is refused by the allocator.
         const auto uTotal = static_cast<std::uint32_t>(m_nRows) * static_cast<std::uint32_t>(m_nCols) + (sk_nGroup - 1);
@@ -37,17 +40,15 @@ public:
         m_pPixels = alignedStart(m_pAllocation.get());
     }
 
-    PixelBuffer(int nRows, int nCols, FastScratchMemory&)
-        : PixelBuffer(nRows, nCols)
-    {
-    }
+    PixelBuffer(int nRows, int nCols, FastScratchMemory&) : PixelBuffer(nRows, nCols) {}
 
     /** Wraps memory of the caller, which is never freed here; cols is taken as the stride as it stands. */
-    PixelBuffer(int nRows, int nCols, T* pPixels)
-        : m_pPixels(pPixels)
-        , m_nRows(nRows)
-        , m_nCols(nCols)
+    PixelBuffer(int nRows, int nCols, T* pPixels) : m_pPixels(pPixels), m_nRows(nRows), m_nCols(nCols) {}
+
+    PixelBuffer(int nRows, int nCols, T* pPixels, OneFrameMemory)
+        : PixelBuffer(nRows, nCols, pPixels)
     {
+        m_bOneFrame = true;
     }
 
     PixelBuffer(const PixelBuffer&) = delete;
@@ -56,6 +57,7 @@ public:
     [[nodiscard]] int nRows() const { return m_nRows; }
     /** The stride in pixels, not the width that was asked for. */
     [[nodiscard]] int nCols() const { return m_nCols; }
+    [[nodiscard]] bool isOneFrame() const { return m_bOneFrame; }
 
     T* link()
     {
@@ -67,6 +69,12 @@ public:
     [[nodiscard]] bool free() { return atomic_decr(m_nReferenceCount) != 0; }
 
 private:
+    static std::int32_t roundUp(int nCols)
+    {
+        // Unsigned, so that an absurd width wraps as the product above does instead of being undefined.
+        return static_cast<std::int32_t>((static_cast<std::uint32_t>(nCols) + (sk_nGroup - 1)) & ~(sk_nGroup - 1U));
+    }
+
     // For an allocation aligned to sizeof(T) this rounds up to 32 bytes; the slack of sk_nGroup - 1 pixels pays for it.
     static T* alignedStart(T* pAllocation)
     {
@@ -79,6 +87,7 @@ private:
     std::int32_t m_nRows = 0;
     std::int32_t m_nCols = 0; // stride in pixels
     std::uint32_t m_nReferenceCount = 0;
+    bool m_bOneFrame = false;
     std::unique_ptr<T[]> m_pAllocation; // null for external memory and for an empty buffer
 };
 

@@ -9,11 +9,7 @@ template<typename T>
 class Row
 {
 public:
-    Row(T* pPixels, int nCols)
-        : m_pPixels(pPixels)
-        , m_nCols(nCols)
-    {
-    }
+    Row(T* pPixels, int nCols) : m_pPixels(pPixels), m_nCols(nCols) {}
 
     [[nodiscard]] int nCols() const { return m_nCols; }
     T& operator[](int nCol) { return m_pPixels[nCol]; }

@@ -75,7 +75,7 @@ LabelTable labelTable(const StereoContext& r, unsigned n)
     // A minimum on a rim of the range may lie outside it and is no result, unless the rim is disparity 0.
     LabelTable labels;
     labels.fill(r.m_ucSubpixelValidationMapping);
-    if (r.m_nMinDisparity == 0 && uLast != 0) {
+    if (r.m_nMinDisparity == 0) {
         labels[0] = static_cast<std::uint8_t>(r.m_bDisparityMappingOn ? uMin : 0);
     }
     for (unsigned d = 1; d < std::min(uLast, 256U); ++d) {

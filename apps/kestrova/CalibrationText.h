@@ -1,0 +1,40 @@
+// Writes the calibration text of a side by side pair.
+//
+// The text is read by line: no line may reach 4096 bytes or end in a backslash, and only coefficients may run over
+// several lines. Numbers are printed with 17 digits and a dot, whatever the locale.
+#pragma once
+
+#include "SplineFit.h"
+
+#include <string>
+
+namespace kestrova::app {
+
+struct CalibrationCamera
+{
+    SplineMap m_rawFromRectified = identitySplineMap();
+    SplineMap m_rectifiedFromRaw = identitySplineMap();
+    double m_dGain = 1.0;
+};
+
+struct CalibrationDescription
+{
+    cv::Size m_canvas;
+    double m_dFocal = 0.0; // pixels of the canvas
+    cv::Point2d m_centre;  // pixel of the canvas
+    double m_dBaseline = 0.0;
+    int m_nMinDisparity = 0;
+    int m_nMaxDisparity = 0;
+    int m_nSerialNumber = 0;
+    bool m_bRectify = true;
+    std::string m_note; // one line, goes into a comment
+    CalibrationCamera m_right;
+    CalibrationCamera m_left;
+};
+
+std::string calibrationText(const CalibrationDescription& rDescription);
+
+/// A calibration for a pair that is rectified already: identity maps, rectification off, centre in the middle.
+CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, double dBaseline);
+
+} // namespace kestrova::app

@@ -1,0 +1,97 @@
+#include "FrameFit.h"
+
+#include "AppError.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+namespace kestrova::app {
+
+static bool isFourByThree(cv::Size size)
+{
+    return size.height * 4 == size.width * 3;
+}
+
+FrameFit planFrameFit(cv::Size frame, std::optional<cv::Size> wish)
+{
+    FrameFit fit;
+    fit.m_frame = frame;
+    if (wish) {
+        if (!isFourByThree(*wish))
+            throw AppError("--resize: the canvas must be 4 by 3, such as 640x480");
+        fit.m_canvas = *wish;
+        fit.m_dScale =
+            std::min(wish->width / static_cast<double>(frame.width), wish->height / static_cast<double>(frame.height));
+    } else {
+        const int nUnit = std::max((frame.width + 3) / 4, (frame.height + 2) / 3);
+        fit.m_canvas = {4 * nUnit, 3 * nUnit};
+    }
+    const cv::Size scaled(std::max(1, static_cast<int>(std::lround(frame.width * fit.m_dScale))),
+                          std::max(1, static_cast<int>(std::lround(frame.height * fit.m_dScale))));
+    fit.m_place = {cv::Point((fit.m_canvas.width - scaled.width) / 2, (fit.m_canvas.height - scaled.height) / 2),
+                   scaled};
+    return fit;
+}
+
+std::string FrameFit::describe() const
+{
+    char acText[240];
+    std::snprintf(acText, sizeof acText,
+                  "frames of %dx%d scaled by %.4g to %dx%d and set into a 4 by 3 canvas of %dx%d at column %d, row %d",
+                  m_frame.width, m_frame.height, m_dScale, m_place.width, m_place.height, m_canvas.width,
+                  m_canvas.height, m_place.x, m_place.y);
+    return acText;
+}
+
+cv::Mat1b FrameFit::region() const
+{
+    cv::Mat1b region(m_canvas, uchar(0));
+    region(m_place).setTo(255);
+    return region;
+}
+
+cv::Mat1b fitFrame(const cv::Mat1b& rFrame, const FrameFit& rFit)
+{
+    cv::Mat1b scaled;
+    cv::resize(rFrame, scaled, rFit.m_place.size(), 0, 0, rFit.m_dScale < 1.0 ? cv::INTER_AREA : cv::INTER_LINEAR);
+    cv::Mat1b canvas(rFit.m_canvas, uchar(128));
+    scaled.copyTo(canvas(rFit.m_place));
+    return canvas;
+}
+
+cv::Mat1f fitDisparity(const cv::Mat1f& rDisparity, const FrameFit& rFit)
+{
+    cv::Mat1f scaled;
+    cv::resize(rDisparity, scaled, rFit.m_place.size(), 0, 0, cv::INTER_NEAREST);
+    scaled *= rFit.m_place.width / static_cast<double>(rDisparity.cols);
+    cv::Mat1f canvas(rFit.m_canvas, 0.0f);
+    scaled.copyTo(canvas(rFit.m_place));
+    return canvas;
+}
+
+cv::Size parseSize(const std::string& rText, const std::string& rOption)
+{
+    cv::Size size;
+    char cRest = 0;
+    if (std::sscanf(rText.c_str(), "%5dx%5d%c", &size.width, &size.height, &cRest) != 2 || size.width < 1 ||
+        size.height < 1)
+        throw AppError(rOption + ": '" + rText + "' is not a size such as 640x480");
+    return size;
+}
+
+double parseLength(const std::string& rText, const std::string& rOption)
+{
+    double dValue = 0.0;
+    const auto [pEnd, error] = std::from_chars(rText.data(), rText.data() + rText.size(), dValue);
+    const std::string unit(pEnd, rText.data() + rText.size());
+    const double dMetres = unit == "mm" ? 0.001 : unit == "cm" ? 0.01 : unit == "m" ? 1.0 : 0.0;
+    if (error != std::errc() || !(dValue > 0.0) || dMetres == 0.0 || !std::isfinite(dValue))
+        throw AppError(rOption + ": '" + rText + "' is not a length with a unit, such as 120mm, 12cm or 0.12m");
+    return dValue * dMetres;
+}
+
+} // namespace kestrova::app

@@ -1,0 +1,45 @@
+#include "OutputFolder.h"
+
+#include "AppError.h"
+
+#include <unistd.h>
+
+namespace kestrova::app {
+
+namespace fs = std::filesystem;
+
+OutputFolder::OutputFolder(fs::path target) : m_target(fs::absolute(target).lexically_normal())
+{
+    if (!m_target.has_filename()) // a trailing slash
+        m_target = m_target.parent_path();
+    std::error_code error;
+    if (fs::exists(m_target, error) && !fs::is_directory(m_target, error))
+        throw AppError(target.string() + ": is a file, not a folder");
+    m_partial = m_target;
+    m_partial += ".partial-" + std::to_string(::getpid());
+    fs::create_directories(m_partial, error);
+    if (error)
+        throw AppError(target.string() + ": cannot be made: " + error.message());
+}
+
+OutputFolder::~OutputFolder()
+{
+    std::error_code ignored;
+    fs::remove_all(m_partial, ignored);
+}
+
+void OutputFolder::commit()
+{
+    std::error_code error;
+    if (!fs::exists(m_target)) {
+        fs::rename(m_partial, m_target, error);
+    } else {
+        for (const fs::directory_entry& rEntry : fs::directory_iterator(m_partial))
+            if (!error)
+                fs::rename(rEntry.path(), m_target / rEntry.path().filename(), error);
+    }
+    if (error)
+        throw AppError(m_target.string() + ": cannot be written: " + error.message());
+}
+
+} // namespace kestrova::app

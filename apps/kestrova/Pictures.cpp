@@ -1,0 +1,141 @@
+#include "Pictures.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace kestrova::app {
+
+struct RejectStyle
+{
+    const char* m_pszName;
+    unsigned char m_ucGrey;
+};
+
+static constexpr std::array<RejectStyle, sk_nRejects> sk_aStyles{{{"found", 0},
+                                                                  {"no texture", 70},
+                                                                  {"not unique", 125},
+                                                                  {"no fit / rim", 170},
+                                                                  {"small surface", 205},
+                                                                  {"back-forth", 240},
+                                                                  {"outside frame", 20}}};
+
+static cv::Mat3b colourTable()
+{
+    cv::Mat1b ramp(1, 256);
+    for (int i = 0; i < 256; ++i)
+        ramp(0, i) = static_cast<unsigned char>(i);
+    cv::Mat3b table;
+    cv::applyColorMap(ramp, table, cv::COLORMAP_TURBO);
+    return table;
+}
+
+static int tableIndex(double dDisparity, const ColourScale& rScale)
+{
+    const double dShare = (dDisparity - rScale.m_dMin) / (rScale.m_dMax - rScale.m_dMin);
+    return static_cast<int>(std::lround(255.0 * std::clamp(dShare, 0.0, 1.0)));
+}
+
+cv::Mat3b colourDisparity(const DisparityMap& rMap, const ColourScale& rScale)
+{
+    const cv::Mat3b table = colourTable();
+    cv::Mat3b picture(rMap.m_pixels.size());
+    for (int nRow = 0; nRow < picture.rows; ++nRow)
+        for (int nCol = 0; nCol < picture.cols; ++nCol) {
+            const unsigned char ucReject = rMap.m_reject(nRow, nCol);
+            picture(nRow, nCol) = ucReject == 0 ? table(0, tableIndex(rMap.m_pixels(nRow, nCol), rScale))
+                                                : cv::Vec3b::all(sk_aStyles[ucReject].m_ucGrey);
+        }
+    return picture;
+}
+
+static void write(cv::Mat3b& rPicture, const std::string& rText, cv::Point at, double dSize = 0.42)
+{
+    cv::putText(rPicture, rText, at, cv::FONT_HERSHEY_SIMPLEX, dSize, cv::Scalar::all(30), 1, cv::LINE_AA);
+}
+
+template<typename... Values>
+static std::string format(const char* pszFormat, Values... values)
+{
+    char acText[160];
+    std::snprintf(acText, sizeof acText, pszFormat, values...);
+    return acText;
+}
+
+static constexpr int sk_nLegendWidth = 190;
+
+static void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rect bar)
+{
+    const cv::Mat3b table = colourTable();
+    for (int nRow = 0; nRow < bar.height; ++nRow) {
+        const int nIndex = 255 - 255 * nRow / (bar.height - 1);
+        rLegend.row(bar.y + nRow).colRange(bar.x, bar.x + bar.width).setTo(cv::Scalar(table(0, nIndex)));
+    }
+    constexpr int nTicks = 6;
+    for (int i = 0; i <= nTicks; ++i) {
+        const double dDisparity = std::lerp(rScale.m_dMax, rScale.m_dMin, i / static_cast<double>(nTicks));
+        const int nRow = bar.y + i * (bar.height - 1) / nTicks;
+        cv::line(rLegend, {bar.x + bar.width, nRow}, {bar.x + bar.width + 4, nRow}, cv::Scalar::all(30));
+        std::string text = format("%.3g px", dDisparity);
+        if (rScale.m_dFocalTimesBaseline > 0.0 && dDisparity > 0.0)
+            text += format("  %.2f m", rScale.m_dFocalTimesBaseline / dDisparity);
+        write(rLegend, text, {bar.x + bar.width + 8, nRow + 4});
+    }
+}
+
+static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop)
+{
+    const auto anCount = rMap.count();
+    const double dAll = std::max<double>(1.0, static_cast<double>(rMap.m_pixels.total()));
+    write(rLegend, "found", {10, nTop});
+    write(rLegend, format("%5.1f %%", 100.0 * anCount[0] / dAll), {132, nTop});
+    for (int i = 1; i < sk_nRejects; ++i) {
+        const auto& rStyle = sk_aStyles[static_cast<std::size_t>(i)];
+        const int nRow = nTop + 20 * i;
+        cv::rectangle(rLegend, cv::Rect(10, nRow - 11, 22, 14), cv::Scalar::all(rStyle.m_ucGrey), cv::FILLED);
+        cv::rectangle(rLegend, cv::Rect(10, nRow - 11, 22, 14), cv::Scalar::all(30));
+        write(rLegend, rStyle.m_pszName, {38, nRow});
+        write(rLegend, format("%5.1f %%", 100.0 * anCount[static_cast<std::size_t>(i)] / dAll), {132, nRow});
+    }
+}
+
+cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, const std::string& rTitle)
+{
+    constexpr int nTitle = 26;
+    cv::Mat3b picture = colourDisparity(rMap, rScale);
+    const int nFactor = std::max(1, (400 + picture.rows - 1) / picture.rows);
+    cv::resize(picture, picture, {}, nFactor, nFactor, cv::INTER_NEAREST);
+
+    cv::Mat3b sheet(picture.rows + nTitle, picture.cols + sk_nLegendWidth, cv::Vec3b::all(245));
+    picture.copyTo(sheet(cv::Rect({0, nTitle}, picture.size())));
+    cv::Mat3b legend = sheet(cv::Rect(picture.cols, 0, sk_nLegendWidth, sheet.rows));
+    write(sheet, rTitle, {8, 18}, 0.46);
+    const int nRejects = sheet.rows - 20 * sk_nRejects;
+    drawColourBar(legend, rScale, {10, nTitle + 10, 22, nRejects - nTitle - 40});
+    drawRejects(legend, rMap, nRejects);
+    return sheet;
+}
+
+cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight)
+{
+    constexpr int nTitle = 26;
+    constexpr int nGap = 6;
+    cv::Mat3b sheet(rLeft.rows + nTitle, 2 * rLeft.cols + nGap, cv::Vec3b::all(245));
+    const int nRightAt = rLeft.cols + nGap;
+    cv::cvtColor(rLeft, sheet(cv::Rect({0, nTitle}, rLeft.size())), cv::COLOR_GRAY2BGR);
+    cv::cvtColor(rRight, sheet(cv::Rect({nRightAt, nTitle}, rRight.size())), cv::COLOR_GRAY2BGR);
+    write(sheet, "left, rectified", {8, 18}, 0.46);
+    write(sheet, "right, rectified (reference)", {nRightAt + 8, 18}, 0.46);
+    const int nStep = std::max(8, rLeft.rows / 16);
+    const std::array<cv::Scalar, 3> aColours{cv::Scalar(60, 220, 60), cv::Scalar(40, 170, 255),
+                                             cv::Scalar(255, 160, 40)};
+    for (int i = 0; nStep / 2 + i * nStep < rLeft.rows; ++i) {
+        const int nRow = nTitle + nStep / 2 + i * nStep;
+        cv::line(sheet, {0, nRow}, {sheet.cols - 1, nRow}, aColours[static_cast<std::size_t>(i % 3)]);
+    }
+    return sheet;
+}
+
+} // namespace kestrova::app

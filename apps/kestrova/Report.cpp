@@ -1,0 +1,127 @@
+#include "Report.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace kestrova::app {
+
+template<typename... Values>
+static std::string line(const char* pszFormat, Values... values)
+{
+    char acLine[256];
+    std::snprintf(acLine, sizeof acLine, pszFormat, values...);
+    return acLine;
+}
+
+// ---- against the truth ----
+
+void Accuracy::add(float fMeasured, float fTrue, double dFocalTimesBaseline)
+{
+    ++m_nPixels;
+    if (!std::isfinite(fMeasured))
+        return;
+    ++m_nValid;
+    const double dError = std::abs(static_cast<double>(fMeasured) - fTrue);
+    if (dError > 1.0 || fMeasured <= 0.0f)
+        return;
+    ++m_nWithin1;
+    m_dSumPixels += dError;
+    m_dSumMetres += std::abs(dFocalTimesBaseline / fMeasured - dFocalTimesBaseline / fTrue);
+}
+
+Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, const std::vector<Sight>& rSights,
+                         double dFocalTimesBaseline, double dNear, double dFar)
+{
+    Accuracy accuracy;
+    for (int nRow = 0; nRow < rMap.m_pixels.rows; ++nRow)
+        for (int nCol = 0; nCol < rMap.m_pixels.cols; ++nCol) {
+            const auto sight = static_cast<Sight>(rTruth.m_sight(nRow, nCol));
+            if (std::find(rSights.begin(), rSights.end(), sight) == rSights.end())
+                continue;
+            const float fTrue = rTruth.m_disparity(nRow, nCol);
+            const double dDepth = dFocalTimesBaseline / fTrue;
+            if (dDepth >= dNear && dDepth < dFar)
+                accuracy.add(rMap.m_pixels(nRow, nCol), fTrue, dFocalTimesBaseline);
+        }
+    return accuracy;
+}
+
+static std::string verdict(const char* pszWhat, double dValue, const char* pszRule, bool bMet)
+{
+    return line("  %-46s %8.3f   %-12s %s\n", pszWhat, dValue, pszRule, bMet ? "met" : "NOT MET");
+}
+
+std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
+{
+    const double dScale = rResult.m_optics.m_fFocal * rResult.m_optics.m_fBaseline;
+    const std::vector<Sight> textured{Sight::Textured};
+    std::string text =
+        "\nAgainst the true distances, at the pixels of the right rectified image that both cameras see\n"
+        "                                pixels   valid  within 1    mean error of those within 1\n"
+        "                                             %   % of valid      pixels     metres\n";
+    const auto row = [&](const char* pszName, const Accuracy& rAccuracy) {
+        text += line("  %-27s %8ld %7.1f %9.1f %12.3f %10.4f\n", pszName, rAccuracy.m_nPixels, rAccuracy.validShare(),
+                     rAccuracy.within1Share(), rAccuracy.meanPixels(), rAccuracy.meanMetres());
+    };
+    const Accuracy all = measureAccuracy(rResult.m_map16, rTruth, textured, dScale);
+    row("textured surfaces", all);
+    row("  nearer than 2 m", measureAccuracy(rResult.m_map16, rTruth, textured, dScale, 0.0, 2.0));
+    row("  2 m to 3 m", measureAccuracy(rResult.m_map16, rTruth, textured, dScale, 2.0, 3.0));
+    row("  farther than 3 m", measureAccuracy(rResult.m_map16, rTruth, textured, dScale, 3.0, 1e9));
+    row("  the same, 8-bit disparity", measureAccuracy(rResult.m_map8, rTruth, textured, dScale));
+    row("board without texture", measureAccuracy(rResult.m_map16, rTruth, {Sight::Plain}, dScale));
+    row("board with a repeated pattern", measureAccuracy(rResult.m_map16, rTruth, {Sight::Repeated}, dScale));
+    text +=
+        "  Matches on the two boards are chance: sensor noise passes the lowest texture thresholds, and a repeated\n"
+        "  pattern matches once a period.\n";
+    text += "\nWhat a healthy build shows on the textured surfaces\n";
+    text += verdict("valid, %", all.validShare(), ">= 70", all.validShare() >= 70.0);
+    text += verdict("of these within 1 disparity, %", all.within1Share(), ">= 95", all.within1Share() >= 95.0);
+    text += verdict("mean error of those, pixels", all.meanPixels(), "< 0.2", all.meanPixels() < 0.2);
+    text += verdict("row difference of matched details, rectified", rResult.m_rectifiedRows.m_dMeanRows, "< 0.2",
+                    rResult.m_rectifiedRows.m_nPoints > 0 && rResult.m_rectifiedRows.m_dMeanRows < 0.2);
+    return text;
+}
+
+// ---- of any frame ----
+
+static std::string rowLine(const char* pszWhat, const RowAgreement& rRows)
+{
+    return rRows.m_nPoints == 0 ? line("  %-18s no details were found again\n", pszWhat)
+                                : line("  %-18s mean %6.3f rows, 95 %% below %6.3f (%d details)\n", pszWhat,
+                                       rRows.m_dMeanRows, rRows.m_dWorst5th, rRows.m_nPoints);
+}
+
+std::string summary(const StereoResult& rResult)
+{
+    const Optics& rOptics = rResult.m_optics;
+    const auto anCount = rResult.m_map16.count();
+    const auto share = [&](Reject eReject) {
+        return 100.0 * anCount[static_cast<std::size_t>(eReject)] /
+               static_cast<double>(rResult.m_map16.m_pixels.total());
+    };
+    std::string text = "The right camera is the reference: disparity d at column x of the right image matches column x "
+                       "+ d of the left.\n";
+    text += line("rectified %dx%d, focal length %.2f pixels, baseline %.1f mm, centre column %.2f row %.2f, disparity "
+                 "%d to %d\n",
+                 rResult.m_rectifiedRight.cols, rResult.m_rectifiedRight.rows, rOptics.m_fFocal,
+                 1000.0 * rOptics.m_fBaseline, rOptics.m_fCentreCol, rOptics.m_fCentreRow, rResult.m_range[0],
+                 rResult.m_range[1]);
+    text += "\nRow difference of matched details in the right and the left image\n";
+    if (rResult.m_rawRows.m_nPoints > 0)
+        text += rowLine("raw frames", rResult.m_rawRows);
+    text += rowLine("rectified", rResult.m_rectifiedRows);
+    text += line(
+        "\n16-bit disparity: %.1f %% found; rejected: %.1f %% no texture, %.1f %% not unique, %.1f %% no fit or rim, "
+        "%.1f %% back-forth, %.1f %% outside the frame\n",
+        share(Reject::None), share(Reject::Texture), share(Reject::Uniqueness), share(Reject::Subpixel),
+        share(Reject::BackForth), share(Reject::Outside));
+    text += rOptics.m_fBaseline > 0.0f ? line("%zu points in the cloud\n", rResult.m_cloud.size())
+                                       : std::string("no cloud: it takes --focal and --baseline\n");
+    text += "\nMilliseconds\n";
+    for (const StageTime& rTime : rResult.m_times)
+        text += line("  %-42s %8.2f\n", rTime.m_stage.c_str(), rTime.m_dMilliseconds);
+    return text;
+}
+
+} // namespace kestrova::app

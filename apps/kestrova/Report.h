@@ -1,0 +1,38 @@
+// What the programs print about a result: timings, rejects, row agreement, and the comparison with a known truth.
+#pragma once
+
+#include "Results.h"
+#include "SceneRenderer.h"
+
+namespace kestrova::app {
+
+/// How a set of pixels came out against the truth.
+struct Accuracy
+{
+    long m_nPixels = 0;
+    long m_nValid = 0;
+    long m_nWithin1 = 0;
+    double m_dSumPixels = 0.0; // absolute errors of those within 1
+    double m_dSumMetres = 0.0;
+
+    void add(float fMeasured, float fTrue, double dFocalTimesBaseline);
+    double validShare() const { return share(m_nValid, m_nPixels); }
+    double within1Share() const { return share(m_nWithin1, m_nValid); }
+    double meanPixels() const { return m_nWithin1 ? m_dSumPixels / static_cast<double>(m_nWithin1) : 0.0; }
+    double meanMetres() const { return m_nWithin1 ? m_dSumMetres / static_cast<double>(m_nWithin1) : 0.0; }
+
+private:
+    static double share(long nPart, long nWhole)
+    {
+        return nWhole ? 100.0 * static_cast<double>(nPart) / static_cast<double>(nWhole) : 0.0;
+    }
+};
+
+/// The pixels of some sights whose true depth lies in [near, far) metres.
+Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, const std::vector<Sight>& rSights,
+                         double dFocalTimesBaseline, double dNear = 0.0, double dFar = 1e9);
+
+std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth);
+std::string summary(const StereoResult& rResult);
+
+} // namespace kestrova::app

@@ -1,0 +1,218 @@
+// kestrova run: anyone's pair of frames, with a calibration, or rectified already.
+#include "AppError.h"
+#include "CalibrationText.h"
+#include "Commands.h"
+#include "FrameFit.h"
+#include "Report.h"
+#include "TruthComparison.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <cstdio>
+
+namespace kestrova::app {
+
+struct RunOptions
+{
+    std::string m_right, m_left, m_out;
+    std::optional<std::string> m_calibration;
+    bool m_bRectified = false;
+    std::optional<std::string> m_resize;
+    std::optional<double> m_focal; // pixels of the frame as it comes
+    std::optional<std::string> m_baseline;
+    std::optional<std::string> m_truth;
+    std::string m_truthView = "right";
+    double m_dTruthScale = 1.0;
+    bool m_bCompareBlockMatcher = false;
+    std::vector<double> m_adUniqueness; // further rows of the comparison
+    SettingWishes m_settings;
+};
+
+struct Frames
+{
+    cv::Mat1b m_right, m_left;
+    ShownRegions m_shown;
+    std::optional<FrameFit> m_fit; // of frames that are rectified already
+};
+
+static void checkOptions(const RunOptions& rOptions)
+{
+    if (rOptions.m_calibration.has_value() == rOptions.m_bRectified)
+        throw AppError("give either --calibration FILE or --rectified");
+    if (rOptions.m_focal.has_value() != rOptions.m_baseline.has_value())
+        throw AppError("--focal and --baseline go together");
+    if (rOptions.m_focal && !rOptions.m_bRectified)
+        throw AppError("--focal and --baseline are for --rectified; a calibration has its own");
+    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0))
+        throw AppError("--focal: must be above 0");
+    if (rOptions.m_truth && !(rOptions.m_dTruthScale > 0.0))
+        throw AppError("--truth-scale: must be above 0");
+}
+
+static Frames readFrames(const RunOptions& rOptions)
+{
+    Frames frames{readGrey(rOptions.m_right), readGrey(rOptions.m_left), {}, {}};
+    if (frames.m_right.size() != frames.m_left.size())
+        throw AppError(rOptions.m_left + ": has another size than " + rOptions.m_right);
+    std::optional<cv::Size> wish;
+    if (rOptions.m_resize)
+        wish = parseSize(*rOptions.m_resize, "--resize");
+    if (rOptions.m_bRectified) {
+        const FrameFit fit = planFrameFit(frames.m_right.size(), wish);
+        if (fit.m_canvas.width < 64 || fit.m_canvas.width > 1280)
+            throw AppError(rOptions.m_right + ": " + fit.describe() +
+                           "; 64 to 1280 columns are possible, see --resize");
+        frames = {fitFrame(frames.m_right, fit), fitFrame(frames.m_left, fit), {fit.region(), fit.region()}, fit};
+        std::printf("%s\n", fit.describe().c_str());
+    } else if (wish) { // the maps hold for any resolution of the frame
+        cv::resize(frames.m_right, frames.m_right, *wish, 0, 0, cv::INTER_AREA);
+        cv::resize(frames.m_left, frames.m_left, *wish, 0, 0, cv::INTER_AREA);
+        std::printf("frames scaled to %dx%d\n", wish->width, wish->height);
+    }
+    return frames;
+}
+
+static std::filesystem::path calibrationOf(const RunOptions& rOptions, const Frames& rFrames,
+                                           const OutputFolder& rFolder)
+{
+    if (rOptions.m_calibration)
+        return *rOptions.m_calibration;
+    const FrameFit& rFit = *rFrames.m_fit;
+    const double dFocal = rOptions.m_focal ? *rOptions.m_focal * rFit.m_dScale : rFit.m_canvas.width;
+    const double dBaseline = rOptions.m_baseline ? parseLength(*rOptions.m_baseline, "--baseline") : 0.0;
+    const std::filesystem::path file = rFolder.file("calibration.txt");
+    writeText(file, calibrationText(identityCalibration(rFit.m_canvas, dFocal, dBaseline)));
+    return file;
+}
+
+// ---- comparison with a known truth ----
+
+static cv::Mat1f readTruth(const RunOptions& rOptions, const Frames& rFrames, cv::Size canvas)
+{
+    const cv::Mat1b stored = readGrey(*rOptions.m_truth);
+    cv::Mat1f truth;
+    stored.convertTo(truth, CV_32F, rOptions.m_dTruthScale);
+    return fitDisparity(truth, rFrames.m_fit ? *rFrames.m_fit : planFrameFit(stored.size(), canvas));
+}
+
+static std::string compareTruth(const RunOptions& rOptions, const Frames& rFrames, StereoSession& rSession,
+                                const StereoResult& rResult)
+{
+    const TruthView eView = rOptions.m_truthView == "left" ? TruthView::Left : TruthView::Right;
+    const cv::Mat1f truth = readTruth(rOptions, rFrames, rResult.m_rectifiedRight.size());
+    const auto row = [&](const std::string& rName, const cv::Mat1f& rDisparity) {
+        return truthTableRow(rName, compareWithTruth(rDisparity, truth, rResult.m_range));
+    };
+    const auto ours = [&](const std::string& rName, const DisparityMap& rMap) {
+        return row(rName, eView == TruthView::Left ? toLeftView(rMap.m_pixels) : rMap.m_pixels);
+    };
+    std::string text = "\nAgainst " + *rOptions.m_truth + ", values scaled with the width of the image\n";
+    if (eView == TruthView::Left)
+        text += "The truth is seen from the left image: our pixels at column x move to column x + d, the nearest "
+                "surface wins.\n";
+    text += truthTableHead() + ours("kestrova, settings as given", rResult.m_map16);
+    const cv::Mat outside = rResult.m_map16.m_reject == static_cast<unsigned char>(Reject::Outside);
+    for (double dThreshold : rOptions.m_adUniqueness) {
+        SettingWishes wishes;
+        char acThreshold[32];
+        std::snprintf(acThreshold, sizeof acThreshold, "%g", dThreshold);
+        wishes.m_values["uniqueness-threshold"] = acThreshold;
+        applySettings(rSession.handle(), wishes);
+        DisparityMap map = rSession.read16(rSession.matchTo16());
+        map.m_pixels.setTo(std::numeric_limits<float>::infinity(), outside);
+        text += ours(std::string("kestrova, uniqueness ") + acThreshold, map);
+    }
+    if (rOptions.m_bCompareBlockMatcher) {
+        int nWindow = 0;
+        kestrovaGetStereoMask(rSession.handle(), &nWindow);
+        text += row("OpenCV block matcher, defaults",
+                    blockMatch(rResult.m_rectifiedRight, rResult.m_rectifiedLeft, {rResult.m_range, nWindow}, eView));
+    }
+    return text;
+}
+
+// ---- the command ----
+
+static void run(const RunOptions& rOptions)
+{
+    checkOptions(rOptions);
+    const Frames frames = readFrames(rOptions);
+    OutputFolder folder(rOptions.m_out);
+    StereoSession session(calibrationOf(rOptions, frames, folder));
+    applySettings(session.handle(), rOptions.m_settings);
+    StereoResult result = runStereo(session, frames.m_right, frames.m_left, frames.m_shown);
+    std::string report = frames.m_fit ? frames.m_fit->describe() + "\n" : std::string();
+    report += summary(result);
+    if (rOptions.m_truth)
+        report += compareTruth(rOptions, frames, session, result);
+    writeResult(folder, result, rOptions.m_right);
+    writeText(folder.file("report.txt"), report);
+    folder.commit();
+    std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_out.c_str());
+}
+
+static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
+{
+    const char* pszGroup = "Settings of the library (the calibration has the rest)";
+    for (const Setting& rSetting : allSettings())
+        rCommand
+            .add_option_function<std::string>(
+                std::string("--") + rSetting.m_pszName,
+                [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) {
+                    rWishes.m_values[pszName] = rValue;
+                },
+                rSetting.m_pszHelp)
+            ->type_name(rSetting.m_eKind == SettingKind::Switch ? "on|off" : "N")
+            ->group(pszGroup);
+    rCommand
+        .add_option("--disparity", rWishes.m_anDisparity,
+                    "range to search in pixels: 0 <= MIN < MAX <= 1024, at most 240 apart")
+        ->expected(2)
+        ->type_name("MIN MAX")
+        ->group(pszGroup);
+    rCommand
+        .add_option("--mapping-range", rWishes.m_anMapping,
+                    "bytes of --disparity-mapping: 0 <= MIN < MAX <= 255 (default 0 32)")
+        ->expected(2)
+        ->type_name("MIN MAX")
+        ->group(pszGroup);
+    rCommand.add_option("--region", rWishes.m_regions, "match only here; may be given up to 100 times")
+        ->type_name("ROW COL ROWS COLS")
+        ->group(pszGroup);
+    rCommand.add_option("--resolution", rWishes.m_resolution, "size of the rectified images, 4 by 3, such as 320x240")
+        ->type_name("WxH")
+        ->group(pszGroup);
+    rCommand.add_option("--threads", rWishes.m_threads, "worker threads: 1 to 255")->type_name("N")->group(pszGroup);
+}
+
+void addRunCommand(CLI::App& rProgram)
+{
+    auto pOptions = std::make_shared<RunOptions>();
+    RunOptions& r = *pOptions;
+    CLI::App* pCommand = rProgram.add_subcommand("run", "Disparity and points from a pair of image files");
+    pCommand->add_option("--right", r.m_right, "frame of the right camera, the reference (grey or colour)")->required();
+    pCommand->add_option("--left", r.m_left, "frame of the left camera")->required();
+    pCommand->add_option("--out", r.m_out, "folder for images, cloud and report")->required();
+    pCommand->add_option("--calibration", r.m_calibration, "calibration file of the pair");
+    pCommand->add_flag("--rectified", r.m_bRectified,
+                       "the frames are rectified already; they are set into a 4 by 3 canvas");
+    pCommand->add_option("--resize", r.m_resize, "scale the frames first; with --rectified they keep their shape")
+        ->type_name("WxH");
+    pCommand->add_option("--focal", r.m_focal, "with --rectified: focal length in pixels of the frames as they come");
+    pCommand->add_option("--baseline", r.m_baseline, "with --rectified: distance of the cameras, such as 120mm");
+    pCommand->add_option("--truth", r.m_truth, "picture of the true disparity, 0 where unknown");
+    pCommand->add_option("--truth-view", r.m_truthView, "the image that the truth belongs to")
+        ->check(CLI::IsMember({"left", "right"}))
+        ->capture_default_str();
+    pCommand
+        ->add_option("--truth-scale", r.m_dTruthScale,
+                     "pixels of disparity, at the truth's own size, for one grey level")
+        ->capture_default_str();
+    pCommand->add_flag("--compare-bm", r.m_bCompareBlockMatcher, "with --truth: beside OpenCV's block matcher");
+    pCommand->add_option("--compare-uniqueness", r.m_adUniqueness,
+                         "with --truth: further rows with these uniqueness thresholds");
+    addSettings(*pCommand, r.m_settings);
+    pCommand->callback([pOptions] { run(*pOptions); });
+}
+
+} // namespace kestrova::app

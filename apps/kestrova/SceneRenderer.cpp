@@ -1,0 +1,102 @@
+#include "SceneRenderer.h"
+
+#include <cmath>
+
+namespace kestrova::app {
+
+// The rays of one row of pixels, sub-samples of a pixel side by side.
+static Points raysOfRow(const CameraModel& rCamera, int nRow, int nSamples)
+{
+    Points pixels;
+    for (int nCol = 0; nCol < rCamera.m_size.width; ++nCol)
+        for (int y = 0; y < nSamples; ++y)
+            for (int x = 0; x < nSamples; ++x)
+                pixels.emplace_back(nCol + (x + 0.5) / nSamples - 0.5, nRow + (y + 0.5) / nSamples - 0.5);
+    return raysOfPixels(rCamera, pixels);
+}
+
+cv::Mat1b renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
+                    int nSamples)
+{
+    cv::Mat1b image(rCamera.m_size);
+    const int nPerPixel = nSamples * nSamples;
+    cv::parallel_for_(cv::Range(0, image.rows), [&](const cv::Range& rRows) {
+        for (int nRow = rRows.start; nRow < rRows.end; ++nRow) {
+            cv::RNG noise(rSensor.m_uSeed * 1000003ull + static_cast<std::uint64_t>(nRow) +
+                          1); // the same in any order of rows
+            const Points rays = raysOfRow(rCamera, nRow, nSamples);
+            auto ray = rays.begin();
+            for (int nCol = 0; nCol < image.cols; ++nCol) {
+                double dSum = 0.0;
+                for (int i = 0; i < nPerPixel; ++i, ++ray)
+                    dSum += rScene.trace(rPose.m_centre, rPose.m_rotation * cv::Vec3d(ray->x, ray->y, 1.0)).m_dGrey;
+                const double dGrey = dSum / nPerPixel * rSensor.m_dGain + noise.gaussian(rSensor.m_dNoise);
+                image(nRow, nCol) = cv::saturate_cast<unsigned char>(dGrey);
+            }
+        }
+    });
+    return image;
+}
+
+static bool isInFrame(const cv::Point2d& rPixel, cv::Size size)
+{
+    return rPixel.x >= 0 && rPixel.y >= 0 && rPixel.x <= size.width - 1.0 && rPixel.y <= size.height - 1.0;
+}
+
+static Sight sightOf(Material eMaterial)
+{
+    switch (eMaterial) {
+    case Material::Plain:
+        return Sight::Plain;
+    case Material::Repeated:
+        return Sight::Repeated;
+    case Material::Textured:
+        break;
+    }
+    return Sight::Textured;
+}
+
+// One row of the truth. Points are projected a row at a time: a call for each would cost more than the ray.
+static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraPair& rPair, const RectificationPlan& rPlan,
+                       int nRow)
+{
+    const cv::Matx33d toScene = rPlan.m_rightRotation.t();
+    std::vector<cv::Vec3d> points;
+    std::vector<Hit> hits;
+    Points rightRays;
+    Points leftRays;
+    const auto onPlane = [](const cv::Vec3d& rPoint) {
+        return cv::Point2d(rPoint[0] / rPoint[2], rPoint[1] / rPoint[2]);
+    };
+    for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol) {
+        const cv::Point2d ray = (cv::Point2d(nCol, nRow) - rPlan.m_centre) / rPlan.m_dFocal;
+        const cv::Vec3d direction = toScene * cv::Vec3d(ray.x, ray.y, 1.0); // so the distance along it is the depth
+        hits.push_back(rScene.trace({}, direction));
+        points.push_back(std::min(hits.back().m_dDistance, 1e6) * direction);
+        rightRays.push_back(onPlane(direction));
+        leftRays.push_back(onPlane(rPair.m_R.t() * (points.back() - rPair.m_T)));
+    }
+    const Points inRight = projectRays(rPair.m_right, rightRays);
+    const Points inLeft = projectRays(rPair.m_left, leftRays);
+    for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol) {
+        const auto n = static_cast<std::size_t>(nCol);
+        if (!std::isfinite(hits[n].m_dDistance))
+            continue;
+        rTruth.m_disparity(nRow, nCol) = static_cast<float>(rPlan.m_dFocal * rPlan.m_dBaseline / hits[n].m_dDistance);
+        const bool bInBoth = isInFrame(inRight[n], rPair.m_right.m_size) && isInFrame(inLeft[n], rPair.m_left.m_size);
+        if (bInBoth && rScene.trace(rPair.m_T, points[n] - rPair.m_T).m_dDistance > 1.0 - 1e-6)
+            rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(sightOf(hits[n].m_eMaterial));
+    }
+}
+
+SceneTruth truthOf(const Scene& rScene, const CameraPair& rPair, const RectificationPlan& rPlan)
+{
+    SceneTruth truth{cv::Mat1f(rPlan.m_canvas, 0.0f), cv::Mat1b(rPlan.m_canvas, uchar(0))};
+    cv::parallel_for_(cv::Range(0, rPlan.m_canvas.height), [&](const cv::Range& rRows) {
+        for (int nRow = rRows.start; nRow < rRows.end; ++nRow)
+            truthOfRow(truth, rScene, rPair, rPlan, nRow);
+    });
+    return truth;
+}
+
+} // namespace kestrova::app

@@ -1,0 +1,51 @@
+// The settings of the library as a table: name, range and default for the help, a setter and a getter.
+//
+// The commands make one option of each row; info prints each row.
+#pragma once
+
+#include <kestrova.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace kestrova::app {
+
+enum class SettingKind
+{
+    Switch,
+    Whole,
+    Real
+};
+
+struct Setting
+{
+    const char* m_pszName; // long option without the dashes
+    SettingKind m_eKind;
+    const char* m_pszHelp; // what it does, then range and default
+    KestrovaError (*m_pfnSet)(KestrovaContext, double);
+    double (*m_pfnGet)(KestrovaContext);
+};
+
+const std::vector<Setting>& allSettings();
+
+/// What was asked for on the command line; all else stays as the calibration has it.
+struct SettingWishes
+{
+    std::map<std::string, std::string> m_values; // by name of the setting
+    std::vector<int> m_anDisparity;              // minimum, maximum
+    std::vector<int> m_anMapping;
+    std::vector<std::tuple<int, int, int, int>> m_regions; // row, column, rows, columns
+    std::optional<std::string> m_resolution;               // of the rectified images
+    std::optional<int> m_threads;
+};
+
+/// Throws AppError that names the option and its range when the library refuses a value.
+void applySettings(KestrovaContext context, const SettingWishes& rWishes);
+
+/// One line per setting.
+std::string describeSettings(KestrovaContext context);
+
+} // namespace kestrova::app

@@ -1,0 +1,110 @@
+// The handle: made from a calibration source or from another handle, and destroyed.
+#include "api/MultiContext.h"
+#include "calibration/load.h"
+#include "kestrova.h"
+
+#include <cstdio>
+#include <memory>
+
+using namespace kestrova;
+
+namespace {
+
+bool versionCompatible(int nMajor, int nMinor)
+{
+    return (nMajor == 2 && nMinor >= 0 && nMinor <= 2) || (nMajor == 3 && nMinor == 0);
+}
+
+bool acceptable(const StereoContext& rContext)
+{
+    return versionCompatible(rContext.m_nVersionMajor, rContext.m_nVersionMinor) &&
+           (rContext.m_nCameraCount == 2 || rContext.m_nCameraCount == 3);
+}
+
+/** load(context, section) reads one section. A section that cannot be read ends the source, unless it is the first. */
+template<class Load>
+KestrovaError loadDefaultContextFromSource(KestrovaContext* pOut, Load load)
+{
+    auto pMulti = std::make_unique<MultiContext>();
+    for (int nSection = 0; nSection < MultiContext::sk_nMaxContexts; ++nSection) {
+        auto pContext = std::make_unique<StereoContext>();
+        if (!load(pContext.get(), nSection)) {
+            if (nSection == 0) {
+                return KestrovaErrorConfigFileCorrupt;
+            }
+            break;
+        }
+        if (!acceptable(*pContext) || !addContextToMultiContext(pMulti.get(), std::move(pContext))) {
+            return KestrovaErrorConfigFileCorrupt;
+        }
+    }
+    *pOut = handleOf(pMulti.release());
+    return KestrovaErrorOk;
+}
+
+struct FileCloser
+{
+    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+};
+
+} // namespace
+
+KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* out, const char* path)
+{
+    *out = nullptr;
+    if (path == nullptr) {
+        return KestrovaErrorInvalidParameter;
+    }
+    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(path, "rb"));
+    if (pFile == nullptr) {
+        return KestrovaErrorNoConfigFile;
+    }
+    return loadDefaultContextFromSource(out, [&](StereoContext* pContext, int nSection) {
+        return loadContextFromStream(pFile.get(), pContext, nSection);
+    });
+}
+
+KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* out, const void* block)
+{
+    *out = nullptr;
+    if (block == nullptr) {
+        return KestrovaErrorInvalidParameter;
+    }
+    return loadDefaultContextFromSource(
+        out, [&](StereoContext* pContext, int nSection) { return loadContextFromMemory(block, pContext, nSection); });
+}
+
+KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out)
+{
+    const MultiContext* const pSource = multiContextOf(source);
+    if (pSource == nullptr) {
+        return KestrovaErrorInvalidContext;
+    }
+    auto pCopy = std::make_unique<MultiContext>(ExecutorPool::getSafeSize(pSource->m_pExecutorPool.get()));
+    pCopy->m_bAsynchronous = pSource->m_bAsynchronous;
+    pCopy->m_nActiveIndex = pSource->m_nActiveIndex;
+    for (std::size_t i = 0; i < pSource->m_apContexts.size(); ++i) {
+        if (pSource->m_apContexts[i] != nullptr) {
+            pCopy->m_apContexts[i] = std::make_unique<StereoContext>(*pSource->m_apContexts[i]);
+        }
+    }
+    const auto counterpart = [&](const StereoContext* pContext) {
+        const int nSlot = pContext != nullptr ? slotOf(*pSource, pContext) : -1;
+        return nSlot >= 0 ? pCopy->m_apContexts[static_cast<std::size_t>(nSlot)].get() : nullptr;
+    };
+    pCopy->m_pActiveContext = counterpart(pSource->m_pActiveContext);
+    for (std::size_t i = 0; i < pSource->m_apConfigurationContexts.size(); ++i) {
+        pCopy->m_apConfigurationContexts[i] = counterpart(pSource->m_apConfigurationContexts[i]);
+    }
+    *out = handleOf(pCopy.release());
+    return KestrovaErrorOk;
+}
+
+KestrovaError kestrovaDestroyContext(KestrovaContext context)
+{
+    if (context == nullptr) {
+        return KestrovaErrorInvalidContext;
+    }
+    delete multiContextOf(context);
+    return KestrovaErrorOk;
+}

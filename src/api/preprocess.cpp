@@ -1,0 +1,18 @@
+// One frame in: the public entries of preprocessing.
+#include "rectify/preprocess.h"
+
+#include "api/settingShims.h"
+#include "kestrova.h"
+
+using namespace kestrova;
+
+KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInput* input)
+{
+    return onActiveContext(context,
+                           [&](StereoContext& rContext) { return standardKestrovaPreprocess(&rContext, input); });
+}
+
+KestrovaError kestrovaPreprocess(KestrovaContext context, KestrovaInput* input)
+{
+    return kestrovaRectify(context, input);
+}

@@ -1,0 +1,31 @@
+// The driver of a stereo run: what it consists of, and which correlator serves which configuration.
+//
+// Nothing is kept between runs but the error of the last one, which stays in the pool's task.
+#pragma once
+
+#include "api/BandPlan.h"
+#include "api/StereoContext.h"
+
+#include <boost/thread/mutex.hpp>
+
+namespace kestrova {
+
+/**
+ * Correlates the regions of the context, or the whole frame without any; every result is a KestrovaError.
+ *
+ * KestrovaErrorInvalidRequest when an image was not preprocessed. A failed region does not stop the others, and the
+ * last failure is reported; a configuration without a correlator stops at once.
+ */
+int standardStereo(StereoContext& rContext);
+
+/** One band of a run, on the rows that the plan gives it; nothing when stereo is off. */
+int standardMultithreadedStereo(const BandPlan& rPlan, StereoContext& rWorkerContext, StereoContext& rMainContext,
+                                boost::mutex& rSliceMutex);
+
+/** What is done to the whole frame when all bands are there. */
+int standardValidate(StereoContext& rContext);
+
+/** A whole run on the caller's thread: both steps in any case, and the first result that is an error. */
+int standardStereoAndValidate(StereoContext* pContext);
+
+} // namespace kestrova

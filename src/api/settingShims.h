@@ -1,0 +1,52 @@
+// The one pattern of the settings functions: find the active context, test, store or read one field.
+#pragma once
+
+#include "api/MultiContext.h"
+
+#include <type_traits>
+
+namespace kestrova {
+
+/** Does the one thing that a function is about, on the active context. */
+template<class Use>
+KestrovaError onActiveContext(KestrovaContext context, Use use)
+{
+    StereoContext* const pContext = getActiveContext(context);
+    return pContext != nullptr ? use(*pContext) : KestrovaErrorInvalidContext;
+}
+
+/** For members of StereoContext that answer whether they took a value. */
+inline KestrovaError settingResult(bool bAccepted)
+{
+    return bAccepted ? KestrovaErrorOk : KestrovaErrorInvalidSetting;
+}
+
+template<class T, class Holder>
+KestrovaError storeSetting(KestrovaContext context, T Holder::*pField, std::type_identity_t<T> value,
+                           bool bInRange = true)
+{
+    return onActiveContext(context, [&](StereoContext& rContext) {
+        if (bInRange) {
+            rContext.*pField = value;
+        }
+        return settingResult(bInRange);
+    });
+}
+
+template<class T, class Holder, class Out>
+KestrovaError readSetting(KestrovaContext context, T Holder::*pField, Out* pOut)
+{
+    return onActiveContext(context, [&](const StereoContext& rContext) {
+        *pOut = static_cast<Out>(rContext.*pField);
+        return KestrovaErrorOk;
+    });
+}
+
+template<class T, class Holder, class Out>
+KestrovaError readPair(KestrovaContext context, T Holder::*pFirst, T Holder::*pSecond, Out* pFirstOut, Out* pSecondOut)
+{
+    const KestrovaError eError = readSetting(context, pFirst, pFirstOut);
+    return eError == KestrovaErrorOk ? readSetting(context, pSecond, pSecondOut) : eError;
+}
+
+} // namespace kestrova

@@ -1,0 +1,61 @@
+// The threads of a handle and the one task that they last worked on.
+//
+// A task is a frame's worth of work: one function that runs once per band of rows, each time on a context of its own,
+// and perhaps one that runs when all bands are done. The pool knows functions and contexts, nothing of stereo.
+#pragma once
+
+#include "api/StereoContext.h"
+
+#include <boost/function.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <memory>
+
+namespace kestrova {
+
+class thread_pool;
+
+class ExecutorPool
+{
+public:
+    class Task;
+    /** Worker context, main context, a mutex that the task's slices share for their own use. */
+    using SliceFunction = boost::function<int(StereoContext&, StereoContext&, boost::mutex&)>;
+    /** Main context. */
+    using EndFunction = boost::function<int(StereoContext&)>;
+
+    static constexpr unsigned sk_maxSize = 4; // of the default size only
+
+    explicit ExecutorPool(unsigned nSize);
+    /** Runs what was started to its end. */
+    ~ExecutorPool();
+    ExecutorPool(const ExecutorPool&) = delete;
+    ExecutorPool& operator=(const ExecutorPool&) = delete;
+
+    [[nodiscard]] unsigned size() const;
+    /** One thread per processor, but at most sk_maxSize and at least 1. */
+    [[nodiscard]] static unsigned getDefaultSize();
+    /** The size of the pool, or the default size for a null one. */
+    [[nodiscard]] static unsigned getSafeSize(const ExecutorPool* pPool);
+
+    /** True while a task has work queued or in hand. */
+    [[nodiscard]] bool isRunning() const;
+
+    /** Waits for the pool, drops the last task, and queues one call per thread. The context must outlive the task. */
+    void kickStart(const SliceFunction& rFunction, StereoContext& rMainContext);
+    void executeAsynch(const SliceFunction& rFunction, StereoContext& rMainContext);
+    void executeAsynch(const SliceFunction& rFunction, const EndFunction& rEndFunction, StereoContext& rMainContext);
+    int execute(const SliceFunction& rFunction, StereoContext& rMainContext);
+
+    /**
+     * Waits for the pool and gives the first result of the slices, by index, that is not 0, else the result of the end
+     * function; 0 without a task. Asking again gives the same answer until a new task is started.
+     */
+    int waitForResult() const;
+
+private:
+    std::unique_ptr<Task> m_pTask; // null until the first run; outlives the threads
+    std::unique_ptr<thread_pool> m_pWorkerPool;
+};
+
+} // namespace kestrova

@@ -1,0 +1,79 @@
+// One calibrated camera of a set: its gain, its two maps and the warpers built from them.
+//
+// All copies of a context share its cameras, so the warper list belongs to the thread that preprocesses; workers only
+// use warpers that were built before they started.
+#pragma once
+
+#include "rectify/WarpMapFunc.h"
+#include "rectify/WarperList.h"
+
+#include <memory>
+
+namespace kestrova {
+
+class Camera
+{
+public:
+    /**
+     * @param pForward  rectified to raw; warpers are built from it
+     * @param pInverse  raw to rectified
+     * @param dGain     multiplies what the lowpass gives
+     * @param dRectX .. dRawY  the adjustments that both maps carry already
+     */
+    Camera(std::unique_ptr<WarpMapFunc> pForward, std::unique_ptr<WarpMapFunc> pInverse, double dFocalLengthRows,
+           double dFocalLengthCols, double dGain, double dRectX, double dRectY, double dRawX, double dRawY);
+    /** Clones the maps with their adjustments; the copy has no warpers yet. */
+    Camera(const Camera& rOther);
+    /** As copying. Assignment to itself drops the warpers. */
+    Camera& operator=(const Camera& rOther);
+    ~Camera();
+
+    void deleteWarpMapFuncs();
+
+    /**
+     * The warper for these parameters, built and kept if there is none yet. The camera owns it until an adjustment
+     * changes or the camera goes.
+     *
+     * @return null when WarperList::buildWarper gives none or the list cannot grow
+     */
+    const Warper* getWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride, int nRowOffset,
+                            int nColOffset, KernelType eKernelType, int nKernelSize);
+    /** What the last lookup gave; null before the first and after a change of adjustment. */
+    [[nodiscard]] const Warper* currentWarper() const { return m_pCurrentWarper; }
+
+    /**
+     * Shifts the rectified image, in fractions of its size; the two maps stay inverse to each other and all warpers go.
+     * False, and nothing changed, unless both values lie within -1 to 1.
+     */
+    [[nodiscard]] bool setRectifiedAdjustment(double dX, double dY);
+    /** As setRectifiedAdjustment, for the raw image. */
+    [[nodiscard]] bool setRawAdjustment(double dX, double dY);
+    void getRectifiedAdjustment(double* pdX, double* pdY) const;
+    void getRawAdjustment(double* pdX, double* pdY) const;
+
+    [[nodiscard]] double gain() const { return m_dGain; }
+    [[nodiscard]] double focalLengthRows() const { return m_dFocalLengthRows; }
+    [[nodiscard]] double focalLengthCols() const { return m_dFocalLengthCols; }
+    /** Rectified to raw; null after deleteWarpMapFuncs. */
+    [[nodiscard]] const WarpMapFunc* forwardMap() const { return m_pForwardMap.get(); }
+    /** Raw to rectified; likewise. */
+    [[nodiscard]] const WarpMapFunc* inverseMap() const { return m_pInverseMap.get(); }
+    [[nodiscard]] const WarperList& warpers() const { return m_warpers; }
+
+private:
+    void dropWarpers();
+
+    double m_dFocalLengthRows;
+    double m_dFocalLengthCols;
+    double m_dGain;
+    double m_dRectAdjustmentX; // column direction
+    double m_dRectAdjustmentY; // row direction
+    double m_dRawAdjustmentX;
+    double m_dRawAdjustmentY;
+    const Warper* m_pCurrentWarper = nullptr; // borrowed from m_warpers
+    std::unique_ptr<WarpMapFunc> m_pForwardMap;
+    std::unique_ptr<WarpMapFunc> m_pInverseMap;
+    WarperList m_warpers;
+};
+
+} // namespace kestrova

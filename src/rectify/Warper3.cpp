@@ -1,0 +1,199 @@
+#include "rectify/Warper3.h"
+
+#include "rectify/warpSample.h"
+
+#include <cstring>
+#include <emmintrin.h>
+
+namespace kestrova {
+
+Warper3::Warper3() = default;
+Warper3::Warper3(const Warper3&) = default;
+Warper3::~Warper3() = default;
+
+namespace {
+
+struct TableEntry
+{
+    int m_nIndex;
+    unsigned char m_ucFraction; // in 128ths, 0 to 127
+};
+
+TableEntry split(float fPosition)
+{
+    if (fPosition < 0) { // the only position of an axis of one pixel
+        return {0, 0};
+    }
+    const float fFloor = std::floor(fPosition);
+    return {static_cast<int>(fFloor), static_cast<unsigned char>(std::floor(128.0F * (fPosition - fFloor)))};
+}
+
+void fillTables(const WarpMapFunc& rMap, const WarperKey& rKey, Image<int>& rPositions,
+                Image<unsigned char>& rRowFraction, Image<unsigned char>& rColFraction)
+{
+    const SourcePoint limit{lastBlendPosition(rKey.m_nSourceRows), lastBlendPosition(rKey.m_nSourceCols)};
+    sampleDestination(rMap, rKey, limit, [&](int nRow, int nCol, SourcePoint point) {
+        const TableEntry row = split(point.m_fRow);
+        const TableEntry col = split(point.m_fCol);
+        rPositions[nRow][nCol] = row.m_nIndex * rKey.m_nStride + col.m_nIndex;
+        rRowFraction[nRow][nCol] = row.m_ucFraction;
+        rColFraction[nRow][nCol] = col.m_ucFraction;
+    });
+}
+
+} // namespace
+
+void Warper3::buildWarper3Maps(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
+                               int nDstCols, int nRowOffset, int nColOffset, Image<int>& rPositions,
+                               Image<unsigned char>& rRowFraction, Image<unsigned char>& rColFraction)
+{
+    fillTables(rMap,
+               {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, subpixelOffset(nRowOffset), subpixelOffset(nColOffset),
+                KernelBilinear, 0},
+               rPositions, rRowFraction, rColFraction);
+}
+
+void Warper3::buildTables(const WarpMapFunc& rMap, const WarperKey& rKey)
+{
+    setKey(rKey);
+    m_rowFraction = Image<unsigned char>(rKey.m_nDestinationRows, rKey.m_nDestinationCols);
+    m_colFraction = Image<unsigned char>(rKey.m_nDestinationRows, rKey.m_nDestinationCols);
+    fillTables(rMap, m_key, m_map, m_rowFraction, m_colFraction);
+}
+
+void Warper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
+                    int nRowOffset, int nColOffset, int nKernelSize)
+{
+    buildTables(rMap,
+                {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelBilinear, nKernelSize});
+    initRange();
+}
+
+void Warper3::initRange()
+{
+    Warper::initRange();
+    Row<int> highest = m_rowRange[1];
+    for (int nRow = 0; nRow < highest.nCols(); ++nRow) {
+        ++highest[nRow]; // the row below is read as well
+    }
+}
+
+std::unique_ptr<Warper> Warper3::clone() const
+{
+    return std::unique_ptr<Warper>(new Warper3(*this));
+}
+
+// ---- the blend: four neighbours with weights that add up to 2^14, truncated ----
+// On an axis of one pixel the step to the neighbour is 0: its weight is 0, but it would be read outside the source.
+
+namespace {
+
+struct Blend
+{
+    int m_nRowStep;
+    int m_nColStep;
+
+    explicit Blend(const WarperKey& rKey)
+        : m_nRowStep(rKey.m_nSourceRows > 1 ? rKey.m_nStride : 0), m_nColStep(rKey.m_nSourceCols > 1 ? 1 : 0)
+    {}
+
+    template<typename T, typename Lane>
+    unsigned char operator()(const T* pSrc, int nRowFraction, int nColFraction, Lane lane) const
+    {
+        const auto across = [&](const T* p) {
+            return lane(p[0]) * (128 - nColFraction) + lane(p[m_nColStep]) * nColFraction;
+        };
+        const int nSum = (128 - nRowFraction) * across(pSrc) + nRowFraction * across(pSrc + m_nRowStep);
+        return static_cast<unsigned char>(nSum >> 14);
+    }
+};
+
+__m128i loadPairs(const unsigned char* pSrc, const int* pEntry)
+{
+    std::uint16_t aPairs[4];
+    for (int i = 0; i < 4; ++i) {
+        std::memcpy(&aPairs[i], pSrc + pEntry[i], 2);
+    }
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(aPairs)), _mm_setzero_si128());
+}
+
+/** Words 128 - f and f of four fractions, alternating. */
+__m128i loadWeights(const unsigned char* pFractions)
+{
+    int nFractions;
+    std::memcpy(&nFractions, pFractions, 4);
+    const __m128i f = _mm_unpacklo_epi8(_mm_cvtsi32_si128(nFractions), _mm_setzero_si128());
+    return _mm_unpacklo_epi16(_mm_sub_epi16(_mm_set1_epi16(128), f), f);
+}
+
+// Exact: a blended row is at most 255 * 128 and fits a signed word, so two multiply-adds do the work of one pixel.
+void blend4(unsigned char* pDst, const unsigned char* pSrc, int nRowStep, const int* pEntry,
+            const unsigned char* pRowFraction, const unsigned char* pColFraction)
+{
+    const __m128i weights = loadWeights(pColFraction);
+    const __m128i top = _mm_madd_epi16(loadPairs(pSrc, pEntry), weights);
+    const __m128i bottom = _mm_madd_epi16(loadPairs(pSrc + nRowStep, pEntry), weights);
+    const __m128i both = _mm_or_si128(top, _mm_slli_epi32(bottom, 16));
+    const __m128i sum = _mm_srli_epi32(_mm_madd_epi16(both, loadWeights(pRowFraction)), 14);
+    const __m128i words = _mm_packs_epi32(sum, sum);
+    const int nPixels = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
+    std::memcpy(pDst, &nPixels, 4);
+}
+
+} // namespace
+
+void Warper3::warp(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const
+{
+    const Blend blend(m_key);
+    const int* pEntry = &m_map[nRow][nCol];
+    const unsigned char* pRowFraction = &m_rowFraction[nRow][nCol];
+    const unsigned char* pColFraction = &m_colFraction[nRow][nCol];
+    int i = 0;
+    if (blend.m_nColStep == 1) {
+        for (; i + 4 <= nWidth; i += 4) {
+            blend4(pDst + i, pSrc, blend.m_nRowStep, pEntry + i, pRowFraction + i, pColFraction + i);
+        }
+    }
+    for (; i < nWidth; ++i) {
+        pDst[i] = blend(pSrc + pEntry[i], pRowFraction[i], pColFraction[i], [](int n) { return n; });
+    }
+}
+
+void Warper3::warp(Pixel8x4* pDst, const Pixel8x4* pSrc, int nRow, int nCol, int nWidth) const
+{
+    const Blend blend(m_key);
+    const int* pEntry = &m_map[nRow][nCol];
+    const unsigned char* pRowFraction = &m_rowFraction[nRow][nCol];
+    const unsigned char* pColFraction = &m_colFraction[nRow][nCol];
+    for (int i = 0; i < nWidth; ++i) {
+        const auto channel = [&](std::uint8_t Pixel8x4::*pLane) {
+            return blend(pSrc + pEntry[i], pRowFraction[i], pColFraction[i],
+                         [pLane](const Pixel8x4& rPixel) { return int{rPixel.*pLane}; });
+        };
+        pDst[i] = {channel(&Pixel8x4::m_ucBlue), channel(&Pixel8x4::m_ucGreen), channel(&Pixel8x4::m_ucRed), 0};
+    }
+}
+
+BilinearWarper3::BilinearWarper3() = default;
+BilinearWarper3::BilinearWarper3(const BilinearWarper3&) = default;
+BilinearWarper3::~BilinearWarper3() = default;
+
+void BilinearWarper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
+                            int nDstCols, int nRowOffset, int nColOffset, int nKernelSize)
+{
+    buildTables(rMap,
+                {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelBilinear, nKernelSize});
+    init();
+}
+
+void BilinearWarper3::init()
+{
+    initRange();
+}
+
+std::unique_ptr<Warper> BilinearWarper3::clone() const
+{
+    return std::unique_ptr<Warper>(new BilinearWarper3(*this));
+}
+
+} // namespace kestrova

@@ -1,0 +1,107 @@
+#include "rectify/lowpass.h"
+
+#include "rectify/Camera.h"
+#include "rectify/fixedPoint.h"
+#include "stereo/BoxFilter.h"
+#include "stereo/kernels.h"
+#include "stereo/processor.h"
+
+namespace kestrova {
+
+unsigned resolveMask(unsigned uMask, int nSource, int nDestination)
+{
+    if (uMask != 0 || nDestination < 1) {
+        return uMask;
+    }
+    return static_cast<unsigned>((nSource + nDestination - 1) / nDestination);
+}
+
+template<typename T>
+Image<T> blackScratch(const ImageDim& rSize)
+{
+    FastScratchMemory scratch;
+    Image<T> image(rSize, scratch);
+    image.init(T{});
+    return image;
+}
+
+template Image<unsigned char> blackScratch(const ImageDim& rSize);
+template Image<Pixel8x4> blackScratch(const ImageDim& rSize);
+template Image<Pixel16x4> blackScratch(const ImageDim& rSize);
+
+namespace {
+
+bool isPlainCopy(unsigned uMaskRows, unsigned uMaskCols, double dGain)
+{
+    return uMaskRows <= 1 && uMaskCols <= 1 && dGain == 1.0;
+}
+
+void boxAverage(Image<unsigned char>& rTmp, Image<unsigned char>& rInterior, Image<unsigned short>& rSums,
+                BoxFilter& rBox, const Image<unsigned char>& rSrc, int nScale, int nMaskRows, int nMaskCols)
+{
+    const bool bSSE2 = sse2Enabled();
+    for (int nRow = 0; nRow < rSrc.nRows(); ++nRow) {
+        const int nDone = rBox.add(rSrc[nRow], rSrc.nCols(), bSSE2);
+        if (nDone >= 0) {
+            row_pack_op(&rInterior[nDone][0], rInterior.nCols(), &rSums[nDone][0], nScale);
+        }
+    }
+    rTmp.border(0, nMaskRows / 2, nMaskCols / 2, (nMaskRows - 1) / 2, (nMaskCols - 1) / 2);
+}
+
+} // namespace
+
+void lowpassRectify(Image<unsigned char>& rDst, const Warper& rWarper, double dGain, const Image<unsigned char>& rSrc,
+                    unsigned uMaskRows, unsigned uMaskCols, Image<unsigned char>& rTmp)
+{
+    uMaskRows = resolveMask(uMaskRows, rSrc.nRows(), rDst.nRows());
+    uMaskCols = resolveMask(uMaskCols, rSrc.nCols(), rDst.nCols());
+    if (isPlainCopy(uMaskRows, uMaskCols, dGain)) {
+        rWarper.warp(rDst, rSrc);
+        return;
+    }
+    if (uMaskRows > static_cast<unsigned>(rSrc.nRows()) || uMaskCols > static_cast<unsigned>(rSrc.nCols())) {
+        rTmp.init(0);
+        rWarper.warp(rDst, rTmp);
+        return;
+    }
+    const auto nMaskRows = static_cast<int>(uMaskRows);
+    const auto nMaskCols = static_cast<int>(uMaskCols);
+    Image<unsigned char> interior(rTmp, rTmp.mask({nMaskRows, nMaskCols}), false);
+    Image<unsigned short> sums = Image<unsigned short>::constImage(interior.size(), 0);
+    BoxFilter box;
+    box.reset(sums, uMaskRows, uMaskCols);
+    const int nScale = averageScale(dGain, uMaskRows, uMaskCols);
+    if (rWarper.key().m_eKernelType == KernelBilinear) {
+        rWarper.warp(rDst, rSrc, rTmp, interior, sums, box, nScale, nMaskRows, nMaskCols);
+        return;
+    }
+    boxAverage(rTmp, interior, sums, box, rSrc, nScale, nMaskRows, nMaskCols);
+    rWarper.warp(rDst, rTmp);
+}
+
+bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<unsigned char>& rSrc, unsigned uMaskRows,
+                    unsigned uMaskCols, int nRowOffset, int nColOffset, KernelType eKernelType, int nKernelSize)
+{
+    uMaskRows = resolveMask(uMaskRows, rSrc.nRows(), rDst.nRows());
+    uMaskCols = resolveMask(uMaskCols, rSrc.nCols(), rDst.nCols());
+    const bool bPlain = isPlainCopy(uMaskRows, uMaskCols, rCamera.gain());
+    // Black from the start: what the fused warp's cursor leaves of the border must not depend on earlier frames.
+    Image<unsigned char> tmp = bPlain ? rSrc : blackScratch<unsigned char>(rSrc.size());
+    const Warper* const pWarper =
+        rCamera.getWarper(rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), tmp.rowDistance(), nRowOffset,
+                          nColOffset, eKernelType, nKernelSize);
+    if (pWarper == nullptr) {
+        return false;
+    }
+    lowpassRectify(rDst, *pWarper, rCamera.gain(), rSrc, uMaskRows, uMaskCols, tmp);
+    return true;
+}
+
+void rectify(Image<unsigned char>& rDst, const Warper& rWarper, double dGain, const Image<unsigned char>& rSrc)
+{
+    Image<unsigned char> tmp = blackScratch<unsigned char>(rSrc.size());
+    lowpassRectify(rDst, rWarper, dGain, rSrc, 1, 1, tmp);
+}
+
+} // namespace kestrova

@@ -1,0 +1,40 @@
+// Box average, gain and rectification of one grey image as a single operation.
+//
+// Stereo runs at a lower resolution than cameras deliver; sampling the frame by table alone would alias. The average of
+// an even box leans up and left: in a 2 by 2 box, pixel (r, c) is the mean of (r - 1, c - 1) to (r, c). Nothing shifts
+// it back. Where the warp reaches the rim of the raw image, which no box reaches, the result is black.
+#pragma once
+
+#include "image/Image.h"
+#include "rectify/KernelType.h"
+
+namespace kestrova {
+
+class Camera;
+class Warper;
+
+/** A mask of 0 is automatic: as large as the reduction, rounded up. */
+[[nodiscard]] unsigned resolveMask(unsigned uMask, int nSource, int nDestination);
+
+/** An image for a lowpass to write into, of the size and all black. */
+template<typename T>
+[[nodiscard]] Image<T> blackScratch(const ImageDim& rSize);
+
+/**
+ * The core. tmp has the size of src and is written only if there is something to filter: with one-pixel masks and a
+ * gain of 1 the warp reads src itself. The warper's stride is that of the image that it reads.
+ *
+ * Masks that do not fit into src blacken tmp, and with it dst.
+ */
+void lowpassRectify(Image<unsigned char>& rDst, const Warper& rWarper, double dGain, const Image<unsigned char>& rSrc,
+                    unsigned uMaskRows, unsigned uMaskCols, Image<unsigned char>& rTmp);
+
+/** As above with the camera's warper and gain. False, and dst as it was, if the camera has no such warper. */
+[[nodiscard]] bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<unsigned char>& rSrc,
+                                  unsigned uMaskRows, unsigned uMaskCols, int nRowOffset, int nColOffset,
+                                  KernelType eKernelType, int nKernelSize);
+
+/** The core without averaging. */
+void rectify(Image<unsigned char>& rDst, const Warper& rWarper, double dGain, const Image<unsigned char>& rSrc);
+
+} // namespace kestrova

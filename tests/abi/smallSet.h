@@ -1,0 +1,88 @@
+/* A calibration of two cameras with identity maps, and a frame of random texture that the left camera sees five pixels
+   further right. For C and C++ programs alike. */
+#ifndef SMALL_SET_H
+#define SMALL_SET_H
+
+#include "kestrova.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+enum
+{
+    SMALL_ROWS = 240,
+    SMALL_COLS = 320,
+    SMALL_SHIFT = 5
+};
+
+#define CHECK(ok)                                                                                                      \
+    do {                                                                                                               \
+        if (!(ok)) {                                                                                                   \
+            printf("%s:%d: %s\n", __FILE__, __LINE__, #ok);                                                            \
+            exit(1);                                                                                                   \
+        }                                                                                                              \
+    } while (0)
+#define CHECK_OK(call) CHECK((call) == KestrovaErrorOk)
+
+/* The identity along columns or rows: 4 by 4 coefficients, the rows of the image innermost. */
+static void smallWarp(char* text, int id, int alongCols)
+{
+    int i;
+    sprintf(text + strlen(text), "BeginWarp\nID %d\nNumberKnots 8\nKnotsX 0 0 0 0 1 1 1 1\nKnotsY 0 0 0 0 1 1 1 1\n",
+            id);
+    strcat(text, "NumberCoefs 4 4\nCoefs");
+    for (i = 0; i < 16; ++i) {
+        sprintf(text + strlen(text), " %.17g", (alongCols ? i / 4 : i % 4) / 3.0);
+    }
+    strcat(text, "\nEndWarp\n");
+}
+
+static const char* smallCalibration(void)
+{
+    static char text[8192];
+    int id;
+    strcpy(text, "Version \"Kestrova 3.0\"\nProduct PEMBERLOW\nSerialNumber 4711\nFocalLength 0.75 1\nBaseline 0.125\n"
+                 "CameraConfiguration 2CameraHorizontal\nDisparity 0 32\n");
+    for (id = 0; id < 2; ++id) {
+        sprintf(text + strlen(text), "BeginCamera\nID %d\nGain 1\nPosition %d 0 0\nChannel %s\n", id, -id,
+                id == 0 ? "RED" : "GREEN");
+        sprintf(text + strlen(text), "Warp %d 10\nIwarp %d 10\nEndCamera\n", id, id);
+    }
+    smallWarp(text, 0, 1);
+    smallWarp(text, 1, 1);
+    smallWarp(text, 10, 0);
+    return text;
+}
+
+/* Preprocesses and correlates one frame, and expects the shift almost everywhere that it can be seen. */
+static void runSmallFrame(KestrovaContext context)
+{
+    static unsigned char planes[3][SMALL_ROWS * SMALL_COLS];
+    unsigned random = 12345;
+    int row, col, good = 0;
+    KestrovaInput input;
+    KestrovaImage16 image;
+    for (row = 0; row < SMALL_ROWS; ++row) {
+        for (col = 0; col < SMALL_COLS; ++col) {
+            random = random * 1664525u + 1013904223u;
+            planes[0][row * SMALL_COLS + col] = (unsigned char)(random >> 24);
+            planes[1][row * SMALL_COLS + (col + SMALL_SHIFT) % SMALL_COLS] = (unsigned char)(random >> 24);
+        }
+    }
+    CHECK_OK(kestrovaBuildRGBKestrovaInput(SMALL_COLS, SMALL_ROWS, SMALL_COLS, 0, 0, planes[0], planes[1], planes[2],
+                                           &input));
+    CHECK_OK(kestrovaPreprocess(context, &input));
+    CHECK_OK(kestrovaStereo(context));
+    CHECK_OK(kestrovaGetImage16(context, KestrovaImg16Disparity, KestrovaCamReference, &image));
+    CHECK(image.nrows == SMALL_ROWS && image.ncols == SMALL_COLS && image.rowinc >= 2 * SMALL_COLS);
+    for (row = 20; row < SMALL_ROWS - 20; ++row) {
+        for (col = 20; col < SMALL_COLS - 60; ++col) {
+            const int value = image.data[row * (image.rowinc / 2) + col];
+            good += value > 256 * SMALL_SHIFT - 128 && value < 256 * SMALL_SHIFT + 128;
+        }
+    }
+    CHECK(good > (SMALL_ROWS - 40) * (SMALL_COLS - 80) * 9 / 10);
+}
+
+#endif

@@ -1,0 +1,165 @@
+// What a damaged or hostile text may do: fail, or load into cameras whose maps stay in the unit square. The sanitizers
+// watch everything else.
+#include "calibration/load.h"
+
+#include "api/StereoContext.h"
+#include "rectify/Camera.h"
+#include "support/CalibrationText.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace kestrova::test {
+namespace {
+
+enum class Form
+{
+    Stream,
+    Memory
+};
+
+bool load(Form eForm, std::string text, StereoContext& rContext)
+{
+    if (eForm == Form::Memory) {
+        return loadContextFromMemory(text.c_str(), &rContext, 0);
+    }
+    if (text.empty()) {
+        return false; // an empty stream cannot be opened over memory
+    }
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pStream(fmemopen(text.data(), text.size(), "rb"),
+                                                                  &std::fclose);
+    return loadContextFromStream(pStream.get(), &rContext, 0);
+}
+
+testing::AssertionResult inUnitSquare(const WarpMapFunc& rMap)
+{
+    for (const float f : {0.0f, 0.3f, 1.0f, -7.0f, std::nanf("")}) {
+        float fRow = -1;
+        float fCol = -1;
+        rMap.map(fRow, fCol, f, 1 - f);
+        if (!(fRow >= 0 && fRow <= 1 && fCol >= 0 && fCol <= 1)) {
+            return testing::AssertionFailure() << fRow << ' ' << fCol;
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+/** Loads, and checks that the context is whole or empty. */
+bool loadsSafely(Form eForm, const std::string& rText)
+{
+    StereoContext context;
+    const bool bOk = load(eForm, rText, context);
+    EXPECT_EQ(context.m_pCalibration->m_calibrationLines.empty(), !bOk);
+    for (int nIndex = 0; nIndex < 3; ++nIndex) {
+        const Camera* pCamera = context.m_apCameras[nIndex];
+        EXPECT_EQ(pCamera != nullptr, bOk && nIndex < context.m_nCameraCount);
+        if (pCamera != nullptr) {
+            EXPECT_TRUE(inUnitSquare(*pCamera->forwardMap()) && inUnitSquare(*pCamera->inverseMap()));
+        }
+    }
+    return bOk;
+}
+
+/** Silences the one message that does not obey Debug, unless a test fails. */
+class Hostile : public testing::Test
+{
+protected:
+    void SetUp() override { testing::internal::CaptureStdout(); }
+    void TearDown() override
+    {
+        const std::string output = testing::internal::GetCapturedStdout();
+        std::fputs(HasFailure() ? output.c_str() : "", stdout);
+    }
+    const std::string m_text = CalibrationText(Shape::Horizontal).text();
+};
+
+TEST_F(Hostile, CutAnywhereOnlyTheWholeTextLoads)
+{
+    for (const Form eForm : {Form::Stream, Form::Memory}) {
+        for (std::size_t uLength = 0; uLength <= m_text.size(); ++uLength) {
+            ASSERT_EQ(loadsSafely(eForm, m_text.substr(0, uLength)), uLength + 1 >= m_text.size()) << uLength;
+        }
+    }
+}
+
+TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
+{
+    const std::string knots = "KnotsX 0 0 0 0 1 1 1 1";
+    const std::string coefs = "NumberCoefs 4 4";
+    const struct
+    {
+        std::string from;
+        std::string to;
+        bool bStream;
+        bool bMemory;
+    } aCases[] = {
+        {"NumberKnots 8", "NumberKnots 2147483647", false, false},
+        {"NumberKnots 8", "NumberKnots -2147483648", false, false},
+        {"NumberKnots 8", "NumberKnots 99999999999999999999", false, false},
+        {"NumberKnots 8", "NumberKnots 7", false, false}, // one less than the spline reads
+        {"NumberKnots 8", "NumberKnots 9", false, false}, // one more than the line has
+        {knots, knots + " 1", true, true},
+        {coefs, "NumberCoefs 46341 46341", false, false},
+        {coefs, "NumberCoefs 65536 65536", false, false},
+        {coefs, "NumberCoefs 2147483647 2147483647", false, false},
+        {coefs, "NumberCoefs -4 -4", false, false},
+        {coefs, "NumberCoefs 0 0", false, false},
+        {coefs, "NumberCoefs 4 5", false, false},
+        {coefs, "NumberCoefs 3 3", true, true},
+        {"Coefs 0 ", "Coefs ", false, false},
+        {knots, "KnotsX 5 5 5 5 5 5 5 5", true, true},
+        {knots, "KnotsX 8 7 6 5 4 3 2 1", true, true},
+        {knots, "KnotsX nan inf -inf 0 1e308 -1e308 1e-320 nan", true, true},
+        {"Gain 1", "Gain nan\nRawFactor nan inf\nRectFactor -5 1e300", true, true},
+        {"Channel RED", "Channel GREEN", true, true},
+        {"Version \"Kestrova 3.0\"", "Version \"Kestrova -1.99999999999\"", true, true},
+        {"EndCamera", "Camera", false, false},
+        {"\n", "\r\n", true, true},
+        {"\n", "\r", false, false},
+        {"BeginCamera", std::string(4096, 'x') + "\nBeginCamera", true, true},
+        {"BeginCamera", std::string(4097, 'x') + "\nBeginCamera", true, false},
+        {"BeginCamera", std::string("a\0b\nBeginCamera", 15), true, false},
+        {"SerialNumber", "Version\nSerialNumber", false, true}, // a section of the stream ends there
+    };
+    for (const auto& rCase : aCases) {
+        const std::string text = replaced(m_text, rCase.from, rCase.to);
+        ASSERT_NE(text, m_text) << rCase.from;
+        EXPECT_EQ(loadsSafely(Form::Stream, text), rCase.bStream) << rCase.from << " -> " << rCase.to.substr(0, 60);
+        EXPECT_EQ(loadsSafely(Form::Memory, text), rCase.bMemory) << rCase.from << " -> " << rCase.to.substr(0, 60);
+    }
+}
+
+TEST_F(Hostile, FlippedBytesAndNoise)
+{
+    std::mt19937 random(20);
+    const auto below = [&](std::size_t u) { return random() % u; };
+    const std::string bytes = std::string("\0\n\r\\\"#-.9 \xff", 11);
+    int nLoaded = 0;
+    for (int nRound = 0; nRound < 3000; ++nRound) {
+        std::string text = m_text;
+        for (std::size_t uFlips = 1 + below(4); uFlips > 0; --uFlips) {
+            text[below(text.size())] = below(2) == 0 ? bytes[below(bytes.size())] : static_cast<char>(below(256));
+        }
+        const Form eForm = nRound % 2 == 0 ? Form::Stream : Form::Memory;
+        nLoaded += loadsSafely(eForm, text) ? 1 : 0;
+        std::string noise = "Version ";
+        std::generate_n(std::back_inserter(noise), below(300), [&] { return static_cast<char>(below(256)); });
+        ASSERT_FALSE(loadsSafely(eForm, noise)) << nRound;
+        ASSERT_FALSE(HasFailure()) << nRound;
+    }
+    EXPECT_TRUE(nLoaded > 100 && nLoaded < 2900) << nLoaded << ": the rounds no longer reach both ends";
+}
+
+TEST_F(Hostile, ManyBlocksAndKeywordsTakeLinearTime)
+{
+    std::string text = m_text;
+    for (int n = 0; n < 30000; ++n) {
+        text += "BeginWarp\nID 3\nBeginCamera\nCoefs 1\n2\nWarp 1\n";
+    }
+    EXPECT_TRUE(loadsSafely(Form::Memory, text));
+    EXPECT_TRUE(loadsSafely(Form::Stream, text));
+}
+
+} // namespace
+} // namespace kestrova::test

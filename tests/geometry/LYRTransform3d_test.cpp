@@ -1,0 +1,286 @@
+// Rigid motions against products of textbook rotations, and their files.
+#include "geometry/LYRTransform3d.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <numbers>
+#include <string>
+#include <unistd.h>
+
+using namespace kestrova;
+
+namespace {
+
+using Matrix = std::array<std::array<double, 4>, 4>;
+
+constexpr double sk_dHalfPi = std::numbers::pi / 2;
+
+// A right-handed turn about axis 0, 1 or 2.
+Matrix turn(int nAxis, double dAngle)
+{
+    Matrix m{};
+    for (int i = 0; i < 4; ++i) {
+        m[i][i] = 1;
+    }
+    const int p = (nAxis + 1) % 3;
+    const int q = (nAxis + 2) % 3;
+    m[p][p] = m[q][q] = std::cos(dAngle);
+    m[q][p] = std::sin(dAngle);
+    m[p][q] = -m[q][p];
+    return m;
+}
+
+Matrix operator*(const Matrix& a, const Matrix& b)
+{
+    Matrix m{};
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            m[r][c] = a[r][0] * b[0][c] + a[r][1] * b[1][c] + a[r][2] * b[2][c] + a[r][3] * b[3][c];
+        }
+    }
+    return m;
+}
+
+Matrix moved(Matrix m, double x, double y, double z)
+{
+    m[0][3] = x;
+    m[1][3] = y;
+    m[2][3] = z;
+    return m;
+}
+
+// What six parameters keep of a rotation. A quarter turn down about Y turns the other way about X afterwards.
+Matrix described(const Matrix& m)
+{
+    const bool bDown = m[2][0] > 1 - 1e-14;
+    return bDown ? moved(turn(1, -sk_dHalfPi) * turn(0, std::atan2(m[0][1], m[1][1])), m[0][3], m[1][3], m[2][3]) : m;
+}
+
+void expectMatrix(LYRTransform3d transform, const Matrix& rExpected, const char* pszWhat)
+{
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            ASSERT_NEAR(transform.elementAt(r, c), rExpected[r][c], 1e-12) << pszWhat << " (" << r << ", " << c << ")";
+        }
+    }
+}
+
+std::string tempName(const char* pszStem)
+{
+    return testing::TempDir() + "kestrova_" + std::to_string(::getpid()) + "_" + pszStem;
+}
+
+bool readText(LYRTransform3d& rTransform, const std::string& rText)
+{
+    const std::string name = tempName("transform");
+    std::ofstream(name + ".trans", std::ios::binary) << rText;
+    const bool bRead = rTransform.read(name.c_str());
+    std::remove((name + ".trans").c_str());
+    return bRead;
+}
+
+} // namespace
+
+TEST(LYRTransform3d, MatricesAreProductsOfTurns)
+{
+    const double aAngles[] = {-3.0, -sk_dHalfPi, -0.4, 0.0, 0.7, sk_dHalfPi, 2.5};
+    for (const double a : aAngles) {
+        for (const double b : aAngles) {
+            for (const double c : aAngles) {
+                const Matrix zyx = moved(turn(2, c) * turn(1, b) * turn(0, a), 4, 5, 6);
+                const Matrix xyz = moved(turn(0, a) * turn(1, b) * turn(2, c), 4, 5, 6);
+                LYRTransform3d transform(4, 5, 6, a, b, c);
+                expectMatrix(transform, zyx, "constructor");
+                transform.setEulerXYZ(a, b, c, 4, 5, 6);
+                EXPECT_NEAR(transform.elementAt(1, 0), xyz[1][0], 1e-12);
+                EXPECT_NEAR(transform.elementAt(0, 1), xyz[0][1], 1e-12);
+                expectMatrix(transform, described(xyz), "a copy, which has the derived parameters only");
+                transform.setEulerZYX(a, b, c, 4, 5, 6);
+                EXPECT_EQ(transform.elementAt(1, 0), LYRTransform3d(4, 5, 6, a, b, c).elementAt(1, 0));
+                transform.unsetMatrix();
+                expectMatrix(transform, described(zyx), "from derived parameters");
+                ASSERT_LE(std::abs(transform.rY()), sk_dHalfPi);
+            }
+        }
+    }
+}
+
+TEST(LYRTransform3d, SettersShowAtOnceAndFreshOnesAreTheIdentity)
+{
+    LYRTransform3d transform;
+    double x = 1;
+    double y = 2;
+    double z = 3;
+    transform.apply(x, y, z);
+    EXPECT_TRUE(x == 1 && y == 2 && z == 3 && transform.elementAt(3, 3) == 1);
+    transform.setRotX(0.1);
+    transform.setRotY(0.2);
+    transform.setRotZ(0.3);
+    transform.setTransX(4);
+    transform.setTransY(5);
+    transform.setTransZ(6);
+    LYRPoint3d point;
+    transform.apply(point);
+    EXPECT_TRUE(point.x() == 4 && point.y() == 5 && point.z() == 6);
+    expectMatrix(transform, moved(turn(2, 0.3) * turn(1, 0.2) * turn(0, 0.1), 4, 5, 6), "setters");
+    EXPECT_EQ(transform.location().y(), 5);
+    const LYRVector aColumns[] = {transform.vectorX(), transform.vectorY(), transform.vectorZ()};
+    const float* pGL = transform.glMatrixf();
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            EXPECT_EQ(pGL[4 * c + r], static_cast<float>(transform.elementAt(r, c)));
+            EXPECT_TRUE(r == 3 || c == 3 || aColumns[c][r] == transform.elementAt(r, c));
+        }
+    }
+}
+
+TEST(LYRTransform3d, TurnsAboutAnyAxis)
+{
+    for (int nAxis = 0; nAxis < 3; ++nAxis) {
+        LYRTransform3d transform(7, 7, 7, 0, 0, 0);
+        transform.setGeneralAxisRotation({nAxis == 0 ? 3.0 : 0.0, nAxis == 1 ? 3.0 : 0.0, nAxis == 2 ? 3.0 : 0.0}, 0.8);
+        expectMatrix(transform, turn(nAxis, 0.8), "an axis of any length, the translation gone");
+    }
+    // Turning the X axis onto (1, 2, 2) and back around a turn about X.
+    const double dRise = std::asin(2.0 / 3);
+    const double dAside = std::atan2(2.0, 1.0);
+    LYRTransform3d transform;
+    transform.setGeneralAxisRotation(LYRVector(1.0, 2.0, 2.0), 0.8);
+    expectMatrix(transform, turn(2, dAside) * turn(1, -dRise) * turn(0, 0.8) * turn(1, dRise) * turn(2, -dAside),
+                 "any");
+}
+
+TEST(LYRTransform3d, ProductsAndInverses)
+{
+    const Matrix a = moved(turn(2, 0.3) * turn(1, 0.2) * turn(0, 0.1), 1, 2, 3);
+    const Matrix b = moved(turn(2, -2.0) * turn(1, 1.1) * turn(0, 0.6), -4, 0.5, 6);
+    LYRTransform3d other(-4, 0.5, 6, 0.6, 1.1, -2.0);
+    LYRTransform3d transform(1, 2, 3, 0.1, 0.2, 0.3);
+    transform.preMultiply(other);
+    expectMatrix(transform, b * a, "other after this");
+    transform = LYRTransform3d(1, 2, 3, 0.1, 0.2, 0.3);
+    other.setTransX(-4); // to be built again
+    transform.postMultiply(other);
+    expectMatrix(transform, a * b, "this after other");
+    transform.postMultiply(transform);
+    expectMatrix(transform, a * b * (a * b), "by itself");
+    other.invert();
+    expectMatrix(other, moved(turn(0, -0.6) * turn(1, -1.1) * turn(2, 2.0), other.tX(), other.tY(), other.tZ()), "R");
+    other.preMultiply(*std::make_unique<LYRTransform3d>(-4, 0.5, 6, 0.6, 1.1, -2.0));
+    expectMatrix(other, turn(0, 0), "inverse");
+    LYRTransform3d turned(1, 2, 3, 0.1, 0.2, 0.3);
+    turned.transpose();
+    EXPECT_EQ(turned.elementAt(3, 1), 2) << "all 16 elements";
+    expectMatrix(turned, turn(0, -0.1) * turn(1, -0.2) * turn(2, -0.3), "a copy keeps what parameters can tell");
+}
+
+TEST(LYRTransform3d, ParametersAndMatrixGoTheirOwnWays)
+{
+    LYRTransform3d transform(1, 2, 3, 0, 0, 0);
+    transform.data()[3] = 50;
+    double x = 0;
+    double y = 0;
+    double z = 0;
+    transform.apply(x, y, z);
+    EXPECT_EQ(x, 50);
+    EXPECT_EQ(transform.tX(), 1);
+    EXPECT_EQ(LYRTransform3d(transform).elementAt(0, 3), 1);
+    transform.unsetMatrix();
+    EXPECT_EQ(transform.tX(), 50);
+
+    struct Case
+    {
+        double d20, d21, d22, d01, d11;
+        double dRotX, dRotY, dRotZ;
+    };
+    const Case aCases[] = {{-1, 0, 0, 0.6, 0.8, std::atan2(0.6, 0.8), sk_dHalfPi, 0},
+                           {1, 0, 0, -0.6, 0.8, std::atan2(-0.6, 0.8), -sk_dHalfPi, 0}};
+    for (const Case& c : aCases) {
+        double* p = transform.data();
+        std::fill(p, p + 12, 0.0);
+        p[8] = c.d20;
+        p[1] = c.d01;
+        p[5] = c.d11;
+        transform.unsetMatrix();
+        EXPECT_TRUE(transform.rX() == c.dRotX && transform.rY() == c.dRotY && transform.rZ() == c.dRotZ);
+    }
+    double* p = transform.data();
+    p[8] = std::numeric_limits<double>::quiet_NaN();
+    p[9] = 0;
+    p[10] = 1;
+    transform.unsetMatrix();
+    EXPECT_DOUBLE_EQ(std::abs(transform.rX()), std::numbers::pi) << "both signs turned around for NaN";
+}
+
+TEST(LYRTransform3dFile, WritesSixLinesAndReadsThemBack)
+{
+    const std::string name = tempName("pose");
+    ASSERT_TRUE(LYRTransform3d(1.25, -2, 3e-7, 0.1, 0.2, 0.3).write(name.c_str()));
+    std::ifstream stream(name + ".trans");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}),
+              "Rx\t0.100000\nRy\t0.200000\nRz\t0.300000\nTx\t1.250000\nTy\t-2.000000\nTz\t0.000000\n");
+    LYRTransform3d back;
+    ASSERT_TRUE(back.read(name.c_str()));
+    EXPECT_TRUE(back.rX() == 0.1 && back.rY() == 0.2 && back.rZ() == 0.3 && back.tX() == 1.25 && back.tY() == -2);
+    EXPECT_EQ(back.tZ(), 0) << "six decimals";
+    LYRTransform3d built;
+    EXPECT_EQ(built.elementAt(0, 3), 0);
+    ASSERT_TRUE(built.read(name.c_str()));
+    EXPECT_TRUE(built.tX() == 1.25 && built.elementAt(0, 3) == 0) << "a built matrix stays until a setter runs";
+    std::remove((name + ".trans").c_str());
+    EXPECT_FALSE(back.read(name.c_str()));
+    EXPECT_FALSE(back.write("/no such folder/pose"));
+    std::string longName = tempName("long"); // the longest path, 199 bytes, and one byte more
+    longName.resize(193, 'p');
+    EXPECT_TRUE(back.write(longName.c_str()));
+    std::remove((longName + ".trans").c_str());
+    EXPECT_FALSE(back.write((longName + "p").c_str()));
+}
+
+TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
+{
+    const std::string good = "Rx 1 Ry 2 Rz 3 Tx 4 Ty 5 Tz 6";
+    const std::string word(499, 'w');
+    struct Case
+    {
+        const char* pszWhat;
+        std::string text;
+        bool bRead;
+        double dRotX = 1;
+    };
+    const Case aCases[] = {
+        {"one line", good, true},
+        {"reverse order", "Tz\t6\nTy\t5\nTx\t4\nRz\t3\nRy\t2\nRx\t1\n", true},
+        {"the first of two", good + "\nRx 9", true},
+        {"other words", "pose 1 " + good, true},
+        {"comment", "// Rx 5\n" + good, true},
+        {"comment at the end", good + " //", true},
+        {"comment without a line end", "Ry 2 //", false},
+        {"empty comment", "//\n" + good, true},
+        {"comment glued to a word", "//Rx 5\nRx 1 Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", true},
+        {"comment longer than its step", "// " + word + " Rx 5\n" + good, true, 5},
+        {"longest word", word + " " + good, true},
+        {"word too long", word + "w " + good, false},
+        {"zero bytes", std::string(100000, '\0') + good, false},
+        {"not a number", "Rx abc Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", false},
+        {"no number", "Ry 2 Rz 3 Tx 4 Ty 5 Tz 6 Rx", false},
+        {"key missing", "Rx 1 Ry 2 Rz 3 Tx 4 Ty 5", false},
+        {"empty", "", false},
+    };
+    for (const Case& c : aCases) {
+        SCOPED_TRACE(c.pszWhat);
+        LYRTransform3d transform;
+        ASSERT_EQ(readText(transform, c.text), c.bRead);
+        if (c.bRead) {
+            EXPECT_TRUE(transform.rY() == 2 && transform.rZ() == 3 && transform.tX() == 4 && transform.tZ() == 6);
+            EXPECT_EQ(transform.rX(), c.dRotX);
+        }
+    }
+    LYRTransform3d partly;
+    EXPECT_FALSE(readText(partly, "Rx 1 Ry 2 Tx 4"));
+    EXPECT_TRUE(partly.rX() == 1 && partly.rY() == 2 && partly.tX() == 0) << "what came before the failure stays";
+}

@@ -1,0 +1,111 @@
+// Handles and frames for tests that go through the public functions.
+#pragma once
+
+#include "kestrova.h"
+#include "support/CalibrationText.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace kestrova::test {
+
+struct HandleCloser
+{
+    void operator()(KestrovaContext handle) const { kestrovaDestroyContext(handle); }
+};
+using Handle = std::unique_ptr<std::remove_pointer_t<KestrovaContext>, HandleCloser>;
+
+inline Handle openText(const std::string& rText)
+{
+    KestrovaContext handle = nullptr;
+    EXPECT_EQ(kestrovaGetDefaultContextFromMemory(&handle, rText.c_str()), KestrovaErrorOk);
+    return Handle(handle);
+}
+
+inline Handle open(Shape eShape)
+{
+    return openText(CalibrationText(eShape).text());
+}
+
+/** Planes of a pair: noise on the right (red), the same moved right by a disparity on the left (green). */
+class StereoFrame
+{
+public:
+    StereoFrame(int nRows, int nCols, int nDisparity, int nPad = 0)
+        : m_nRows(nRows), m_nCols(nCols), m_nRowInc(nCols + nPad),
+          m_right(static_cast<std::size_t>(nRows) * static_cast<std::size_t>(m_nRowInc)), m_left(m_right.size())
+    {
+        std::mt19937 random(static_cast<unsigned>(nRows * 1000 + nDisparity));
+        for (std::size_t i = 0; i < m_right.size(); ++i) {
+            m_right[i] = static_cast<std::uint8_t>(random() >> 7);
+            const std::size_t nColumn = i % static_cast<std::size_t>(m_nRowInc);
+            const auto nShift = static_cast<std::size_t>(nDisparity);
+            m_left[i] = nColumn >= nShift ? m_right[i - nShift] : static_cast<std::uint8_t>(random() >> 7);
+        }
+    }
+
+    [[nodiscard]] KestrovaInput planes()
+    {
+        KestrovaInput input{};
+        kestrovaBuildRGBKestrovaInput(m_nCols, m_nRows, m_nRowInc, 0, 0, m_right.data(), m_left.data(), m_left.data(),
+                                      &input);
+        return input;
+    }
+
+    /** The same frame as packed pixels; good as long as this object. */
+    [[nodiscard]] KestrovaInput packed()
+    {
+        m_packed.clear();
+        for (std::size_t i = 0; i < m_right.size(); ++i) {
+            m_packed.insert(m_packed.end(), {m_left[i], m_left[i], m_right[i], 77});
+        }
+        KestrovaInput input{};
+        kestrovaBuildPackedKestrovaInput(m_nCols, m_nRows, 4 * m_nRowInc, 0, 0, m_packed.data(), &input);
+        return input;
+    }
+
+    [[nodiscard]] const std::uint8_t* right() const { return m_right.data(); }
+
+private:
+    int m_nRows;
+    int m_nCols;
+    int m_nRowInc;
+    std::vector<std::uint8_t> m_right;
+    std::vector<std::uint8_t> m_left;
+    std::vector<std::uint8_t> m_packed;
+};
+
+/** The pixels of a public image record, row by row. */
+template<class Record>
+auto pixelsOf(const Record& rImage)
+{
+    using T = std::remove_pointer_t<decltype(rImage.data)>;
+    std::vector<T> pixels;
+    const auto* pBytes = reinterpret_cast<const std::uint8_t*>(rImage.data);
+    for (int nRow = 0; nRow < rImage.nrows; ++nRow, pBytes += rImage.rowinc) {
+        const T* pRow = reinterpret_cast<const T*>(pBytes);
+        pixels.insert(pixels.end(), pRow, pRow + rImage.ncols);
+    }
+    return pixels;
+}
+
+inline std::vector<std::uint8_t> image(KestrovaContext handle, KestrovaImageType eType, KestrovaCamera eCamera)
+{
+    KestrovaImage record{};
+    EXPECT_EQ(kestrovaGetImage(handle, eType, eCamera, &record), KestrovaErrorOk);
+    return pixelsOf(record);
+}
+
+inline std::vector<std::uint16_t> disparity16(KestrovaContext handle)
+{
+    KestrovaImage16 record{};
+    EXPECT_EQ(kestrovaGetImage16(handle, KestrovaImg16Disparity, KestrovaCamReference, &record), KestrovaErrorOk);
+    return pixelsOf(record);
+}
+
+} // namespace kestrova::test
