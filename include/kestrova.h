@@ -405,12 +405,12 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  * - its SSE2 form is not what such a set wants, see kestrovaEnableSSE2IfAvailable;
  * - it has no back-and-forth test;
  * - regions are taken as they are: the images clip them, and the corner of none is moved;
- * - a run is cut into bands of rows, one per thread, and a band searches disparities up to
- *   rows - 2 * (mask / 2) - (its first row) only. With n threads the last band starts at row (n - 1) * (rows / n), all
+ * - a run is cut into bands of rows, one per thread, and a band searches disparities only up to
+ *   rows - 2 * (mask / 2) - (its first row). With n threads the last band starts at row (n - 1) * (rows / n), all
  *   divisions cut off, so results do not depend on the number of threads as long as the maximum disparity is at most
  *   rows - 2 * (mask / 2) - (n - 1) * (rows / n): 54 for 240 rows, mask 7 and 4 threads. Above that a lower band
- * searches up to its limit, where a match is no result, and spreads a mapping over that; a band whose limit is below
- * the minimum disparity searches nothing. Use fewer threads for larger ranges.
+ *   searches up to its limit, where a match is no result, and spreads a mapping over that; a band whose limit is below
+ *   the minimum disparity searches nothing. Use fewer threads for larger ranges.
  *
  * Under KestrovaStereoEnhanced with subpixel interpolation on, all is done twice, see kestrovaSetStereoQuality. Surface
  * validation follows on the whole frame, after each pass.
