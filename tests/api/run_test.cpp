@@ -226,6 +226,43 @@ TEST(Run, FindsAShiftInEverySetByBothInputsAndQualities)
     kestrovaEnableSSE2IfAvailable(true);
 }
 
+TEST(Run, EnhancedIsTheFlatAverageOfBothValidatedPasses)
+{
+    const Prepare smallStrictSurfaces = [](KestrovaContext c) {
+        kestrovaSetStereoQuality(c, KestrovaStereoEnhanced);
+        kestrovaSetUniquenessValidation(c, 0);
+        kestrovaSetSurfaceValidationDifference(c, 0.03F);
+        kestrovaSetSurfaceValidationSize(c, 12);
+    };
+    for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
+        const Handle handle = prepared(eShape, 90, smallStrictSurfaces); // 120 columns: only the second image has gaps
+        std::vector<std::uint16_t> lent(90 * 120);
+        EXPECT_EQ(kestrovaSetImage16Buffer(handle.get(), lent.data(), KestrovaImg16Disparity, KestrovaCamReference),
+                  KestrovaErrorOk);
+        EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk);
+        const std::vector<std::uint16_t> actual = lent;
+
+        EXPECT_EQ(kestrovaSetStereoQuality(handle.get(), KestrovaStereoStandard), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk);
+        StereoContext& rSecond = *getActiveContext(handle.get())->m_pFurrowContext;
+        std::uint16_t* const pSecond = rSecond.m_disparityImage16.data();
+        std::fill_n(pSecond, 90 * rSecond.m_disparityImage16.rowDistance(), 0xFFFD);
+        EXPECT_EQ(standardStereoAndValidate(&rSecond), KestrovaErrorOk);
+        int nRejectedBySecond = 0;
+        for (std::size_t i = 0; i < lent.size(); ++i) {
+            const int nSum = lent[i] + pSecond[i];
+            const bool bValid = lent[i] < 0xFF00;
+            nRejectedBySecond += bValid && pSecond[i] == 0xFF00 + 252;
+            lent[i] = !bValid               ? lent[i]
+                      : pSecond[i] < 0xFF00 ? static_cast<std::uint16_t>((nSum - 128) / 2)
+                                            : pSecond[i];
+        }
+        EXPECT_EQ(actual, lent) << static_cast<int>(eShape);
+        EXPECT_GT(nRejectedBySecond, 20);
+        EXPECT_GT(std::count(lent.begin(), lent.end(), 0xFF00 + 252), nRejectedBySecond) << "both passes reject";
+    }
+}
+
 void setRegions(KestrovaContext context, std::initializer_list<KestrovaROI> regions)
 {
     KestrovaROI* pROIs = nullptr;
