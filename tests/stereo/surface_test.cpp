@@ -194,9 +194,9 @@ TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
                 r.m_disparityImage[i / 1000][i % 1000] = static_cast<unsigned char>(nValue);
                 r.m_disparityImage16[i / 1000][i % 1000] = static_cast<unsigned short>(nValue * 256);
             }
-            const unsigned long nBefore = support::allocations();
+            const unsigned long nBefore = support::g_nAllocations;
             EXPECT_TRUE(validateSurfaces(&r));
-            rCount = support::allocations() - nBefore;
+            rCount = support::g_nAllocations - nBefore;
         }
         EXPECT_GT(anAllocations[0], 0u);
         EXPECT_EQ(0u, anAllocations[1] + anAllocations[2]);

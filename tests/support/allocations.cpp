@@ -1,24 +1,13 @@
 #include "support/allocations.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
-namespace {
+std::atomic<unsigned long> support::g_nAllocations{0};
 
-std::atomic<unsigned long> g_nAllocations{0};
-
-} // namespace
-
-unsigned long support::allocations()
-{
-    return g_nAllocations;
-}
-
-// The array forms end up here as well.
 void* operator new(std::size_t uBytes)
 {
-    ++g_nAllocations;
+    ++support::g_nAllocations;
     if (void* const p = std::malloc(uBytes != 0 ? uBytes : 1)) {
         return p;
     }
