@@ -1,7 +1,6 @@
 #include "stereo/generalStereo.h"
 
 #include "support/NaiveGeneral.h"
-#include "support/allocations.h"
 #include "support/frames.h"
 
 #include <limits>
@@ -63,24 +62,6 @@ TEST(GeneralStereo, MatchesModelOnRandomFrames)
     }
 }
 
-// Labels up to 240 with an offset, and all that a byte and a word can show.
-TEST(GeneralStereo, MatchesModelAtTheHighestDisparities)
-{
-    for (const bool b16 : {false, true}) {
-        Case test;
-        test.r.m_nRows = test.r.m_nCols = 275;
-        test.r.m_nMinDisparity = 242;
-        test.r.m_nMaxDisparity = 250;
-        test.r.m_nDisparityOffset = 10;
-        test.r.m_nConfiguredCameraCount = 3;
-        test.r.m_bSubpixelInterpolation = b16;
-        test.r.m_nROICount = 1;
-        test.r.m_aROIs[0] = {0, 0, 275, 275};
-        test.makeFrame(ShiftedNoise);
-        test.expectAsNaive(b16);
-    }
-}
-
 // Bands high enough for the whole range; in lower ones the corner of the region limits it.
 TEST(GeneralStereo, BandsGiveTheBytesOfTheWholeFrame)
 {
@@ -124,27 +105,6 @@ TEST(GeneralStereo, RefusesWithoutATrace)
             expectSame(Bytes::constImage(rCase.nRows, 60, 253), test.r.m_disparityImage);
             expectSame(Words::constImage(rCase.nRows, 60, 0xFFFD), test.r.m_disparityImage16);
         }
-    }
-}
-
-// Working memory is taken once for a call, not for a row or for a disparity.
-TEST(GeneralStereo, AllocatesAsOftenForAnyFrame)
-{
-    for (const bool b16 : {false, true}) {
-        std::vector<unsigned long> counts;
-        for (const auto& [nSize, nMax] : {std::pair{60, 4}, {60, 28}, {90, 28}}) {
-            Case test;
-            test.r.m_nRows = test.r.m_nCols = nSize;
-            test.r.m_nMaxDisparity = nMax;
-            test.r.m_nConfiguredCameraCount = 3;
-            test.r.m_bSubpixelInterpolation = b16;
-            test.makeFrame(Noise);
-            clearDisparityImages(test.r);
-            const unsigned long nBefore = g_nAllocations;
-            EXPECT_EQ(KestrovaErrorOk, test.correlator()({0, 0, nSize, nSize}));
-            counts.push_back(g_nAllocations - nBefore);
-        }
-        EXPECT_EQ(std::vector<unsigned long>(3, counts[0]), counts);
     }
 }
 
