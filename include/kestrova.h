@@ -54,7 +54,7 @@ extern "C" {
 /** What a function reports. kestrovaErrorToString gives the text. */
 KESTROVA_ENUM(KestrovaError){
     KestrovaErrorOk = 0,                         /**< done */
-    KestrovaErrorNotImplemented = 1,             /**< no correlator for this camera configuration */
+    KestrovaErrorNotImplemented = 1,             /**< a camera configuration that is none of the four */
     KestrovaErrorInvalidSetting = 2,             /**< a value out of its range, or a bad KestrovaInput */
     KestrovaErrorInvalidContext = 3,             /**< a handle without an active context */
     KestrovaErrorInvalidCamera = 4,              /**< a camera that the product does not have */
@@ -66,7 +66,7 @@ KESTROVA_ENUM(KestrovaError){
     KestrovaErrorUnknown = 10,                   /**< a state that has no path, such as a camera without maps */
     KestrovaErrorNoMMX = 11,                     /**< never returned by this version */
     KestrovaErrorInvalidParameter = 12,          /**< a null pointer or bad argument, where it is tested */
-    KestrovaErrorSurfaceValidationOverflow = 13, /**< surface validation failed */
+    KestrovaErrorSurfaceValidationOverflow = 13, /**< never returned by this version */
     KestrovaErrorTransformFileCorrupt = 14,      /**< a transform file that cannot be read or written */
     KestrovaErrorSystem = 15,        /**< the system refused, such as a file that cannot be opened for writing */
     KestrovaErrorImageFileRead = 16, /**< an image file that cannot be read back */
@@ -123,7 +123,7 @@ KESTROVA_ENUM_TYPE(KestrovaRectImgQuality)
 /** How much care correlation takes. */
 KESTROVA_ENUM(KestrovaStereoQuality){
     KestrovaStereoStandard = 0, /**< one pass */
-    KestrovaStereoEnhanced = 1  /**< two passes, half a pixel apart, averaged */
+    KestrovaStereoEnhanced = 1  /**< two passes, half a pixel apart, averaged; for 16-bit disparity only */
 };
 KESTROVA_ENUM_TYPE(KestrovaStereoQuality)
 
@@ -246,8 +246,13 @@ KESTROVA_API KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows
 
 /**
  * Lets the correlators and filters use their SSE2 forms (true, as far as the processor has them; the state at load) or
- * holds them to the four-lane MMX forms (false). A few disparities differ between the two, since groups of eight and of
- * four lanes settle ties differently.
+ * holds them to the four-lane MMX forms (false). For horizontal and wide pairs a few disparities differ between the
+ * two, since groups of eight and of four lanes settle ties differently.
+ *
+ * VERTICAL AND L SETS: call kestrovaEnableSSE2IfAvailable(false) first. Their correlator keeps a running best match,
+ * and by our decision its SSE2 form notes index 0 instead of the matching disparity for the upper four of every eight
+ * pixels that improve. Half of the columns then show 0, or a fraction of a pixel around it in the 16-bit image, as if
+ * it were a disparity. The four-lane form notes all of them.
  *
  * Holds for the whole process, for every context. Call it while no run is going on; it counts from the next frame.
  */
@@ -390,21 +395,38 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  * done. Every call does the whole work again.
  *
  * With kestrovaSetSubpixelInterpolation on, the result is the 16-bit disparity, else the 8-bit one. Pixels that no
- * match could be told for hold a validation mapping (see the settings), so do the rims: half a window, and half an edge
- * mask under edge correlation, on each side, and the minimum disparity on the right. With kestrovaSetDoStereo off, both
- * images are filled with the subpixel mapping.
+ * match could be told for hold a validation mapping (see the settings). So do the rims: half a window on each side, and
+ * the minimum disparity on the side that the search leaves the image by, which is the right for a horizontal or wide
+ * pair, the bottom for a vertical pair, both for an L. A horizontal or wide pair under edge correlation has half an
+ * edge mask more on each side. With kestrovaSetDoStereo off, both images are filled with the subpixel mapping.
  *
- * Surface validation is not part of this version; what the calibration says of it is kept and not applied.
+ * A horizontal or wide pair has a correlator of its own. Vertical pairs and L sets go through the general one, which
+ * differs:
+ * - its SSE2 form is not what such a set wants, see kestrovaEnableSSE2IfAvailable;
+ * - it has no back-and-forth test;
+ * - regions are taken as they are: the images clip them, and the corner of none is moved;
+ * - a run is cut into bands of rows, one per thread, and a band searches disparities only up to
+ *   rows - 2 * (mask / 2) - (its first row). With n threads the last band starts at row (n - 1) * (rows / n), all
+ *   divisions cut off, so results do not depend on the number of threads as long as the maximum disparity is at most
+ *   rows - 2 * (mask / 2) - (n - 1) * (rows / n): 54 for 240 rows, mask 7 and 4 threads. Above that a lower band
+ *   searches up to its limit, where a match is no result, and spreads a mapping over that; a band whose limit is below
+ *   the minimum disparity searches nothing. Use fewer threads for larger ranges.
+ *
+ * Under KestrovaStereoEnhanced with subpixel interpolation on, all is done twice, see kestrovaSetStereoQuality. Surface
+ * validation follows on the whole frame, after each pass.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
- *         KestrovaErrorNotImplemented  neither the horizontal nor the wide pair is configured, or the calibration asks
- *                                      for StereoQuality Enhanced and subpixel interpolation is on: their correlators
- *                                      have not arrived in this version;
- *         KestrovaErrorInvalidRequest  the images were not preprocessed.
+ *         KestrovaErrorInvalidRequest  the images were not preprocessed, or stereo is off under Enhanced quality with
+ *                                      subpixel interpolation on;
+ *         KestrovaErrorInvalidROI      the general correlator found no room for a window in a region, or, with too
+ *                                      many threads, in a band: at the top one of up to mask / 2 rows, at the bottom
+ *                                      one of less than 2 * (mask / 2) rows, or one whose range is cut under a mask
+ *                                      of 1. Other regions and bands are done.
  *
- * A failed run leaves its error behind: this function and kestrovaGetImage return it again, without doing anything,
- * until kestrovaSetMaxThreadCount changes the count. The refusal of StereoQuality Enhanced leaves none.
+ * A failed run leaves its error behind: this function, kestrovaGetImage and kestrovaGetImage16 return it again, without
+ * doing anything, until kestrovaSetMaxThreadCount changes the count. The error of the topmost band counts, and in a
+ * band that of its last region that failed.
  */
 KESTROVA_API KestrovaError kestrovaStereo(KestrovaContext context);
 
@@ -554,10 +576,18 @@ KESTROVA_API KestrovaError kestrovaGetUniquenessValidation(KestrovaContext conte
 
 /**
  * Rejects pixels whose match, searched backwards from the left image, ends more than one pixel away (default off).
- * Takes effect with the next kestrovaStereo.
+ * Horizontal and wide pairs only. Takes effect with the next kestrovaStereo.
  */
 KESTROVA_API KestrovaError kestrovaSetBackForthValidation(KestrovaContext context, int on);
 KESTROVA_API KestrovaError kestrovaGetBackForthValidation(KestrovaContext context, int* on); /**< see the setter */
+
+/**
+ * Rejects small surfaces (default on): connected pixels whose neighbours differ by no more than
+ * kestrovaSetSurfaceValidationDifference and that are fewer than kestrovaSetSurfaceValidationSize. Wrong matches rarely
+ * agree with their neighbours. Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidation(KestrovaContext context, int* on); /**< see the setter */
 
 /** A kept switch without effect: the subpixel tests are always the strict ones (default off). */
 KESTROVA_API KestrovaError kestrovaSetStrictSubpixelValidation(KestrovaContext context, int on);
@@ -596,6 +626,11 @@ KESTROVA_API KestrovaError kestrovaGetUniquenessValidationMapping(KestrovaContex
 KESTROVA_API KestrovaError kestrovaSetBackForthValidationMapping(KestrovaContext context, int value);
 KESTROVA_API KestrovaError kestrovaGetBackForthValidationMapping(KestrovaContext context,
                                                                  uint8_t* value); /**< reads it */
+
+/** As kestrovaSetTextureValidationMapping, for pixels of small surfaces (default 252). */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidationMapping(KestrovaContext context, int value);
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidationMapping(KestrovaContext context,
+                                                               uint8_t* value); /**< reads it */
 
 /**
  * As kestrovaSetTextureValidationMapping, for matches on the end of the searched range, for fractions that cannot be
@@ -636,6 +671,26 @@ KESTROVA_API KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext
 KESTROVA_API KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, float value);
 KESTROVA_API KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context,
                                                                     float* value); /**< reads it */
+
+/**
+ * As kestrovaSetTextureValidationThreshold, but the largest step between neighbours of one surface, in pixels of
+ * disparity, whatever the image counts in: 0.0 and above (default 1.0).
+ */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidationDifference(KestrovaContext context, float value);
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidationDifference(KestrovaContext context,
+                                                                  float* value); /**< reads it */
+
+/**
+ * As kestrovaSetTextureValidationThreshold, but the number of pixels that a surface must have to stand: 0 and above
+ * (default 200). 0 rejects nothing.
+ *
+ * Surfaces that touch certain rims stand whatever their size: in the 16-bit disparity those that join a margin of half
+ * of (stereo mask / 2 + edge mask / 2), in the 8-bit one those that join column 0.
+ */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidationSize(KestrovaContext context, int size);
+
+/** Reads the number of pixels. Arguments and errors as kestrovaGetTextureValidationThreshold. */
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidationSize(KestrovaContext context, int* size);
 
 /**
  * Sets the side of the square window of the edge filter.
@@ -763,6 +818,28 @@ KESTROVA_API KestrovaError kestrovaSetRectImgQuality(KestrovaContext context, Ke
 /** Reads the quality; the pointer must not be null. Errors as kestrovaGetEdgeCorrelation. */
 KESTROVA_API KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, KestrovaRectImgQuality* quality);
 
+/**
+ * Chooses how disparity is measured. KestrovaStereoEnhanced counts while subpixel interpolation is on: left and top
+ * images are rectified and correlated a second time, half a pixel away, and each pixel becomes the average of both
+ * results, less that half pixel. The error of subpixel disparity repeats with every pixel and shows as furrows on
+ * slanted surfaces; half a period apart it evens out. A pixel is valid where both passes found it so, and a frame takes
+ * about twice the time.
+ *
+ * @param quality  KestrovaStereoEnhanced, or any other value for KestrovaStereoStandard (default
+ *                 KestrovaStereoStandard)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context.
+ *
+ * Takes effect with the next kestrovaPreprocess, which makes the second images, and kestrovaStereo, which needs them.
+ * The averaging walks both images as one run of rows * columns pixels from the first: choose columns that are a
+ * multiple of 16, or gaps between the rows take part and the last rows stay those of the first pass. Disparities of
+ * less than about half a pixel come out as invalid pixels.
+ */
+KESTROVA_API KestrovaError kestrovaSetStereoQuality(KestrovaContext context, KestrovaStereoQuality quality);
+
+/** Reads the quality; the pointer must not be null. Errors as kestrovaGetEdgeCorrelation. */
+KESTROVA_API KestrovaError kestrovaGetStereoQuality(KestrovaContext context, KestrovaStereoQuality* quality);
+
 /* ---- settings: regions ----------------------------------------------------------------------------------------- */
 
 /**
@@ -774,10 +851,10 @@ KESTROVA_API KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, Ke
  * @param maxROIs  set to the length of the table, 100
  * @return as kestrovaGetEdgeCorrelation.
  *
- * Regions are rectangles of the rectified image and are not tested. Correlation moves the first row and column of each
- * inside the rim without making it smaller, so that it may reach past its far edges by as much. Runs are cut into bands
- * of rows, one per thread, and a region that begins above a band and ends below it is left out of that band: with
- * regions taller than a band, use one thread or cut them yourself.
+ * Regions are rectangles of the rectified image and are not tested. For a horizontal or wide pair, correlation moves
+ * the first row and column of each inside the rim without making it smaller, so that it may reach past its far edges by
+ * as much. Runs are cut into bands of rows, one per thread, and a region that begins above a band and ends below it is
+ * left out of that band: with regions taller than a band, use one thread or cut them yourself.
  */
 KESTROVA_API KestrovaError kestrovaGetROIs(KestrovaContext context, KestrovaROI** out, int* maxROIs);
 
@@ -807,7 +884,8 @@ KESTROVA_API KestrovaError kestrovaSetNumberOfROIs(KestrovaContext context, int 
 KESTROVA_API KestrovaError kestrovaGetMaxThreadCount(KestrovaContext context, int* out);
 
 /**
- * Sets the number of worker threads. Without regions the number does not change a result.
+ * Sets the number of worker threads. Without regions the number does not change a result, as long as the range of a
+ * vertical or L set has room in every band: see kestrovaStereo.
  *
  * @param context  handle
  * @param count    1 to 255; a new handle has one per processor, but at most 4

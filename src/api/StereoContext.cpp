@@ -234,6 +234,35 @@ int StereoContext::getRightCameraIndex() const
     return m_eProduct < ProductSelvane4 ? 0 : -1;
 }
 
+void StereoContext::shareRightImages(const StereoContext& rOther)
+{
+    const int nRight = getRightCameraIndex();
+    if (nRight >= 0) {
+        m_rawImages[nRight] = rOther.m_rawImages[nRight];
+        m_rectifiedImages[nRight] = rOther.m_rectifiedImages[nRight];
+        m_edgeImages[nRight] = rOther.m_edgeImages[nRight];
+        m_stereoImages[nRight] = rOther.m_stereoImages[nRight];
+    }
+}
+
+KestrovaError StereoContext::initFurrowFix()
+{
+    m_pFurrowContext = std::make_unique<StereoContext>();
+    m_pFurrowContext->m_bIsFurrowContext = true;
+    m_pFurrowContext->copyFixedContextInfo(*this);
+    return syncFurrowFixSettings();
+}
+
+KestrovaError StereoContext::syncFurrowFixSettings()
+{
+    if (!m_pFurrowContext->copyStereoSettings(*this)) {
+        return KestrovaErrorInvalidContext;
+    }
+    m_pFurrowContext->m_nFurrowOffset = sk_nFurrowOffset; // the copy brought this context's
+    m_pFurrowContext->shareRightImages(*this);            // the last frame may have brought new ones
+    return KestrovaErrorOk;
+}
+
 void StereoContext::savePreprocessParameters()
 {
     m_preprocessSnapshot = {m_eKernelType, m_nKernelSize, m_bEdgeCorrelation, m_nEdgeMaskSize, m_bLowpass};

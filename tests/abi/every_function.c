@@ -24,6 +24,7 @@ static void checkNumbers(KestrovaContext context)
         {kestrovaSetEdgeMask, kestrovaGetEdgeMask, 9},
         {kestrovaSetStereoMask, kestrovaGetStereoMask, 13},
         {kestrovaSetAnyStereoMask, kestrovaGetStereoMask, 12},
+        {kestrovaSetSurfaceValidationSize, kestrovaGetSurfaceValidationSize, 77},
         {kestrovaSetMaxThreadCount, kestrovaGetMaxThreadCount, 3},
     };
     static const struct
@@ -34,6 +35,7 @@ static void checkNumbers(KestrovaContext context)
         {kestrovaSetTextureValidationMapping, kestrovaGetTextureValidationMapping},
         {kestrovaSetUniquenessValidationMapping, kestrovaGetUniquenessValidationMapping},
         {kestrovaSetBackForthValidationMapping, kestrovaGetBackForthValidationMapping},
+        {kestrovaSetSurfaceValidationMapping, kestrovaGetSurfaceValidationMapping},
         {kestrovaSetSubpixelValidationMapping, kestrovaGetSubpixelValidationMapping},
     };
     static const struct
@@ -43,6 +45,7 @@ static void checkNumbers(KestrovaContext context)
     } floats[] = {
         {kestrovaSetTextureValidationThreshold, kestrovaGetTextureValidationThreshold},
         {kestrovaSetUniquenessValidationThreshold, kestrovaGetUniquenessValidationThreshold},
+        {kestrovaSetSurfaceValidationDifference, kestrovaGetSurfaceValidationDifference},
     };
     int i, number;
     uint8_t byte;
@@ -54,13 +57,13 @@ static void checkNumbers(KestrovaContext context)
     CHECK(kestrovaSetEdgeMask(context, 8) == KestrovaErrorInvalidSetting);
     CHECK(kestrovaGetEdgeMask(context, &number) == KestrovaErrorOk && number == 9);
     for (i = 0; i < COUNT(bytes); ++i) {
-        CHECK_OK(bytes[i].set(context, 0x1fa + i));
+        CHECK_OK(bytes[i].set(context, 0x1f8 + i));
     }
     for (i = 0; i < COUNT(floats); ++i) {
         CHECK_OK(floats[i].set(context, 0.25f * (float)(i + 1)));
     }
     for (i = 0; i < COUNT(bytes); ++i) {
-        CHECK(bytes[i].get(context, &byte) == KestrovaErrorOk && byte == 0xfa + i);
+        CHECK(bytes[i].get(context, &byte) == KestrovaErrorOk && byte == 0xf8 + i);
     }
     for (i = 0; i < COUNT(floats); ++i) {
         CHECK(floats[i].get(context, &real) == KestrovaErrorOk && real == 0.25f * (float)(i + 1));
@@ -83,6 +86,7 @@ static void checkSwitches(KestrovaContext context)
         {kestrovaSetTextureValidation, kestrovaGetTextureValidation},
         {kestrovaSetUniquenessValidation, kestrovaGetUniquenessValidation},
         {kestrovaSetBackForthValidation, kestrovaGetBackForthValidation},
+        {kestrovaSetSurfaceValidation, kestrovaGetSurfaceValidation},
         {kestrovaSetStrictSubpixelValidation, kestrovaGetStrictSubpixelValidation},
     };
     int one, i, on;
@@ -103,6 +107,7 @@ static void checkPairs(KestrovaContext context)
     double x, y;
     KestrovaROI* rois;
     KestrovaRectImgQuality quality;
+    KestrovaStereoQuality stereoQuality;
     KestrovaCameraConfiguration configuration;
     CHECK_OK(kestrovaSetResolutionAndPrepare(context, 120, 160, 240, 320));
     CHECK(kestrovaGetSourceResolution(context, &a, &b) == KestrovaErrorOk && a == 240 && b == 320);
@@ -117,6 +122,8 @@ static void checkPairs(KestrovaContext context)
     CHECK(kestrovaGetDisparityMapping(context, &low, &high) == KestrovaErrorOk && low == 20 && high == 200);
     CHECK_OK(kestrovaSetRectImgQuality(context, KestrovaRectFast));
     CHECK(kestrovaGetRectImgQuality(context, &quality) == KestrovaErrorOk && quality == KestrovaRectFast);
+    CHECK_OK(kestrovaSetStereoQuality(context, KestrovaStereoEnhanced));
+    CHECK(kestrovaGetStereoQuality(context, &stereoQuality) == KestrovaErrorOk && stereoQuality == 1);
     CHECK(kestrovaGetROIs(context, &rois, &a) == KestrovaErrorOk && a == 100);
     rois[99].m_nCols = 1;
     CHECK_OK(kestrovaSetNumberOfROIs(context, 100));
