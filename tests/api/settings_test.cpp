@@ -281,7 +281,7 @@ TEST(Settings, PrepareTellsWhichStepFailed)
         {30, 40, 60, 80, KestrovaRectStandard, KestrovaErrorOk},
         {30, 41, 60, 80, KestrovaRectStandard, KestrovaErrorInvalidSetting},
         {30, 40, 60, 81, KestrovaRectStandard, KestrovaErrorInvalidSetting},
-        {30, 40, 60, 80, KestrovaRectEnhanced1, KestrovaErrorSystem}, // its kernel has not arrived
+        {30, 40, 60, 80, KestrovaRectEnhanced2, KestrovaErrorOk},
     };
     for (const Case& rCase : aCases) {
         const Handle handle = open(Shape::Horizontal);
