@@ -115,8 +115,8 @@ KESTROVA_ENUM_TYPE(KestrovaCameraConfiguration)
 KESTROVA_ENUM(KestrovaRectImgQuality){
     KestrovaRectFast = 0,      /**< nearest pixel */
     KestrovaRectStandard = 1,  /**< bilinear (default) */
-    KestrovaRectEnhanced1 = 2, /**< windowed sinc, 3; preprocessing fails with it in this version */
-    KestrovaRectEnhanced2 = 3  /**< windowed sinc, 5; likewise */
+    KestrovaRectEnhanced1 = 2, /**< windowed sinc, 3 by 3 pixels */
+    KestrovaRectEnhanced2 = 3  /**< windowed sinc, 5 by 5 pixels: the sharpest, and the slowest */
 };
 KESTROVA_ENUM_TYPE(KestrovaRectImgQuality)
 
@@ -165,6 +165,32 @@ typedef struct KestrovaImage16
     int32_t rowinc; /**< BYTES, not pixels, between the starts of two rows */
     uint16_t* data; /**< as in KestrovaImage */
 } KestrovaImage16;
+
+/** A view of a packed colour image of a context. */
+typedef struct KestrovaPackedColorImage
+{
+    int32_t nrows;  /**< rows */
+    int32_t ncols;  /**< columns */
+    int32_t rowinc; /**< BYTES, not pixels, between the starts of two rows */
+    Pixel8x4* data; /**< as in KestrovaImage; the fourth lane is 0 */
+} KestrovaPackedColorImage;
+
+/** A view of a colour image of a context, in three planes. */
+typedef struct KestrovaColorImage
+{
+    int32_t nrows;  /**< rows */
+    int32_t ncols;  /**< columns */
+    int32_t rowinc; /**< bytes between the starts of two rows, the same for every plane */
+    uint8_t* red;   /**< first pixel of the red plane; the planes are as data in KestrovaImage */
+    uint8_t* green; /**< green plane */
+    uint8_t* blue;  /**< blue plane */
+} KestrovaColorImage;
+
+/** A 4 by 4 matrix that takes points as columns (x, y, z, 1) from one frame to another. */
+typedef struct KestrovaTransform
+{
+    double matrix[4][4]; /**< row by row: rotation in the first three columns, translation in the fourth */
+} KestrovaTransform;
 
 /** One raw frame on its way in. Fill it with one of the two build functions. */
 typedef struct KestrovaInput
@@ -380,7 +406,7 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
  *         KestrovaErrorInvalidParameter  input is null, a camera in use has no pixels, or rectification is off and the
  *                                        size is not that of kestrovaSetResolution;
- *         KestrovaErrorSystem            a warp table cannot be built, as under KestrovaRectEnhanced1 and 2;
+ *         KestrovaErrorSystem            a warp table cannot be built;
  *         KestrovaErrorUnknown           a camera in use sits on no channel, or a packed frame comes with two cameras
  *                                        that are neither pair.
  *         After the last two the images hold parts of this frame; after the others they are as before.
@@ -500,6 +526,115 @@ KESTROVA_API KestrovaError kestrovaSetImage16Buffer(KestrovaContext context, uns
 /** As kestrovaSetImage16Buffer with a null buffer. */
 KESTROVA_API KestrovaError kestrovaUnsetImage16Buffer(KestrovaContext context, KestrovaImage16Type type,
                                                       KestrovaCamera camera);
+
+/* ---- colour ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Rectifies a colour frame of one camera into three planes of the size of kestrovaSetResolution, with the quality of
+ * kestrovaSetRectImgQuality and the lowpass of kestrovaSetLowpass. The result lines up with the rectified image of that
+ * camera, and for the reference camera with the disparity. On the caller's thread; takes no part in stereo.
+ *
+ * All three channels of the frame are taken through the one camera, unlike in kestrovaPreprocess. Three PADDED planes
+ * (rowinc above ncols) are not read from the frame but from what kestrovaPreprocess made of it last: preprocess such a
+ * frame first, and let the calibration have a camera on each plane. The size of the frame becomes the source size.
+ *
+ * @param context  handle with an active context
+ * @param camera   whose frame it is. KestrovaCamColor rectifies through the colour camera, but its result takes the
+ *                 place of the reference camera's
+ * @param input    the frame; read within the call
+ * @param image    filled; must not be null. The planes belong to the context, or are those of
+ *                 kestrovaSetColorImageBuffer; valid until the next call for this camera
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext    no active context;
+ *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
+ *         KestrovaErrorInvalidParameter  input is null or has no pixels;
+ *         KestrovaErrorInvalidCamera     the product has no such camera;
+ *         KestrovaErrorInvalidRequest    padded planes of a frame that was not preprocessed;
+ *         KestrovaErrorSystem            a warp table cannot be built.
+ *         The record stays as it was after an error.
+ */
+KESTROVA_API KestrovaError kestrovaRectifyColorImage(KestrovaContext context, KestrovaCamera camera,
+                                                     KestrovaInput* input, KestrovaColorImage* image);
+
+/**
+ * As kestrovaRectifyColorImage, from a packed frame into packed pixels, and always bilinear, whatever the quality.
+ *
+ * @param input  packed; padding is no matter here
+ * @param image  filled; as there, or the memory of kestrovaSetPackedColorImageBuffer
+ * @return as there, without KestrovaErrorInvalidRequest; and
+ *         KestrovaErrorNotImplemented  a frame of three planes.
+ */
+KESTROVA_API KestrovaError kestrovaRectifyPackedColorImage(KestrovaContext context, KestrovaCamera camera,
+                                                           KestrovaInput* input, KestrovaPackedColorImage* image);
+
+/**
+ * Makes the caller's memory the storage of the three planes of kestrovaRectifyColorImage.
+ *
+ * The rows stand without gaps, as many rows and columns as kestrovaSetResolution says. When that changes later, the
+ * next kestrovaRectifyColorImage quietly goes back to storage of the context's own. Nothing is copied by this call.
+ *
+ * @param context  handle with an active context
+ * @param camera   whose; KestrovaCamColor and the reference have one storage in common
+ * @param red, green, blue  rows * columns bytes each, which must live until they are replaced, unset, or the context
+ *                 is destroyed; three nulls ask for new storage of the library's, whose contents are undefined
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext      no active context;
+ *         KestrovaErrorInvalidRequest      KestrovaCamColor without a colour camera;
+ *         KestrovaErrorInvalidCamera       the product has no such camera;
+ *         KestrovaErrorConflictingOptions  some pointers are null and some are not.
+ *         Nothing changes after an error.
+ */
+KESTROVA_API KestrovaError kestrovaSetColorImageBuffer(KestrovaContext context, KestrovaCamera camera,
+                                                       unsigned char* red, unsigned char* green, unsigned char* blue);
+
+/** As kestrovaSetColorImageBuffer with three nulls. */
+KESTROVA_API KestrovaError kestrovaUnsetColorImageBuffer(KestrovaContext context, KestrovaCamera camera);
+
+/**
+ * As kestrovaSetColorImageBuffer, for kestrovaRectifyPackedColorImage.
+ *
+ * @param buffer  rows * columns pixels of four bytes, without gaps; null asks for new storage of the library's
+ */
+KESTROVA_API KestrovaError kestrovaSetPackedColorImageBuffer(KestrovaContext context, KestrovaCamera camera,
+                                                             Pixel8x4* buffer);
+
+/** As kestrovaSetPackedColorImageBuffer with a null buffer. */
+KESTROVA_API KestrovaError kestrovaUnsetPackedColorImageBuffer(KestrovaContext context, KestrovaCamera camera);
+
+/* ---- pixels ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Where a point of a camera's raw image comes to lie in its rectified image.
+ *
+ * @param context      handle with an active context
+ * @param camera       whose; KestrovaCamColor is the colour camera itself
+ * @param row, col     filled, in pixels at the present resolution, within -0.5 to rows - 0.5; neither may be null. A
+ *                     point outside the calibrated field lands on the border
+ * @param inRow, inCol in pixels of the raw image, in the size of the last frame or kestrovaSetSourceResolution
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  the source size is not known yet;
+ *         KestrovaErrorInvalidCamera   the product has no such camera;
+ *         KestrovaErrorUnknown         the camera has no maps.
+ *         The outputs stay as they were after an error.
+ */
+KESTROVA_API KestrovaError kestrovaRectifyPixel(KestrovaContext context, KestrovaCamera camera, float* row, float* col,
+                                                float inRow, float inCol);
+
+/**
+ * Where a point of a camera's rectified image lies in its raw image: the inverse of kestrovaRectifyPixel.
+ *
+ * A point outside the rectified image is searched for. That ends within 0.001 pixels of the rectified image, or with
+ * KestrovaErrorInvalidRequest as soon as a step comes no closer, as for every point that kestrovaRectifyPixel never
+ * gives; the best estimate, inside the raw image, is in the outputs then.
+ *
+ * @param row, col      filled, in pixels of the raw image; neither may be null
+ * @param inRow, inCol  in pixels of the rectified image; any values, even not-a-number
+ * @return as kestrovaRectifyPixel, with KestrovaErrorInvalidCamera before KestrovaErrorInvalidSetting; and
+ *         KestrovaErrorInvalidRequest  the search stalled; the outputs are filled.
+ */
+KESTROVA_API KestrovaError kestrovaUnrectifyPixel(KestrovaContext context, KestrovaCamera camera, float* row,
+                                                  float* col, float inRow, float inCol);
 
 /* ---- settings: switches ---------------------------------------------------------------------------------------- */
 
@@ -796,7 +931,7 @@ KESTROVA_API KestrovaError kestrovaGetSourceResolution(KestrovaContext context, 
  * @param rows, cols  as kestrovaSetResolution
  * @param sourceRows, sourceCols  as kestrovaSetSourceResolution
  * @return as kestrovaSetResolution for either size, a good first size stays set when the second is refused; or
- *         KestrovaErrorSystem  a table cannot be built, as under KestrovaRectEnhanced1 and 2; the sizes stay set.
+ *         KestrovaErrorSystem  a table cannot be built; the sizes stay set.
  */
 KESTROVA_API KestrovaError kestrovaSetResolutionAndPrepare(KestrovaContext context, int rows, int cols, int sourceRows,
                                                            int sourceCols);
@@ -805,8 +940,8 @@ KESTROVA_API KestrovaError kestrovaSetResolutionAndPrepare(KestrovaContext conte
  * Chooses the resampling of rectification (default KestrovaRectStandard, which is also what a value outside the list
  * acts as).
  *
- * KestrovaRectEnhanced1 and KestrovaRectEnhanced2 are stored, but their kernels have not arrived in this version:
- * kestrovaPreprocess and kestrovaSetResolutionAndPrepare fail with KestrovaErrorSystem until another one is chosen.
+ * The enhanced qualities keep fine detail that KestrovaRectStandard softens, at several times its cost. Along the rim
+ * of the raw image, where their kernels would leave it, they take the nearest pixel.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context.
@@ -1023,6 +1158,81 @@ KESTROVA_API KestrovaError kestrovaRCD16ToXYZ(KestrovaContext context, int row, 
  */
 KESTROVA_API KestrovaError kestrovaXYZToRCD(KestrovaContext context, float x, float y, float z, float* row, float* col,
                                             float* disp);
+
+/* ---- the world frame ------------------------------------------------------------------------------------------- */
+
+/**
+ * Places the reference camera in a frame of the caller's: points of the camera frame times this matrix are points of
+ * the world frame. Until it is set the two are the same. Copies of a context begin with the same again.
+ *
+ * @param context    handle with an active context
+ * @param transform  a rigid motion. The last row is taken as 0, 0, 0, 1, after the translation was divided by its last
+ *                   element; the rotation is not divided
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidRequest  one of the first three rows of the rotation is all 0; the former transform
+ *                                      stays.
+ *
+ * Nothing else is tested. With a matrix that is not a rigid motion, points go into the world by the matrix as it is,
+ * and come back by the inverse of the rotation and translation that were read out of it, which is not its inverse.
+ */
+KESTROVA_API KestrovaError kestrovaSetKestrovaToWorldTransform(KestrovaContext context, KestrovaTransform transform);
+
+/**
+ * Reads the transform in force.
+ *
+ * @param transform  filled; must not be null
+ * @return as kestrovaGetEdgeCorrelation.
+ */
+KESTROVA_API KestrovaError kestrovaGetKestrovaToWorldTransform(KestrovaContext context, KestrovaTransform* transform);
+
+/**
+ * Reads a rigid motion from a transform file: text lines of the keys Rx, Ry, Rz, Tx, Ty, Tz, each with a number, in any
+ * order. Angles are radians; the rotation about x acts first. A word "//" opens a comment to the end of its line.
+ *
+ * @param fileName   path WITHOUT its ending ".trans", at most 193 characters
+ * @param transform  filled; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorTransformFileCorrupt  no such file, or a key or number is missing in it; the record stays.
+ */
+KESTROVA_API KestrovaError kestrovaGetTransformFromFile(const char* fileName, KestrovaTransform* transform);
+
+/**
+ * Writes a rigid motion to a transform file, with six decimals per number.
+ *
+ * @param fileName   as kestrovaGetTransformFromFile
+ * @param transform  of which the file keeps three angles and the translation; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorTransformFileCorrupt  the file cannot be opened for writing.
+ */
+KESTROVA_API KestrovaError kestrovaWriteTransformToFile(const char* fileName, const KestrovaTransform* transform);
+
+/**
+ * As kestrovaRCDFloatToXYZ, with the point in the world frame. Computed in double from the point in the camera frame
+ * and rounded to float.
+ */
+KESTROVA_API KestrovaError kestrovaRCDFloatToWorldXYZ(KestrovaContext context, float row, float col, float disp,
+                                                      float* x, float* y, float* z);
+
+/** As kestrovaRCDToXYZ, in the world frame. After KestrovaErrorInvalidRequest x, y and z are 0, as there. */
+KESTROVA_API KestrovaError kestrovaRCDToWorldXYZ(KestrovaContext context, float row, float col, float disp, float* x,
+                                                 float* y, float* z);
+
+/** As kestrovaRCDMappedToXYZ, in the world frame. */
+KESTROVA_API KestrovaError kestrovaRCDMappedToWorldXYZ(KestrovaContext context, int row, int col, unsigned char disp,
+                                                       float* x, float* y, float* z);
+
+/** As kestrovaRCD8ToXYZ, in the world frame. */
+KESTROVA_API KestrovaError kestrovaRCD8ToWorldXYZ(KestrovaContext context, int row, int col, unsigned char disp,
+                                                  float* x, float* y, float* z);
+
+/** As kestrovaRCD16ToXYZ, in the world frame. */
+KESTROVA_API KestrovaError kestrovaRCD16ToWorldXYZ(KestrovaContext context, int row, int col, unsigned short disp,
+                                                   float* x, float* y, float* z);
+
+/** As kestrovaXYZToRCD, from a point of the world frame. */
+KESTROVA_API KestrovaError kestrovaWorldXYZToRCD(KestrovaContext context, float x, float y, float z, float* row,
+                                                 float* col, float* disp);
 
 #ifdef __cplusplus
 } /* extern "C" */

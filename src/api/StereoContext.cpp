@@ -12,6 +12,11 @@ Image<unsigned char>& emptyImage()
     return Image<unsigned char>::defaultImage;
 }
 
+ColorPlanes emptyPlanes()
+{
+    return {emptyImage(), emptyImage(), emptyImage()};
+}
+
 } // namespace
 
 StereoContext::StereoContext()
@@ -20,7 +25,9 @@ StereoContext::StereoContext()
       m_rectifiedImages{emptyImage(), emptyImage(), emptyImage()}, m_edgeImages{emptyImage(), emptyImage(),
                                                                                 emptyImage()},
       m_disparityImage(emptyImage()), m_disparityImage16(Image<unsigned short>::defaultImage),
-      m_surfaceLabelImage(Image<unsigned int>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()}
+      m_surfaceLabelImage(Image<unsigned int>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()},
+      m_colorPlaneImages{emptyPlanes(), emptyPlanes(), emptyPlanes()},
+      m_packedColorImages{Image<Pixel8x4>::defaultImage, Image<Pixel8x4>::defaultImage, Image<Pixel8x4>::defaultImage}
 {
     // The world transforms are the identity as they are made; the other two have their matrix built at once, since
     // they are read without being set.

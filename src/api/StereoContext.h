@@ -129,6 +129,9 @@ struct DeviceFreeSettings
     std::int32_t m_nWarperColOffset = 0;
 };
 
+/** The red, green and blue plane of a rectified colour image. */
+using ColorPlanes = std::array<Image<unsigned char>, 3>;
+
 class StereoContext : public CalibrationScalars, public DeviceFreeSettings
 {
 public:
@@ -222,6 +225,8 @@ public:
     LYRTransform3d m_worldToCamera; // its inverse
     LYRTransform3d m_skewingTransform;
     LYRTransform3d m_unskewingTransform;
+    std::array<ColorPlanes, 3> m_colorPlaneImages; // by camera index; slot 0 is the colour camera's too
+    std::array<Image<Pixel8x4>, 3> m_packedColorImages;
     PreprocessSnapshot m_preprocessSnapshot;
     StereoSnapshot m_stereoSnapshot;
     KesSegmentContext m_segmentContext; // tables of surface validation

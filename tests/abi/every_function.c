@@ -181,6 +181,61 @@ static void checkPoints(KestrovaContext context)
     CHECK(kestrovaRCD16ToXYZ(context, 0, 0, 8 << 8, &x, &y, &z) == KestrovaErrorOk && z == focal * (base / 8));
 }
 
+/* With identity maps a frame of packed pixels comes back, and a pixel stays where it is. */
+static void checkColour(KestrovaContext context)
+{
+    static unsigned char planes[3][SMALL_ROWS * SMALL_COLS];
+    static Pixel8x4 pixels[SMALL_ROWS * SMALL_COLS], buffer[SMALL_ROWS * SMALL_COLS];
+    const int at = 50 * SMALL_COLS + 60;
+    KestrovaColorImage colour;
+    KestrovaPackedColorImage packed;
+    KestrovaInput input;
+    float row, col;
+    int i;
+    for (i = 0; i < SMALL_ROWS * SMALL_COLS; ++i) {
+        pixels[i].m_ucRed = 10;
+        pixels[i].m_ucGreen = 20;
+        pixels[i].m_ucBlue = 30;
+    }
+    CHECK_OK(kestrovaSetColorImageBuffer(context, KestrovaCamLeft, planes[0], planes[1], planes[2]));
+    CHECK_OK(kestrovaSetPackedColorImageBuffer(context, KestrovaCamLeft, buffer));
+    CHECK_OK(kestrovaBuildPackedKestrovaInput(SMALL_COLS, SMALL_ROWS, 4 * SMALL_COLS, 0, 0, pixels, &input));
+    CHECK_OK(kestrovaRectifyColorImage(context, KestrovaCamLeft, &input, &colour));
+    CHECK(colour.red == planes[0] && colour.green == planes[1] && colour.blue == planes[2]);
+    CHECK(colour.rowinc == SMALL_COLS && colour.red[at] == 10 && colour.green[at] == 20 && colour.blue[at] == 30);
+    CHECK_OK(kestrovaRectifyPackedColorImage(context, KestrovaCamLeft, &input, &packed));
+    CHECK(packed.data == buffer && packed.rowinc == 4 * SMALL_COLS && packed.nrows == SMALL_ROWS);
+    CHECK(packed.data[at].m_ucRed == 10 && packed.data[at].m_ucGreen == 20 && packed.data[at].m_ucBlue == 30);
+    CHECK_OK(kestrovaUnsetColorImageBuffer(context, KestrovaCamLeft));
+    CHECK_OK(kestrovaUnsetPackedColorImageBuffer(context, KestrovaCamLeft));
+    CHECK_OK(kestrovaRectifyPixel(context, KestrovaCamLeft, &row, &col, 50, 60));
+    CHECK(row > 49.99f && row < 50.01f && col > 59.99f && col < 60.01f);
+    CHECK_OK(kestrovaUnrectifyPixel(context, KestrovaCamLeft, &row, &col, 70, 80));
+    CHECK(row > 69.99f && row < 70.01f && col > 79.99f && col < 80.01f);
+}
+
+/* A world that is the camera frame moved by (1, 2, 3). */
+static void checkWorld(KestrovaContext context)
+{
+    const KestrovaTransform moved = {{{1, 0, 0, 1}, {0, 1, 0, 2}, {0, 0, 1, 3}, {0, 0, 0, 1}}};
+    const float focal = 320, z = focal * (0.125f / 8) + 3; /* focal length 1 of 320 columns */
+    KestrovaTransform got;
+    float row, col, disp, p[3];
+    CHECK_OK(kestrovaSetKestrovaToWorldTransform(context, moved));
+    CHECK_OK(kestrovaGetKestrovaToWorldTransform(context, &got));
+    CHECK(memcmp(&got, &moved, sizeof got) == 0 && sizeof got == 128);
+    CHECK(kestrovaRCDFloatToWorldXYZ(context, 119.5f, 159.5f, 8, p, p + 1, p + 2) == KestrovaErrorOk && p[2] == z);
+    CHECK(p[0] == 1 && p[1] == 2);
+    CHECK(kestrovaWorldXYZToRCD(context, 1, 2, p[2], &row, &col, &disp) == KestrovaErrorOk && disp == 8);
+    CHECK(row == 119.5f && col == 159.5f);
+    CHECK(kestrovaRCDToWorldXYZ(context, 0, 0, 8, p, p + 1, p + 2) == KestrovaErrorOk && p[2] == z);
+    CHECK(kestrovaRCDMappedToWorldXYZ(context, 0, 0, 8, p, p + 1, p + 2) == KestrovaErrorOk && p[2] == z);
+    CHECK(kestrovaRCD8ToWorldXYZ(context, 0, 0, 8, p, p + 1, p + 2) == KestrovaErrorOk && p[2] == z);
+    CHECK(kestrovaRCD16ToWorldXYZ(context, 0, 0, 8 << 8, p, p + 1, p + 2) == KestrovaErrorOk && p[2] == z);
+    CHECK(kestrovaGetTransformFromFile("/no such file", &got) == KestrovaErrorTransformFileCorrupt);
+    CHECK(kestrovaWriteTransformToFile("/no such/file", &moved) == KestrovaErrorTransformFileCorrupt);
+}
+
 int main(void)
 {
     KestrovaContext context, copy;
@@ -208,6 +263,8 @@ int main(void)
     CHECK_OK(kestrovaSetRawAdjustment(context, KestrovaCamLeft, 0, 0));
     checkImages(context);
     checkPoints(context);
+    checkColour(context);
+    checkWorld(context);
     CHECK_OK(kestrovaDestroyContext(context));
     return 0;
 }

@@ -245,23 +245,25 @@ TEST(Preprocess, ErrorsComeInOrderAndTheFirstOnesChangeNothing)
     }
     struct BadContext
     {
-        KernelType eKernelType;
+        bool bMaps;
         KestrovaCameraConfiguration eConfiguration;
         std::array<int, 3> cameraOfChannel;
         bool bPacked;
         KestrovaError eError;
     };
     const BadContext aContexts[] = {
-        {KernelSinc, KestrovaCfg2CameraVertical, {-1, -1, -1}, true, KestrovaErrorSystem}, // before the channels
-        {KernelGauss, KestrovaCfg2CameraHorizontal, {0, 1, -1}, false, KestrovaErrorSystem},
-        {KernelBilinear, KestrovaCfg2CameraWide, {0, 1, -1}, true, KestrovaErrorUnknown},
-        {KernelBilinear, KestrovaCfg2CameraVertical, {0, 1, -1}, true, KestrovaErrorUnknown}, // it has no top camera
-        {KernelBilinear, KestrovaCfg2CameraHorizontal, {0, -1, -1}, true, KestrovaErrorUnknown},
-        {KernelBilinear, KestrovaCfg2CameraHorizontal, {0, -1, -1}, false, KestrovaErrorUnknown},
+        {false, KestrovaCfg2CameraVertical, {-1, -1, -1}, true, KestrovaErrorSystem}, // before the channels
+        {false, KestrovaCfg2CameraHorizontal, {0, 1, -1}, false, KestrovaErrorSystem},
+        {true, KestrovaCfg2CameraWide, {0, 1, -1}, true, KestrovaErrorUnknown},
+        {true, KestrovaCfg2CameraVertical, {0, 1, -1}, true, KestrovaErrorUnknown}, // it has no top camera
+        {true, KestrovaCfg2CameraHorizontal, {0, -1, -1}, true, KestrovaErrorUnknown},
+        {true, KestrovaCfg2CameraHorizontal, {0, -1, -1}, false, KestrovaErrorUnknown},
     };
     for (const BadContext& b : aContexts) {
         Set set(ProductPemberlow, b.eConfiguration, b.cameraOfChannel);
-        set.context.m_eKernelType = b.eKernelType;
+        if (!b.bMaps) {
+            set.context.m_apCameras[1]->deleteWarpMapFuncs();
+        }
         EXPECT_EQ(set.run(b.bPacked ? frame.packedInput() : frame.planeInput()), b.eError) << &b - aContexts;
         EXPECT_EQ(set.context.m_nSourceRows, sk_nRows) << &b - aContexts;
         EXPECT_EQ(set.context.m_preprocessSnapshot.m_nSavedEdgeMaskSize, 7) << &b - aContexts;
