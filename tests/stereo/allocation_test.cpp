@@ -19,12 +19,13 @@ void* operator new(std::size_t uBytes) // array forms end up here as well
     throw std::bad_alloc();
 }
 
-void operator delete(void* p) noexcept
+// Inlined without their counterpart, they would look mismatched to the compiler.
+[[gnu::noinline]] void operator delete(void* p) noexcept
 {
     std::free(p);
 }
 
-void operator delete(void* p, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept
 {
     std::free(p);
 }
