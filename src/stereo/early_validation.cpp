@@ -24,8 +24,8 @@ void textureMeasure(Image<unsigned short>& rScore, const Image<unsigned char>& r
 
 std::uint16_t scaledTexture(float fThreshold, int m)
 {
-    const float fSum = static_cast<float>(m * m) * fThreshold;
-    return static_cast<std::uint16_t>(static_cast<std::int32_t>(std::max(0.0, fSum + 0.5)));
+    const float fSum = static_cast<float>(std::int64_t{m} * m) * fThreshold;
+    return static_cast<std::uint16_t>(static_cast<std::int64_t>(std::max(0.0, fSum + 0.5)));
 }
 
 // Scores of small masks add the differences of all pairs, those of larger ones average them.
