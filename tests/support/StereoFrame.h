@@ -69,8 +69,6 @@ public:
         return input;
     }
 
-    [[nodiscard]] const std::uint8_t* right() const { return m_right.data(); }
-
 private:
     int m_nRows;
     int m_nCols;
