@@ -44,5 +44,5 @@ run_photos() {
 if [ "${1:-}" = --photos ]; then
   run_photos
 else
-  "$program" demo --out demo-out "$@"
+  "$program" demo "$@"
 fi

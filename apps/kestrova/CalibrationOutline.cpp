@@ -99,13 +99,18 @@ public:
         fail(rKey, "missing, or not " + std::to_string(nWanted) + (nWanted == 1 ? " number" : " numbers"));
     }
 
-    int whole(const std::string& rKey) const
+    std::vector<int> wholes(const std::string& rKey, std::size_t nWanted) const
     {
-        const double dValue = numbers(rKey, 1)[0];
-        if (!(std::abs(dValue) < 2e9))
-            fail(rKey, "out of range");
-        return static_cast<int>(dValue);
+        std::vector<int> values;
+        for (double dValue : numbers(rKey, nWanted)) {
+            if (!(std::abs(dValue) < 2e9)) // nor a not-a-number
+                fail(rKey, "out of range");
+            values.push_back(static_cast<int>(dValue));
+        }
+        return values;
     }
+
+    int whole(const std::string& rKey) const { return wholes(rKey, 1)[0]; }
 
     std::string word(const std::string& rKey) const
     {
@@ -157,11 +162,11 @@ static SplineSurface readSurface(const std::vector<Block>& rWarps, int nId, cons
     if (found == rWarps.end())
         rCamera.fail("WARP, IWARP", "no warp block has the ID " + std::to_string(nId));
     const Block warp = found->named("warp", nId);
-    const std::vector<double> adCount = warp.numbers("NUMBERCOEFS", 2);
-    if (adCount[0] != adCount[1] || !(adCount[0] >= 4 && adCount[0] <= 1000))
+    const std::vector<int> anCount = warp.wholes("NUMBERCOEFS", 2);
+    if (anCount[0] != anCount[1] || anCount[0] < 4 || anCount[0] > 1000)
         warp.fail("NUMBERCOEFS", "not two equal numbers from 4 to 1000");
     SplineSurface surface;
-    surface.m_nCoefs = static_cast<int>(adCount[0]);
+    surface.m_nCoefs = anCount[0];
     const auto nCoefs = static_cast<std::size_t>(surface.m_nCoefs);
     if (warp.whole("NUMBERKNOTS") != surface.m_nCoefs + 4)
         warp.fail("NUMBERKNOTS", "not NUMBERCOEFS + 4");
@@ -178,12 +183,11 @@ static OutlineCamera readCamera(const Block& rBlock, const std::vector<Block>& r
     const Block block = rBlock.named("camera", camera.m_nId);
     camera.m_dGain = block.numbers("GAIN", 1)[0];
     camera.m_channel = upper(block.word("CHANNEL"));
-    const auto position = block.numbers("POSITION", 3);
-    camera.m_position = {static_cast<int>(position[0]), static_cast<int>(position[1]), static_cast<int>(position[2])};
+    const auto position = block.wholes("POSITION", 3);
+    camera.m_position = {position[0], position[1], position[2]};
     const auto map = [&](const char* pszKey) {
-        const auto ids = block.numbers(pszKey, 2);
-        return SplineMap{readSurface(rWarps, static_cast<int>(ids[0]), block),
-                         readSurface(rWarps, static_cast<int>(ids[1]), block)};
+        const auto ids = block.wholes(pszKey, 2);
+        return SplineMap{readSurface(rWarps, ids[0], block), readSurface(rWarps, ids[1], block)};
     };
     camera.m_rawFromRectified = map("WARP");
     camera.m_rectifiedFromRaw = map("IWARP");
@@ -245,11 +249,10 @@ static OutlineSection readSection(const Block& rBlock)
     section.m_focalLength = {dFocal, focal ? (*focal)[1] : dFocal * 4 / 3};
     section.m_dBaseline = rBlock.numbers("BASELINE", 1)[0];
     section.m_configuration = upper(rBlock.word("CAMERACONFIGURATION"));
-    const auto disparity = rBlock.numbers("DISPARITY", 2);
-    if (!(disparity[0] >= 0 && disparity[0] < disparity[1] && disparity[1] - disparity[0] <= 240 &&
-          disparity[1] <= 1024))
+    const auto disparity = rBlock.wholes("DISPARITY", 2);
+    if (disparity[0] < 0 || disparity[0] >= disparity[1] || disparity[1] - disparity[0] > 240 || disparity[1] > 1024)
         rBlock.fail("DISPARITY", "needs 0 <= minimum < maximum <= 1024, at most 240 apart");
-    section.m_disparity = {static_cast<int>(disparity[0]), static_cast<int>(disparity[1])};
+    section.m_disparity = {disparity[0], disparity[1]};
     const std::vector<Block> warps = rBlock.blocks("WARP");
     for (const Block& rCamera : rBlock.blocks("CAMERA"))
         section.m_cameras.push_back(readCamera(rCamera, warps));

@@ -1,5 +1,6 @@
 #include "CalibrationText.h"
 
+#include <algorithm>
 #include <locale>
 #include <sstream>
 
@@ -74,7 +75,7 @@ CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, doubl
     description.m_dFocal = dFocal;
     description.m_centre = {(canvas.width - 1) / 2.0, (canvas.height - 1) / 2.0};
     description.m_dBaseline = dBaseline;
-    description.m_nMaxDisparity = std::max(16, canvas.width / 10);
+    description.m_nMaxDisparity = std::clamp(canvas.width / 5, 16, 240); // photographs of things at arm's length
     description.m_bRectify = false;
     description.m_note = "A pair that is rectified already: the maps leave every pixel where it is.";
     return description;

@@ -34,7 +34,8 @@ struct CalibrationDescription
 
 std::string calibrationText(const CalibrationDescription& rDescription);
 
-/// A calibration for a pair that is rectified already: identity maps, rectification off, centre in the middle.
+/// A calibration for a pair that is rectified already: identity maps, rectification off, centre in the middle,
+/// disparity up to a fifth of the width.
 CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, double dBaseline);
 
 } // namespace kestrova::app

@@ -14,7 +14,7 @@ namespace kestrova::app {
 
 struct DemoOptions
 {
-    std::string m_out = "kestrova-demo";
+    std::string m_out = "demo-out";
     std::string m_size = "640x480";
     std::uint32_t m_uSeed = 1;
 };

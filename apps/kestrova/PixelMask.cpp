@@ -89,7 +89,7 @@ void rejectOutside(DisparityMap& rMap, const cv::Mat1b& rRightRegion, const cv::
             bool bInside = right(nRow, nCol) != 0;
             if (bInside && std::isfinite(rDisparity)) {
                 const int nMatch = nCol + static_cast<int>(std::lround(rDisparity));
-                bInside = nMatch < left.cols && left(nRow, nMatch) != 0;
+                bInside = nMatch >= 0 && nMatch < left.cols && left(nRow, nMatch) != 0;
             }
             if (!bInside) {
                 rDisparity = sk_fUnknown;

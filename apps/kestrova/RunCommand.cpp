@@ -167,14 +167,17 @@ static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
             ->group(pszGroup);
     rCommand
         .add_option("--disparity", rWishes.m_anDisparity,
-                    "range to search in pixels: 0 <= MIN < MAX <= 1024, at most 240 apart")
-        ->expected(2)
+                    "range to search in pixels: 0 <= MIN < MAX <= 1024, at most 240 apart (default: as the "
+                    "calibration says; with --rectified 0 to a fifth of the width)")
+        ->type_size(2)
+        ->expected(1)
         ->type_name("MIN MAX")
         ->group(pszGroup);
     rCommand
         .add_option("--mapping-range", rWishes.m_anMapping,
                     "bytes of --disparity-mapping: 0 <= MIN < MAX <= 255 (default 0 32)")
-        ->expected(2)
+        ->type_size(2)
+        ->expected(1)
         ->type_name("MIN MAX")
         ->group(pszGroup);
     rCommand

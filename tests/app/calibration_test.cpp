@@ -23,6 +23,7 @@ static CalibrationDescription example(cv::Size canvas = {320, 240})
     description.m_centre = plan.m_centre;
     description.m_bRectify = true;
     description.m_nSerialNumber = 77;
+    description.m_nMaxDisparity = 32;
     description.m_right = {right.m_rawFromRectified, right.m_rectifiedFromRaw, 1.0};
     description.m_left = {left.m_rawFromRectified, left.m_rectifiedFromRaw, 1.25};
     return description;
@@ -156,6 +157,8 @@ TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
                            {"Position -1 0 0", "Position 5 5 5", "POSITION"},
                            {"Gain 1.25", "Gain", "camera 1: GAIN"},
                            {"IWarp 6 7", "IWarp 6 9", "camera 1: WARP"},
+                           {"IWarp 6 7", "IWarp 6 1e99", "camera 1: IWARP"},
+                           {"Position -1 0 0", "Position nan 0 0", "camera 1: POSITION"},
                            {"NumberKnots 16", "NumberKnots 15", "warp 0: NUMBERKNOTS"},
                            {"KnotsY 0 0 0 0", "KnotsY 0 0 0", "warp 0: KNOTSY"},
                            {"\nCoefs", "\nCoefs x", "warp 0: COEFS"},

@@ -69,7 +69,9 @@ TEST(PixelMask, RejectsWindowsThatLeaveEitherRegion)
     DisparityMap map{cv::Mat1f(20, 40, 10.4f), cv::Mat1b(20, 40, uchar(0))};
     map.m_pixels(10, 15) = std::numeric_limits<float>::infinity();
     map.m_reject(10, 15) = static_cast<unsigned char>(Reject::Texture);
+    map.m_pixels(12, 10) = -30.0f; // bytes below a mapping range mean such
     rejectOutside(map, right, left, 2);
+    EXPECT_EQ(static_cast<Reject>(map.m_reject(12, 10)), Reject::Outside);
     // Right: columns 0 to 4 and two more. Left: matches from column 28 on, so from column 18 on.
     for (int nCol = 0; nCol < 40; ++nCol) {
         const bool bOutside = nCol < 7 || nCol >= 18;

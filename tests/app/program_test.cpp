@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace kestrova::app {
 
@@ -23,10 +24,10 @@ struct Outcome
 class Program : public testing::Test
 {
 protected:
-    Outcome call(const std::string& rArguments)
+    Outcome call(const std::string& rArguments, const char* pszProgram = KESTROVA_PROGRAM)
     {
         const std::string line =
-            "cd '" + m_folder.path().string() + "' && '" KESTROVA_PROGRAM "' " + rArguments + " >out 2>err";
+            "cd '" + m_folder.path().string() + "' && '" + pszProgram + "' " + rArguments + " >out 2>err";
         const int nStatus = std::system(line.c_str());
         return {WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1, slurp(m_folder / "out"), slurp(m_folder / "err")};
     }
@@ -58,6 +59,17 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         ASSERT_GT(before.size(), 3000u) << pszName; // the head of a cloud names its source
         EXPECT_TRUE(after.ends_with(before.substr(400))) << pszName;
     }
+
+    // The C example takes larger frames as planes; the maps hold for any size, and the wall is as far away.
+    for (const char* pszSide : {"right", "left"}) {
+        const cv::Mat1b frame = readGrey(m_folder / "demo" / (std::string("raw_") + pszSide + ".png"));
+        writeImage(m_folder / (std::string(pszSide) + ".pgm"),
+                   fitFrame(frame, planFrameFit(frame.size(), cv::Size(640, 480))));
+    }
+    const std::string said = call("demo/calibration.txt right.pgm left.pgm", KESTROVA_EXAMPLE).m_out;
+    double dDistance = 0.0;
+    ASSERT_EQ(std::sscanf(said.c_str(), "%lf m", &dDistance), 1) << said;
+    EXPECT_NEAR(dDistance, 2.9, 0.1) << "the far box";
 
     // Bad wishes: one line that names what is wrong, status 1, and no folder.
     const std::pair<std::string, const char*> aBad[] = {

@@ -65,6 +65,7 @@ struct Room
         CalibrationDescription description = identityCalibration(m_size, m_plan.m_dFocal, m_plan.m_dBaseline);
         description.m_centre = m_plan.m_centre;
         description.m_bRectify = true;
+        description.m_nMaxDisparity = 32;
         description.m_right = {right.m_rawFromRectified, right.m_rectifiedFromRaw, 1.0};
         description.m_left = {left.m_rawFromRectified, left.m_rectifiedFromRaw, 1.0 / sk_dLeftGain};
         return calibrationText(description);
