@@ -372,8 +372,12 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  * caller's planes until the next frame. The images stay valid for any number of stereo runs. The first frame of a new
  * size or quality pays for warp tables; see kestrovaSetResolutionAndPrepare.
  *
+ * Every plane, or the packed frame, must be readable over nrows * rowinc bytes, the padding of its last row included:
+ * in sets whose cameras are not in the order of their channels, padding of a plane counts as part of its image. A plane
+ * may be null if no camera of the configuration sits on its channel.
+ *
  * @param context  handle with an active context
- * @param input    the frame
+ * @param input    the frame; null, or a null plane of a camera in use, gives KestrovaErrorInvalidParameter
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext    no active context;
  *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;

@@ -6,6 +6,9 @@
 #include "stereo/kernels.h"
 #include "stereo/processor.h"
 
+#include <limits>
+#include <new>
+
 namespace kestrova {
 
 unsigned resolveMask(unsigned uMask, int nSource, int nDestination)
@@ -13,12 +16,17 @@ unsigned resolveMask(unsigned uMask, int nSource, int nDestination)
     if (uMask != 0 || nDestination < 1) {
         return uMask;
     }
-    return static_cast<unsigned>((nSource + nDestination - 1) / nDestination);
+    const auto uDestination = static_cast<unsigned>(nDestination); // unsigned: the sum of two sizes always fits
+    return (static_cast<unsigned>(nSource) + uDestination - 1) / uDestination;
 }
 
 template<typename T>
 Image<T> blackScratch(const ImageDim& rSize)
 {
+    // The allocation itself counts pixels in 32 bits and would wrap to less than the image has.
+    if (std::int64_t{rSize.m_nRows} * (std::int64_t{rSize.m_nCols} + 63) > std::numeric_limits<int>::max()) {
+        throw std::bad_alloc();
+    }
     FastScratchMemory scratch;
     Image<T> image(rSize, scratch);
     image.init(T{});

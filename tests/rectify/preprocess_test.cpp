@@ -56,6 +56,9 @@ struct Frame
             aPlanes[1].push_back(p.m_ucGreen);
             aPlanes[2].push_back(p.m_ucBlue);
         }
+        for (Bytes& rPlane : aPlanes) {
+            rPlane.shrink_to_fit(); // so that a read past nRows * nRowInc is seen
+        }
     }
     KestrovaInput packedInput() { return input(KestrovaInputPacked, 4 * nRowInc, packed.data()); }
     KestrovaInput planeInput() { return input(KestrovaInputRGB, nRowInc, aPlanes[0].data()); }
