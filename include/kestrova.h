@@ -626,6 +626,9 @@ KESTROVA_API KestrovaError kestrovaGetSubpixelValidationMapping(KestrovaContext 
  *         KestrovaErrorInvalidContext  no active context;
  *         KestrovaErrorInvalidSetting  out of range or not a number, the old value stays.
  *
+ * Edge pixels are rounded down, so that a flat surface measures up to 1.0 and passes the default; values clearly above,
+ * such as 1.5, reject it.
+ *
  * Takes effect with the next kestrovaStereo.
  */
 KESTROVA_API KestrovaError kestrovaSetTextureValidationThreshold(KestrovaContext context, float value);

@@ -43,8 +43,8 @@ static void checkOptions(const RunOptions& rOptions)
         throw AppError("--focal and --baseline go together");
     if (rOptions.m_focal && !rOptions.m_bRectified)
         throw AppError("--focal and --baseline are for --rectified; a calibration has its own");
-    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0))
-        throw AppError("--focal: must be above 0");
+    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0 && *rOptions.m_focal < 1e6))
+        throw AppError("--focal: must be above 0 and below a million pixels");
     if (rOptions.m_truth && !(rOptions.m_dTruthScale > 0.0))
         throw AppError("--truth-scale: must be above 0");
 }
