@@ -6,9 +6,6 @@
 #include "stereo/kernels.h"
 #include "stereo/processor.h"
 
-#include <limits>
-#include <new>
-
 namespace kestrova {
 
 unsigned resolveMask(unsigned uMask, int nSource, int nDestination)
@@ -23,10 +20,6 @@ unsigned resolveMask(unsigned uMask, int nSource, int nDestination)
 template<typename T>
 Image<T> blackScratch(const ImageDim& rSize)
 {
-    // The allocation itself counts pixels in 32 bits and would wrap to less than the image has.
-    if (std::int64_t{rSize.m_nRows} * (std::int64_t{rSize.m_nCols} + 63) > std::numeric_limits<int>::max()) {
-        throw std::bad_alloc();
-    }
     FastScratchMemory scratch;
     Image<T> image(rSize, scratch);
     image.init(T{});
