@@ -120,6 +120,14 @@ cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, 
 
 cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight)
 {
+    if (rLeft.cols < 240) { // the titles need room
+        const int nFactor = (240 + rLeft.cols - 1) / rLeft.cols;
+        cv::Mat1b left;
+        cv::Mat1b right;
+        cv::resize(rLeft, left, {}, nFactor, nFactor, cv::INTER_NEAREST);
+        cv::resize(rRight, right, {}, nFactor, nFactor, cv::INTER_NEAREST);
+        return sideBySide(left, right);
+    }
     constexpr int nTitle = 26;
     constexpr int nGap = 6;
     cv::Mat3b sheet(rLeft.rows + nTitle, 2 * rLeft.cols + nGap, cv::Vec3b::all(245));

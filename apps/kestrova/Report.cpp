@@ -102,11 +102,12 @@ std::string summary(const StereoResult& rResult)
     };
     std::string text = "The right camera is the reference: disparity d at column x of the right image matches column x "
                        "+ d of the left.\n";
-    text += line("rectified %dx%d, focal length %.2f pixels, baseline %.1f mm, centre column %.2f row %.2f, disparity "
-                 "%d to %d\n",
-                 rResult.m_rectifiedRight.cols, rResult.m_rectifiedRight.rows, rOptics.m_fFocal,
-                 1000.0 * rOptics.m_fBaseline, rOptics.m_fCentreCol, rOptics.m_fCentreRow, rResult.m_range[0],
-                 rResult.m_range[1]);
+    const std::string lengths = rOptics.m_fBaseline > 0.0f ? line("focal length %.2f pixels, baseline %.1f mm",
+                                                                  rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline)
+                                                           : std::string("focal length and baseline not given");
+    text += line("rectified %dx%d, %s, centre column %.2f row %.2f, disparity %d to %d\n",
+                 rResult.m_rectifiedRight.cols, rResult.m_rectifiedRight.rows, lengths.c_str(), rOptics.m_fCentreCol,
+                 rOptics.m_fCentreRow, rResult.m_range[0], rResult.m_range[1]);
     text += "\nRow difference of matched details in the right and the left image\n";
     if (rResult.m_rawRows.m_nPoints > 0)
         text += rowLine("raw frames", rResult.m_rawRows);

@@ -5,8 +5,12 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <type_traits>
 
@@ -115,12 +119,41 @@ void writeText(const std::filesystem::path& rFile, const std::string& rText)
         throw AppError(rFile.string() + ": cannot be written");
 }
 
+/// Keeps standard error shut while it lives: image decoders write there by themselves, and a fault gets our line only.
+class QuietErrors
+{
+public:
+    QuietErrors()
+    {
+        std::fflush(stderr);
+        const int nNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        ::dup2(nNowhere, STDERR_FILENO);
+        ::close(nNowhere);
+    }
+    ~QuietErrors()
+    {
+        ::dup2(m_nKept, STDERR_FILENO);
+        ::close(m_nKept);
+    }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+
+private:
+    int m_nKept = ::dup(STDERR_FILENO);
+};
+
+static cv::Mat decodeGrey(const std::string& rFile)
+{
+    const QuietErrors quiet;
+    return cv::imread(rFile, cv::IMREAD_GRAYSCALE);
+}
+
 cv::Mat1b readGrey(const std::filesystem::path& rFile)
 {
     std::error_code error;
     if (!std::filesystem::exists(rFile, error))
         throw AppError(rFile.string() + ": no such file");
-    const cv::Mat image = cv::imread(rFile.string(), cv::IMREAD_GRAYSCALE);
+    const cv::Mat image = decodeGrey(rFile.string());
     if (image.empty())
         throw AppError(rFile.string() + ": cannot be read as an image");
     return image;

@@ -43,8 +43,8 @@ static void checkOptions(const RunOptions& rOptions)
         throw AppError("--focal and --baseline go together");
     if (rOptions.m_focal && !rOptions.m_bRectified)
         throw AppError("--focal and --baseline are for --rectified; a calibration has its own");
-    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0))
-        throw AppError("--focal: must be above 0");
+    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0 && *rOptions.m_focal < 1e6))
+        throw AppError("--focal: must be above 0 and below a million pixels");
     if (rOptions.m_truth && !(rOptions.m_dTruthScale > 0.0))
         throw AppError("--truth-scale: must be above 0");
 }
@@ -57,13 +57,14 @@ static Frames readFrames(const RunOptions& rOptions)
     std::optional<cv::Size> wish;
     if (rOptions.m_resize)
         wish = parseSize(*rOptions.m_resize, "--resize");
+    if (wish && (wish->width > 8192 || wish->height > 8192))
+        throw AppError("--resize: at most 8192 columns and rows");
     if (rOptions.m_bRectified) {
         const FrameFit fit = planFrameFit(frames.m_right.size(), wish);
         if (fit.m_canvas.width < 64 || fit.m_canvas.width > 1280)
             throw AppError(rOptions.m_right + ": " + fit.describe() +
                            "; 64 to 1280 columns are possible, see --resize");
         frames = {fitFrame(frames.m_right, fit), fitFrame(frames.m_left, fit), {fit.region(), fit.region()}, fit};
-        std::printf("%s\n", fit.describe().c_str());
     } else if (wish) { // the maps hold for any resolution of the frame
         cv::resize(frames.m_right, frames.m_right, *wish, 0, 0, cv::INTER_AREA);
         cv::resize(frames.m_left, frames.m_left, *wish, 0, 0, cv::INTER_AREA);
@@ -179,7 +180,11 @@ static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
         ->expected(1)
         ->type_name("MIN MAX")
         ->group(pszGroup);
-    rCommand.add_option("--region", rWishes.m_regions, "match only here; may be given up to 100 times")
+    rCommand
+        .add_option(
+            "--region", rWishes.m_regions,
+            "match only here; may be given up to 100 times; tall ones take --threads 1 or 2, since bands that a "
+            "region covers from above to below leave it out")
         ->type_name("ROW COL ROWS COLS")
         ->group(pszGroup);
     rCommand.add_option("--resolution", rWishes.m_resolution, "size of the rectified images, 4 by 3, such as 320x240")
