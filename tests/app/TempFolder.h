@@ -10,20 +10,13 @@
 
 namespace kestrova::app {
 
-class TempFolder
+struct TempFolder
 {
-public:
-    TempFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "kestrova-test-XXXXXX").string();
-        m_path = ::mkdtemp(name.data());
-    }
-    ~TempFolder() { std::filesystem::remove_all(m_path); }
-    std::filesystem::path operator/(const std::string& rName) const { return m_path / rName; }
-    const std::filesystem::path& path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
+    TempFolder() { ::mkdtemp(m_name.data()); }
+    ~TempFolder() { std::filesystem::remove_all(m_name); }
+    std::filesystem::path path() const { return m_name; }
+    std::filesystem::path operator/(const std::string& rName) const { return path() / rName; }
+    std::string m_name = (std::filesystem::temp_directory_path() / "kestrova-test-XXXXXX").string();
 };
 
 inline std::string slurp(const std::filesystem::path& rFile)
