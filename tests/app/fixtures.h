@@ -1,24 +1,46 @@
-// The demo room at a quarter of the usual size, its two cameras, their calibration, and what OpenCV makes of a camera.
+// What the tests of the program share: a folder, and the demo room's cameras with their calibration.
 #pragma once
 
 #include "CalibrationText.h"
+#include "Results.h"
 #include "SceneRenderer.h"
 
 #include <opencv2/calib3d.hpp>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
 
 namespace kestrova::app {
+
+// Gone after the test.
+struct TempFolder
+{
+    TempFolder() { ::mkdtemp(m_name.data()); }
+    ~TempFolder() { std::filesystem::remove_all(m_name); }
+    std::filesystem::path path() const { return m_name; }
+    std::filesystem::path operator/(const std::string& rName) const { return path() / rName; }
+    std::string m_name = (std::filesystem::temp_directory_path() / "kestrova-test-XXXXXX").string();
+};
+
+inline std::string slurp(const std::filesystem::path& rFile)
+{
+    std::ostringstream text;
+    text << std::ifstream(rFile, std::ios::binary).rdbuf();
+    return text.str();
+}
 
 // Columns and rows of the raw frame behind each rectified pixel, without our splines.
 inline std::array<cv::Mat1f, 2> mapsByOpenCv(const CameraModel& rCamera, const cv::Matx33d& rRotation,
                                              const RectificationPlan& rPlan)
 {
     const cv::Matx33d P(rPlan.m_dFocal, 0, rPlan.m_centre.x, 0, rPlan.m_dFocal, rPlan.m_centre.y, 0, 0, 1);
-    cv::Mat maps[2];
-    cv::initUndistortRectifyMap(rCamera.m_K, rCamera.m_adDistortion, rRotation, P, rPlan.m_canvas, CV_32F, maps[0],
-                                maps[1]);
-    return {maps[0], maps[1]};
+    cv::Mat x, y;
+    cv::initUndistortRectifyMap(rCamera.m_K, rCamera.m_adDistortion, rRotation, P, rPlan.m_canvas, CV_32F, x, y);
+    return {x, y};
 }
 
+// The cameras of the demo at half the usual size.
 struct Room
 {
     static constexpr double sk_dLeftGain = 0.8;
