@@ -115,7 +115,7 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
         EXPECT_THAT(complaint([&] { applySettings(context, rWishes); }), testing::StartsWith("--" + rOption + ":"));
     };
     const std::pair<const char*, const char*> aBad[] = {
-        {"stereo-mask", "8"}, {"stereo-mask", "7.5"},   {"stereo-mask", "1e30"},    {"stereo-mask", ""},
+        {"stereo-mask", "8"}, {"stereo-mask", "7.5"},   {"stereo-mask", "1e30"},    {"texture-mapping", ""},
         {"lowpass", "2"},     {"rectify-quality", "4"}, {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
     for (const auto& [pszName, pszValue] : aBad)
         refused({{{pszName, pszValue}}, {}, {}, {}, {}, {}}, pszName);
