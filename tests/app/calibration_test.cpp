@@ -26,7 +26,7 @@ struct Calibration : testing::Test
         return m_folder / "c.txt";
     }
     const TempFolder m_folder;
-    const Room m_room;
+    const Room m_room{};
     const CalibrationDescription m_description = m_room.description();
     const std::string m_good = calibrationText(m_description);
 };
