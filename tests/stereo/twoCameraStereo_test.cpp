@@ -75,20 +75,6 @@ TEST(TwoCameraStereo, MatchesModelAtItsLimits)
     }
 }
 
-// A window sum does not know in which band its rows were added.
-TEST(TwoCameraStereo, BandsGiveTheBytesOfTheWholeFrame)
-{
-    for (unsigned uSeed = 0; uSeed < 24; ++uSeed) {
-        std::mt19937 random(1000 + uSeed);
-        StereoContext context;
-        context.m_nStereoMaskSize = pick(random, {1, 5, 7, 19});
-        randomSettings(random, context);
-        context.m_nRows += 24;
-        const Frame frame = makeFrame(random, context, ShiftedNoise, context.m_nMinDisparity);
-        expectSameInBands(context, correlator(context, frame));
-    }
-}
-
 TEST(TwoCameraStereo, ClearResizesAndFillsBothImages)
 {
     StereoContext context;

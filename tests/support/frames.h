@@ -112,29 +112,6 @@ void expectAsModel(StereoContext& r, bool bSSE2, Model model, Correlate correlat
     expectSame(expected16, r.m_disparityImage16);
 }
 
-/** The frame cut into up to four bands gives the bytes of the whole frame. */
-template<typename Correlate>
-void expectSameInBands(StereoContext& r, Correlate correlate)
-{
-    Bytes whole8;
-    Words whole16;
-    for (int nBands = 1; nBands <= 4; ++nBands) {
-        r.m_disparityImage = Bytes();
-        r.m_disparityImage16 = Words();
-        clearDisparityImages(r);
-        const int nHeight = r.m_nRows / nBands;
-        for (int i = 0; i < nBands; ++i) {
-            const int nRows = i == nBands - 1 ? r.m_nRows - i * nHeight : nHeight;
-            EXPECT_EQ(KestrovaErrorOk, correlate({i * nHeight, 0, nRows, r.m_nCols}));
-        }
-        whole8 = nBands == 1 ? r.m_disparityImage : whole8;
-        whole16 = nBands == 1 ? r.m_disparityImage16 : whole16;
-        SCOPED_TRACE(testing::Message() << nBands << " bands " << r);
-        expectSame(whole8, r.m_disparityImage);
-        expectSame(whole16, r.m_disparityImage16);
-    }
-}
-
 template<typename T, std::size_t N>
 T pick(std::mt19937& rRandom, const T (&aValues)[N])
 {
