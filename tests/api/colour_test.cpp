@@ -33,56 +33,26 @@ Handle openSet(Shape eShape = Shape::Horizontal, bool bColour = true)
     return handle;
 }
 
-/** A frame of its own noise on every plane, with a padding. */
-struct ColourFrame
-{
-    int nRowInc;
-    std::vector<std::uint8_t> planes[3];
-    std::vector<Pixel8x4> packed;
-    KestrovaInput rgb{};
-    KestrovaInput pixels{};
-
-    explicit ColourFrame(int nPad) : nRowInc(sk_nCols + nPad)
-    {
-        std::mt19937 random(9);
-        const auto noise = [&random] { return static_cast<std::uint8_t>(random() >> 7); };
-        for (int i = 0; i < sk_nRows * nRowInc; ++i) {
-            packed.push_back({noise(), noise(), noise(), 9});
-            planes[0].push_back(packed.back().m_ucRed);
-            planes[1].push_back(packed.back().m_ucGreen);
-            planes[2].push_back(packed.back().m_ucBlue);
-        }
-        kestrovaBuildRGBKestrovaInput(sk_nCols, sk_nRows, nRowInc, 0, 0, planes[0].data(), planes[1].data(),
-                                      planes[2].data(), &rgb);
-        kestrovaBuildPackedKestrovaInput(sk_nCols, sk_nRows, 4 * nRowInc, 0, 0, packed.data(), &pixels);
-    }
-    [[nodiscard]] const Pixel8x4& at(KestrovaCamera eCamera, int nRow, int nCol) const
-    {
-        const int nRawRow = eCamera == KestrovaCamColor ? nRow : sk_nRows - 1 - nRow;
-        const int nRawCol = eCamera == KestrovaCamColor ? sk_nCols - 1 - nCol : nCol;
-        return packed[static_cast<std::size_t>(nRawRow * nRowInc + nRawCol)];
-    }
-};
+constexpr int sk_nPad = 5;
 
 /** Both results against the frame; the packed one is bilinear, whose weights stop short of the last whole pixel. */
-void expectColour(const ColourFrame& rFrame, KestrovaCamera eCamera, const KestrovaColorImage& rPlanes,
+void expectColour(StereoFrame& rFrame, int nPad, KestrovaCamera eCamera, const KestrovaColorImage& rPlanes,
                   const KestrovaPackedColorImage* pPacked = nullptr)
 {
-    const auto isNear = [](int nA, int nB) { return std::abs(nA - nB) <= 3; };
     ASSERT_TRUE(rPlanes.nrows == sk_nRows && rPlanes.ncols == sk_nCols);
     ASSERT_TRUE(pPacked == nullptr || (pPacked->nrows == sk_nRows && pPacked->ncols == sk_nCols));
-    for (int i = 0; i < sk_nRows * sk_nCols; ++i) {
-        SCOPED_TRACE(testing::Message() << eCamera << ' ' << i);
-        const int r = i / sk_nCols;
-        const int c = i % sk_nCols;
-        const Pixel8x4& w = rFrame.at(eCamera, r, c);
-        const int nAt = r * rPlanes.rowinc + c;
-        ASSERT_TRUE(rPlanes.red[nAt] == w.m_ucRed && rPlanes.green[nAt] == w.m_ucGreen &&
-                    rPlanes.blue[nAt] == w.m_ucBlue);
+    for (int i = 0; i < 3 * sk_nRows * sk_nCols; ++i) {
+        const int r = i / 3 / sk_nCols;
+        const int c = i / 3 % sk_nCols;
+        const bool bMirrored = eCamera == KestrovaCamColor;
+        const int nRaw = (bMirrored ? r : sk_nRows - 1 - r) * (sk_nCols + nPad) + (bMirrored ? sk_nCols - 1 - c : c);
+        const int nWanted = rFrame.plane(static_cast<std::size_t>(i % 3))[static_cast<std::size_t>(nRaw)];
+        const std::uint8_t* const apPlanes[] = {rPlanes.red, rPlanes.green, rPlanes.blue};
+        ASSERT_EQ(apPlanes[i % 3][r * rPlanes.rowinc + c], nWanted) << eCamera << ' ' << i;
         if (pPacked != nullptr) {
-            const Pixel8x4& p = pPacked->data[r * (pPacked->rowinc / 4) + c];
-            ASSERT_TRUE(isNear(p.m_ucRed, w.m_ucRed) && isNear(p.m_ucGreen, w.m_ucGreen) &&
-                        isNear(p.m_ucBlue, w.m_ucBlue) && p.m_ucFourth == 0);
+            const std::uint8_t* const pPixel = &pPacked->data[r * (pPacked->rowinc / 4) + c].m_ucBlue;
+            ASSERT_NEAR(pPixel[2 - i % 3], nWanted, 4) << eCamera << ' ' << i;
+            ASSERT_EQ(pPixel[3], 0);
         }
     }
 }
@@ -96,31 +66,34 @@ TEST(Colour, GoesThroughTheMapsOfTheCameraThatIsNamed)
     std::vector<std::uint8_t> lent(3 * sk_uPixels);
     std::vector<Pixel8x4> lentPacked(sk_uPixels);
     unsigned char* const p = lent.data();
-    ColourFrame plain(0);
-    ColourFrame padded(5);
+    StereoFrame plain(sk_nRows, sk_nCols, 3, 0, Shape::L);
+    StereoFrame padded(sk_nRows, sk_nCols, 4, sk_nPad, Shape::L);
+    KestrovaInput plainPlanes = plain.planes();
+    KestrovaInput plainPixels = plain.packed();
+    KestrovaInput paddedPixels = padded.packed();
     for (const KestrovaCamera eCamera : {KestrovaCamRight, KestrovaCamLeft, KestrovaCamColor}) {
-        EXPECT_EQ(kestrovaRectifyPackedColorImage(h, eCamera, &padded.pixels, &packed), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaRectifyColorImage(h, eCamera, &padded.pixels, &planes), KestrovaErrorOk);
-        expectColour(padded, eCamera, planes, &packed);
+        EXPECT_EQ(kestrovaRectifyPackedColorImage(h, eCamera, &paddedPixels, &packed), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaRectifyColorImage(h, eCamera, &paddedPixels, &planes), KestrovaErrorOk);
+        expectColour(padded, sk_nPad, eCamera, planes, &packed);
         EXPECT_EQ(kestrovaSetColorImageBuffer(h, eCamera, p, p + sk_uPixels, p + 2 * sk_uPixels), KestrovaErrorOk);
         EXPECT_EQ(kestrovaSetPackedColorImageBuffer(h, eCamera, lentPacked.data()), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaRectifyPackedColorImage(h, eCamera, &plain.pixels, &packed), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaRectifyColorImage(h, eCamera, &plain.rgb, &planes), KestrovaErrorOk);
-        expectColour(plain, eCamera, planes, &packed);
+        EXPECT_EQ(kestrovaRectifyPackedColorImage(h, eCamera, &plainPixels, &packed), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaRectifyColorImage(h, eCamera, &plainPlanes, &planes), KestrovaErrorOk);
+        expectColour(plain, 0, eCamera, planes, &packed);
         EXPECT_TRUE(planes.red == p && planes.blue == p + 2 * sk_uPixels && planes.rowinc == sk_nCols);
         EXPECT_TRUE(packed.data == lentPacked.data() && packed.rowinc == 4 * sk_nCols);
         EXPECT_EQ(kestrovaUnsetColorImageBuffer(h, eCamera), KestrovaErrorOk);
         EXPECT_EQ(kestrovaUnsetPackedColorImageBuffer(h, eCamera), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaRectifyColorImage(h, eCamera, &plain.rgb, &planes), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaRectifyColorImage(h, eCamera, &plainPlanes, &planes), KestrovaErrorOk);
         EXPECT_TRUE(planes.red != p && planes.red != nullptr);
     }
     // Colour camera and reference have one place, and copies begin without colour.
     const void* const pColour = planes.red;
-    EXPECT_EQ(kestrovaRectifyColorImage(h, KestrovaCamRight, &plain.rgb, &planes), KestrovaErrorOk);
+    EXPECT_EQ(kestrovaRectifyColorImage(h, KestrovaCamRight, &plainPlanes, &planes), KestrovaErrorOk);
     EXPECT_EQ(planes.red, pColour);
     KestrovaContext copy = nullptr;
     EXPECT_EQ(kestrovaCopyContext(h, &copy), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaRectifyColorImage(Handle(copy).get(), KestrovaCamRight, &plain.rgb, &planes), KestrovaErrorOk);
+    EXPECT_EQ(kestrovaRectifyColorImage(Handle(copy).get(), KestrovaCamRight, &plainPlanes, &planes), KestrovaErrorOk);
     EXPECT_NE(planes.red, pColour);
 }
 
@@ -128,18 +101,18 @@ TEST(Colour, PaddedPlanesComeFromTheLastPreprocess)
 {
     const Handle handle = openSet(Shape::L);
     KestrovaColorImage planes{};
-    ColourFrame frame(5);
-    EXPECT_EQ(kestrovaRectifyColorImage(handle.get(), KestrovaCamTop, &frame.rgb, &planes),
-              KestrovaErrorInvalidRequest);
-    EXPECT_EQ(kestrovaPreprocess(handle.get(), &frame.rgb), KestrovaErrorOk);
-    KestrovaInput other = ColourFrame(5).rgb; // its planes are gone, and are not read
-    EXPECT_EQ(kestrovaRectifyColorImage(handle.get(), KestrovaCamTop, &other, &planes), KestrovaErrorOk);
-    expectColour(frame, KestrovaCamTop, planes);
+    StereoFrame frame(sk_nRows, sk_nCols, 3, sk_nPad, Shape::L);
+    KestrovaInput input = frame.planes();
+    EXPECT_EQ(kestrovaRectifyColorImage(handle.get(), KestrovaCamTop, &input, &planes), KestrovaErrorInvalidRequest);
+    EXPECT_EQ(kestrovaPreprocess(handle.get(), &input), KestrovaErrorOk);
+    input = StereoFrame(sk_nRows, sk_nCols, 3, sk_nPad, Shape::L).planes(); // these are gone, and are not read
+    EXPECT_EQ(kestrovaRectifyColorImage(handle.get(), KestrovaCamTop, &input, &planes), KestrovaErrorOk);
+    expectColour(frame, sk_nPad, KestrovaCamTop, planes);
 }
 
 TEST(Colour, ErrorsComeInOrder)
 {
-    ColourFrame frame(0);
+    unsigned char uc = 0;
     const struct
     {
         int nType, nRows, nRowInc;
@@ -159,7 +132,7 @@ TEST(Colour, ErrorsComeInOrder)
     const Handle handle = openSet(Shape::Horizontal, false);
     KestrovaContext h = handle.get();
     for (const auto& rCase : aCases) {
-        void* const p = rCase.bPixels ? frame.packed.data() : nullptr;
+        void* const p = rCase.bPixels ? &uc : nullptr;
         KestrovaInput input{rCase.nType, 0, 0, rCase.nRows, sk_nCols, rCase.nRowInc, p, p, p};
         KestrovaColorImage planes{9, 9, 9, nullptr, nullptr, nullptr};
         KestrovaPackedColorImage packed{9, 9, 9, nullptr};
@@ -168,7 +141,6 @@ TEST(Colour, ErrorsComeInOrder)
         EXPECT_EQ(kestrovaRectifyPackedColorImage(h, rCase.eCamera, &input, &packed), rCase.ePacked) << i;
         EXPECT_TRUE(planes.nrows == 9 && packed.nrows == 9) << i;
     }
-    unsigned char uc = 0;
     EXPECT_EQ(kestrovaSetColorImageBuffer(h, KestrovaCamRight, &uc, nullptr, &uc), KestrovaErrorConflictingOptions);
     EXPECT_EQ(kestrovaSetColorImageBuffer(h, KestrovaCamTop, &uc, nullptr, &uc), KestrovaErrorInvalidCamera);
     EXPECT_EQ(kestrovaSetColorImageBuffer(h, KestrovaCamColor, &uc, &uc, &uc), KestrovaErrorInvalidRequest);
