@@ -61,48 +61,42 @@ void setRegions(KestrovaContext context, const std::vector<KestrovaROI>& rRegion
 struct RunCase
 {
     const char* pszName;
-    Prepare setup;
+    int nMask, nEdgeMask, nMin, nSurface; // no edge mask: rectified images
+    bool b16, bBackForth, bMapped, bEnhanced;
 };
 
 const RunCase sk_aRuns[] = {
-    {"subpixel", [](KestrovaContext) {}},
-    {"8 bit, back and forth, mapped",
-     [](KestrovaContext c) {
-         kestrovaSetSubpixelInterpolation(c, 0);
-         kestrovaSetBackForthValidation(c, 1);
-         kestrovaSetDisparityMapping(c, 10, 200);
-         kestrovaSetDisparityMappingOn(c, 1);
-     }},
-    {"rectified images, even window, back and forth",
-     [](KestrovaContext c) {
-         kestrovaSetBackForthValidation(c, 1);
-         kestrovaSetEdgeCorrelation(c, 0);
-         kestrovaSetAnyStereoMask(c, 8);
-     }},
-    {"8 bit, hardly any surface",
-     [](KestrovaContext c) {
-         kestrovaSetSubpixelInterpolation(c, 0);
-         kestrovaSetSurfaceValidationDifference(c, 0);
-         kestrovaSetSurfaceValidationSize(c, 4000);
-     }},
-    {"two passes, no low ranges",
-     [](KestrovaContext c) {
-         kestrovaSetStereoQuality(c, KestrovaStereoEnhanced);
-         kestrovaSetDisparity(c, 3, 15);
-     }},
-    {"a rim higher than a band", // the last, for it leaves the general correlator no room
-     [](KestrovaContext c) {
-         kestrovaSetStereoMask(c, 23);
-         kestrovaSetEdgeMask(c, 11);
-     }},
+    {"subpixel", 7, 7, 0, 200, true, false, false, false},
+    {"8 bit, back and forth, mapped", 7, 7, 0, 200, false, true, true, false},
+    {"rectified images, even window, back and forth", 8, 0, 0, 200, true, true, false, false},
+    {"8 bit, hardly any surface", 7, 7, 0, 4000, false, false, false, false},
+    {"two passes, no low ranges", 7, 7, 3, 200, true, false, false, true},
+    // The last, for it leaves the general correlator no room.
+    {"a rim higher than a band", 23, 11, 0, 200, true, false, false, false},
 };
+
+Prepare setup(const RunCase& r)
+{
+    return [&r](KestrovaContext c) {
+        kestrovaSetAnyStereoMask(c, r.nMask);
+        kestrovaSetEdgeMask(c, r.nEdgeMask != 0 ? r.nEdgeMask : 7);
+        kestrovaSetEdgeCorrelation(c, r.nEdgeMask != 0);
+        kestrovaSetDisparity(c, r.nMin, 16 - r.nMin / 3);
+        kestrovaSetSurfaceValidationSize(c, r.nSurface);
+        kestrovaSetSubpixelInterpolation(c, r.b16);
+        kestrovaSetBackForthValidation(c, r.bBackForth);
+        kestrovaSetDisparityMapping(c, 10, 200);
+        kestrovaSetDisparityMappingOn(c, r.bMapped);
+        kestrovaSetStereoQuality(c, r.bEnhanced ? KestrovaStereoEnhanced : KestrovaStereoStandard);
+    };
+}
 
 TEST(Run, ThreadsDoNotChangeAWholeFrame)
 {
     for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
         const bool bGeneral = eShape != Shape::Horizontal; // up to 4 bands: the range fits into the last one
         for (const RunCase& rRun : std::span(sk_aRuns).first(std::size(sk_aRuns) - (bGeneral ? 1 : 0))) {
-            const Handle handle = prepared(eShape, 96, rRun.setup);
+            const Handle handle = prepared(eShape, 96, setup(rRun));
             std::vector<int> expected[2]; // without and with SSE2
             for (const int nThreads : bGeneral ? std::vector{1, 2, 3, 4} : std::vector{1, 2, 3, 4, 7, 100}) {
                 EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), nThreads), KestrovaErrorOk);
@@ -142,7 +136,7 @@ TEST(Run, RegionsGiveTheBytesOfTheirBands)
         {{70, 0, 10, 80}, {10, 10, 0, 0}},                   // nothing at all
     };
     for (const RunCase& rRun : sk_aRuns) {
-        const Handle handle = prepared(Shape::Horizontal, 60, rRun.setup);
+        const Handle handle = prepared(Shape::Horizontal, 60, setup(rRun));
         getActiveContext(handle.get())->m_bEnhancedStereo = false; // one pass tells it all
         for (const std::vector<KestrovaROI>& rRegions : aRegions) {
             setRegions(handle.get(), rRegions);
@@ -159,7 +153,7 @@ TEST(Run, RegionsGiveTheBytesOfTheirBands)
     }
 }
 
-TEST(Run, FindsAShiftInEverySetByBothInputsAndQualities)
+TEST(Run, FindsAShiftInEverySetAndQuality)
 {
     kestrovaEnableSSE2IfAvailable(false); // for the general correlator
     constexpr int nInside = 98 * 114;     // pixels off the rims and off what a disparity takes
@@ -172,7 +166,6 @@ TEST(Run, FindsAShiftInEverySetByBothInputsAndQualities)
         return n;
     };
     const auto isShift = [](int n) { return std::abs(n - sk_nDisparity * 256) < 48; };
-    const auto isValid = [](int n) { return n < 0xFF00; };
     for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
         const TempFile file(CalibrationText(eShape).set("StereoQuality", "Enhanced").text());
         KestrovaContext fromFile = nullptr;
@@ -185,23 +178,13 @@ TEST(Run, FindsAShiftInEverySetByBothInputsAndQualities)
             EXPECT_EQ(kestrovaSetResolution(c, 120, 160), KestrovaErrorOk);
             EXPECT_EQ(kestrovaSetDisparity(c, 0, 20), KestrovaErrorOk);
             EXPECT_EQ(kestrovaSetUniquenessValidation(c, 0), KestrovaErrorOk); // half a pixel away noise is blurred
-            std::vector<std::uint16_t> results[2];
-            for (int i = 0; i < 2; ++i) {
-                KestrovaInput input = i == 0 ? frame.planes() : frame.packed();
-                EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
-                EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
-                results[i] = disparity16(c);
-            }
-            EXPECT_EQ(results[0], results[1]);
+            KestrovaInput input = frame.packed();
+            EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
+            EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
             const int nShift = count(c, isShift);
             EXPECT_GT(nShift, nInside * 95 / 100);
-            EXPECT_LT(count(c, isValid), nShift + nInside / 200);
-            EXPECT_EQ(results[0][0], 0xFF00 + 253); // the rim keeps the fill
-            EXPECT_EQ(kestrovaSetSurfaceValidationSize(c, 120 * 160), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaSetSurfaceValidationMapping(c, 249), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
-            EXPECT_EQ(count(c, isValid), 0) << "every surface is too small";
-            EXPECT_GE(count(c, [](int n) { return n == 0xFF00 + 249; }), nShift);
+            EXPECT_LT(count(c, [](int n) { return n < 0xFF00; }), nShift + nInside / 200);
+            EXPECT_EQ(disparity16(c)[0], 0xFF00 + 253); // the rim keeps the fill
         }
         KestrovaContext c = aHandles[0].get();
         EXPECT_EQ(kestrovaSetDoStereo(c, 0), KestrovaErrorOk);

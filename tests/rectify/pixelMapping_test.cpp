@@ -90,9 +90,6 @@ TEST(PixelMapping, ComesBackToEveryRawPixelOfTheField)
             ASSERT_TRUE(bFound);
             ++nInField;
             dWorst = std::max(dWorst, distance(raw, back));
-        } else {
-            ASSERT_TRUE(isIn(back, sk_raw)) << i;
-            ASSERT_TRUE(!bFound || distance(rectifyPixel(maps, back), rectified) <= 0.0011) << i;
         }
     }
     std::printf("raw to rectified to raw: %d of %d pixels in the field, worst %.4f pixels\n", nInField, nPixels,

@@ -55,6 +55,7 @@ TEST(TwoCameraStereo, MatchesModelAtItsLimits)
         {6, 1283, 9, ShiftedNoise, true, false, true},
     };
     for (const auto& rCase : aCases) {
+        SCOPED_TRACE(&rCase - aCases);
         std::mt19937 random(7);
         StereoContext context;
         context.m_nStereoMaskSize = context.m_nEdgeMaskSize = 3;
