@@ -11,4 +11,7 @@ void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
 
+/// One option of a command for one setting of the library.
+CLI::Option* addSetting(CLI::App& rCommand, const Setting& rSetting, SettingWishes& rWishes);
+
 } // namespace kestrova::app

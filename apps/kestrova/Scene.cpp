@@ -113,19 +113,24 @@ Hit Scene::trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const
 {
     Place nearest;
     const Paint* pPaint = nullptr;
+    int nSurface = -1;
+    int nNearest = -1;
     const auto tryAll = [&](const auto& rSurfaces) {
-        for (const auto& rSurface : rSurfaces)
+        for (const auto& rSurface : rSurfaces) {
+            ++nSurface;
             if (const Place place = meet(rSurface, rOrigin, rDirection); place.m_dDistance < nearest.m_dDistance) {
                 nearest = place;
                 pPaint = &rSurface.m_paint;
+                nNearest = nSurface;
             }
+        }
     };
     tryAll(m_rectangles);
     tryAll(m_spheres);
     if (!pPaint)
-        return {sk_dFar, Material::Plain, 0.0};
+        return {sk_dFar, Material::Plain, 0.0, -1};
     return {nearest.m_dDistance, pPaint->m_eMaterial,
-            greyAt(*pPaint, nearest.m_dX, nearest.m_dY) * shade(nearest.m_normal)};
+            greyAt(*pPaint, nearest.m_dX, nearest.m_dY) * shade(nearest.m_normal), nNearest};
 }
 
 // ---- the room ----

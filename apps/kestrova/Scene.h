@@ -47,6 +47,7 @@ struct Hit
     double m_dDistance = 0.0; // in lengths of the ray's direction
     Material m_eMaterial = Material::Plain;
     double m_dGrey = 0.0; // 0 where the ray meets nothing
+    int m_nSurface = -1;  // in the order of the scene, rectangles first
 };
 
 class Scene
@@ -62,6 +63,8 @@ private:
     std::vector<Rectangle> m_rectangles;
     std::vector<Sphere> m_spheres;
 };
+
+inline constexpr int sk_nFloor = 3; // the slanted surface of the room
 
 /// Back wall with a plain board and a striped one, rising floor, sphere, three boxes, between 1.2 and 3.6 metres.
 /// dPixelsPerRadian sets how fine the textures are: their grain is a few pixels wide at any image size.

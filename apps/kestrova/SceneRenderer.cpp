@@ -56,45 +56,55 @@ static Sight sightOf(Material eMaterial)
     return Sight::Textured;
 }
 
-// One row of the truth. Points are projected a row at a time: a call for each would cost more than the ray.
-static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraPair& rPair, const RectificationPlan& rPlan,
+// Whether a camera has each point of a row in its frame, with nothing before it. Points are projected a row at a time:
+// a call for each would cost more than the ray.
+static std::vector<bool> seenBy(const MountedCamera& rCamera, const Scene& rScene,
+                                const std::vector<cv::Vec3d>& rPoints)
+{
+    Points rays;
+    for (const cv::Vec3d& rPoint : rPoints) {
+        const cv::Vec3d local = rCamera.m_R.t() * (rPoint - rCamera.m_T);
+        rays.emplace_back(local[0] / local[2], local[1] / local[2]);
+    }
+    const Points inFrame = projectRays(rCamera.m_model, rays);
+    std::vector<bool> seen;
+    for (std::size_t n = 0; n < rPoints.size(); ++n)
+        seen.push_back(isInFrame(inFrame[n], rCamera.m_model.m_size) &&
+                       rScene.trace(rCamera.m_T, rPoints[n] - rCamera.m_T).m_dDistance > 1.0 - 1e-6);
+    return seen;
+}
+
+static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet& rSet, const RectificationPlan& rPlan,
                        int nRow)
 {
-    const cv::Matx33d toScene = rPlan.m_rightRotation.t();
+    const cv::Matx33d toScene = rPlan.m_rotations.at(KestrovaCamRight).t();
     std::vector<cv::Vec3d> points;
-    std::vector<Hit> hits;
-    Points rightRays;
-    Points leftRays;
-    const auto onPlane = [](const cv::Vec3d& rPoint) {
-        return cv::Point2d(rPoint[0] / rPoint[2], rPoint[1] / rPoint[2]);
-    };
     for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol) {
         const cv::Point2d ray = (cv::Point2d(nCol, nRow) - rPlan.m_centre) / rPlan.m_dFocal;
         const cv::Vec3d direction = toScene * cv::Vec3d(ray.x, ray.y, 1.0); // so the distance along it is the depth
-        hits.push_back(rScene.trace({}, direction));
-        points.push_back(std::min(hits.back().m_dDistance, 1e6) * direction);
-        rightRays.push_back(onPlane(direction));
-        leftRays.push_back(onPlane(rPair.m_R.t() * (points.back() - rPair.m_T)));
-    }
-    const Points inRight = projectRays(rPair.m_right, rightRays);
-    const Points inLeft = projectRays(rPair.m_left, leftRays);
-    for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol) {
-        const auto n = static_cast<std::size_t>(nCol);
-        if (!std::isfinite(hits[n].m_dDistance))
+        const Hit hit = rScene.trace({}, direction);
+        points.push_back(std::min(hit.m_dDistance, 1e6) * direction);
+        if (!std::isfinite(hit.m_dDistance))
             continue;
-        rTruth.m_disparity(nRow, nCol) = static_cast<float>(rPlan.m_dFocal * rPlan.m_dBaseline / hits[n].m_dDistance);
-        const bool bInBoth = isInFrame(inRight[n], rPair.m_right.m_size) && isInFrame(inLeft[n], rPair.m_left.m_size);
-        if (bInBoth && rScene.trace(rPair.m_T, points[n] - rPair.m_T).m_dDistance > 1.0 - 1e-6)
-            rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(sightOf(hits[n].m_eMaterial));
+        rTruth.m_disparity(nRow, nCol) = static_cast<float>(rPlan.m_dFocal * rPlan.m_dBaseline / hit.m_dDistance);
+        rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(sightOf(hit.m_eMaterial));
+        rTruth.m_floor(nRow, nCol) = hit.m_nSurface == sk_nFloor ? 255 : 0;
+    }
+    for (const auto& [eCamera, rCamera] : rSet) {
+        const std::vector<bool> seen = seenBy(rCamera, rScene, points);
+        for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol)
+            if (!seen[static_cast<std::size_t>(nCol)])
+                rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(Sight::NotByAll);
     }
 }
 
-SceneTruth truthOf(const Scene& rScene, const CameraPair& rPair, const RectificationPlan& rPlan)
+SceneTruth truthOf(const Scene& rScene, const CameraSet& rSet, const RectificationPlan& rPlan)
 {
-    SceneTruth truth{cv::Mat1f(rPlan.m_canvas, 0.0f), cv::Mat1b(rPlan.m_canvas, uchar(0))};
+    SceneTruth truth{cv::Mat1f(rPlan.m_canvas, 0.0f), cv::Mat1b(rPlan.m_canvas, uchar(0)),
+                     cv::Mat1b(rPlan.m_canvas, uchar(0))};
     cv::parallel_for_(cv::Range(0, rPlan.m_canvas.height), [&](const cv::Range& rRows) {
         for (int nRow = rRows.start; nRow < rRows.end; ++nRow)
-            truthOfRow(truth, rScene, rPair, rPlan, nRow);
+            truthOfRow(truth, rScene, rSet, rPlan, nRow);
     });
     return truth;
 }
