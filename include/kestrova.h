@@ -16,12 +16,15 @@
  * - Rectified images are 4 by 3.
  *
  * Errors: functions return a KestrovaError and put results through pointers. An output that a failing function would
- * have filled stays as it was. No function prints, and none throws on a bad argument; only a failed allocation travels
- * as the allocator's exception. A null KestrovaContext counts as one without an active context; other pointers must not
- * be null unless a function says what null does.
+ * have filled stays as it was. None throws on a bad argument; only a failed allocation travels as the allocator's
+ * exception, and ends the program when it meets a worker thread of kestrovaStereo. A null KestrovaContext counts as one
+ * without an active context; other pointers must not be null unless a function says what null does.
  *
- * Threads: one thread at a time per KestrovaContext. Different contexts are independent, apart from the three
- * processor switches, which hold for the whole process.
+ * Messages: there are none, but for loading: a calibration section that says "Debug on" has what it lacks printed to
+ * standard output, and so has kestrovaGetDefaultContextFromMemory a text without a section.
+ *
+ * Threads: one thread at a time per KestrovaContext. Different contexts are independent, unless one was copied from the
+ * other (see kestrovaCopyContext), and apart from the three processor switches, which hold for the whole process.
  */
 #ifndef KESTROVA_H
 #define KESTROVA_H
@@ -315,7 +318,7 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* ou
  * As kestrovaGetDefaultContextFromFile, but from text in memory.
  *
  * @param block  the text, ended by a zero byte. It is read within the call and not kept. Null gives
- *               KestrovaErrorInvalidParameter
+ *               KestrovaErrorInvalidParameter. A text without a section is also reported on standard output
  */
 KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* out, const void* block);
 
@@ -325,8 +328,9 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* 
  *
  * The calibration and its cameras are shared: an adjustment of a camera reaches both handles. Images are shared too,
  * until one of the handles replaces them by images of another size or by a caller's buffer. So two handles that come
- * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer). An error that the
- * last run of the source left is not copied.
+ * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer), and must never
+ * preprocess, prepare or adjust cameras at once, since warp tables belong to the cameras. An error that the last run of
+ * the source left is not copied.
  *
  * @param source  handle
  * @param out     set to the new handle, to be released by kestrovaDestroyContext
@@ -399,8 +403,12 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  * caller's planes until the next frame. The images stay valid for any number of stereo runs. The first frame of a new
  * size or quality pays for warp tables; see kestrovaSetResolutionAndPrepare.
  *
+ * Every plane, or the packed frame, must be readable over nrows * rowinc bytes, the padding of its last row included:
+ * in sets whose cameras are not in the order of their channels, padding of a plane counts as part of its image. A plane
+ * may be null if no camera of the configuration sits on its channel.
+ *
  * @param context  handle with an active context
- * @param input    the frame
+ * @param input    the frame; null, or a null plane of a camera in use, gives KestrovaErrorInvalidParameter
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext    no active context;
  *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
@@ -494,7 +502,8 @@ KESTROVA_API KestrovaError kestrovaGetImage16(KestrovaContext context, KestrovaI
  * The rows stand without gaps, and there are as many rows and columns as kestrovaSetResolution says, for raw as the
  * last frame or kestrovaSetSourceResolution says. When the size changes later, the context quietly goes back to storage
  * of its own at the next frame or run. Raw images take a caller's buffer for packed frames only: planes of a frame
- * replace it. Nothing is copied into the buffer by this call.
+ * replace it. With kestrovaSetRectify off every frame replaces the rectified images. Nothing is copied into the buffer
+ * by this call.
  *
  * @param context  handle with an active context; no run may be going on
  * @param buffer   rows * columns bytes, which must live until they are replaced, unset, or the context is destroyed;
@@ -782,10 +791,13 @@ KESTROVA_API KestrovaError kestrovaGetSubpixelValidationMapping(KestrovaContext 
  * exceed.
  *
  * @param context  handle with an active context
- * @param value    0.0 to 128.0 (default 0.5)
+ * @param value    0.0 to 128.0 (default 0.5); 0.0 is no test at all for the 16-bit disparity
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
  *         KestrovaErrorInvalidSetting  out of range or not a number, the old value stays.
+ *
+ * Edge pixels are rounded down, so that a flat surface measures up to 1.0 and passes the default; values clearly above,
+ * such as 1.5, reject it.
  *
  * Takes effect with the next kestrovaStereo.
  */
@@ -801,7 +813,8 @@ KESTROVA_API KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext
 
 /**
  * As kestrovaSetTextureValidationThreshold, but the ratio of the best window difference to the window's signal that a
- * match must stay below: 0.0 to 10.0 (default 0.5).
+ * match must stay below: 0.0 to 10.0 (default 0.5). 0.0 is no test at all for the 16-bit disparity and refuses nearly
+ * every pixel of the 8-bit one.
  */
 KESTROVA_API KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, float value);
 KESTROVA_API KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context,
@@ -1246,6 +1259,7 @@ KESTROVA_API KestrovaError kestrovaWorldXYZToRCD(KestrovaContext context, float 
  * our decision this pairing stays: for three planes that were allocated one by one set pPlane2 to null first and free
  * that plane yourself.
  *
+ * @param input  the record; must not be null
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidParameter  inputType is neither packed nor RGB, or nrows or ncols is below 1; nothing is
  * freed.

@@ -2,7 +2,9 @@
 
 #include "AppError.h"
 
+#include <algorithm>
 #include <bit>
+#include <cctype>
 #include <cstring>
 #include <fstream>
 
@@ -30,9 +32,12 @@ void writeCloud(const std::filesystem::path& rFile, const std::vector<CloudPoint
         std::memcpy(pTo + nFloats, rPoint.m_colour.val, 3);
         pTo += nRecord;
     }
+    std::string source = rSource; // a comment ends with its line, and a file name may hold anything
+    std::replace_if(
+        source.begin(), source.end(), [](unsigned char uc) { return std::iscntrl(uc) != 0; }, '?');
     const std::string header = "ply\nformat binary_little_endian 1.0\n"
                                "comment frame=right_rectified_optical, unit=m, source=" +
-                               rSource + "\nelement vertex " + std::to_string(rPoints.size()) +
+                               source + "\nelement vertex " + std::to_string(rPoints.size()) +
                                "\nproperty float x\nproperty float y\nproperty float z\n"
                                "property uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
     save(rFile, header, data.data(), data.size());

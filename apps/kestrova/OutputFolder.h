@@ -4,6 +4,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace kestrova::app {
 
@@ -24,6 +25,7 @@ public:
 private:
     std::filesystem::path m_target;
     std::filesystem::path m_partial;
+    std::vector<std::filesystem::path> m_newParents; // did not exist before, innermost first
 };
 
 } // namespace kestrova::app

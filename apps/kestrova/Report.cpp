@@ -135,10 +135,11 @@ std::string summary(const StereoResult& rResult)
     std::string text = "The right camera is the reference: disparity d at column x, row y of the right image matches\n"
                        "column x + d of the left one, row y + d of the top one.\n";
     const cv::Size size = rResult.m_map16.m_pixels.size();
-    text += line("rectified %dx%d, focal length %.2f pixels, baseline %.1f mm, centre column %.2f row %.2f, disparity "
-                 "%d to %d\n",
-                 size.width, size.height, rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline, rOptics.m_fCentreCol,
-                 rOptics.m_fCentreRow, rResult.m_range[0], rResult.m_range[1]);
+    const std::string lengths = rOptics.m_fBaseline > 0.0f ? line("focal length %.2f pixels, baseline %.1f mm",
+                                                                  rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline)
+                                                           : std::string("focal length and baseline not given");
+    text += line("rectified %dx%d, %s, centre column %.2f row %.2f, disparity %d to %d\n", size.width, size.height,
+                 lengths.c_str(), rOptics.m_fCentreCol, rOptics.m_fCentreRow, rResult.m_range[0], rResult.m_range[1]);
     text += "\nDifference of matched details in the right and another image, across the direction of disparity\n";
     text += rowLines("raw frames", rResult.m_rawRows) + rowLines("rectified", rResult.m_rectifiedRows);
     text += line(

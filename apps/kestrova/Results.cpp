@@ -5,9 +5,13 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <type_traits>
 
@@ -145,12 +149,41 @@ void writeText(const std::filesystem::path& rFile, const std::string& rText)
         throw AppError(rFile.string() + ": cannot be written");
 }
 
+/// Keeps standard error shut while it lives: image decoders write there by themselves, and a fault gets our line only.
+class QuietErrors
+{
+public:
+    QuietErrors()
+    {
+        std::fflush(stderr);
+        const int nNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        ::dup2(nNowhere, STDERR_FILENO);
+        ::close(nNowhere);
+    }
+    ~QuietErrors()
+    {
+        ::dup2(m_nKept, STDERR_FILENO);
+        ::close(m_nKept);
+    }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+
+private:
+    int m_nKept = ::dup(STDERR_FILENO);
+};
+
+static cv::Mat decode(const std::string& rFile, int nHow)
+{
+    const QuietErrors quiet;
+    return cv::imread(rFile, nHow);
+}
+
 static cv::Mat readImage(const std::filesystem::path& rFile, int nHow)
 {
     std::error_code error;
     if (!std::filesystem::exists(rFile, error))
         throw AppError(rFile.string() + ": no such file");
-    const cv::Mat image = cv::imread(rFile.string(), nHow);
+    const cv::Mat image = decode(rFile.string(), nHow);
     if (image.empty())
         throw AppError(rFile.string() + ": cannot be read as an image");
     return image;

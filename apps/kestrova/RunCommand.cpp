@@ -41,8 +41,8 @@ static void checkOptions(const RunOptions& rOptions)
         throw AppError("--focal and --baseline go together");
     if (rOptions.m_focal && !rOptions.m_bRectified)
         throw AppError("--focal and --baseline are for --rectified; a calibration has its own");
-    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0))
-        throw AppError("--focal: must be above 0");
+    if (rOptions.m_focal && !(*rOptions.m_focal > 0.0 && *rOptions.m_focal < 1e6))
+        throw AppError("--focal: must be above 0 and below a million pixels");
     if (rOptions.m_truth && !(rOptions.m_dTruthScale > 0.0))
         throw AppError("--truth-scale: must be above 0");
 }
@@ -83,6 +83,8 @@ static Input readInput(const RunOptions& rOptions)
     std::optional<cv::Size> wish;
     if (rOptions.m_resize)
         wish = parseSize(*rOptions.m_resize, "--resize");
+    if (wish && (wish->width > 8192 || wish->height > 8192))
+        throw AppError("--resize: at most 8192 columns and rows");
     if (rOptions.m_bRectified) {
         const FrameFit fit = planFrameFit(input.m_frames.m_grey[KestrovaCamRight].size(), wish);
         if (fit.m_canvas.width < 64 || fit.m_canvas.width > 1280)
@@ -92,7 +94,6 @@ static Input readInput(const RunOptions& rOptions)
         for (const auto& [eCamera, rFrame] : input.m_frames.m_grey)
             input.m_frames.m_regions[eCamera] = fit.region();
         input.m_fit = fit;
-        std::printf("%s\n", fit.describe().c_str());
     } else if (wish) { // the maps hold for any resolution of the frame
         changeImages(input.m_frames, [&](const cv::Mat& rImage) {
             cv::Mat scaled;
@@ -216,7 +217,11 @@ static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
         ->expected(1)
         ->type_name("MIN MAX")
         ->group(pszGroup);
-    rCommand.add_option("--region", rWishes.m_regions, "match only here; may be given up to 100 times")
+    rCommand
+        .add_option(
+            "--region", rWishes.m_regions,
+            "match only here; may be given up to 100 times; tall ones take --threads 1 or 2, since bands that a "
+            "region covers from above to below leave it out")
         ->type_name("ROW COL ROWS COLS")
         ->group(pszGroup);
     rCommand.add_option("--resolution", rWishes.m_resolution, "size of the rectified images, 4 by 3, such as 320x240")

@@ -164,9 +164,12 @@ static void applyRegions(KestrovaContext context, const SettingWishes& rWishes)
     require(kestrovaGetROIs(context, &pRegions, &nMost), "--region: refused");
     const int nCount = static_cast<int>(rWishes.m_regions.size());
     require(kestrovaSetNumberOfROIs(context, nCount), "--region: at most " + std::to_string(nMost) + " regions");
+    cv::Size image;
+    require(kestrovaGetResolution(context, &image.height, &image.width), "--region: refused");
     for (const auto& [nRow, nCol, nRows, nCols] : rWishes.m_regions) {
-        if (nRow < 0 || nCol < 0 || nRows < 1 || nCols < 1)
-            throw AppError("--region: needs a row and column of 0 or more and at least one row and column");
+        if (nRow < 0 || nCol < 0 || nRows < 1 || nCols < 1 || nRow >= image.height || nCol >= image.width)
+            throw AppError(
+                "--region: needs a first row and column within the rectified image and at least one of each");
         *pRegions++ = {nRow, nCol, nRows, nCols};
     }
 }
@@ -175,8 +178,10 @@ void applySettings(KestrovaContext context, const SettingWishes& rWishes)
 {
     if (rWishes.m_resolution) { // first: the disparity range is checked against it
         const cv::Size size = parseSize(*rWishes.m_resolution, "--resolution");
-        require(kestrovaSetResolution(context, size.height, size.width),
-                "--resolution: rectified images must be 4 by 3");
+        const std::string rule = "--resolution: rectified images must be 4 by 3 and at most 1280 columns wide";
+        require(size.width > 1280 ? KestrovaErrorInvalidSetting
+                                  : kestrovaSetResolution(context, size.height, size.width),
+                rule);
     }
     for (const Setting& rSetting : allSettings())
         if (const auto found = rWishes.m_values.find(rSetting.m_pszName); found != rWishes.m_values.end())

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 namespace kestrova {
 
@@ -34,9 +35,12 @@ public:
     /** Allocates rows by cols pixels, uncleared; throws std::bad_alloc. */
     PixelBuffer(int nRows, int nCols) : m_nRows(nRows), m_nCols(roundUp(nCols))
     {
-        // 32-bit arithmetic by design: only the total is widened, and a negative total is refused by the allocator.
-        const auto uTotal = static_cast<std::uint32_t>(m_nRows) * static_cast<std::uint32_t>(m_nCols) + (sk_nGroup - 1);
-        m_pAllocation.reset(new T[static_cast<std::size_t>(static_cast<std::int32_t>(uTotal))]);
+        // Pixels are counted in 32 bits. A count beyond them would wrap to a buffer smaller than its image.
+        const std::int64_t nTotal = std::int64_t{m_nRows} * m_nCols + (sk_nGroup - 1);
+        if (nTotal != static_cast<std::int32_t>(nTotal)) {
+            throw std::bad_array_new_length();
+        }
+        m_pAllocation.reset(new T[static_cast<std::size_t>(nTotal)]);
         m_pPixels = alignedStart(m_pAllocation.get());
     }
 
@@ -45,8 +49,7 @@ public:
     /** Wraps memory of the caller, which is never freed here; cols is taken as the stride as it stands. */
     PixelBuffer(int nRows, int nCols, T* pPixels) : m_pPixels(pPixels), m_nRows(nRows), m_nCols(nCols) {}
 
-    PixelBuffer(int nRows, int nCols, T* pPixels, OneFrameMemory)
-        : PixelBuffer(nRows, nCols, pPixels)
+    PixelBuffer(int nRows, int nCols, T* pPixels, OneFrameMemory) : PixelBuffer(nRows, nCols, pPixels)
     {
         m_bOneFrame = true;
     }

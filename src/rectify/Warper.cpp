@@ -27,8 +27,9 @@ void Warper::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStr
     setKey({nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelNearest, nKernelSize});
     const SourcePoint limit{static_cast<float>(nSrcRows - 1), static_cast<float>(nSrcCols - 1)};
     sampleDestination(rMap, m_key, limit, [&](int nRow, int nCol, SourcePoint point) {
-        const int nSrcRow = static_cast<int>(std::floor(point.m_fRow + 0.5F));
-        const int nSrcCol = static_cast<int>(std::floor(point.m_fCol + 0.5F));
+        // In double: just below one half, single precision would round the sum up to the next pixel.
+        const int nSrcRow = static_cast<int>(std::floor(point.m_fRow + 0.5));
+        const int nSrcCol = static_cast<int>(std::floor(point.m_fCol + 0.5));
         m_map[nRow][nCol] = nSrcRow * nStride + nSrcCol;
     });
     initRange();

@@ -45,11 +45,17 @@ std::unique_ptr<Warper> build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCol
     return pWarper;
 }
 
-/** Positions are 32-bit; a frame with huge row increments has none. */
+/**
+ * Positions are 32-bit, so a frame with huge row increments has none; a table counts its entries, padding included, in
+ * 32 bits; and single precision tells the pixels of an axis apart up to 2^24.
+ */
 bool tablesHold(int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols)
 {
-    return nSrcRows > 0 && nSrcCols > 0 && nStride > 0 && nDstRows > 0 && nDstCols > 0 &&
-           std::int64_t{nSrcRows} * nStride <= std::numeric_limits<int>::max();
+    constexpr std::int64_t nMax = std::numeric_limits<int>::max();
+    constexpr int nMaxAxis = 1 << 24;
+    return nSrcRows > 0 && nSrcCols > 0 && nStride > 0 && nDstRows > 0 && nDstCols > 0 && nSrcRows <= nMaxAxis &&
+           nSrcCols <= nMaxAxis && std::int64_t{nSrcRows} * nStride <= nMax &&
+           nDstRows * (std::int64_t{nDstCols} + 63) <= nMax;
 }
 
 } // namespace

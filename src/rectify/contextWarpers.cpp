@@ -4,6 +4,8 @@
 #include "api/cameraIndex.h"
 #include "rectify/Camera.h"
 
+#include <limits>
+
 namespace kestrova {
 
 namespace {
@@ -72,7 +74,9 @@ bool buildWarpers(StereoContext* pContext)
     if (pContext->m_bLowpass) {
         nStride = Image<unsigned char>(1, nStride).rowDistance();
     }
-    return buildWarpersForStride(pContext, nStride) && buildWarpersForStride(pContext, 4 * nStride);
+    constexpr int nLargest = std::numeric_limits<int>::max() / 4;
+    return buildWarpersForStride(pContext, nStride) && nStride <= nLargest &&
+           buildWarpersForStride(pContext, 4 * nStride);
 }
 
 } // namespace kestrova

@@ -13,7 +13,8 @@ unsigned resolveMask(unsigned uMask, int nSource, int nDestination)
     if (uMask != 0 || nDestination < 1) {
         return uMask;
     }
-    return static_cast<unsigned>((nSource + nDestination - 1) / nDestination);
+    const auto uDestination = static_cast<unsigned>(nDestination); // unsigned: the sum of two sizes always fits
+    return (static_cast<unsigned>(nSource) + uDestination - 1) / uDestination;
 }
 
 template<typename T>

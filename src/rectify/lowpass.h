@@ -16,7 +16,7 @@ class Warper;
 /** A mask of 0 is automatic: as large as the reduction, rounded up. */
 [[nodiscard]] unsigned resolveMask(unsigned uMask, int nSource, int nDestination);
 
-/** An image for a lowpass to write into, of the size and all black. */
+/** An image for a lowpass to write into, of the size and all black; throws std::bad_alloc, also for absurd sizes. */
 template<typename T>
 [[nodiscard]] Image<T> blackScratch(const ImageDim& rSize);
 

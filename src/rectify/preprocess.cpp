@@ -180,7 +180,7 @@ KestrovaError rectifyCamera(StereoContext* pContext, int nCamera)
     Image<unsigned char>& rRectified = pContext->m_rectifiedImages[nCamera];
     const Image<unsigned char>& rRaw = pContext->m_rawImages[nCamera];
     if (!pContext->m_bRectify) {
-        Image<unsigned char> copy(rRaw.size());
+        Image<unsigned char> copy = blackScratch<unsigned char>(rRaw.size());
         copy.init(rRaw);
         rRectified = copy;
         return KestrovaErrorOk;

@@ -30,7 +30,7 @@ inline float clampPosition(float fPosition, float fMax)
 
 /**
  * The last position on an axis of nSize pixels whose neighbour is still a pixel; negative on an axis of one pixel. From
- * 4096 pixels on, single precision would round the difference up to the last pixel itself.
+ * 2050 pixels on, single precision would round the difference up to the last pixel itself.
  */
 inline float lastBlendPosition(int nSize)
 {

@@ -55,8 +55,8 @@ void ColumnSums::groupLanes(int nLanes)
 
 void ColumnSums::allocate()
 {
-    // The back-forth search looks at whole groups, also at the table's end.
-    constexpr std::size_t sk_uSlack = 256 + 8;
+    // The back-forth search looks at whole groups, also at the table's end, where its results are not used.
+    constexpr std::size_t sk_uSlack = 8;
     const auto uLanes = static_cast<std::size_t>(nStride()) * 4;
     m_table.assign(static_cast<std::size_t>(width()) * uLanes + sk_uSlack, m_use.m_uStart);
     // One row more than the mask: the row that leaves is still there when the new one arrives.

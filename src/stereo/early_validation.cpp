@@ -24,7 +24,7 @@ void textureMeasure(Image<unsigned short>& rScore, const Image<unsigned char>& r
 
 std::uint16_t scaledTexture(float fThreshold, int m)
 {
-    const float fSum = static_cast<float>(m * m) * fThreshold;
+    const float fSum = static_cast<float>(std::int64_t{m} * m) * fThreshold;
     return static_cast<std::uint16_t>(static_cast<std::int64_t>(std::max(0.0, fSum + 0.5)));
 }
 

@@ -16,10 +16,10 @@ void clearDisparityImages(StereoContext& rContext);
 
 /**
  * Correlates pStereoImages[0], the reference, with pStereoImages[1] into the region's part of the 8-bit or 16-bit
- * disparity image. Only rows of that part are written, so disjoint regions may run side by side.
+ * disparity image. Only that part is written, so regions that are disjoint once clipped may run side by side.
  *
- * @param rRegion  any rectangle of the frame. It is clipped to the pixels whose window and whole range of disparities
- *                 can lie in the images; its height and width count from the clipped corner.
+ * @param rRegion  any rectangle of the frame. It is clipped to the pixels whose window lies in the images for the first
+ *                 disparity of the range at least; its height and width count from the clipped corner.
  * @return KestrovaErrorOk. A region that clips to nothing, or images that do not cover it, write nothing.
  */
 KestrovaError twoCameraStereo(StereoContext& rContext, const KestrovaROI& rRegion,

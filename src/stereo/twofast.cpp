@@ -36,9 +36,9 @@ LabelTable validatingLabels(std::uint8_t ucReject, const LabelTable& rLabels, un
 /** The scaled thresholds, and the labels with the reject code at their head. */
 struct ScaledValidation
 {
-    ScaledValidation(const Validation& rValidation, const LabelTable& rLabels, unsigned n, unsigned m,
+    ScaledValidation(const Validation& rValidation, const LabelTable& rLabels, unsigned n, int m,
                      std::uint8_t ucInvalid)
-        : m_uTexture(scaledTexture(rValidation.m_dTexture, m)),
+        : m_uTexture(scaledTexture(rValidation.m_dTexture, static_cast<unsigned>(m))),
           m_uUniqueness(scaledUniqueness(rValidation.m_dUniqueness)),
           m_labels(
               validatingLabels(rejectCode(rValidation, m_uTexture, m_uUniqueness, ucInvalid), rLabels, n, ucInvalid))
@@ -114,7 +114,7 @@ unsigned twofast_oneway_validate_stereo(Image<unsigned char>& rOut, const Image<
     if (!sums) {
         return 0;
     }
-    const ScaledValidation validation(rValidation, rLabels, n, m, ucInvalid);
+    const ScaledValidation validation(rValidation, rLabels, n, sums->mask(), ucInvalid);
     return sums->forEachRow([&](int nRow) { validation.row(&rOut[nRow][0], *sums); });
 }
 
@@ -129,7 +129,7 @@ unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const Image<
     }
     // Raw indices come out of the minimum, so a reject code of 240 or less is taken for one. That is the price of
     // codes below the labels.
-    const ScaledValidation validation(rValidation, identityLabels(), n, m, ucInvalid);
+    const ScaledValidation validation(rValidation, identityLabels(), n, sums->mask(), ucInvalid);
     InverseRow inverse(sums->width());
     return sums->forEachRow([&](int nRow) {
         std::uint8_t* const pOut = &rOut[nRow][0];

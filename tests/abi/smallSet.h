@@ -25,35 +25,20 @@ enum
     } while (0)
 #define CHECK_OK(call) CHECK((call) == KestrovaErrorOk)
 
-/* The identity along columns or rows: 4 by 4 coefficients, the rows of the image innermost. */
-static void smallWarp(char* text, int id, int alongCols)
-{
-    int i;
-    sprintf(text + strlen(text), "BeginWarp\nID %d\nNumberKnots 8\nKnotsX 0 0 0 0 1 1 1 1\nKnotsY 0 0 0 0 1 1 1 1\n",
-            id);
-    strcat(text, "NumberCoefs 4 4\nCoefs");
-    for (i = 0; i < 16; ++i) {
-        sprintf(text + strlen(text), " %.17g", (alongCols ? i / 4 : i % 4) / 3.0);
-    }
-    strcat(text, "\nEndWarp\n");
-}
+/* Identity warps: 4 by 4 coefficients, the rows of the image innermost. */
+#define SMALL_WARP(id, coefs)                                                                                          \
+    "BeginWarp\nID " id                                                                                                \
+    "\nNumberKnots 8\nKnotsX 0 0 0 0 1 1 1 1\nKnotsY 0 0 0 0 1 1 1 1\nNumberCoefs 4 4\nCoefs " coefs "\nEndWarp\n"
 
-static const char* smallCalibration(void)
-{
-    static char text[8192];
-    int id;
-    strcpy(text, "Version \"Kestrova 3.0\"\nProduct PEMBERLOW\nSerialNumber 4711\nFocalLength 0.75 1\nBaseline 0.125\n"
-                 "CameraConfiguration 2CameraHorizontal\nDisparity 0 32\n");
-    for (id = 0; id < 2; ++id) {
-        sprintf(text + strlen(text), "BeginCamera\nID %d\nGain 1\nPosition %d 0 0\nChannel %s\n", id, -id,
-                id == 0 ? "RED" : "GREEN");
-        sprintf(text + strlen(text), "Warp %d 10\nIwarp %d 10\nEndCamera\n", id, id);
-    }
-    smallWarp(text, 0, 1);
-    smallWarp(text, 1, 1);
-    smallWarp(text, 10, 0);
-    return text;
-}
+static const char s_smallCalibration[] =
+    "Version \"Kestrova 3.0\"\nProduct PEMBERLOW\nSerialNumber 4711\nFocalLength 0.75 1\nBaseline 0.125\n"
+    "CameraConfiguration 2CameraHorizontal\nDisparity 0 32\n"
+    "BeginCamera\nID 0\nGain 1\nPosition 0 0 0\nChannel RED\nWarp 0 1\nIwarp 0 1\nEndCamera\n"
+    "BeginCamera\nID 1\nGain 1\nPosition -1 0 0\nChannel GREEN\nWarp 0 1\nIwarp 0 1\nEndCamera\n" SMALL_WARP(
+        "0", "0 0 0 0 .333333333 .333333333 .333333333 .333333333 "
+             ".666666667 .666666667 .666666667 .666666667 1 1 1 1")
+        SMALL_WARP("1", "0 .333333333 .666666667 1 0 .333333333 .666666667 1 "
+                        "0 .333333333 .666666667 1 0 .333333333 .666666667 1");
 
 /* Preprocesses and correlates one frame, and expects the shift almost everywhere that it can be seen. */
 static void runSmallFrame(KestrovaContext context)

@@ -32,26 +32,3 @@ TEST(CameraIndex, SlotsAndRolesByProduct)
         }
     }
 }
-
-TEST(CameraIndex, RequiredImagesByConfiguration)
-{
-    struct Case
-    {
-        int nProduct, nConfiguration, nCameras, nConfigured;
-        std::array<bool, 3> required;
-    };
-    const Case aCases[] = {{0, 0, 3, 3, {true, true, true}},   {0, 1, 3, 2, {true, false, true}},
-                           {0, 2, 3, 2, {true, true, false}},  {1, 1, 2, 2, {true, true, false}},
-                           {2, 2, 2, 2, {true, true, false}},  {0, 3, 3, 2, {false, false, false}},
-                           {1, 2, 3, 2, {true, false, false}}, {0, 0, 3, 2, {false, false, false}}};
-    for (const Case& rCase : aCases) {
-        StereoContext context;
-        context.m_eProduct = static_cast<StereoProduct>(rCase.nProduct);
-        context.m_eCameraConfiguration = static_cast<KestrovaCameraConfiguration>(rCase.nConfiguration);
-        context.m_nCameraCount = rCase.nCameras;
-        context.m_nConfiguredCameraCount = rCase.nConfigured;
-        std::array<bool, 3> required{true, true, true};
-        determineRequiredImages(&context, required.data());
-        EXPECT_EQ(required, rCase.required) << rCase.nProduct << ' ' << rCase.nConfiguration;
-    }
-}

@@ -32,14 +32,6 @@ int serial(const Handle& rHandle)
     return nSerial;
 }
 
-struct SourceCase
-{
-    const char* pszName;
-    std::string text;
-    KestrovaError eExpected;
-    int nSections;
-};
-
 TEST(Handle, ComesFromFileAndMemoryAlike)
 {
     std::string twelve;
@@ -47,22 +39,25 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
         twelve += pairText("0.12");
     }
     const std::string good = pairText("0.12");
-    const SourceCase aCases[] = {
+    const struct
+    {
+        const char* pszName;
+        std::string text;
+        KestrovaError eExpected;
+        int nSections;
+    } aCases[] = {
         {"good", good, KestrovaErrorOk, 1},
         {"two", good + pairText("0.24"), KestrovaErrorOk, 2},
         {"the first ten of twelve", twelve, KestrovaErrorOk, 10},
-        {"empty", "", KestrovaErrorConfigFileCorrupt, 0},
         {"no calibration", "hello\nworld\n", KestrovaErrorConfigFileCorrupt, 0},
         {"first damaged", "Version \"Kestrova 3.0\"\nProduct PEMBERLOW\n", KestrovaErrorConfigFileCorrupt, 0},
         {"later one damaged", good + "Version \"Kestrova 3.0\"\nProduct NONESUCH\n", KestrovaErrorOk, 1},
         {"2.0", versionText("\"Kestrova 2.0\""), KestrovaErrorOk, 1},
-        {"2.2", versionText("\"Kestrova 2.2\""), KestrovaErrorOk, 1},
         {"2.3", versionText("\"Kestrova 2.3\""), KestrovaErrorConfigFileCorrupt, 0},
         {"3.1", versionText("\"Kestrova 3.1\""), KestrovaErrorConfigFileCorrupt, 0},
-        {"1.0", versionText("\"Kestrova 1.0\""), KestrovaErrorConfigFileCorrupt, 0},
         {"later one too new", good + versionText("\"Kestrova 3.1\""), KestrovaErrorConfigFileCorrupt, 0},
     };
-    for (const SourceCase& rCase : aCases) {
+    for (const auto& rCase : aCases) {
         const TempFile file(rCase.text);
         for (const bool bFile : {false, true}) {
             KestrovaContext context = sk_stale;
@@ -80,7 +75,7 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
     }
 }
 
-TEST(Handle, SourcesThatAreNotThere)
+TEST(Handle, SourcesAndHandlesThatAreNotThere)
 {
     KestrovaContext context = sk_stale;
     EXPECT_EQ(kestrovaGetDefaultContextFromFile(&context, nullptr), KestrovaErrorInvalidParameter);
@@ -91,12 +86,14 @@ TEST(Handle, SourcesThatAreNotThere)
     context = sk_stale;
     EXPECT_EQ(kestrovaGetDefaultContextFromMemory(&context, nullptr), KestrovaErrorInvalidParameter);
     EXPECT_EQ(context, nullptr);
-    EXPECT_EQ(kestrovaDestroyContext(nullptr), KestrovaErrorInvalidContext);
     int nUntouched = 7;
-    EXPECT_EQ(kestrovaGetSerialNumber(nullptr, &nUntouched), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaCopyContext(nullptr, &context), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaStereo(nullptr), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaPreprocess(nullptr, nullptr), KestrovaErrorInvalidContext);
+    for (const KestrovaError eError :
+         {kestrovaDestroyContext(nullptr), kestrovaGetSerialNumber(nullptr, &nUntouched),
+          kestrovaCopyContext(nullptr, &context), kestrovaStereo(nullptr), kestrovaPreprocess(nullptr, nullptr),
+          kestrovaSetCameraConfiguration(nullptr, KestrovaCfg3CameraL),
+          kestrovaGetMaxThreadCount(nullptr, &nUntouched)}) {
+        EXPECT_EQ(eError, KestrovaErrorInvalidContext);
+    }
     EXPECT_EQ(nUntouched, 7);
 }
 
@@ -104,26 +101,24 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
 {
     // Wide first, then two narrow ones: the first that suits serves.
     const Handle handle = openText(pairText("0.24", "1") + pairText("0.12", "2") + pairText("0.1", "3"));
-    struct Case
+    const auto eNarrow = KestrovaCfg2CameraHorizontal;
+    const auto eWide = KestrovaCfg2CameraWide;
+    const struct
     {
         int nConfiguration;
         KestrovaError eExpected;
         int nSerialAfter;
-        KestrovaCameraConfiguration eAfter, eDevice;
-    };
-    const auto eNarrow = KestrovaCfg2CameraHorizontal;
-    const auto eWide = KestrovaCfg2CameraWide;
-    const Case aCases[] = {
-        {KestrovaCfg3CameraL, KestrovaErrorInvalidRequest, 1, eWide, eWide},
-        {KestrovaCfg2CameraVertical, KestrovaErrorInvalidRequest, 1, eWide, eWide},
-        {eNarrow, KestrovaErrorOk, 2, eNarrow, eNarrow},
-        {eNarrow, KestrovaErrorOk, 2, eNarrow, eNarrow},
-        {4, KestrovaErrorInvalidParameter, 2, eNarrow, eNarrow},
-        {-1, KestrovaErrorInvalidParameter, 2, eNarrow, eNarrow},
-        {eWide, KestrovaErrorOk, 1, eWide, eWide},
+        KestrovaCameraConfiguration eAfter;
+    } aCases[] = {
+        {KestrovaCfg2CameraVertical, KestrovaErrorInvalidRequest, 1, eWide},
+        {eNarrow, KestrovaErrorOk, 2, eNarrow},
+        {eNarrow, KestrovaErrorOk, 2, eNarrow},
+        {4, KestrovaErrorInvalidParameter, 2, eNarrow},
+        {-1, KestrovaErrorInvalidParameter, 2, eNarrow},
+        {eWide, KestrovaErrorOk, 1, eWide},
     };
     EXPECT_EQ(kestrovaSetDisparity(handle.get(), 3, 99), KestrovaErrorOk);
-    for (const Case& rCase : aCases) {
+    for (const auto& rCase : aCases) {
         KestrovaCameraConfiguration eNow{};
         KestrovaCameraConfiguration eDevice{};
         const auto eAsked = static_cast<KestrovaCameraConfiguration>(rCase.nConfiguration);
@@ -131,53 +126,42 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
         EXPECT_EQ(kestrovaGetCameraConfiguration(handle.get(), &eNow), KestrovaErrorOk);
         EXPECT_EQ(kestrovaGetDeviceConfiguration(handle.get(), &eDevice), KestrovaErrorOk);
         EXPECT_EQ(serial(handle), rCase.nSerialAfter) << rCase.nConfiguration;
-        EXPECT_EQ(std::pair(eNow, eDevice), std::pair(rCase.eAfter, rCase.eDevice)) << rCase.nConfiguration;
+        EXPECT_TRUE(eNow == rCase.eAfter && eDevice == rCase.eAfter) << rCase.nConfiguration;
         int nMin = 0;
         int nMax = 0;
         EXPECT_EQ(kestrovaGetDisparity(handle.get(), &nMin, &nMax), KestrovaErrorOk);
-        EXPECT_EQ(std::pair(nMin, nMax), std::pair(3, 99)); // settings move along
+        EXPECT_TRUE(nMin == 3 && nMax == 99) << "settings move along";
     }
-    EXPECT_EQ(kestrovaSetCameraConfiguration(nullptr, eNarrow), KestrovaErrorInvalidContext);
 }
 
 TEST(Handle, DevicesAndTheirConfigurations)
 {
-    struct Case
+    const struct
     {
         Shape eShape;
         const char* pszBaseline;
-        KestrovaCameraConfiguration eFirst, eDevice;
-        std::vector<int> accepted;
+        int nFirst, nDevice;
+        std::string accepted;
+    } aCases[] = {
+        {Shape::L, "0.12", 0, 0, "012"},        {Shape::L, "0.24", 0, 0, "02"},
+        {Shape::Vertical, "0.12", 2, 2, "2"},   {Shape::Horizontal, "0.12", 1, 1, "1"},
+        {Shape::Horizontal, "0.24", 3, 3, "3"}, {Shape::Horizontal, "0.15", 1, 3, ""}, // neither narrow nor wide
     };
-    const Case aCases[] = {
-        {Shape::L, "0.12", KestrovaCfg3CameraL, KestrovaCfg3CameraL, {0, 1, 2}},
-        {Shape::L, "0.24", KestrovaCfg3CameraL, KestrovaCfg3CameraL, {0, 2}},
-        {Shape::Vertical, "0.12", KestrovaCfg2CameraVertical, KestrovaCfg2CameraVertical, {2}},
-        {Shape::Horizontal, "0.12", KestrovaCfg2CameraHorizontal, KestrovaCfg2CameraHorizontal, {1}},
-        {Shape::Horizontal, "0.24", KestrovaCfg2CameraWide, KestrovaCfg2CameraWide, {3}},
-        {Shape::Horizontal,
-         "0.15",
-         KestrovaCfg2CameraHorizontal,
-         KestrovaCfg2CameraWide,
-         {}}, // neither narrow nor wide
-    };
-    for (const Case& rCase : aCases) {
+    for (const auto& rCase : aCases) {
+        SCOPED_TRACE(testing::Message() << static_cast<int>(rCase.eShape) << ' ' << rCase.pszBaseline);
         const Handle handle = openText(CalibrationText(rCase.eShape).set("Baseline", rCase.pszBaseline).text());
         KestrovaCameraConfiguration eNow{};
+        KestrovaCameraConfiguration eDevice{};
         EXPECT_EQ(kestrovaGetCameraConfiguration(handle.get(), &eNow), KestrovaErrorOk);
-        EXPECT_EQ(eNow, rCase.eFirst);
-        EXPECT_EQ(kestrovaGetDeviceConfiguration(handle.get(), &eNow), KestrovaErrorOk);
-        EXPECT_EQ(eNow, rCase.eDevice);
-        for (int nConfiguration = 0; nConfiguration < 4; ++nConfiguration) {
-            const bool bAccepted = std::count(rCase.accepted.begin(), rCase.accepted.end(), nConfiguration) == 1;
-            const auto eAsked = static_cast<KestrovaCameraConfiguration>(nConfiguration);
-            EXPECT_EQ(kestrovaSetCameraConfiguration(handle.get(), eAsked),
+        EXPECT_EQ(kestrovaGetDeviceConfiguration(handle.get(), &eDevice), KestrovaErrorOk);
+        EXPECT_TRUE(eNow == rCase.nFirst && eDevice == rCase.nDevice);
+        for (int nAsked = 0; nAsked < 4; ++nAsked) {
+            const bool bAccepted = rCase.accepted.find(static_cast<char>('0' + nAsked)) != std::string::npos;
+            EXPECT_EQ(kestrovaSetCameraConfiguration(handle.get(), static_cast<KestrovaCameraConfiguration>(nAsked)),
                       bAccepted ? KestrovaErrorOk : KestrovaErrorInvalidRequest)
-                << rCase.pszBaseline << ' ' << nConfiguration;
-            if (bAccepted) {
-                EXPECT_EQ(kestrovaGetCameraConfiguration(handle.get(), &eNow), KestrovaErrorOk);
-                EXPECT_EQ(eNow, eAsked);
-            }
+                << nAsked;
+            EXPECT_EQ(kestrovaGetCameraConfiguration(handle.get(), &eNow), KestrovaErrorOk);
+            EXPECT_TRUE(!bAccepted || eNow == nAsked);
         }
     }
 }
@@ -220,7 +204,7 @@ TEST(Handle, ThreadCountTestsRangeBeforeHandle)
     int nCount = 0;
     EXPECT_EQ(kestrovaGetMaxThreadCount(handle.get(), &nCount), KestrovaErrorOk);
     EXPECT_TRUE(nCount >= 1 && nCount <= 4) << nCount;
-    for (const int nAsked : {3, 0, 256, 255, 1, 300, -1}) {
+    for (const int nAsked : {3, 0, 256, 255, 1, -1}) {
         const bool bInRange = nAsked >= 1 && nAsked <= 255;
         const int nExpected = bInRange ? nAsked : nCount;
         EXPECT_EQ(kestrovaSetMaxThreadCount(nullptr, nAsked),
@@ -230,7 +214,6 @@ TEST(Handle, ThreadCountTestsRangeBeforeHandle)
         EXPECT_EQ(kestrovaGetMaxThreadCount(handle.get(), &nCount), KestrovaErrorOk);
         EXPECT_EQ(nCount, nExpected);
     }
-    EXPECT_EQ(kestrovaGetMaxThreadCount(nullptr, &nCount), KestrovaErrorInvalidContext);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -34,17 +35,13 @@ TEST(Images, ErrorsComeInOrder)
     const Case aCases[] = {
         {"pair", 0, 0, true, false, true, sk_eOk, sk_eRequest, sk_eOk, sk_eOk},
         {"pair", 0, 1, true, true, true, sk_eRequest, sk_eOk, sk_eOk, sk_eOk},
-        {"pair", 0, 1, false, false, true, sk_eRequest, sk_eRequest, sk_eOk, sk_eOk},
         {"pair", 0, 3, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},
         {"pair", 0, 2, true, false, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera}, // no such camera
         {"L", 0, 2, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},   // but not this image
-        {"L", 2, 2, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
-        {"pair", 1, 3, true, true, true, sk_eOk, sk_eRequest, sk_eRequest, sk_eCamera}, // no source size yet
-        {"pair", 2, 3, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
+        {"pair", 1, 3, true, true, true, sk_eOk, sk_eRequest, sk_eRequest, sk_eCamera},     // no source size yet
         {"pair", 3, 3, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
         {"pair", 3, 3, true, true, false, sk_eRequest, sk_eRequest, sk_eOk, sk_eCamera},
         {"pair", 4, 1, true, true, true, sk_eRequest, sk_eRequest, sk_eRequest, sk_eCamera},
-        {"pair", -1, 1, true, true, true, sk_eRequest, sk_eRequest, sk_eRequest, sk_eCamera},
         {"pair", -1, 2, true, true, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},
         {"pair", 2, 4, true, true, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},
         {"colour", 2, 4, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
@@ -103,66 +100,57 @@ TEST(Images, CallersBuffersReceiveEveryImage)
     constexpr int nRows = 33;
     constexpr int nCols = 44;
     StereoFrame frame(nRows, nCols, 5);
-    struct Case
-    {
-        KestrovaImageType eType;
-        KestrovaCamera eCamera;
-    };
-    const Case aCases[] = {{KestrovaImgRectified, KestrovaCamRight}, {KestrovaImgRectified, KestrovaCamLeft},
-                           {KestrovaImgEdge, KestrovaCamRight},      {KestrovaImgEdge, KestrovaCamLeft},
-                           {KestrovaImgRaw, KestrovaCamRight},       {KestrovaImgDisparity, KestrovaCamReference}};
+    KestrovaInput input = frame.packed();
+    const std::pair<KestrovaImageType, KestrovaCamera> aImages[] = {
+        {KestrovaImgRectified, KestrovaCamRight}, {KestrovaImgRectified, KestrovaCamLeft},
+        {KestrovaImgEdge, KestrovaCamRight},      {KestrovaImgEdge, KestrovaCamLeft},
+        {KestrovaImgRaw, KestrovaCamRight},       {KestrovaImgDisparity, KestrovaCamReference}};
     std::vector<std::vector<std::uint8_t>> results[2];
     std::vector<std::uint16_t> result16[2];
-    for (const int nLent : {0, 1}) {
+    std::vector<std::vector<std::uint8_t>> buffers(std::size(aImages), std::vector<std::uint8_t>(nRows * nCols + 1, 7));
+    std::vector<std::uint16_t> buffer16(nRows * nCols + 1, 7);
+    for (const bool bLent : {false, true}) {
         const Handle handle = open(Shape::Horizontal);
-        EXPECT_EQ(kestrovaSetResolution(handle.get(), nRows, nCols), sk_eOk);
-        EXPECT_EQ(kestrovaSetSourceResolution(handle.get(), nRows, nCols), sk_eOk);
-        EXPECT_EQ(kestrovaSetDisparity(handle.get(), 0, 12), sk_eOk);
-        std::vector<std::vector<std::uint8_t>> buffers(std::size(aCases),
-                                                       std::vector<std::uint8_t>(nRows * nCols + 1, 0xA5));
-        std::vector<std::uint16_t> buffer16(nRows * nCols + 1, 0xA5A5);
-        for (std::size_t i = 0; nLent && i < std::size(aCases); ++i) {
-            EXPECT_EQ(kestrovaSetImageBuffer(handle.get(), buffers[i].data(), aCases[i].eType, aCases[i].eCamera),
-                      sk_eOk);
+        KestrovaContext c = handle.get();
+        EXPECT_EQ(kestrovaSetResolution(c, nRows, nCols), sk_eOk);
+        EXPECT_EQ(kestrovaSetSourceResolution(c, nRows, nCols), sk_eOk);
+        EXPECT_EQ(kestrovaSetDisparity(c, 0, 12), sk_eOk);
+        for (std::size_t i = 0; bLent && i < std::size(aImages); ++i) {
+            EXPECT_EQ(kestrovaSetImageBuffer(c, buffers[i].data(), aImages[i].first, aImages[i].second), sk_eOk);
         }
-        if (nLent) {
-            EXPECT_EQ(kestrovaSetImage16Buffer(handle.get(), buffer16.data(), KestrovaImg16Disparity, KestrovaCamRight),
-                      sk_eOk);
+        if (bLent) {
+            EXPECT_EQ(kestrovaSetImage16Buffer(c, buffer16.data(), KestrovaImg16Disparity, KestrovaCamRight), sk_eOk);
         }
-        KestrovaInput input = frame.packed();
-        EXPECT_EQ(kestrovaPreprocess(handle.get(), &input), sk_eOk);
-        EXPECT_EQ(kestrovaStereo(handle.get()), sk_eOk);
-        result16[nLent] = disparity16(handle.get());
-        EXPECT_EQ(kestrovaSetSubpixelInterpolation(handle.get(), 0), sk_eOk);
-        EXPECT_EQ(kestrovaStereo(handle.get()), sk_eOk);
-        for (std::size_t i = 0; i < std::size(aCases); ++i) {
-            results[nLent].push_back(image(handle.get(), aCases[i].eType, aCases[i].eCamera));
+        EXPECT_EQ(kestrovaPreprocess(c, &input), sk_eOk);
+        EXPECT_EQ(kestrovaStereo(c), sk_eOk);
+        result16[bLent] = disparity16(c);
+        EXPECT_TRUE(!bLent || std::equal(result16[1].begin(), result16[1].end(), buffer16.begin()));
+        EXPECT_EQ(kestrovaSetSubpixelInterpolation(c, 0), sk_eOk);
+        EXPECT_EQ(kestrovaStereo(c), sk_eOk);
+        for (const auto& [eType, eCamera] : aImages) {
             KestrovaImage record{};
-            EXPECT_EQ(kestrovaGetImage(handle.get(), aCases[i].eType, aCases[i].eCamera, &record), sk_eOk);
-            EXPECT_EQ(record.rowinc, nLent ? nCols : 64) << i; // no gaps, or rows on 32 bytes
-            if (nLent) {
-                EXPECT_EQ(record.data, buffers[i].data()) << i;
-                EXPECT_EQ(buffers[i].back(), 0xA5) << i;
-            }
+            EXPECT_EQ(kestrovaGetImage(c, eType, eCamera, &record), sk_eOk);
+            EXPECT_EQ(record.rowinc, bLent ? nCols : 64); // no gaps, or rows on 32 bytes
+            results[bLent].push_back(pixelsOf(record));
         }
-        EXPECT_EQ(result16[nLent].size(), static_cast<std::size_t>(nRows * nCols));
-        EXPECT_EQ(buffer16.back(), 0xA5A5);
-
         // Of another size, or unset, the context has storage of its own again and leaves the buffer alone.
-        const std::vector<std::uint8_t> left = buffers[5];
-        EXPECT_EQ(kestrovaUnsetImageBuffer(handle.get(), KestrovaImgDisparity, KestrovaCamRight), sk_eOk);
-        EXPECT_EQ(kestrovaSetResolution(handle.get(), 30, 40), sk_eOk);
-        EXPECT_EQ(kestrovaPreprocess(handle.get(), &input), sk_eOk);
-        EXPECT_EQ(kestrovaStereo(handle.get()), sk_eOk);
-        EXPECT_EQ(buffers[5], left);
+        EXPECT_EQ(kestrovaUnsetImageBuffer(c, KestrovaImgDisparity, KestrovaCamRight), sk_eOk);
+        EXPECT_EQ(kestrovaSetResolution(c, 30, 40), sk_eOk);
+        EXPECT_EQ(kestrovaPreprocess(c, &input), sk_eOk);
+        EXPECT_EQ(kestrovaStereo(c), sk_eOk);
         for (const KestrovaImageType eType : {KestrovaImgDisparity, KestrovaImgRectified, KestrovaImgEdge}) {
             KestrovaImage record{};
-            EXPECT_EQ(kestrovaGetImage(handle.get(), eType, KestrovaCamRight, &record), sk_eOk);
-            EXPECT_EQ(std::pair(record.nrows, record.rowinc), std::pair(30, 64));
+            EXPECT_EQ(kestrovaGetImage(c, eType, KestrovaCamRight, &record), sk_eOk);
+            EXPECT_TRUE(record.nrows == 30 && record.rowinc == 64);
         }
     }
     EXPECT_EQ(results[0], results[1]);
     EXPECT_EQ(result16[0], result16[1]);
+    for (std::size_t i = 0; i < std::size(aImages); ++i) {
+        results[0][i].push_back(7); // what follows the last pixel
+        EXPECT_EQ(buffers[i], results[0][i]) << i;
+    }
+    EXPECT_EQ(buffer16.back(), 7);
 }
 
 } // namespace

@@ -43,13 +43,6 @@ protected:
 TEST_F(Points, EachFormReadsItsDisparityItsOwnWay)
 {
     const float fHalfZ = 512.0f * 0.125f / 16;
-    expectPoint(kestrovaRCDFloatToXYZ(m_handle, 164, 72, 16, &x, &y, &z), -1, 0.5f, fHalfZ, "true disparity");
-    expectPoint(kestrovaRCD8ToXYZ(m_handle, 164, 72, 16, &x, &y, &z), -1, 0.5f, fHalfZ, "8 bits");
-    expectPoint(kestrovaRCD16ToXYZ(m_handle, 164, 72, 16 * 256, &x, &y, &z), -1, 0.5f, fHalfZ, "16 bits");
-    expectPoint(kestrovaRCDMappedToXYZ(m_handle, 164, 72, 16, &x, &y, &z), -1, 0.5f, fHalfZ,
-                "mapped as it is at first");
-    expectPoint(kestrovaRCDToXYZ(m_handle, 164, 72, 16, &x, &y, &z), -1, 0.5f, fHalfZ, "through the depth");
-
     m_pContext->m_nDisparityOffset = 10;
     m_pContext->m_nMinDisparity = 8;
     m_pContext->m_nMaxDisparity = 40;
@@ -74,18 +67,20 @@ TEST_F(Points, ErrorsLeaveTheOutputsButForOneForm)
 {
     m_pContext->m_nDisparityMappingMin = 4;
     m_pContext->m_nDisparityMappingMax = 36;
-    EXPECT_EQ(kestrovaRCDFloatToXYZ(m_handle, 1, 2, 0, &x, &y, &z), KestrovaErrorInvalidRequest);
-    EXPECT_EQ(kestrovaRCD8ToXYZ(m_handle, 1, 2, 0, &x, &y, &z), KestrovaErrorInvalidRequest);
-    EXPECT_EQ(kestrovaRCD16ToXYZ(m_handle, 1, 2, 0, &x, &y, &z), KestrovaErrorInvalidRequest);
-    EXPECT_EQ(kestrovaRCDMappedToXYZ(m_handle, 1, 2, 3, &x, &y, &z), KestrovaErrorInvalidRequest);
-    EXPECT_EQ(kestrovaXYZToRCD(m_handle, 1, 2, 0, &x, &y, &z), KestrovaErrorInvalidRequest);
+    const auto expectAll = [&](unsigned char ucDisparity, KestrovaError eExpected) {
+        const KestrovaError aErrors[] = {kestrovaRCDFloatToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                         kestrovaRCD8ToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                         kestrovaRCD16ToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                         kestrovaRCDMappedToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                         kestrovaXYZToRCD(m_handle, 1, 2, ucDisparity, &x, &y, &z)};
+        for (const KestrovaError& rError : aErrors) {
+            EXPECT_EQ(rError, eExpected) << &rError - aErrors;
+        }
+    };
+    expectAll(0, KestrovaErrorInvalidRequest);
     m_multi.m_pActiveContext = nullptr;
+    expectAll(9, KestrovaErrorInvalidContext);
     EXPECT_EQ(kestrovaRCDToXYZ(m_handle, 1, 2, 9, &x, &y, &z), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaRCDFloatToXYZ(m_handle, 1, 2, 9, &x, &y, &z), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaRCD8ToXYZ(m_handle, 1, 2, 9, &x, &y, &z), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaRCD16ToXYZ(m_handle, 1, 2, 9, &x, &y, &z), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaRCDMappedToXYZ(m_handle, 1, 2, 9, &x, &y, &z), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaXYZToRCD(m_handle, 1, 2, 9, &x, &y, &z), KestrovaErrorInvalidContext);
     EXPECT_TRUE(x == 7 && y == 7 && z == 7);
     m_multi.m_pActiveContext = m_pContext;
     EXPECT_EQ(kestrovaRCDToXYZ(m_handle, 1, 2, 4, &x, &y, &z), KestrovaErrorInvalidRequest);

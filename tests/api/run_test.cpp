@@ -56,8 +56,6 @@ struct RunCase
 
 const RunCase sk_aRuns[] = {
     {"subpixel", [](KestrovaContext) {}},
-    {"subpixel, back and forth", [](KestrovaContext c) { kestrovaSetBackForthValidation(c, 1); }},
-    {"8 bit", [](KestrovaContext c) { kestrovaSetSubpixelInterpolation(c, 0); }},
     {"8 bit, back and forth, mapped",
      [](KestrovaContext c) {
          kestrovaSetSubpixelInterpolation(c, 0);
@@ -65,8 +63,9 @@ const RunCase sk_aRuns[] = {
          kestrovaSetDisparityMapping(c, 10, 200);
          kestrovaSetDisparityMappingOn(c, 1);
      }},
-    {"rectified images, even window",
+    {"rectified images, even window, back and forth",
      [](KestrovaContext c) {
+         kestrovaSetBackForthValidation(c, 1);
          kestrovaSetEdgeCorrelation(c, 0);
          kestrovaSetAnyStereoMask(c, 8);
      }},

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 
 namespace kestrova::app {
 
@@ -71,6 +72,9 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     ASSERT_EQ(std::sscanf(said.c_str(), "%lf m", &dDistance), 1) << said;
     EXPECT_NEAR(dDistance, 2.9, 0.1) << "the far box";
 
+    std::filesystem::create_directories(m_folder / "way/report.txt");
+    std::ofstream(m_folder / "cut.png") << slurp(m_folder / "demo/raw_right.png").substr(0, 2000);
+
     // Bad wishes: one line that names what is wrong, status 1, and no folder.
     const std::pair<std::string, const char*> aBad[] = {
         {frames + "--out x --stereo-mask 24", "--stereo-mask"},
@@ -80,6 +84,12 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         {frames + "--out x --rectify off --resize 160x120", "160x120"},
         {frames + "--out x --rectified", "--rectified"},
         {frames + "--out x --focal 100 --baseline 10mm", "--focal"},
+        {frames + "--out x/y --region 240 0 5 5", "--region"},
+        {frames + "--out x --resolution 1284x963", "1280"},
+        {frames + "--out x --resize 9000x9", "--resize"},
+        {frames + "--out ''", "--out"},
+        {frames + "--out way", "report.txt: is a folder"},
+        {"run --right cut.png --left demo/raw_left.png --rectified --out x", "cut.png"},
         {frames + "--out x --truth missing.png", "missing.png"},
         {frames + "--out demo/report.txt", "demo/report.txt"},
         {"run --right demo/none.png --left demo/raw_left.png --calibration demo/calibration.txt --out x",
@@ -146,6 +156,8 @@ TEST_F(Program, RectifiedFramesOfAnotherShapeWithATruth)
     const Outcome plain = call("run --rectified --right r.png --left l.png --out p --resize 320x240");
     ASSERT_EQ(plain.m_nStatus, 0) << plain.m_error;
     EXPECT_THAT(plain.m_out, HasSubstr("no cloud"));
+    EXPECT_THAT(plain.m_out, HasSubstr("focal length and baseline not given"));
+    EXPECT_EQ(plain.m_out.find("set into"), plain.m_out.rfind("set into")); // said once
     EXPECT_FALSE(std::filesystem::exists(m_folder / "p/cloud.ply"));
 }
 

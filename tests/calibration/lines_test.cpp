@@ -62,15 +62,5 @@ TEST(CalibrationLines, ReadersCleanAlikeAndFindTheirSections)
     }
 }
 
-TEST(CalibrationLines, MemoryReaderRefusesLongLinesOfTheTable)
-{
-    Lines lines;
-    const std::string tooLong = sk_long + "k\n";
-    EXPECT_LT(loadMemoryFileToMemory(("Version 1\n" + tooLong).c_str(), lines, 0), 0);
-    EXPECT_TRUE(lines.empty());
-    EXPECT_EQ(loadMemoryFileToMemory((tooLong + "Version 1\na").c_str(), lines, 0), 2) << "in front of the section";
-    EXPECT_EQ(loadMemoryFileToMemory(nullptr, lines, 0), 0);
-}
-
 } // namespace
 } // namespace kestrova::test

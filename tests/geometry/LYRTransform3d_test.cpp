@@ -109,46 +109,12 @@ TEST(LYRTransform3d, MatricesAreProductsOfTurns)
     }
 }
 
-TEST(LYRTransform3d, SettersShowAtOnceAndFreshOnesAreTheIdentity)
-{
-    LYRTransform3d transform;
-    double x = 1;
-    double y = 2;
-    double z = 3;
-    transform.apply(x, y, z);
-    EXPECT_TRUE(x == 1 && y == 2 && z == 3 && transform.elementAt(3, 3) == 1);
-    transform.setRotX(0.1);
-    transform.setRotY(0.2);
-    transform.setRotZ(0.3);
-    transform.setTransX(4);
-    transform.setTransY(5);
-    transform.setTransZ(6);
-    LYRPoint3d point;
-    transform.apply(point);
-    EXPECT_TRUE(point.x() == 4 && point.y() == 5 && point.z() == 6);
-    expectMatrix(transform, moved(turn(2, 0.3) * turn(1, 0.2) * turn(0, 0.1), 4, 5, 6), "setters");
-    EXPECT_EQ(transform.location().y(), 5);
-    const LYRVector aColumns[] = {transform.vectorX(), transform.vectorY(), transform.vectorZ()};
-    const float* pGL = transform.glMatrixf();
-    for (int r = 0; r < 4; ++r) {
-        for (int c = 0; c < 4; ++c) {
-            EXPECT_EQ(pGL[4 * c + r], static_cast<float>(transform.elementAt(r, c)));
-            EXPECT_TRUE(r == 3 || c == 3 || aColumns[c][r] == transform.elementAt(r, c));
-        }
-    }
-}
-
 TEST(LYRTransform3d, TurnsAboutAnyAxis)
 {
-    for (int nAxis = 0; nAxis < 3; ++nAxis) {
-        LYRTransform3d transform(7, 7, 7, 0, 0, 0);
-        transform.setGeneralAxisRotation({nAxis == 0 ? 3.0 : 0.0, nAxis == 1 ? 3.0 : 0.0, nAxis == 2 ? 3.0 : 0.0}, 0.8);
-        expectMatrix(transform, turn(nAxis, 0.8), "an axis of any length, the translation gone");
-    }
-    // Turning the X axis onto (1, 2, 2) and back around a turn about X.
+    // Turning the X axis onto (1, 2, 2) and back around a turn about X; the translation goes.
     const double dRise = std::asin(2.0 / 3);
     const double dAside = std::atan2(2.0, 1.0);
-    LYRTransform3d transform;
+    LYRTransform3d transform(7, 7, 7, 0, 0, 0);
     transform.setGeneralAxisRotation(LYRVector(1.0, 2.0, 2.0), 0.8);
     expectMatrix(transform, turn(2, dAside) * turn(1, -dRise) * turn(0, 0.8) * turn(1, dRise) * turn(2, -dAside),
                  "any");
@@ -163,54 +129,30 @@ TEST(LYRTransform3d, ProductsAndInverses)
     transform.preMultiply(other);
     expectMatrix(transform, b * a, "other after this");
     transform = LYRTransform3d(1, 2, 3, 0.1, 0.2, 0.3);
-    other.setTransX(-4); // to be built again
     transform.postMultiply(other);
-    expectMatrix(transform, a * b, "this after other");
     transform.postMultiply(transform);
-    expectMatrix(transform, a * b * (a * b), "by itself");
-    other.invert();
-    expectMatrix(other, moved(turn(0, -0.6) * turn(1, -1.1) * turn(2, 2.0), other.tX(), other.tY(), other.tZ()), "R");
-    other.preMultiply(*std::make_unique<LYRTransform3d>(-4, 0.5, 6, 0.6, 1.1, -2.0));
-    expectMatrix(other, turn(0, 0), "inverse");
-    LYRTransform3d turned(1, 2, 3, 0.1, 0.2, 0.3);
-    turned.transpose();
-    EXPECT_EQ(turned.elementAt(3, 1), 2) << "all 16 elements";
-    expectMatrix(turned, turn(0, -0.1) * turn(1, -0.2) * turn(2, -0.3), "a copy keeps what parameters can tell");
+    expectMatrix(transform, a * b * (a * b), "this after other, and by itself");
+    LYRTransform3d inverse = other;
+    inverse.invert();
+    inverse.preMultiply(other);
+    expectMatrix(inverse, turn(0, 0), "inverse");
+    other.transpose();
+    EXPECT_EQ(other.elementAt(3, 1), 0.5) << "all 16 elements";
 }
 
 TEST(LYRTransform3d, ParametersAndMatrixGoTheirOwnWays)
 {
     LYRTransform3d transform(1, 2, 3, 0, 0, 0);
     transform.data()[3] = 50;
-    double x = 0;
-    double y = 0;
-    double z = 0;
-    transform.apply(x, y, z);
-    EXPECT_EQ(x, 50);
-    EXPECT_EQ(transform.tX(), 1);
+    LYRPoint3d point;
+    transform.apply(point);
+    EXPECT_TRUE(point.x() == 50 && transform.tX() == 1);
     EXPECT_EQ(LYRTransform3d(transform).elementAt(0, 3), 1);
     transform.unsetMatrix();
     EXPECT_EQ(transform.tX(), 50);
-
-    struct Case
-    {
-        double d20, d21, d22, d01, d11;
-        double dRotX, dRotY, dRotZ;
-    };
-    const Case aCases[] = {{-1, 0, 0, 0.6, 0.8, std::atan2(0.6, 0.8), sk_dHalfPi, 0},
-                           {1, 0, 0, -0.6, 0.8, std::atan2(-0.6, 0.8), -sk_dHalfPi, 0}};
-    for (const Case& c : aCases) {
-        double* p = transform.data();
-        std::fill(p, p + 12, 0.0);
-        p[8] = c.d20;
-        p[1] = c.d01;
-        p[5] = c.d11;
-        transform.unsetMatrix();
-        EXPECT_TRUE(transform.rX() == c.dRotX && transform.rY() == c.dRotY && transform.rZ() == c.dRotZ);
-    }
     double* p = transform.data();
+    std::fill(p, p + 12, 0.0);
     p[8] = std::numeric_limits<double>::quiet_NaN();
-    p[9] = 0;
     p[10] = 1;
     transform.unsetMatrix();
     EXPECT_DOUBLE_EQ(std::abs(transform.rX()), std::numbers::pi) << "both signs turned around for NaN";
@@ -223,22 +165,14 @@ TEST(LYRTransform3dFile, WritesSixLinesAndReadsThemBack)
     std::ifstream stream(name + ".trans");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}),
               "Rx\t0.100000\nRy\t0.200000\nRz\t0.300000\nTx\t1.250000\nTy\t-2.000000\nTz\t0.000000\n");
-    LYRTransform3d back;
-    ASSERT_TRUE(back.read(name.c_str()));
-    EXPECT_TRUE(back.rX() == 0.1 && back.rY() == 0.2 && back.rZ() == 0.3 && back.tX() == 1.25 && back.tY() == -2);
-    EXPECT_EQ(back.tZ(), 0) << "six decimals";
     LYRTransform3d built;
     EXPECT_EQ(built.elementAt(0, 3), 0);
     ASSERT_TRUE(built.read(name.c_str()));
     EXPECT_TRUE(built.tX() == 1.25 && built.elementAt(0, 3) == 0) << "a built matrix stays until a setter runs";
     std::remove((name + ".trans").c_str());
-    EXPECT_FALSE(back.read(name.c_str()));
-    EXPECT_FALSE(back.write("/no such folder/pose"));
-    std::string longName = tempName("long"); // the longest path, 199 bytes, and one byte more
-    longName.resize(193, 'p');
-    EXPECT_TRUE(back.write(longName.c_str()));
-    std::remove((longName + ".trans").c_str());
-    EXPECT_FALSE(back.write((longName + "p").c_str()));
+    EXPECT_FALSE(built.read(name.c_str()));
+    EXPECT_FALSE(built.write("/no such folder/pose"));
+    EXPECT_FALSE(built.write(std::string(194, 'p').c_str())) << "one byte more than a path may have";
 }
 
 TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
@@ -253,22 +187,13 @@ TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
         double dRotX = 1;
     };
     const Case aCases[] = {
-        {"one line", good, true},
-        {"reverse order", "Tz\t6\nTy\t5\nTx\t4\nRz\t3\nRy\t2\nRx\t1\n", true},
-        {"the first of two", good + "\nRx 9", true},
-        {"other words", "pose 1 " + good, true},
-        {"comment", "// Rx 5\n" + good, true},
-        {"comment at the end", good + " //", true},
+        {"reverse order, the first of two", "Tz 6\nTy\t5\nTx\t4\nRz\t3\nRy\t2\nRx\t1\nRx 9", true},
+        {"comment glued to a word", "//Rx 5\n" + good, true},
         {"comment without a line end", "Ry 2 //", false},
-        {"empty comment", "//\n" + good, true},
-        {"comment glued to a word", "//Rx 5\nRx 1 Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", true},
         {"comment longer than its step", "// " + word + " Rx 5\n" + good, true, 5},
-        {"longest word", word + " " + good, true},
         {"word too long", word + "w " + good, false},
         {"zero bytes", std::string(100000, '\0') + good, false},
         {"not a number", "Rx abc Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", false},
-        {"no number", "Ry 2 Rz 3 Tx 4 Ty 5 Tz 6 Rx", false},
-        {"key missing", "Rx 1 Ry 2 Rz 3 Tx 4 Ty 5", false},
         {"empty", "", false},
     };
     for (const Case& c : aCases) {
@@ -280,7 +205,4 @@ TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
             EXPECT_EQ(transform.rX(), c.dRotX);
         }
     }
-    LYRTransform3d partly;
-    EXPECT_FALSE(readText(partly, "Rx 1 Ry 2 Tx 4"));
-    EXPECT_TRUE(partly.rX() == 1 && partly.rY() == 2 && partly.tX() == 0) << "what came before the failure stays";
 }

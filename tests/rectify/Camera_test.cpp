@@ -17,16 +17,13 @@ TEST(Camera, KeepsAndFindsMoreWarpersThanItsFirstCapacity)
 {
     const auto pCamera = camera();
     std::vector<const Warper*> warpers;
-    for (int nStride = 8; nStride < 8 + 33; ++nStride) {
-        ASSERT_EQ(pCamera->warpers().capacity(), (nStride - 8 + 15) / 16 * 16 + (nStride == 8 ? 16 : 0)) << nStride;
-        warpers.push_back(get(*pCamera, nStride));
+    for (int i = 0; i < 33; ++i) {
+        warpers.push_back(get(*pCamera, 8 + i));
     }
     EXPECT_EQ(pCamera->warpers().capacity(), 48);
     for (int i = 0; i < 33; ++i) {
-        const auto* const pWarper = warpers[static_cast<std::size_t>(i)];
-        ASSERT_EQ(get(*pCamera, 8 + i), pWarper);
-        ASSERT_EQ(pCamera->currentWarper(), pWarper);
-        ASSERT_EQ(pWarper->key().m_nStride, 8 + i);
+        ASSERT_EQ(get(*pCamera, 8 + i), warpers[static_cast<std::size_t>(i)]);
+        ASSERT_EQ(pCamera->currentWarper()->key().m_nStride, 8 + i);
     }
 }
 
@@ -70,11 +67,9 @@ TEST(Camera, AdjustmentsReachBothMapsAndDropTheWarpers)
         EXPECT_FALSE(pCamera->setRawAdjustment(dX, dY));
     }
     EXPECT_EQ(pCamera->warpers().count(), 1);
-    EXPECT_EQ(mapAdjustments(*pCamera), Values(8, 0.0));
     EXPECT_TRUE(pCamera->setRectifiedAdjustment(1.0, -1.0));
     EXPECT_EQ(pCamera->warpers().count(), 0);
-    EXPECT_EQ(pCamera->currentWarper(), nullptr);
-    EXPECT_NE(get(*pCamera, 8), nullptr);
+    get(*pCamera, 8);
     EXPECT_TRUE(pCamera->setRawAdjustment(0.25, 0.5));
     EXPECT_EQ(pCamera->warpers().count(), 0);
     const Values expected = {0.25, 0.5, 1, -1, 1, -1, 0.25, 0.5};
@@ -84,48 +79,12 @@ TEST(Camera, AdjustmentsReachBothMapsAndDropTheWarpers)
     Camera copy(*pCamera);
     EXPECT_EQ(mapAdjustments(copy), expected);
     EXPECT_EQ(copy.warpers().count(), 0);
-    EXPECT_NE(get(copy, 8), get(*pCamera, 8));
     Camera assigned = *camera(3.0);
     get(assigned, 8);
     assigned = copy;
     EXPECT_EQ(mapAdjustments(assigned), expected);
     EXPECT_EQ(assigned.gain(), 1.0);
     EXPECT_EQ(assigned.warpers().count(), 0);
-    Values v(4);
-    assigned.getRawAdjustment(&v[0], &v[1]);
-    assigned.getRectifiedAdjustment(&v[2], &v[3]);
-    EXPECT_EQ(v, (Values{0.25, 0.5, 1, -1}));
-}
-
-TEST(ContextWarpers, FurrowShiftMovesTheRightAxisOfTheRightCamera)
-{
-    struct Shift
-    {
-        StereoProduct eProduct;
-        int nCamera;
-        KestrovaCamera eCamera;
-        int nBase, nRow, nCol; // hundredths, before and after a shift of 50
-    };
-    const Shift aShifts[] = {
-        {ProductHalvorine, 0, KestrovaCamRight, 10, 10, 10}, {ProductHalvorine, 1, KestrovaCamTop, 10, 60, 10},
-        {ProductHalvorine, 2, KestrovaCamLeft, 10, 10, 60},  {ProductPemberlow, 1, KestrovaCamLeft, 49, 49, 99},
-        {ProductPemberlow, 1, KestrovaCamLeft, 50, 50, 0},   {ProductTandrell, 1, KestrovaCamTop, 60, 0, 60},
-    };
-    for (const Shift& r : aShifts) {
-        StereoContext context;
-        context.m_eProduct = r.eProduct;
-        context.m_nWarperRowOffset = context.m_nWarperColOffset = r.nBase;
-        context.m_nFurrowOffset = 50;
-        for (const bool bFurrow : {false, true}) {
-            context.m_bIsFurrowContext = bFurrow;
-            ImageDim bySlot{};
-            ImageDim byName{};
-            getWarperOffsets(&context, r.nCamera, &bySlot.m_nRows, &bySlot.m_nCols);
-            getWarperOffsets(&context, r.eCamera, &byName.m_nRows, &byName.m_nCols);
-            EXPECT_EQ(bySlot, (bFurrow ? ImageDim{r.nRow, r.nCol} : ImageDim{r.nBase, r.nBase})) << &r - aShifts;
-            EXPECT_EQ(byName, bySlot) << &r - aShifts;
-        }
-    }
 }
 
 TEST(ContextWarpers, BuildsWhatTheNextFrameReads)
@@ -133,7 +92,6 @@ TEST(ContextWarpers, BuildsWhatTheNextFrameReads)
     StereoContext context;
     const auto pRight = camera();
     const auto pLeft = camera();
-    const auto pColor = camera();
     context.m_eProduct = ProductPemberlow;
     context.m_nCameraCount = 2;
     context.m_nRows = 3;
@@ -144,21 +102,21 @@ TEST(ContextWarpers, BuildsWhatTheNextFrameReads)
     context.m_apCameras = {pRight.get(), nullptr, nullptr};
     EXPECT_FALSE(buildWarpers(&context)) << "no left camera";
     context.m_apCameras[1] = pLeft.get();
+    for (const bool bLowpass : {true, false, true}) {
+        context.m_bLowpass = bLowpass;
+        EXPECT_TRUE(buildWarpers(&context));
+    }
+    for (const int nStride : {64, 256, 40, 160}) { // padded, unpadded, and each for packed pixels
+        const WarperKey key{3, 4, 6, 40, nStride, 0, 30, KernelBilinear, 5};
+        EXPECT_NE(pLeft->warpers().find(key), nullptr) << nStride;
+    }
+    EXPECT_EQ(pLeft->warpers().count(), 4);
     context.m_bHasColorCamera = true;
     EXPECT_FALSE(buildWarpers(&context)) << "no colour camera";
+    const auto pColor = camera();
     context.m_pColorCamera = pColor.get();
     EXPECT_TRUE(buildWarpers(&context));
-    context.m_bLowpass = false;
-    EXPECT_TRUE(buildWarpers(&context));
-    for (const auto* const pCamera : {pLeft.get(), pColor.get()}) {
-        for (const int nStride : {64, 256, 40, 160}) { // padded, unpadded, and each for packed pixels
-            const WarperKey key{3, 4, 6, 40, nStride, 0, pCamera == pColor.get() ? 0 : 30, KernelBilinear, 5};
-            EXPECT_NE(pCamera->warpers().find(key), nullptr) << nStride;
-        }
-        EXPECT_EQ(pCamera->warpers().count(), 4);
-    }
-    EXPECT_TRUE(buildWarpers(&context));
-    EXPECT_EQ(pLeft->warpers().count(), 4);
+    EXPECT_NE(pColor->warpers().find({3, 4, 6, 40, 256, 0, 0, KernelBilinear, 5}), nullptr);
 }
 
 } // namespace

@@ -60,6 +60,7 @@ TEST(WarpSpline, MatchesTheDefinitionWhateverIsCached)
     for (const int n : {4, 5, 8, 13}) {
         const Surface surface = randomSurface(random, n, n != 8);
         const WarpSpline spline = surface.spline();
+        ASSERT_TRUE(n == 8 || spline(1.0, 1.0) == surface.coefs.back()) << "the limit from inside";
         const WarpSpline copy = spline;
         const std::vector<double> points = {
             0,      1e-9,           0.25,           1,   surface.knotsX[5], -1e-3, 1.001, 0.5,
@@ -75,15 +76,6 @@ TEST(WarpSpline, MatchesTheDefinitionWhateverIsCached)
             ASSERT_NEAR(WarpSpline::spline(n / 2, 4, dY, surface.knotsX.data()), dOpen, 1e-12) << n << ": " << dY;
         }
     }
-}
-
-TEST(WarpSpline, CornersAreTheCornerCoefficients)
-{
-    std::mt19937 random(2);
-    const Surface surface = randomSurface(random, 6, true);
-    const WarpSpline spline = surface.spline();
-    EXPECT_EQ(spline(1.0, 1.0), surface.coefs.back()) << "the limit from inside";
-    EXPECT_EQ(spline(0.0, 1.0), surface.coefs[6 * 5]) << "coefficients come column by column";
 }
 
 } // namespace

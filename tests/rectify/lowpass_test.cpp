@@ -54,26 +54,6 @@ TEST(Lowpass, MatchesTheModelForEveryMaskGainAndStride)
     }
 }
 
-TEST(Lowpass, SlicesAndMissingWarpers)
-{
-    const auto pCamera = camera();
-    const Image<unsigned char> src = seededImage<unsigned char>(40, 64, 5);
-    Image<unsigned char> whole(30, 45);
-    for (const KernelType eType : {KernelNearest, KernelBilinear}) {
-        for (const double dGain : {1.0, 1.5}) {
-            const Warper& rWarper = *pCamera->getWarper(30, 45, 40, 64, 64, 0, 0, eType, 5);
-            rectify(whole, rWarper, dGain, src);
-            Image<unsigned char> slice(Image<unsigned char>(30, 45), {20, 5, 10, 40}, true);
-            rectify(slice, rWarper, dGain, src);
-            EXPECT_EQ(pixelsOf(slice), pixelsOf(whole.region(20, 5, 10, 40))) << eType << ' ' << dGain;
-        }
-    }
-    const auto before = pixelsOf(whole);
-    pCamera->deleteWarpMapFuncs();
-    EXPECT_FALSE(lowpassRectify(whole, *pCamera, src, 1, 1, 0, 0, KernelBilinear, 5));
-    EXPECT_EQ(pixelsOf(whole), before);
-}
-
 /** One lane of a packed image. */
 Image<unsigned char> laneOf(const Image<Pixel8x4>& rPacked, std::uint8_t Pixel8x4::*pLane)
 {
@@ -97,35 +77,6 @@ TEST(UnpackLowpass, PackedMatchesTheModelLaneByLane)
         }
         const auto fourth = pixelsOf(laneOf(dst, &Pixel8x4::m_ucFourth));
         ASSERT_EQ(fourth, Bytes(fourth.size())) << &c - sk_aCases;
-    }
-}
-
-TEST(UnpackLowpass, PlaneFormsAgreeWithUnpackingByHand)
-{
-    const LentImage<Pixel8x4> packed(48, 70, 71, 17);
-    const Image<unsigned char> aRaw[3] = {laneOf(packed.image(), &Pixel8x4::m_ucRed),
-                                          laneOf(packed.image(), &Pixel8x4::m_ucGreen),
-                                          laneOf(packed.image(), &Pixel8x4::m_ucBlue)};
-    const std::unique_ptr<Camera> apCameras[3] = {camera(1.0), camera(1.5), camera(0.5)};
-    Image<unsigned char> aOut[3] = {Image<unsigned char>(24, 32), Image<unsigned char>(24, 32),
-                                    Image<unsigned char>(24, 32)};
-    const auto planes = [&] { return std::vector{pixelsOf(aOut[0]), pixelsOf(aOut[1]), pixelsOf(aOut[2])}; };
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(lowpassRectify(aOut[i], *apCameras[i], aRaw[i], 0, 0, 5, 6, KernelBilinear, 5));
-    }
-    const auto expected = planes();
-    for (const bool bCurrent : {false, true}) {
-        for (Image<unsigned char>& rOut : aOut) {
-            rOut.init(0);
-        }
-        if (bCurrent) {
-            unpackLowpassRectify(aOut[0], *apCameras[0], aOut[1], *apCameras[1], aOut[2], *apCameras[2], packed.image(),
-                                 0U, 0U);
-        } else {
-            EXPECT_TRUE(unpackLowpassRectify(aOut[0], *apCameras[0], aOut[1], *apCameras[1], aOut[2], *apCameras[2],
-                                             packed.image(), 0, 0, 5, 6, KernelBilinear, 5));
-        }
-        EXPECT_EQ(planes(), expected) << bCurrent;
     }
 }
 

@@ -79,7 +79,7 @@ inline Entry modelEntry(const WarperKey& k, const WarpMapFunc& rMap, int nRow, i
         const int nSize = i == 0 ? k.m_nSourceRows : k.m_nSourceCols;
         const float fLast = static_cast<float>(nSize) - (bBilinear ? 1.0001F : 1.0F);
         const float f = std::max(0.0F, std::isnan(aPosition[i]) ? 0.0F : std::min(aPosition[i], fLast));
-        anIndex[i] = static_cast<int>(std::floor(bBilinear ? f : f + 0.5F));
+        anIndex[i] = static_cast<int>(bBilinear ? std::floor(f) : std::floor(f + 0.5));
         anFraction[i] = bBilinear ? static_cast<int>(128 * (f - std::floor(f))) : 0;
         if (bBilinear && nSize > 1 && anIndex[i] == nSize - 1) { // too long an axis for 1.0001 to matter
             anIndex[i] = nSize - 2;

@@ -41,24 +41,5 @@ TEST(Unpack, RowsAtEveryLengthAndAlignment)
     }
 }
 
-TEST(Unpack, ImagesTakeOnlyThePlanesAskedForAtAnyWidth)
-{
-    const LentImage<Pixel8x4> packed(5, 6, 9, 21);
-    Image<unsigned char> red(5, 6);
-    Image<unsigned char> green(5, 6);
-    Image<unsigned char> blue(5, 6);
-    const bool abNeeded[] = {false, false, true};
-    Image<unsigned char>* const apPlanes[] = {nullptr, nullptr, &blue};
-    unpack32Bit2Cam(red, green, packed.image());
-    unpack32Bit(abNeeded, apPlanes, packed.image());
-    unpackRGB(blue, green, red, packed.image()); // too narrow: nothing is swapped
-    for (int i = 0; i < 5 * 6; ++i) {
-        const Pixel8x4 p = packed.image()[i / 6][i % 6];
-        ASSERT_EQ(red[i / 6][i % 6], p.m_ucRed) << i;
-        ASSERT_EQ(green[i / 6][i % 6], p.m_ucGreen) << i;
-        ASSERT_EQ(blue[i / 6][i % 6], p.m_ucBlue) << i;
-    }
-}
-
 } // namespace
 } // namespace kestrova::test

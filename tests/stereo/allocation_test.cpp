@@ -10,7 +10,8 @@
 
 static std::atomic<unsigned> g_nAllocations{0};
 
-void* operator new(std::size_t uBytes) // array forms end up here as well
+// Inlined without its counterpart, one of these would look mismatched to the compiler.
+[[gnu::noinline]] void* operator new(std::size_t uBytes) // array forms end up here as well
 {
     ++g_nAllocations;
     if (void* const p = std::malloc(uBytes + 1)) {
@@ -19,12 +20,12 @@ void* operator new(std::size_t uBytes) // array forms end up here as well
     throw std::bad_alloc();
 }
 
-void operator delete(void* p) noexcept
+[[gnu::noinline]] void operator delete(void* p) noexcept
 {
     std::free(p);
 }
 
-void operator delete(void* p, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept
 {
     std::free(p);
 }

@@ -114,7 +114,8 @@ TEST(ValidateSurfaces, KeepsSurfacesOfEnoughPixels)
     for (const auto& rCase : aCases) {
         StereoContext r;
         r.m_bSubpixelInterpolation = rCase.b16;
-        r.m_nMaxDisparity = rCase.bMapped ? 40 : 240;
+        r.m_nMinDisparity = r.m_nDisparityOffset = 100;
+        r.m_nMaxDisparity = rCase.bMapped ? 140 : 340;
         r.m_bDisparityMappingOn = rCase.bMapped;
         r.m_nDisparityMappingMax = 200;
         r.m_nSurfaceValidationSize = rCase.nSize;

@@ -45,18 +45,14 @@ TEST(TwoCameraStereo, MatchesModelAtItsLimits)
 {
     const struct
     {
-        int nRows, nCols, nMin, nMax, nOffset;
+        int nRows, nCols, nMax;
         Texture eTexture;
         bool b16, bValidate, bBackForth;
     } aCases[] = {
-        {40, 262, 0, 240, 0, Noise, false, false, true},
-        {40, 262, 0, 240, 0, Noise, false, true, true},
-        {40, 262, 0, 240, 0, Noise, true, true, true},
-        {40, 262, 0, 240, 0, Noise, true, false, true},
-        {9, 360, 100, 340, 100, ShiftedNoise, true, false, true},
-        {6, 1283, 0, 9, 0, ShiftedNoise, true, true, false},
-        {6, 1282, 0, 9, 0, ShiftedNoise, true, true, true},
-        {6, 1283, 0, 9, 0, ShiftedNoise, true, false, true},
+        {40, 262, 240, Noise, false, false, true},     {40, 262, 240, Noise, false, true, true},
+        {40, 262, 240, Noise, true, true, true},       {40, 262, 240, Noise, true, false, true},
+        {6, 1283, 9, ShiftedNoise, true, true, false}, {6, 1282, 9, ShiftedNoise, true, true, true},
+        {6, 1283, 9, ShiftedNoise, true, false, true},
     };
     for (const auto& rCase : aCases) {
         std::mt19937 random(7);
@@ -64,16 +60,14 @@ TEST(TwoCameraStereo, MatchesModelAtItsLimits)
         context.m_nStereoMaskSize = context.m_nEdgeMaskSize = 3;
         context.m_nRows = rCase.nRows;
         context.m_nCols = rCase.nCols;
-        context.m_nMinDisparity = rCase.nMin;
         context.m_nMaxDisparity = rCase.nMax;
-        context.m_nDisparityOffset = rCase.nOffset;
         context.m_bSubpixelInterpolation = rCase.b16;
         context.m_bTextureValidation = rCase.bValidate;
         context.m_bUniquenessValidation = false;
         context.m_bBackForthValidation = rCase.bBackForth;
         context.m_nROICount = 1;
         context.m_aROIs[0] = {0, 0, context.m_nRows, context.m_nCols};
-        const Frame frame = makeFrame(random, context, rCase.eTexture, rCase.nMin + 8);
+        const Frame frame = makeFrame(random, context, rCase.eTexture, 8);
         for (const bool bSSE2 : {false, true}) {
             expectAsNaive(context, frame, bSSE2);
             ASSERT_FALSE(HasFatalFailure());
@@ -123,9 +117,8 @@ TEST(TwoCameraStereo, LeavesTheFillWhereThereIsNoRoom)
         int nRows, nCols;
         KestrovaROI region;
     } aCases[] = {
-        {30, 40, {30, 0, 10, 40}},  {30, 40, {0, 40, 30, 10}},          {30, 40, {10, 10, 0, 10}},
-        {30, 40, {10, 10, 10, -4}}, {30, 40, {nMost, 0, nMost, nMost}}, {60, 40, {0, 0, 60, 40}},
-        {30, 80, {0, 0, 30, 80}},   {60, 80, {29, 39, 31, 41}},         {12, 40, {0, 0, 12, 40}},
+        {30, 40, {30, 0, 10, 40}}, {30, 40, {10, 10, 10, -4}}, {30, 40, {nMost, 0, nMost, nMost}},
+        {30, 80, {0, 0, 30, 80}},  {60, 80, {29, 39, 31, 41}}, {12, 40, {0, 0, 12, 40}},
     };
     for (const auto& rCase : aCases) {
         context.m_nRows = rCase.nRows;

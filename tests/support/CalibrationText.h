@@ -107,12 +107,6 @@ public:
         return *this;
     }
 
-    CalibrationText& remove(const std::string& rKey)
-    {
-        std::erase_if(settings, [&](auto& r) { return r.first == rKey; });
-        return *this;
-    }
-
     [[nodiscard]] std::string text() const
     {
         std::ostringstream out;

@@ -72,8 +72,6 @@ public:
         return input;
     }
 
-    [[nodiscard]] const std::uint8_t* right() const { return m_planes[0].data(); }
-
 private:
     int m_nRows;
     int m_nCols;
