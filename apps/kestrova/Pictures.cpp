@@ -121,13 +121,13 @@ cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, 
 // Two images on one sheet, the second beside or below the first, and lines along which they must agree.
 static cv::Mat3b sheetOfTwo(const cv::Mat1b& rFirst, const char* pszFirst, const cv::Mat1b& rRight, bool bBelow)
 {
-    if (rLeft.cols < 240) { // the titles need room
-        const int nFactor = (240 + rLeft.cols - 1) / rLeft.cols;
-        cv::Mat1b left;
+    if (rFirst.cols < 240) { // the titles need room
+        const int nFactor = (240 + rFirst.cols - 1) / rFirst.cols;
+        cv::Mat1b first;
         cv::Mat1b right;
-        cv::resize(rLeft, left, {}, nFactor, nFactor, cv::INTER_NEAREST);
+        cv::resize(rFirst, first, {}, nFactor, nFactor, cv::INTER_NEAREST);
         cv::resize(rRight, right, {}, nFactor, nFactor, cv::INTER_NEAREST);
-        return sideBySide(left, right);
+        return sheetOfTwo(first, pszFirst, right, bBelow);
     }
     constexpr int nTitle = 26;
     constexpr int nGap = 6;
