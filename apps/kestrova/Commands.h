@@ -11,7 +11,7 @@ void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
 
-/// One option of a command for one setting of the library.
-CLI::Option* addSetting(CLI::App& rCommand, const Setting& rSetting, SettingWishes& rWishes);
+/// One option of the command for each row of the table of settings.
+void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
 
 } // namespace kestrova::app

@@ -14,7 +14,8 @@ struct FurrowCurve
     std::array<double, sk_nBins> m_adError{}; // mean of measured less true disparity, by the fraction of the true one
     std::array<long, sk_nBins> m_anPixels{};
 
-    double amplitude() const; // largest less smallest mean
+    double amplitude() const; // of the part that repeats once a pixel: the curve's first harmonic
+    double halfRange() const; // half of largest less smallest mean, chance in the bins included
 };
 
 struct FurrowComparison

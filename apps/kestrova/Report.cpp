@@ -88,26 +88,33 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
     return text;
 }
 
-std::string compareWithPair(const StereoResult& rL, const StereoResult& rPair, const SceneTruth& rTruthOfL,
+std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth& rTruthOfL,
                             const SceneTruth& rTruthOfPair)
 {
-    const double dScale = rL.m_optics.m_fFocal * rL.m_optics.m_fBaseline;
-    std::string text =
-        "\nThree cameras against the pair of two of them, the same frames, window and settings\n"
-        "  textured surfaces                        pixels   valid   correct   mean error of the correct\n"
-        "                                                        %  % of all     pixels\n";
-    const auto row = [&](const char* pszName, const StereoResult& rResult, const SceneTruth& rTruth) {
-        const Accuracy found = measureAccuracy(rResult.m_map16, rTruth, {Sight::Textured}, dScale);
-        text += line("  %-38s %8ld %7.1f %9.1f %10.3f\n", pszName, found.m_nPixels, found.validShare(),
-                     found.correctShare(), found.meanPixels());
-        return found.correctShare();
-    };
-    const double dCorrectOfPair = row("seen by all three: pair", rPair, rTruthOfL);
-    const double dCorrectOfL = row("seen by all three: L", rL, rTruthOfL);
-    row("seen by right and left: pair", rPair, rTruthOfPair);
-    row("seen by right and left: L", rL, rTruthOfPair);
-    return text + line("  correct where all three see: L %.1f %%, pair %.1f %%   L higher   %s\n", dCorrectOfL,
-                       dCorrectOfPair, dCorrectOfL > dCorrectOfPair ? "met" : "NOT MET");
+    std::string text = "\nThree cameras against the pair of two of them: the same frames and window\n"
+                       "                                                pixels   valid  correct  mean error of these\n"
+                       "                                                            %        %  pixels\n";
+    for (const PairAndL& rRun : rRuns) {
+        const double dScale = rRun.m_l.m_optics.m_fFocal * rRun.m_l.m_optics.m_fBaseline;
+        text += " " + rRun.m_name + "\n";
+        const auto rows = [&](const char* pszWhere, const SceneTruth& rTruth, Sight eSight) {
+            std::array<double, 2> adCorrect{};
+            for (const bool bL : {false, true}) {
+                const DisparityMap& rMap = bL ? rRun.m_l.m_map16 : rRun.m_pair.m_map16;
+                const Accuracy found = measureAccuracy(rMap, rTruth, {eSight}, dScale);
+                text += line("  %-34s %-5s %11ld %7.1f %8.1f %8.3f\n", pszWhere, bL ? "L" : "pair", found.m_nPixels,
+                             found.validShare(), found.correctShare(), found.meanPixels());
+                adCorrect[bL] = found.correctShare();
+            }
+            return adCorrect;
+        };
+        const auto [dPair, dL] = rows("textured, seen by all three", rTruthOfL, Sight::Textured);
+        text +=
+            line("    correct: L %.1f %%, pair %.1f %%   L higher   %s\n", dL, dPair, dL > dPair ? "met" : "NOT MET");
+        rows("repeated pattern, seen by all three", rTruthOfL, Sight::Repeated);
+        rows("textured, seen by right and left", rTruthOfPair, Sight::Textured);
+    }
+    return text;
 }
 
 // ---- of any frame ----

@@ -35,9 +35,15 @@ Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, con
 
 std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth);
 
-/// An L beside the pair of its right and left camera, on the same frames with the same settings. Both truths are of the
-/// same canvas; the first holds what all three cameras see, the second what the pair sees.
-std::string compareWithPair(const StereoResult& rL, const StereoResult& rPair, const SceneTruth& rTruthOfL,
+/// An L, and the pair of its right and left camera, on the same frames with the same settings.
+struct PairAndL
+{
+    std::string m_name;
+    StereoResult m_pair, m_l;
+};
+
+/// Both truths are of the same canvas; the first holds what all three cameras see, the second what the pair sees.
+std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth& rTruthOfL,
                             const SceneTruth& rTruthOfPair);
 
 std::string summary(const StereoResult& rResult);

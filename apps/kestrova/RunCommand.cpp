@@ -184,24 +184,25 @@ static void run(const RunOptions& rOptions)
     std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_out.c_str());
 }
 
-CLI::Option* addSetting(CLI::App& rCommand, const Setting& rSetting, SettingWishes& rWishes)
+static const char* const sk_pszSettings = "Settings of the library (the calibration has the rest)";
+
+void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
 {
-    std::string type;
-    for (const std::string& rWord : wordsOf(rSetting.m_eKind))
-        type += (type.empty() ? "" : "|") + rWord;
-    return rCommand
-        .add_option_function<std::string>(
-            std::string("--") + rSetting.m_pszName,
-            [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) { rWishes.m_values[pszName] = rValue; },
-            rSetting.m_pszHelp)
-        ->type_name(type.empty() ? "N" : type);
+    for (const Setting& rSetting : allSettings()) {
+        std::string type;
+        for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+            type += (type.empty() ? "" : "|") + rWord;
+        const auto note = [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) {
+            rWishes.m_values[pszName] = rValue;
+        };
+        rCommand.add_option_function<std::string>(std::string("--") + rSetting.m_pszName, note, rSetting.m_pszHelp)
+            ->type_name(type.empty() ? "N" : type)
+            ->group(sk_pszSettings);
+    }
 }
 
-static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
+static void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes)
 {
-    const char* pszGroup = "Settings of the library (the calibration has the rest)";
-    for (const Setting& rSetting : allSettings())
-        addSetting(rCommand, rSetting, rWishes)->group(pszGroup);
     rCommand
         .add_option("--disparity", rWishes.m_anDisparity,
                     "range to search in pixels: 0 <= MIN < MAX <= 1024, at most 240 apart (default: as the "
@@ -209,25 +210,27 @@ static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX")
-        ->group(pszGroup);
+        ->group(sk_pszSettings);
     rCommand
         .add_option("--mapping-range", rWishes.m_anMapping,
                     "bytes of --disparity-mapping: 0 <= MIN < MAX <= 255 (default 0 32)")
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX")
-        ->group(pszGroup);
+        ->group(sk_pszSettings);
     rCommand
         .add_option(
             "--region", rWishes.m_regions,
             "match only here; may be given up to 100 times; tall ones take --threads 1 or 2, since bands that a "
             "region covers from above to below leave it out")
         ->type_name("ROW COL ROWS COLS")
-        ->group(pszGroup);
+        ->group(sk_pszSettings);
     rCommand.add_option("--resolution", rWishes.m_resolution, "size of the rectified images, 4 by 3, such as 320x240")
         ->type_name("WxH")
-        ->group(pszGroup);
-    rCommand.add_option("--threads", rWishes.m_threads, "worker threads: 1 to 255")->type_name("N")->group(pszGroup);
+        ->group(sk_pszSettings);
+    rCommand.add_option("--threads", rWishes.m_threads, "worker threads: 1 to 255")
+        ->type_name("N")
+        ->group(sk_pszSettings);
 }
 
 void addRunCommand(CLI::App& rProgram)
@@ -262,6 +265,7 @@ void addRunCommand(CLI::App& rProgram)
     pCommand->add_option("--compare-uniqueness", r.m_adUniqueness,
                          "with --truth: further rows with these uniqueness thresholds");
     addSettings(*pCommand, r.m_settings);
+    addFrameSettings(*pCommand, r.m_settings);
     pCommand->callback([pOptions] { run(*pOptions); });
 }
 

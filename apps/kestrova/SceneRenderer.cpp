@@ -15,27 +15,33 @@ static Points raysOfRow(const CameraModel& rCamera, int nRow, int nSamples)
     return raysOfPixels(rCamera, pixels);
 }
 
-cv::Mat1b renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
-                    int nSamples)
+RawFrame renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
+                   int nSamples)
 {
-    cv::Mat1b image(rCamera.m_size);
+    RawFrame frame{cv::Mat1b(rCamera.m_size), cv::Mat3b(rCamera.m_size)};
     const int nPerPixel = nSamples * nSamples;
-    cv::parallel_for_(cv::Range(0, image.rows), [&](const cv::Range& rRows) {
+    cv::parallel_for_(cv::Range(0, frame.m_grey.rows), [&](const cv::Range& rRows) {
         for (int nRow = rRows.start; nRow < rRows.end; ++nRow) {
             cv::RNG noise(rSensor.m_uSeed * 1000003ull + static_cast<std::uint64_t>(nRow) +
                           1); // the same in any order of rows
             const Points rays = raysOfRow(rCamera, nRow, nSamples);
             auto ray = rays.begin();
-            for (int nCol = 0; nCol < image.cols; ++nCol) {
+            for (int nCol = 0; nCol < frame.m_grey.cols; ++nCol) {
                 double dSum = 0.0;
-                for (int i = 0; i < nPerPixel; ++i, ++ray)
-                    dSum += rScene.trace(rPose.m_centre, rPose.m_rotation * cv::Vec3d(ray->x, ray->y, 1.0)).m_dGrey;
-                const double dGrey = dSum / nPerPixel * rSensor.m_dGain + noise.gaussian(rSensor.m_dNoise);
-                image(nRow, nCol) = cv::saturate_cast<unsigned char>(dGrey);
+                cv::Vec3d sum;
+                for (int i = 0; i < nPerPixel; ++i, ++ray) {
+                    const Hit hit = rScene.trace(rPose.m_centre, rPose.m_rotation * cv::Vec3d(ray->x, ray->y, 1.0));
+                    dSum += hit.m_dGrey;
+                    sum += hit.m_dGrey * hit.m_tint;
+                }
+                const double dShare = rSensor.m_dGain / nPerPixel;
+                const double dNoise = noise.gaussian(rSensor.m_dNoise);
+                frame.m_grey(nRow, nCol) = cv::saturate_cast<unsigned char>(dSum * dShare + dNoise);
+                frame.m_colour(nRow, nCol) = sum * dShare + cv::Vec3d::all(dNoise);
             }
         }
     });
-    return image;
+    return frame;
 }
 
 static bool isInFrame(const cv::Point2d& rPixel, cv::Size size)
@@ -90,10 +96,17 @@ static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet&
         rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(sightOf(hit.m_eMaterial));
         rTruth.m_floor(nRow, nCol) = hit.m_nSurface == sk_nFloor ? 255 : 0;
     }
+    // A match outside the rectified image is out of any matcher's reach.
+    const auto isInCanvas = [&](KestrovaCamera eCamera, int nCol) {
+        const double dShift = eCamera == KestrovaCamRight ? 0.0 : rTruth.m_disparity(nRow, nCol);
+        return isInFrame(eCamera == KestrovaCamTop ? cv::Point2d(nCol, nRow + dShift)
+                                                   : cv::Point2d(nCol + dShift, nRow),
+                         rPlan.m_canvas);
+    };
     for (const auto& [eCamera, rCamera] : rSet) {
         const std::vector<bool> seen = seenBy(rCamera, rScene, points);
         for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol)
-            if (!seen[static_cast<std::size_t>(nCol)])
+            if (!seen[static_cast<std::size_t>(nCol)] || !isInCanvas(eCamera, nCol))
                 rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(Sight::NotByAll);
     }
 }

@@ -20,9 +20,15 @@ struct Pose
     cv::Matx33d m_rotation = cv::Matx33d::eye();
 };
 
+struct RawFrame
+{
+    cv::Mat1b m_grey;
+    cv::Mat3b m_colour; // blue, green, red: the grey frame in the colours of the surfaces
+};
+
 /// nSamples by nSamples rays a pixel, spread evenly over the pixel.
-cv::Mat1b renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
-                    int nSamples = 4);
+RawFrame renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
+                   int nSamples = 4);
 
 /// What is true at each pixel of the right rectified image.
 enum class Sight : unsigned char

@@ -110,12 +110,6 @@ const std::vector<Setting>& allSettings()
     return s_settings;
 }
 
-const Setting& settingOf(const std::string& rName)
-{
-    const auto& rAll = allSettings();
-    return *std::find_if(rAll.begin(), rAll.end(), [&](const Setting& rEach) { return rName == rEach.m_pszName; });
-}
-
 const std::vector<std::string>& wordsOf(SettingKind eKind)
 {
     static const std::vector<std::string> s_switch{"off", "on"};

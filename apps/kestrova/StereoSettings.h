@@ -32,7 +32,6 @@ struct Setting
 };
 
 const std::vector<Setting>& allSettings();
-const Setting& settingOf(const std::string& rName);
 
 /// The values of a setting that takes words, the first standing for 0; none for numbers.
 const std::vector<std::string>& wordsOf(SettingKind eKind);
