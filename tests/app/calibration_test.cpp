@@ -72,6 +72,7 @@ TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
         {"Gain 1.25", "Gain", "camera 1: GAIN"},
         {"IWarp 6 7", "IWarp 6 9", "camera 1: WARP, IWARP"},
         {"Position -1 0 0", "Position nan 0 0", "camera 1: POSITION"},
+        {"Channel GREEN", "Channel MAUVE", "camera 1: CHANNEL"},
         {"NumberKnots 16", "NumberKnots 15", "warp 0: NUMBERKNOTS"},
         {"KnotsY 0 0 0 0", "KnotsY 0 0 0", "warp 0: KNOTSY"},
         {"\nCoefs", "\nCoefs x", "warp 0: COEFS"},
