@@ -26,7 +26,7 @@ struct Calibration : testing::Test
         return m_folder / "c.txt";
     }
     const TempFolder m_folder;
-    const Room m_room;
+    const Room m_room{};
     const CalibrationDescription m_description = m_room.description();
     const std::string m_good = calibrationText(m_description);
 };
@@ -119,7 +119,7 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
         EXPECT_THAT(complaint([&] { applySettings(context, rWishes); }), testing::StartsWith("--" + rOption + ":"));
     };
     const std::pair<const char*, const char*> aBad[] = {
-        {"stereo-mask", "8"},       {"stereo-mask", "7.5"},         {"stereo-mask", "1e30"}, {"stereo-mask", ""},
+        {"stereo-mask", "8"},       {"stereo-mask", "7.5"},         {"stereo-mask", "1e30"}, {"texture-mapping", ""},
         {"lowpass", "2"},           {"rectification", "best"},      {"quality", "1"},        {"surface-size", "-1"},
         {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
     for (const auto& [pszName, pszValue] : aBad)
