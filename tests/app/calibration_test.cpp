@@ -52,9 +52,9 @@ TEST_F(Calibration, LoadsThroughTheLibraryWithTheSameNumbers)
         EXPECT_LT(cv::norm(raw - expected - cv::Point2d(0, dY)), 1e-9);
         EXPECT_EQ(pCamera->m_dGain, rCamera.m_dGain);
     };
-    expectRaw(session.outline().camera({0, 0, 0}), m_description.m_right, 0, 0);
-    expectRaw(session.outline().camera({-1, 0, 0}), m_description.m_left, 0, 0);
-    expectRaw(moved.camera({0, 0, 0}), m_description.m_right, 40, 60);
+    expectRaw(session.outline().camera({0, 0, 0}), m_description.m_cameras.at(KestrovaCamRight), 0, 0);
+    expectRaw(session.outline().camera({-1, 0, 0}), m_description.m_cameras.at(KestrovaCamLeft), 0, 0);
+    expectRaw(moved.camera({0, 0, 0}), m_description.m_cameras.at(KestrovaCamRight), 40, 60);
 }
 
 TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
@@ -72,12 +72,13 @@ TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
         {"Gain 1.25", "Gain", "camera 1: GAIN"},
         {"IWarp 6 7", "IWarp 6 9", "camera 1: WARP, IWARP"},
         {"Position -1 0 0", "Position nan 0 0", "camera 1: POSITION"},
+        {"Channel GREEN", "Channel MAUVE", "camera 1: CHANNEL"},
         {"NumberKnots 16", "NumberKnots 15", "warp 0: NUMBERKNOTS"},
         {"KnotsY 0 0 0 0", "KnotsY 0 0 0", "warp 0: KNOTSY"},
         {"\nCoefs", "\nCoefs x", "warp 0: COEFS"},
         {"GREEN\nEndCamera", "GREEN", "BEGINCAMERA"}};
     const auto load = [&](const std::string& rText) {
-        return complaint([&] { StereoSession(write(rText)).useHorizontalPair(); });
+        return complaint([&] { StereoSession(write(rText)).useCameras(KestrovaCfg2CameraHorizontal); });
     };
     ASSERT_EQ(load(m_good), "");
     for (const auto& [pszFrom, pszTo, pszKey] : aCases) {
@@ -95,16 +96,19 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
     const StereoSession session(write(m_good));
     const KestrovaContext context = session.handle();
     SettingWishes wishes;
-    wishes.m_values = {
-        {"stereo-mask", "11"}, {"uniqueness-threshold", "0.75"}, {"lowpass", "off"}, {"texture-mapping", "200"}};
+    wishes.m_values = {{"stereo-mask", "11"},      {"uniqueness-threshold", "0.75"}, {"lowpass", "off"},
+                       {"texture-mapping", "200"}, {"quality", "enhanced"},          {"rectification", "enhanced2"},
+                       {"surface-size", "300"},    {"surface-difference", "0.5"}};
     wishes.m_anDisparity = {4, 40};
     wishes.m_regions = {{10, 20, 30, 40}};
     wishes.m_threads = 3;
     applySettings(context, wishes);
     EXPECT_THAT(describeSettings(context),
-                testing::AllOf(testing::ContainsRegex("stereo-mask +11\n"),
-                               testing::ContainsRegex("uniqueness-threshold +0.75\n"),
-                               testing::ContainsRegex("lowpass +off\n"), testing::ContainsRegex("disparity +4 to 40")));
+                testing::AllOf(
+                    testing::ContainsRegex("stereo-mask +11\n"), testing::ContainsRegex("uniqueness-threshold +0.75\n"),
+                    testing::ContainsRegex("lowpass +off\n"), testing::ContainsRegex(" quality +enhanced\n"),
+                    testing::ContainsRegex("rectification +enhanced2\n"), testing::ContainsRegex("surface-size +300\n"),
+                    testing::ContainsRegex("surface-difference +0.5\n"), testing::ContainsRegex("disparity +4 to 40")));
     int nThreads = 0;
     kestrovaGetMaxThreadCount(context, &nThreads);
     EXPECT_EQ(nThreads, 3);
@@ -115,8 +119,9 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
         EXPECT_THAT(complaint([&] { applySettings(context, rWishes); }), testing::StartsWith("--" + rOption + ":"));
     };
     const std::pair<const char*, const char*> aBad[] = {
-        {"stereo-mask", "8"}, {"stereo-mask", "7.5"},   {"stereo-mask", "1e30"},    {"texture-mapping", ""},
-        {"lowpass", "2"},     {"rectify-quality", "4"}, {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
+        {"stereo-mask", "8"},       {"stereo-mask", "7.5"},         {"stereo-mask", "1e30"}, {"texture-mapping", ""},
+        {"lowpass", "2"},           {"rectification", "best"},      {"quality", "1"},        {"surface-size", "-1"},
+        {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
     for (const auto& [pszName, pszValue] : aBad)
         refused({{{pszName, pszValue}}, {}, {}, {}, {}, {}}, pszName);
     for (const std::vector<int>& rRange : {std::vector{5, 5}, {-1, 9}, {0, 241}, {0, 310}})

@@ -43,24 +43,30 @@ inline std::array<cv::Mat1f, 2> mapsByOpenCv(const CameraModel& rCamera, const c
 // The cameras of the demo at half the usual size.
 struct Room
 {
-    static constexpr double sk_dLeftGain = 0.8;
-    cv::Size m_size{320, 240};
-    CameraPair m_pair = exampleCameraPair(m_size);
-    RectificationPlan m_plan = planRectification(m_pair, m_size, 0.3);
+    explicit Room(KestrovaCameraConfiguration eConfiguration = KestrovaCfg2CameraHorizontal)
+        : m_set(exampleCameraSet(m_size, eConfiguration)), m_plan(planRectification(m_set, m_size, 0.3))
+    {}
+
+    static double gainOf(KestrovaCamera eCamera) { return eCamera == KestrovaCamRight ? 1.0 : 0.8; }
 
     CalibrationDescription description() const
     {
-        CalibrationDescription description = identityCalibration(m_size, m_plan.m_dFocal, m_plan.m_dBaseline);
+        CalibrationDescription description =
+            identityCalibration(m_size, m_plan.m_dFocal, m_plan.m_dBaseline, configurationOf(m_set));
         description.m_centre = m_plan.m_centre;
         description.m_bRectify = true;
         description.m_nSerialNumber = 1234567;
         description.m_nMaxDisparity = 32;
-        const CameraMaps right = fitCameraMaps(m_pair.m_right, m_plan.m_rightRotation, m_plan, 12);
-        const CameraMaps left = fitCameraMaps(m_pair.m_left, m_plan.m_leftRotation, m_plan, 12);
-        description.m_right = {right.m_rawFromRectified, right.m_rectifiedFromRaw, 1.0};
-        description.m_left = {left.m_rawFromRectified, left.m_rectifiedFromRaw, 1.0 / sk_dLeftGain};
+        for (const auto& [eCamera, rCamera] : m_set) {
+            const CameraMaps maps = fitCameraMaps(rCamera.m_model, m_plan.m_rotations.at(eCamera), m_plan, 12);
+            description.m_cameras[eCamera] = {maps.m_rawFromRectified, maps.m_rectifiedFromRaw, 1 / gainOf(eCamera)};
+        }
         return description;
     }
+
+    cv::Size m_size{320, 240};
+    CameraSet m_set;
+    RectificationPlan m_plan;
 };
 
 } // namespace kestrova::app

@@ -32,12 +32,14 @@ TEST(SplineFit, FollowsLensesBothWaysAndTellsWhenItDoesNot)
         {{800, 450}, {320, 240}, {-.2, .06, 0, 0}, 0.0},
         {{320, 240}, {640, 480}, {}, 1.0}};
     for (const auto& [raw, canvas, adDistortion, dAlpha] : aLenses) {
-        CameraPair pair = exampleCameraPair(raw);
-        pair.m_right.m_adDistortion = adDistortion;
+        CameraSet pair = exampleCameraSet(raw);
+        CameraModel& rRight = pair.at(KestrovaCamRight).m_model;
+        rRight.m_adDistortion = adDistortion;
         const RectificationPlan plan = planRectification(pair, canvas, dAlpha);
-        const CameraMaps maps = fitCameraMaps(pair.m_right, plan.m_rightRotation, plan);
+        const cv::Matx33d& rRotation = plan.m_rotations.at(KestrovaCamRight);
+        const CameraMaps maps = fitCameraMaps(rRight, rRotation, plan);
         EXPECT_LT(maps.largestError(), 0.05) << raw;
-        const auto expected = mapsByOpenCv(pair.m_right, plan.m_rightRotation, plan);
+        const auto expected = mapsByOpenCv(rRight, rRotation, plan);
         for (int nRow = 40; nRow < 200; nRow += 37)
             for (int nCol = 40; nCol < 280; nCol += 37) {
                 const cv::Point2d at(nCol, nRow);
@@ -47,30 +49,62 @@ TEST(SplineFit, FollowsLensesBothWaysAndTellsWhenItDoesNot)
             }
     }
     const Room room; // one cubic cannot follow its lens
-    const CameraMaps bad = fitCameraMaps(room.m_pair.m_left, room.m_plan.m_leftRotation, room.m_plan, 4);
+    const CameraMaps bad = fitCameraMaps(room.m_set.at(KestrovaCamLeft).m_model,
+                                         room.m_plan.m_rotations.at(KestrovaCamLeft), room.m_plan, 4);
     for (double dError : {bad.m_dForwardError, bad.m_dInverseError, bad.m_dRoundTripError})
         EXPECT_GT(dError, 0.05);
 }
 
-TEST(RectificationPlan, PutsAPointIntoOneRowWithItsDisparityToTheRightInTheLeftImage)
+static const auto sk_sets =
+    testing::Values(KestrovaCfg2CameraHorizontal, KestrovaCfg2CameraVertical, KestrovaCfg3CameraL);
+
+struct Sets : testing::TestWithParam<KestrovaCameraConfiguration>
 {
-    Room room;
-    CameraPair& rPair = room.m_pair;
+};
+INSTANTIATE_TEST_SUITE_P(AllCameras, Sets, sk_sets);
+
+// Where a point at a depth moves from the right image to another one.
+static cv::Point2d shiftTo(KestrovaCamera eCamera, double dDisparity)
+{
+    return eCamera == KestrovaCamRight ? cv::Point2d()
+           : eCamera == KestrovaCamTop ? cv::Point2d(0, dDisparity)
+                                       : cv::Point2d(dDisparity, 0);
+}
+
+TEST_P(Sets, PlanPutsAPointAtItsDisparityToTheRightInTheLeftImageAndBelowInTheTopOne)
+{
+    const Room room(GetParam());
     const RectificationPlan& rPlan = room.m_plan;
-    EXPECT_NEAR(rPlan.m_dBaseline, cv::norm(rPair.m_T), 1e-9);
+    EXPECT_NEAR(rPlan.m_dBaseline, cv::norm(room.m_set.rbegin()->second.m_T), 1e-9);
     for (const cv::Vec3d& rPoint : {cv::Vec3d(0.1, -0.2, 1.5), cv::Vec3d(-0.8, 0.5, 2.5), cv::Vec3d(1.0, 0.3, 6.0)}) {
-        const auto rectified = [&](const CameraModel& rCamera, const cv::Matx33d& rRotation, const cv::Vec3d& rSeen) {
-            const Points raw = projectRays(rCamera, {{rSeen[0] / rSeen[2], rSeen[1] / rSeen[2]}});
-            return rectifiedFromRaw(rCamera, rRotation, rPlan, raw).front();
-        };
-        const cv::Point2d right = rectified(rPair.m_right, rPlan.m_rightRotation, rPoint);
-        const cv::Point2d left = rectified(rPair.m_left, rPlan.m_leftRotation, rPair.m_R.t() * (rPoint - rPair.m_T));
-        const double dDepth = (rPlan.m_rightRotation * rPoint)[2];
-        EXPECT_LT(cv::norm(left - right - cv::Point2d(rPlan.m_dFocal * rPlan.m_dBaseline / dDepth, 0)), 1e-6) << rPoint;
+        PerCamera<cv::Point2d> places;
+        for (const auto& [eCamera, rCamera] : room.m_set) {
+            const cv::Vec3d seen = rCamera.m_R.t() * (rPoint - rCamera.m_T);
+            const Points raw = projectRays(rCamera.m_model, {{seen[0] / seen[2], seen[1] / seen[2]}});
+            places[eCamera] = rectifiedFromRaw(rCamera.m_model, rPlan.m_rotations.at(eCamera), rPlan, raw).front();
+        }
+        const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPoint)[2];
+        for (const auto& [eCamera, rAt] : places)
+            EXPECT_LT(cv::norm(rAt - places[KestrovaCamRight] -
+                               shiftTo(eCamera, rPlan.m_dFocal * rPlan.m_dBaseline / dDepth)),
+                      1e-4) // the top camera of an L by its mounting, within the tolerance of its angle
+                << rPoint << cameraName(eCamera);
     }
-    for (const cv::Vec3d& rT : {cv::Vec3d(0.12, 0, 0), cv::Vec3d(0, -0.12, 0)}) { // exchanged, one above the other
-        rPair.m_T = rT;
-        EXPECT_THROW(planRectification(rPair, room.m_size, 0.0), AppError) << rT;
+}
+
+TEST(RectificationPlan, RefusesCamerasThatDoNotStandWhereTheirNamesSay)
+{
+    const std::tuple<KestrovaCameraConfiguration, KestrovaCamera, cv::Vec3d> aBad[] = {
+        {KestrovaCfg2CameraHorizontal, KestrovaCamLeft, {0.12, 0, 0}},
+        {KestrovaCfg2CameraHorizontal, KestrovaCamLeft, {0, -0.12, 0}},
+        {KestrovaCfg2CameraVertical, KestrovaCamTop, {0, 0.12, 0}},
+        {KestrovaCfg3CameraL, KestrovaCamTop, {0, 0.12, 0}},
+        {KestrovaCfg3CameraL, KestrovaCamTop, {0.01, -0.12, 0}},
+        {KestrovaCfg3CameraL, KestrovaCamTop, {0, -0.13, 0}}};
+    for (const auto& [eConfiguration, eCamera, T] : aBad) {
+        Room room(eConfiguration);
+        room.m_set.at(eCamera).m_T = T;
+        EXPECT_THROW(planRectification(room.m_set, room.m_size, 0.0), AppError) << eConfiguration << T;
     }
 }
 
@@ -107,53 +141,74 @@ TEST(RowAgreement, MeasuresAKnownShiftAndShunsRepeatedPatterns)
     EXPECT_EQ(measureRows(repeated, repeated, {0, 30, 14}, {}).m_nPoints, 0);
 }
 
-TEST(WholeRoad, DefaultsReachTheirFiguresOnTheRoom)
+TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
 {
-    const Room room;
+    const Room room(GetParam());
     const RectificationPlan& rPlan = room.m_plan;
     const TempFolder folder;
     const Scene scene = demoRoom(2, rPlan.m_dFocal);
-    const SceneTruth truth = truthOf(scene, room.m_pair, rPlan);
-    const auto& [rightCamera, leftCamera, rotation, place] = room.m_pair;
-    const cv::Mat1b rawRight = renderRaw(scene, rightCamera, {}, {1.0, 1.2, 4});
-    const cv::Mat1b rawLeft = renderRaw(scene, leftCamera, {place, rotation}, {Room::sk_dLeftGain, 1.2, 5});
+    const SceneTruth truth = truthOf(scene, room.m_set, rPlan);
+    Frames frames;
+    std::uint32_t uSeed = 4;
+    for (const auto& [eCamera, rCamera] : room.m_set) {
+        const RawFrame raw =
+            renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {Room::gainOf(eCamera), 1.2, uSeed++});
+        frames.m_grey[eCamera] = raw.m_grey;
+        if (eCamera == KestrovaCamRight)
+            frames.m_colour = raw.m_colour;
+    }
     writeText(folder / "c.txt", calibrationText(room.description()));
     StereoSession session(folder / "c.txt");
-    const StereoResult result = runStereo(session, rawRight, rawLeft, {});
+    const StereoResult result = runStereo(session, frames, {});
+    const cv::Mat1b& rRight = result.m_rectified.at(KestrovaCamRight);
 
     // The library rectifies as OpenCV does, gain aside, and the region ends where the raw frame does.
-    const auto compare = [&](KestrovaCamera eCamera, const cv::Mat& rRaw, const cv::Mat& rOurs, double dGain,
-                             const std::array<cv::Mat1f, 2>& rMaps) {
+    for (const auto& [eCamera, rCamera] : room.m_set) {
+        const auto maps = mapsByOpenCv(rCamera.m_model, rPlan.m_rotations.at(eCamera), rPlan);
         cv::Mat theirs;
-        cv::remap(rRaw, theirs, rMaps[0], rMaps[1], cv::INTER_LINEAR);
+        cv::remap(frames.m_grey.at(eCamera), theirs, maps[0], maps[1], cv::INTER_LINEAR);
         const cv::Mat1b inside = session.region(eCamera, room.m_size);
-        const cv::Mat expected = (rMaps[0] >= 0) & (rMaps[0] <= 319) & (rMaps[1] >= 0) & (rMaps[1] <= 239);
+        const cv::Mat expected = (maps[0] >= 0) & (maps[0] <= 319) & (maps[1] >= 0) & (maps[1] <= 239);
         EXPECT_LT(cv::countNonZero(inside != expected), 20);
-        EXPECT_LT(cv::norm(rOurs, theirs * dGain, cv::NORM_L1, inside) / cv::countNonZero(inside), 1.0);
-    };
-    compare(KestrovaCamRight, rawRight, result.m_rectifiedRight, 1.0,
-            mapsByOpenCv(rightCamera, rPlan.m_rightRotation, rPlan));
-    compare(KestrovaCamLeft, rawLeft, result.m_rectifiedLeft, 1 / Room::sk_dLeftGain,
-            mapsByOpenCv(leftCamera, rPlan.m_leftRotation, rPlan));
+        EXPECT_LT(cv::norm(result.m_rectified.at(eCamera), theirs / Room::gainOf(eCamera), cv::NORM_L1, inside) /
+                      cv::countNonZero(inside),
+                  1.0);
+    }
 
-    // The truth joins the same greys of both images, and nothing that a nearer surface hides from the left camera.
-    cv::Mat1f columns = truth.m_disparity.clone();
-    cv::Mat1f rows(room.m_size);
-    columns.forEach([](float& rfColumn, const int* pnAt) { rfColumn += static_cast<float>(pnAt[1]); });
-    rows.forEach([](float& rfRow, const int* pnAt) { rfRow = static_cast<float>(pnAt[0]); });
+    // Colours of the right camera lie on its grey image, and stay with the surfaces that have them.
+    cv::Mat grey;
+    cv::cvtColor(result.m_colour, grey, cv::COLOR_BGR2GRAY);
+    EXPECT_LT(cv::norm(grey, rRight, cv::NORM_L1) / static_cast<double>(grey.total()), 2.0);
+    const cv::Scalar floor = cv::mean(result.m_colour, truth.m_floor);
+    const cv::Scalar rest = cv::mean(result.m_colour, truth.m_floor == 0);
+    EXPECT_TRUE(floor[1] > 1.2 * floor[0] && floor[1] > 1.2 * floor[2] && rest[2] > rest[0]) << floor << rest;
+
+    // The truth joins the same greys of both images, and nothing that a nearer surface hides from another camera.
+    std::array<cv::Mat1f, 2> here{cv::Mat1f(room.m_size), cv::Mat1f(room.m_size)}; // column and row
+    for (std::size_t n : {0, 1})
+        here[n].forEach([n](float& rfAt, const int* pnAt) { rfAt = static_cast<float>(pnAt[1 - n]); });
     const cv::Mat seen = truth.m_sight == static_cast<int>(Sight::Textured);
-    const auto meanDifference = [&](const cv::Point2d& rShift) {
-        cv::Mat matches;
-        cv::remap(result.m_rectifiedLeft, matches, columns + rShift.x, rows + rShift.y, cv::INTER_CUBIC);
-        return cv::norm(matches, result.m_rectifiedRight, cv::NORM_L1, seen) / cv::countNonZero(seen);
-    };
-    for (const cv::Point2d& rShift : Points{{0.5, 0}, {-0.5, 0}, {0, 0.5}, {0, -0.5}})
-        EXPECT_GT(meanDifference(rShift), 1.4 * meanDifference({0, 0})) << rShift;
-    cv::Mat covering;
-    cv::remap(toLeftView(truth.m_disparity), covering, columns, rows, cv::INTER_NEAREST);
-    const cv::Mat hidden = (covering > truth.m_disparity + 4) | (columns > 335);
-    EXPECT_GT(cv::countNonZero(hidden), 1000);
-    EXPECT_LT(cv::countNonZero(hidden & (truth.m_sight != 0)), 30);
+    for (const auto& [eCamera, rImage] : result.m_rectified) {
+        if (eCamera == KestrovaCamRight)
+            continue;
+        const bool bTop = eCamera == KestrovaCamTop;
+        std::array<cv::Mat1f, 2> to{here[0].clone(), here[1].clone()};
+        to[bTop] += truth.m_disparity;
+        const auto meanDifference = [&](const cv::Point2d& rShift) {
+            cv::Mat matches;
+            cv::remap(rImage, matches, to[0] + rShift.x, to[1] + rShift.y, cv::INTER_CUBIC);
+            return cv::norm(matches, rRight, cv::NORM_L1, seen) / cv::countNonZero(seen);
+        };
+        for (const cv::Point2d& rShift : Points{{0.5, 0}, {-0.5, 0}, {0, 0.5}, {0, -0.5}})
+            EXPECT_GT(meanDifference(rShift), 1.4 * meanDifference({0, 0})) << rShift << cameraName(eCamera);
+        const cv::Mat1f turned = bTop ? cv::Mat1f(truth.m_disparity.t()) : truth.m_disparity;
+        const cv::Mat1f nearest = toLeftView(turned);
+        cv::Mat covering;
+        cv::remap(bTop ? cv::Mat1f(nearest.t()) : nearest, covering, to[0], to[1], cv::INTER_NEAREST);
+        const cv::Mat hidden = (covering > truth.m_disparity + 4) | (to[0] > 319.1) | (to[1] > 239.1);
+        EXPECT_GT(cv::countNonZero(hidden), 1000);
+        EXPECT_LT(cv::countNonZero(hidden & (truth.m_sight != 0)), 60);
+    }
 
     const double dScale = rPlan.m_dFocal * rPlan.m_dBaseline;
     const Accuracy accuracy = measureAccuracy(result.m_map16, truth, {Sight::Textured}, dScale);
@@ -164,9 +219,11 @@ TEST(WholeRoad, DefaultsReachTheirFiguresOnTheRoom)
     const Accuracy coarse = measureAccuracy(result.m_map8, truth, {Sight::Textured}, dScale);
     EXPECT_GE(coarse.within1Share(), 95.0);
     EXPECT_GT(coarse.meanPixels(), accuracy.meanPixels()) << "the fraction is worth something";
-    EXPECT_LT(result.m_rectifiedRows.m_dMeanRows, 0.2);
-    EXPECT_GT(result.m_rectifiedRows.m_nPoints, 50);
-    EXPECT_GT(result.m_rawRows.m_dMeanRows, 2.0) << "raw frames do not agree";
+    for (const auto& [eCamera, rRows] : result.m_rectifiedRows) {
+        EXPECT_LT(rRows.m_dMeanRows, 0.2) << cameraName(eCamera);
+        EXPECT_GT(rRows.m_nPoints, 50) << cameraName(eCamera);
+        EXPECT_GT(result.m_rawRows.at(eCamera).m_dMeanRows, 2.0) << "raw frames do not agree";
+    }
 
     // Repeated pixels outside the raw frame are not taken for surfaces, in either form of the result.
     const cv::Mat outside = session.region(KestrovaCamRight, room.m_size) == 0;
