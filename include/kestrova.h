@@ -235,31 +235,31 @@ typedef struct EdgeImageInfo
 /** What the comment of an image file can say of a disparity image: the settings under which it was made. */
 typedef struct DisparityImageInfo
 {
-    KestrovaRectImgQuality rectQuality;             /**< of the rectification */
-    bool edgeCorrelation;                           /**< edge images were correlated */
-    int32_t edgeMask;                               /**< side of the edge mask, with edgeCorrelation */
-    bool smoothing;                                 /**< lowpass before rectification */
-    KestrovaStereoQuality stereoQuality;            /**< one pass or two */
+    KestrovaRectImgQuality rectQuality;              /**< of the rectification */
+    bool edgeCorrelation;                            /**< edge images were correlated */
+    int32_t edgeMask;                                /**< side of the edge mask, with edgeCorrelation */
+    bool smoothing;                                  /**< lowpass before rectification */
+    KestrovaStereoQuality stereoQuality;             /**< one pass or two */
     KestrovaCameraConfiguration cameraConfiguration; /**< a wide pair reads as horizontal */
-    int32_t stereoMask;                             /**< side of the correlation window */
-    int32_t minDisparity;                           /**< of the searched range */
-    int32_t maxDisparity;                           /**< of the searched range */
-    int32_t disparityOffset;                        /**< to be added to every disparity of the image */
-    bool disparityMapping;                          /**< 8-bit disparities are on the scale of the next two */
-    int32_t minDisparityMapping;                    /**< with disparityMapping */
-    int32_t maxDisparityMapping;                    /**< with disparityMapping */
-    bool textureValidation;                         /**< on or off; the next two come with it */
-    double textureValidationThreshold;              /**< to one decimal, as all thresholds in files */
-    uint8_t textureValidationMapping;               /**< what rejected pixels show */
-    bool uniquenessValidation;                      /**< as for texture */
-    double uniquenessValidationThreshold;           /**< as for texture */
-    uint8_t uniquenessValidationMapping;            /**< as for texture */
-    bool backForthValidation;                       /**< on or off; the next one comes with it */
-    uint8_t backForthValidationMapping;             /**< what rejected pixels show */
-    bool surfaceValidation;                         /**< on or off; the next three come with it */
-    double surfaceValidationDiff;                   /**< largest step inside a surface */
-    int32_t surfaceValidationSize;                  /**< smallest surface, in pixels */
-    uint8_t surfaceValidationMapping;               /**< what rejected pixels show */
+    int32_t stereoMask;                              /**< side of the correlation window */
+    int32_t minDisparity;                            /**< of the searched range */
+    int32_t maxDisparity;                            /**< of the searched range */
+    int32_t disparityOffset;                         /**< to be added to every disparity of the image */
+    bool disparityMapping;                           /**< 8-bit disparities are on the scale of the next two */
+    int32_t minDisparityMapping;                     /**< with disparityMapping */
+    int32_t maxDisparityMapping;                     /**< with disparityMapping */
+    bool textureValidation;                          /**< on or off; the next two come with it */
+    double textureValidationThreshold;               /**< to one decimal, as all thresholds in files */
+    uint8_t textureValidationMapping;                /**< what rejected pixels show */
+    bool uniquenessValidation;                       /**< as for texture */
+    double uniquenessValidationThreshold;            /**< as for texture */
+    uint8_t uniquenessValidationMapping;             /**< as for texture */
+    bool backForthValidation;                        /**< on or off; the next one comes with it */
+    uint8_t backForthValidationMapping;              /**< what rejected pixels show */
+    bool surfaceValidation;                          /**< on or off; the next three come with it */
+    double surfaceValidationDiff;                    /**< largest step inside a surface */
+    int32_t surfaceValidationSize;                   /**< smallest surface, in pixels */
+    uint8_t surfaceValidationMapping;                /**< what rejected pixels show */
 } DisparityImageInfo;
 
 /** What the comment of an image file says of its image. */
@@ -275,7 +275,7 @@ typedef struct KestrovaImageInfo
         RectifiedImageInfo rectified; /**< of KestrovaImgRectified */
         EdgeImageInfo edge;           /**< of KestrovaImgEdge */
         DisparityImageInfo disparity; /**< of disparity in 8 or 16 bits; raw images have no parameters */
-    } parameters;          /**< chosen by the type */
+    } parameters;                     /**< chosen by the type */
 } KestrovaImageInfo;
 
 /* ---- version and errors ---------------------------------------------------------------------------------------- */

@@ -2,18 +2,11 @@
 #include "api/MultiContext.h"
 #include "calibration/write.h"
 #include "kestrova.h"
-
-#include <cstdio>
-#include <memory>
+#include "pgm/FilePtr.h"
 
 using namespace kestrova;
 
 namespace {
-
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
 
 /** write(context, stream) for every camera set of the handle, up to the first that has no text. */
 template<class Write>
@@ -22,7 +15,7 @@ KestrovaError writeSections(KestrovaContext context, const char* pszPath, Write 
     if (getActiveContext(context) == nullptr) {
         return KestrovaErrorInvalidContext;
     }
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(pszPath, "w"));
+    const FilePtr pFile(std::fopen(pszPath, "w"));
     if (pFile == nullptr) {
         return KestrovaErrorSystem;
     }

@@ -4,18 +4,11 @@
 #include "imageio/imageInfo.h"
 #include "imageio/pnmWrite.h"
 #include "kestrova.h"
-
-#include <cstdio>
-#include <memory>
+#include "pgm/FilePtr.h"
 
 using namespace kestrova;
 
 namespace {
-
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
 
 KestrovaError writeResult(bool bOpened)
 {
@@ -69,7 +62,7 @@ KestrovaError kestrovaSaveImage16(const KestrovaImage16* image, const char* path
 {
     // Its header differs from that of the form with a comment: no comment line, and a blank at the end. Readers of
     // these files count on it.
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(path, "wb"));
+    const FilePtr pFile(std::fopen(path, "wb"));
     if (pFile == nullptr) {
         return KestrovaErrorSystem;
     }

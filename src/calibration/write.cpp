@@ -44,8 +44,7 @@ bool stereoContextWriteDefaultToStream(const StereoContext* pContext, std::FILE*
 
 CalibrationWriter::CalibrationWriter(const StereoContext& rContext, std::FILE* pStream)
     : m_rContext(rContext), m_pStream(pStream)
-{
-}
+{}
 
 bool CalibrationWriter::saveToFile() const
 {

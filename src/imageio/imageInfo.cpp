@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace kestrova {
 
@@ -22,11 +23,15 @@ char* stripSpaces(char* psz)
 class Tokens
 {
 public:
-    explicit Tokens(char* pszText) : m_pszRest(pszText) {}
-    char* upTo(const char* pszDelimiters) { return strtok_r(nullptr, pszDelimiters, &m_pszRest); }
+    explicit Tokens(char* pszText) : m_pszText(pszText) {}
+    char* upTo(const char* pszDelimiters)
+    {
+        return strtok_r(std::exchange(m_pszText, nullptr), pszDelimiters, &m_pszRest);
+    }
 
 private:
-    char* m_pszRest;
+    char* m_pszText; // until the first token is cut off
+    char* m_pszRest = nullptr;
 };
 
 bool stringToBool(const char* psz)

@@ -1,5 +1,6 @@
 #include "imageio/pnmRead.h"
 
+#include "pgm/FilePtr.h"
 #include "pgm/pnmFile.h"
 
 #include <climits>
@@ -7,11 +8,6 @@
 namespace kestrova {
 
 namespace {
-
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
 
 void setPixel(const unsigned char* pSample, unsigned char& rPixel)
 {
@@ -27,7 +23,8 @@ void setPixel(const unsigned char* pSamples, Pixel8x4& rPixel)
 bool tooLarge(const PnmHeader& rHeader)
 {
     constexpr int sk_nSlack = 64;
-    return static_cast<std::int64_t>(rHeader.m_nRows) * (std::int64_t{rHeader.m_nCols} + sk_nSlack) > INT_MAX - sk_nSlack;
+    return static_cast<std::int64_t>(rHeader.m_nRows) * (std::int64_t{rHeader.m_nCols} + sk_nSlack) >
+           INT_MAX - sk_nSlack;
 }
 
 template<class T>
@@ -55,7 +52,7 @@ std::unique_ptr<Image<T>> load(std::FILE* pStream, const char* pszMagic, int nSa
 template<class T>
 std::unique_ptr<Image<T>> loadFile(const char* pszPath, std::unique_ptr<Image<T>> (*pfnLoad)(std::FILE*))
 {
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(pszPath, "rb"));
+    const FilePtr pFile(std::fopen(pszPath, "rb"));
     return pFile != nullptr ? pfnLoad(pFile.get()) : nullptr;
 }
 

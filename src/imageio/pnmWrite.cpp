@@ -1,5 +1,7 @@
 #include "imageio/pnmWrite.h"
 
+#include "pgm/FilePtr.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -8,16 +10,11 @@ namespace kestrova {
 
 namespace {
 
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
-
 /** write(stream) on the opened file. */
 template<class Write>
 bool toFile(const char* pszPath, Write write)
 {
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(pszPath, "wb"));
+    const FilePtr pFile(std::fopen(pszPath, "wb"));
     if (pFile == nullptr) {
         return false;
     }

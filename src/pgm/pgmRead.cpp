@@ -2,6 +2,7 @@
 // of their own.
 #include "kestrova_pgm.h"
 
+#include "pgm/FilePtr.h"
 #include "pgm/pnmFile.h"
 
 #include <cstring>
@@ -9,11 +10,6 @@
 using namespace kestrova;
 
 namespace {
-
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
 
 constexpr std::int32_t sk_nMax8 = 255;
 constexpr std::int32_t sk_nMax16 = 65535;
@@ -23,7 +19,7 @@ template<class Sample>
 bool readPgm(const char* pszPath, std::int32_t nAbove, std::int32_t nMax, char* pszComment, int* pnRows, int* pnCols,
              Sample** ppPixels)
 {
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(pszPath, "rb"));
+    const FilePtr pFile(std::fopen(pszPath, "rb"));
     PnmHeader header;
     PnmComment comment;
     if (pFile == nullptr || !readPnmHeader(pFile.get(), "P5", &header, &comment) || comment.text() == nullptr ||
