@@ -115,7 +115,7 @@ TEST(CalibrationWrite, TheDefaultTextIsTheLoadedOne)
     const std::string cleaned = pair + "\n\n" + wide;
     EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openFile(dressed).get()), cleaned);
     // From memory, a section reaches to the end of the block.
-    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openText(dressed).get()), pair + wide + wide);
+    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openText(dressed).get()), pair + "\n" + wide + wide);
     // A comment takes the first place of a table when the version line in front of it is dropped.
     const std::string odd = replaced(pair, "Version", "Version x\\\n#!\nVERSION");
     const Handle handle = openFile(odd);

@@ -9,6 +9,7 @@
 #include <numeric>
 
 namespace kestrova::test {
+using namespace std::string_literals;
 namespace {
 
 /** All fields in order. */
@@ -236,9 +237,9 @@ TEST(ImageComment, TextsThatParseAndThoseThatDoNot)
         {"   LYRComment\n", sk_eBad, 77, 77},
         {" LYRComment\n Pemberlow", sk_eBad, 77, 77},
         {" LYRComment\n Pemberlow 5", sk_eBad, 77, 77},
-        {" LYRComment\n " + std::string(99, 'p') + " 5\n Raw Left image\n", sk_eOk, 77, 77},
-        {" LYRComment\n " + std::string(100, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
-        {" LYRComment\n " + std::string(5000, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
+        {" LYRComment\n "s + std::string(99, 'p') + " 5\n Raw Left image\n", sk_eOk, 77, 77},
+        {" LYRComment\n "s + std::string(100, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
+        {" LYRComment\n "s + std::string(5000, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
         {start + "Raw", sk_eBad, 77, 77},
         {start + "Raw Left", sk_eBad, 77, 77},
         {start + "Raw Left x", sk_eOk, 77, 77},
