@@ -2,7 +2,7 @@
 #include "kestrova.h"
 #include "kestrova_pgm.h"
 
-#include "smallSet.h"
+#include <string.h>
 
 static unsigned char s_pixel = 7;
 static unsigned short s_pixel16 = 700;
@@ -32,10 +32,13 @@ int main(void)
     KestrovaImage image;
     KestrovaImage16 image16;
     KestrovaImageInfo info;
-    CHECK_OK(kestrovaReadImageExtra("mine", &image, &info));
-    CHECK(image.data == &s_pixel && image.rowinc == 1 && info.hasComment && strcmp(info.product, "Mine") == 0);
-    CHECK_OK(kestrovaReadImage16Extra("mine", &image16, &info));
-    CHECK(image16.data == &s_pixel16 && info.camera == KestrovaCamTop && info.imageType == KestrovaImgRaw);
-    CHECK(kestrovaReadImageExtra("other", &image, &info) == KestrovaErrorImageFileRead);
-    return 0;
+    if (kestrovaReadImageExtra("mine", &image, &info) != KestrovaErrorOk || image.data != &s_pixel ||
+        image.rowinc != 1 || !info.hasComment || strcmp(info.product, "Mine") != 0) {
+        return 1;
+    }
+    if (kestrovaReadImage16Extra("mine", &image16, &info) != KestrovaErrorOk || image16.data != &s_pixel16 ||
+        info.camera != KestrovaCamTop || info.imageType != KestrovaImgRaw) {
+        return 2;
+    }
+    return kestrovaReadImageExtra("other", &image, &info) != KestrovaErrorImageFileRead;
 }
