@@ -16,10 +16,8 @@ std::string written(KestrovaError (*pfnWrite)(KestrovaContext, const char*), Kes
 {
     const TempFile file("old");
     EXPECT_EQ(pfnWrite(h, file.path()), KestrovaErrorOk);
-    std::ostringstream text;
-    text << std::ifstream(file.path(), std::ios::binary).rdbuf();
     static const std::regex sk_date("Date \\d\\d-[A-Z][a-z]{2}-\\d{4} \\d\\d:\\d\\d:\\d\\d\n");
-    return std::regex_replace(text.str(), sk_date, "Date\n");
+    return std::regex_replace(file.content(), sk_date, "Date\n");
 }
 
 Handle openFile(const std::string& rText)

@@ -84,13 +84,6 @@ TEST(ImageComment, EveryFieldComesBackFromTheFile)
     }
 }
 
-std::string headerOf(const char* pszPath)
-{
-    std::ostringstream text;
-    text << std::ifstream(pszPath, std::ios::binary).rdbuf();
-    return text.str().substr(0, text.str().find("\n255\n"));
-}
-
 TEST(ImageComment, HeadersOfOtherImagesLineByLine)
 {
     CalibrationText text(Shape::L);
@@ -101,7 +94,7 @@ TEST(ImageComment, HeadersOfOtherImagesLineByLine)
     KestrovaInput input = frame.planes();
     ASSERT_EQ(kestrovaPreprocess(h, &input), KestrovaErrorOk);
     const std::string start = "P5\n# LYRComment\n# Halvorine 4711\n# ";
-    const std::string size = "\n320 240";
+    const std::string size = "\n320 240\n255\n";
     const struct
     {
         KestrovaImageType eType;
@@ -122,7 +115,7 @@ TEST(ImageComment, HeadersOfOtherImagesLineByLine)
         KestrovaImage read{};
         KestrovaImageInfo info{};
         if (rCase.eError == KestrovaErrorOk) {
-            EXPECT_EQ(headerOf(file.path()), start + rCase.lines + size);
+            EXPECT_TRUE(file.content().starts_with(start + rCase.lines + size)) << file.content().substr(0, 200);
             ASSERT_EQ(kestrovaReadImageExtra(file.path(), &read, &info), KestrovaErrorOk) << rCase.lines;
             EXPECT_TRUE(info.imageType == rCase.eType && info.camera == std::max(rCase.eCamera, KestrovaCamRight));
             EXPECT_EQ(pixelsOf(read), image(h, rCase.eType, rCase.eCamera));
