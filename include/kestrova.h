@@ -21,7 +21,8 @@
  * without an active context; other pointers must not be null unless a function says what null does.
  *
  * Messages: there are none, but for loading: a calibration section that says "Debug on" has what it lacks printed to
- * standard output, and so has kestrovaGetDefaultContextFromMemory a text without a section.
+ * standard output, and so has kestrovaGetDefaultContextFromMemory a text without a section, and kestrovaReadImageExtra
+ * a switch of a record that is neither "On" nor "Off".
  *
  * Threads: one thread at a time per KestrovaContext. Different contexts are independent, unless one was copied from the
  * other (see kestrovaCopyContext), and apart from the three processor switches, which hold for the whole process.
