@@ -13,7 +13,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace kestrova {
+namespace kestrova::fuzz {
 namespace {
 
 /** Must hold whatever the bytes are. */
@@ -130,13 +130,13 @@ void readBoth(bool (*pfnRead)(const char*, char*, int*, int*, Sample**),
 }
 
 } // namespace
-} // namespace kestrova
+} // namespace kestrova::fuzz
 
 #ifdef KESTROVA_FUZZ_TARGET
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t uBytes)
 {
-    kestrova::KESTROVA_FUZZ_TARGET(std::string(pBytes, pBytes + uBytes));
+    kestrova::fuzz::KESTROVA_FUZZ_TARGET(std::string(pBytes, pBytes + uBytes));
     return 0;
 }
 
@@ -148,7 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t uB
 #include <iterator>
 #include <map>
 
-namespace kestrova {
+namespace kestrova::fuzz {
 
 TEST(Fuzz, SeedsRunThrough)
 {
@@ -168,6 +168,6 @@ TEST(Fuzz, SeedsRunThrough)
     }
 }
 
-} // namespace kestrova
+} // namespace kestrova::fuzz
 
 #endif
