@@ -109,8 +109,7 @@ std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth
             return adCorrect;
         };
         const auto [dPair, dL] = rows("textured, seen by all three", rTruthOfL, Sight::Textured);
-        text +=
-            line("    correct: L %.1f %%, pair %.1f %%   L higher   %s\n", dL, dPair, dL > dPair ? "met" : "NOT MET");
+        text += line("    correct: L %.1f %%, pair %.1f %%: the %s is higher\n", dL, dPair, dL > dPair ? "L" : "pair");
         rows("repeated pattern, seen by all three", rTruthOfL, Sight::Repeated);
         rows("textured, seen by right and left", rTruthOfPair, Sight::Textured);
     }

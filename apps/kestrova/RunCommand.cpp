@@ -230,7 +230,10 @@ static void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes)
     rCommand.add_option("--resolution", rWishes.m_resolution, "size of the rectified images, 4 by 3, such as 320x240")
         ->type_name("WxH")
         ->group(sk_pszSettings);
-    rCommand.add_option("--threads", rWishes.m_threads, "worker threads: 1 to 255")
+    rCommand
+        .add_option(
+            "--threads", rWishes.m_threads,
+            "worker threads: 1 to 255; with --top lowered until the disparity range has room in every band of rows")
         ->type_name("N")
         ->group(sk_pszSettings);
 }

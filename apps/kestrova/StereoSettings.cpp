@@ -141,8 +141,13 @@ static double parseValue(const Setting& rSetting, const std::string& rText)
 static void applySetting(KestrovaContext context, const Setting& rSetting, const std::string& rText)
 {
     const double dValue = parseValue(rSetting, rText);
-    if (std::isnan(dValue) || rSetting.m_pfnSet(context, dValue) != KestrovaErrorOk)
-        throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " + rSetting.m_pszHelp);
+    if (!std::isnan(dValue) && rSetting.m_pfnSet(context, dValue) == KestrovaErrorOk)
+        return;
+    std::string words;
+    for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+        words += (words.empty() ? "" : ", ") + rWord;
+    throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " +
+                   (words.empty() ? rSetting.m_pszHelp : "give one of " + words));
 }
 
 static void require(KestrovaError error, const std::string& rMessage)

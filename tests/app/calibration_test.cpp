@@ -26,7 +26,7 @@ struct Calibration : testing::Test
         return m_folder / "c.txt";
     }
     const TempFolder m_folder;
-    const Room m_room;
+    const Room m_room{};
     const CalibrationDescription m_description = m_room.description();
     const std::string m_good = calibrationText(m_description);
 };
@@ -72,6 +72,7 @@ TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
         {"Gain 1.25", "Gain", "camera 1: GAIN"},
         {"IWarp 6 7", "IWarp 6 9", "camera 1: WARP, IWARP"},
         {"Position -1 0 0", "Position nan 0 0", "camera 1: POSITION"},
+        {"Channel GREEN", "Channel MAUVE", "camera 1: CHANNEL"},
         {"NumberKnots 16", "NumberKnots 15", "warp 0: NUMBERKNOTS"},
         {"KnotsY 0 0 0 0", "KnotsY 0 0 0", "warp 0: KNOTSY"},
         {"\nCoefs", "\nCoefs x", "warp 0: COEFS"},
@@ -118,7 +119,7 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
         EXPECT_THAT(complaint([&] { applySettings(context, rWishes); }), testing::StartsWith("--" + rOption + ":"));
     };
     const std::pair<const char*, const char*> aBad[] = {
-        {"stereo-mask", "8"},       {"stereo-mask", "7.5"},         {"stereo-mask", "1e30"}, {"stereo-mask", ""},
+        {"stereo-mask", "8"},       {"stereo-mask", "7.5"},         {"stereo-mask", "1e30"}, {"texture-mapping", ""},
         {"lowpass", "2"},           {"rectification", "best"},      {"quality", "1"},        {"surface-size", "-1"},
         {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
     for (const auto& [pszName, pszValue] : aBad)

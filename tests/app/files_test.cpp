@@ -127,7 +127,7 @@ TEST(FrameFit, KeepsTheShapeAndFindsTheCanvas)
 
     // Disparity scales with the width, from 200 columns to 80, and is never mixed; above the frame nothing is known.
     cv::Mat1f truth(100, 200, 0.0f);
-    truth.colRange(100, 200).setTo(50.0f);
+    truth.colRange(99, 200).setTo(50.0f);
     const FrameFit fit = planFrameFit(truth.size(), cv::Size(80, 60));
     cv::Mat1f expected(60, 80, 0.0f);
     expected(cv::Rect(40, 10, 40, 40)).setTo(20.0f);
