@@ -446,6 +446,8 @@ KESTROVA_API KestrovaError kestrovaWriteDefaultContextToFile(KestrovaContext con
  * Camera and warp blocks are found by "BeginCamera", "EndCamera", "Position" and "BeginWarp" in just this spelling,
  * though loading takes any: of a text in other letters the blocks are left out. Blocks that cannot be followed, such as
  * that of a colour camera at a position where the product has no camera, end the section there. Neither is an error.
+ * Everything from the first warp block on is copied as it is: a camera block that stands behind it comes out twice, and
+ * loading takes the first, which has the present adjustments.
  */
 KESTROVA_API KestrovaError kestrovaWriteCurrentContextToFile(KestrovaContext context, const char* path);
 

@@ -38,7 +38,7 @@ public:
      * or one where the product has no camera (a colour camera's may be such).
      */
     [[nodiscard]] bool writeSection4CameraInternal() const;
-    /** All from the first warp block to the end of the text. */
+    /** All from the first warp block to the end of the text, camera blocks between them included. */
     [[nodiscard]] bool writeSection5WarpInfo() const;
 
 private:
