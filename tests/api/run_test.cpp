@@ -157,37 +157,50 @@ TEST(Run, FindsAShiftInEverySetAndQuality)
 {
     kestrovaEnableSSE2IfAvailable(false); // for the general correlator
     constexpr int nInside = 98 * 114;     // pixels off the rims and off what a disparity takes
-    const auto count = [](KestrovaContext c, const auto& rIs) {
-        const std::vector<std::uint16_t> image = disparity16(c);
+    const auto count = [](const std::vector<std::uint16_t>& rImage, int nLow, int nHigh) {
         int n = 0;
         for (int i = 0; i < nInside; ++i) {
-            n += rIs(int{image[static_cast<std::size_t>((6 + i / 114) * 160 + 6 + i % 114)]});
+            const int nValue = rImage[static_cast<std::size_t>((6 + i / 114) * 160 + 6 + i % 114)];
+            n += nValue > nLow && nValue < nHigh;
         }
         return n;
     };
-    const auto isShift = [](int n) { return std::abs(n - sk_nDisparity * 256) < 48; };
-    for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
-        const TempFile file(CalibrationText(eShape).set("StereoQuality", "Enhanced").text());
-        KestrovaContext fromFile = nullptr;
-        EXPECT_EQ(kestrovaGetDefaultContextFromFile(&fromFile, file.path()), KestrovaErrorOk);
-        const Handle aHandles[] = {open(eShape), Handle(fromFile)}; // one pass and two
-        for (const Handle& rHandle : aHandles) {
-            SCOPED_TRACE(testing::Message() << "set " << static_cast<int>(eShape) << ", pass " << &rHandle - aHandles);
-            KestrovaContext c = rHandle.get();
-            StereoFrame frame(120, 160, sk_nDisparity, 3, eShape);
-            EXPECT_EQ(kestrovaSetResolution(c, 120, 160), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaSetDisparity(c, 0, 20), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaSetUniquenessValidation(c, 0), KestrovaErrorOk); // half a pixel away noise is blurred
-            KestrovaInput input = frame.packed();
-            EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
-            const int nShift = count(c, isShift);
-            EXPECT_GT(nShift, nInside * 95 / 100);
-            EXPECT_LT(count(c, [](int n) { return n < 0xFF00; }), nShift + nInside / 200);
-            EXPECT_EQ(disparity16(c)[0], 0xFF00 + 253); // the rim keeps the fill
-        }
-        KestrovaContext c = aHandles[0].get();
+    const struct
+    {
+        Shape eShape;
+        const char* pszConfiguration;
+        const char* pszQuality;
+        bool bEdges;
+    } aCases[] = {
+        {Shape::Horizontal, "2CameraHorizontal", "Standard", true},
+        {Shape::Horizontal, "2CameraHorizontal", "Enhanced", true},
+        {Shape::Vertical, "2CameraVertical", "Standard", false},
+        {Shape::Vertical, "2CameraVertical", "Enhanced", true},
+        {Shape::L, "L", "Standard", true},
+        {Shape::L, "L", "Enhanced", false},
+        {Shape::L, "2CameraHorizontal", "Enhanced", false}, // cameras 0 and 2, as images 0 and 1
+    };
+    for (const auto& rCase : aCases) {
+        SCOPED_TRACE(&rCase - aCases);
+        CalibrationText text(rCase.eShape);
+        text.set("CameraConfiguration", rCase.pszConfiguration).set("StereoQuality", rCase.pszQuality);
+        const Handle handle = openText(text.text());
+        KestrovaContext c = handle.get();
+        StereoFrame frame(120, 160, sk_nDisparity, 3, rCase.eShape);
+        KestrovaInput input = frame.packed();
+        EXPECT_EQ(kestrovaSetResolution(c, 120, 160), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaSetDisparity(c, 0, 20), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaSetUniquenessValidation(c, 0), KestrovaErrorOk); // half a pixel away noise is blurred
+        EXPECT_EQ(kestrovaSetEdgeCorrelation(c, rCase.bEdges), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
+        const int nShift = count(disparity16(c), sk_nDisparity * 256 - 48, sk_nDisparity * 256 + 48);
+        EXPECT_GT(nShift, nInside * 95 / 100);
+        EXPECT_LT(count(disparity16(c), -1, 0xFF00), nShift + nInside / 200);
+        EXPECT_EQ(disparity16(c)[0], 0xFF00 + 253); // the rim keeps the fill
+
         EXPECT_EQ(kestrovaSetDoStereo(c, 0), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaSetStereoQuality(c, KestrovaStereoStandard), KestrovaErrorOk);
         EXPECT_EQ(kestrovaSetSubpixelValidationMapping(c, 250), KestrovaErrorOk);
         EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
         std::vector<int> filled(120 * 160, 250); // without stereo all pixels keep the fill

@@ -116,8 +116,8 @@ TEST(PixelMapping, SearchStopsWhereItIsToldTo)
     const auto margin = [](float fRow, float fCol) { return std::pair{1.25F * fRow - 0.125F, 1.25F * fCol - 0.125F}; };
     const auto still = [](float, float) { return std::pair{0.25F, 0.25F}; };
     const auto turned = [](float fRow, float fCol) { return std::pair{1 - fRow, 1 - fCol}; };
-    const auto bent = [](float fRow, float fCol) {
-        return std::pair{-0.15F + fRow + 0.3F * fRow * fCol, -0.2F + fCol + 0.4F * fCol * fCol};
+    const auto squares = [](float fRow, float fCol) {
+        return std::pair{fRow * fRow - 0.2F, fCol * fCol * fCol - 0.2F};
     };
     const struct
     {
@@ -135,7 +135,8 @@ TEST(PixelMapping, SearchStopsWhereItIsToldTo)
         {margin, {sk_fNan, 20}, false, {0, 96.3F}, 1},
         {turned, {-0.25F, -0.25F}, true, {479, 639}, 1},
         {still, {-1, -1}, false, {479, 639}, 2}, // nothing to divide by: the coordinate itself is the position
-        {bent, {-12, -9}, true, {46.2175F, 103.7124F}, 3},
+        {squares, {-40, 93}, true, {89.8327F, 504.8088F}, 6}, // step by step, and by how wide the brackets are
+        {squares, {-40, 44}, false, {198.7149F, 579.2332F}, 2},
     };
     for (const auto& rCase : aCases) {
         long nCount = 0;
