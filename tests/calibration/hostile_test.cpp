@@ -1,12 +1,10 @@
-// What a damaged or hostile text may do: fail, or load into cameras whose maps stay in the unit square. The sanitizers
-// watch everything else, and the fuzzers look for the rest.
+// What a damaged or hostile text may do: fail, or load whole. That the maps of what loads stay in the unit square is
+// for the fuzz targets.
 #include "calibration/load.h"
 
 #include "api/StereoContext.h"
-#include "rectify/Camera.h"
 #include "support/CalibrationText.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 
 namespace kestrova::test {
@@ -25,19 +23,6 @@ bool load(bool bMemory, std::string text, StereoContext& rContext)
     return loadContextFromStream(pStream.get(), &rContext, 0);
 }
 
-testing::AssertionResult inUnitSquare(const WarpMapFunc& rMap)
-{
-    for (const float f : {0.0f, 0.3f, 1.0f, -7.0f, std::nanf("")}) {
-        float fRow = -1;
-        float fCol = -1;
-        rMap.map(fRow, fCol, f, 1 - f);
-        if (!(fRow >= 0 && fRow <= 1 && fCol >= 0 && fCol <= 1)) {
-            return testing::AssertionFailure() << fRow << ' ' << fCol;
-        }
-    }
-    return testing::AssertionSuccess();
-}
-
 /** Loads, and checks that the context is whole or empty. */
 bool loadsSafely(bool bMemory, const std::string& rText)
 {
@@ -45,11 +30,7 @@ bool loadsSafely(bool bMemory, const std::string& rText)
     const bool bOk = load(bMemory, rText, context);
     EXPECT_EQ(context.m_pCalibration->m_calibrationLines.empty(), !bOk);
     for (int nIndex = 0; nIndex < 3; ++nIndex) {
-        const Camera* pCamera = context.m_apCameras[nIndex];
-        EXPECT_EQ(pCamera != nullptr, bOk && nIndex < context.m_nCameraCount);
-        if (pCamera != nullptr) {
-            EXPECT_TRUE(inUnitSquare(*pCamera->forwardMap()) && inUnitSquare(*pCamera->inverseMap()));
-        }
+        EXPECT_EQ(context.m_apCameras[nIndex] != nullptr, bOk && nIndex < context.m_nCameraCount);
     }
     return bOk;
 }

@@ -10,6 +10,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -51,18 +52,7 @@ void calibration(Load load)
     }
 }
 
-[[maybe_unused]] void calibration_memory(const std::string& rBytes)
-{
-    calibration([&](auto* p, int nSection) { return loadContextFromMemory(rBytes.c_str(), p, nSection); });
-}
-
-[[maybe_unused]] void calibration_stream(const std::string& rBytes)
-{
-    const FilePtr pStream = streamOver(rBytes);
-    calibration([&](auto* p, int nSection) { return pStream && loadContextFromStream(pStream.get(), p, nSection); });
-}
-
-[[maybe_unused]] void image_comment(const std::string& rBytes)
+void image_comment(const std::string& rBytes)
 {
     std::string text = rBytes;
     KestrovaImageInfo info{};
@@ -77,16 +67,6 @@ void load(std::unique_ptr<Image<T>> (*pfnLoad)(std::FILE*), const std::string& r
     const auto pImage = pStream != nullptr ? pfnLoad(pStream.get()) : nullptr;
     require(pImage == nullptr || (pImage->nRows() > 0 && pImage->nCols() > 0 &&
                                   static_cast<std::size_t>(pImage->nRows()) * pImage->nCols() < rBytes.size()));
-}
-
-[[maybe_unused]] void load_pgm(const std::string& rBytes)
-{
-    load<unsigned char>(kestrova::load_pgm, rBytes);
-}
-
-[[maybe_unused]] void load_ppm(const std::string& rBytes)
-{
-    load<Pixel8x4>(kestrova::load_ppm, rBytes);
 }
 
 /** The companion's reader, with room for just as much comment as promised; then the public function above it. */
@@ -110,7 +90,7 @@ void readBoth(bool (*pfnRead)(const char*, char*, int*, int*, Sample**),
     std::free(image.data);
 }
 
-[[maybe_unused]] void pgm_read(const std::string& rBytes)
+void pgm_read(const std::string& rBytes)
 {
     static const int s_nFile = memfd_create("pgm", 0);
     static const std::string s_path = "/proc/self/fd/" + std::to_string(s_nFile);
@@ -120,14 +100,24 @@ void readBoth(bool (*pfnRead)(const char*, char*, int*, int*, Sample**),
     readBoth(pgm16Read, kestrovaReadImage16Extra, s_path);
 }
 
-[[maybe_unused]] void transform(const std::string& rBytes)
-{
-    const FilePtr pStream = streamOver(rBytes);
-    LYRTransform3d motion;
-    if (pStream != nullptr && motion.read(pStream.get())) {
-        motion.invert();
-    }
-}
+const std::map<std::string, void (*)(const std::string&)> sk_targets = {
+    {"calibration_memory",
+     [](const std::string& r) {
+         calibration([&](auto* p, int nSection) { return loadContextFromMemory(r.c_str(), p, nSection); });
+     }},
+    {"calibration_stream",
+     [](const std::string& r) {
+         const FilePtr pStream = streamOver(r);
+         calibration([&](auto* p, int n) { return pStream && loadContextFromStream(pStream.get(), p, n); });
+     }},
+    {"image_comment", image_comment},
+    {"load_pgm", [](const std::string& r) { load<unsigned char>(load_pgm, r); }},
+    {"load_ppm", [](const std::string& r) { load<Pixel8x4>(load_ppm, r); }},
+    {"pgm_read", pgm_read},
+    {"transform", [](const std::string& r) {
+         const FilePtr pStream = streamOver(r);
+         static_cast<void>(pStream != nullptr && LYRTransform3d().read(pStream.get()));
+     }}};
 
 } // namespace
 } // namespace kestrova::fuzz
@@ -136,7 +126,8 @@ void readBoth(bool (*pfnRead)(const char*, char*, int*, int*, Sample**),
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t uBytes)
 {
-    kestrova::fuzz::KESTROVA_FUZZ_TARGET(std::string(pBytes, pBytes + uBytes));
+    static const auto s_pfnTarget = kestrova::fuzz::sk_targets.at(KESTROVA_FUZZ_TARGET);
+    s_pfnTarget(std::string(pBytes, pBytes + uBytes));
     return 0;
 }
 
@@ -146,28 +137,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t uB
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <map>
-
-namespace kestrova::fuzz {
 
 TEST(Fuzz, SeedsRunThrough)
 {
-    const std::map<std::string, void (*)(const std::string&)> targets = {{"calibration_memory", calibration_memory},
-                                                                         {"calibration_stream", calibration_stream},
-                                                                         {"image_comment", image_comment},
-                                                                         {"load_pgm", load_pgm},
-                                                                         {"load_ppm", load_ppm},
-                                                                         {"pgm_read", pgm_read},
-                                                                         {"transform", transform}};
     for (const auto& rEntry : std::filesystem::recursive_directory_iterator(KESTROVA_CORPUS)) {
         if (rEntry.is_regular_file()) {
             std::ifstream file(rEntry.path(), std::ios::binary);
-            const auto pfnTarget = targets.at(rEntry.path().parent_path().filename().string());
+            const auto pfnTarget = kestrova::fuzz::sk_targets.at(rEntry.path().parent_path().filename().string());
             pfnTarget(std::string(std::istreambuf_iterator<char>(file), {}));
         }
     }
 }
-
-} // namespace kestrova::fuzz
 
 #endif

@@ -174,11 +174,9 @@ TEST(PnmFiles, EveryCutOfAFileFails)
     const auto colors = imageOf<Pixel8x4>(3, 1500, std::vector<Pixel8x4>(4500, Pixel8x4{7, 8, 9, 10}));
     ASSERT_TRUE(dump_ppm(file.path(), colors)); // triples lie across every power of two
     const auto pWhole = load_ppm(file.path());
-    ASSERT_TRUE(pWhole != nullptr && pWhole->nRows() == 3 && pWhole->nCols() == 1500);
-    for (int i = 0; i < 4500; ++i) {
-        const Pixel8x4 pixel = (*pWhole)[i / 1500][i % 1500];
-        ASSERT_TRUE(pixel.m_ucBlue == 7 && pixel.m_ucGreen == 8 && pixel.m_ucRed == 9 && pixel.m_ucFourth == 0) << i;
-    }
+    const TempFile again("");
+    ASSERT_TRUE(pWhole != nullptr && dump_ppm(again.path(), *pWhole));
+    EXPECT_TRUE(again.content() == file.content() && (*pWhole)[2][1499].m_ucFourth == 0);
     for (std::size_t u = 0; u < file.content().size(); u += 1 + u / 20) {
         const TempFile cut(file.content().substr(0, u));
         ASSERT_EQ(load_ppm(cut.path()), nullptr) << u;
