@@ -14,3 +14,9 @@ if(KESTROVA_SANITIZE)
   add_compile_options(-fsanitize=${KESTROVA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KESTROVA_SANITIZE})
 endif()
+
+# Counts edges for the fuzzers, which link the rest themselves.
+if(KESTROVA_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -21,7 +21,8 @@
  * without an active context; other pointers must not be null unless a function says what null does.
  *
  * Messages: there are none, but for loading: a calibration section that says "Debug on" has what it lacks printed to
- * standard output, and so has kestrovaGetDefaultContextFromMemory a text without a section.
+ * standard output, and so has kestrovaGetDefaultContextFromMemory a text without a section, and kestrovaReadImageExtra
+ * a switch of a record that is neither "On" nor "Off".
  *
  * Threads: one thread at a time per KestrovaContext. Different contexts are independent, unless one was copied from the
  * other (see kestrovaCopyContext), and apart from the three processor switches, which hold for the whole process.
@@ -218,6 +219,66 @@ typedef struct KestrovaROI
     int32_t m_nCols;      /**< width */
 } KestrovaROI;
 
+/** What the comment of an image file can say of a rectified image. */
+typedef struct RectifiedImageInfo
+{
+    KestrovaRectImgQuality rectQuality; /**< of the rectification */
+} RectifiedImageInfo;
+
+/** What the comment of an image file can say of an edge image. */
+typedef struct EdgeImageInfo
+{
+    KestrovaRectImgQuality rectQuality; /**< of the rectification */
+    int32_t edgeMask;                   /**< kestrovaSetEdgeMask */
+    bool smoothing;                     /**< kestrovaSetLowpass */
+} EdgeImageInfo;
+
+/** What the comment of an image file can say of a disparity image: the settings under which it was made. */
+typedef struct DisparityImageInfo
+{
+    KestrovaRectImgQuality rectQuality;              /**< of the rectification */
+    bool edgeCorrelation;                            /**< edge images were correlated */
+    int32_t edgeMask;                                /**< side of the edge mask, with edgeCorrelation */
+    bool smoothing;                                  /**< lowpass before rectification */
+    KestrovaStereoQuality stereoQuality;             /**< one pass or two */
+    KestrovaCameraConfiguration cameraConfiguration; /**< a wide pair reads as horizontal */
+    int32_t stereoMask;                              /**< side of the correlation window */
+    int32_t minDisparity;                            /**< of the searched range */
+    int32_t maxDisparity;                            /**< of the searched range */
+    int32_t disparityOffset;                         /**< to be added to every disparity of the image */
+    bool disparityMapping;                           /**< 8-bit disparities are on the scale of the next two */
+    int32_t minDisparityMapping;                     /**< with disparityMapping */
+    int32_t maxDisparityMapping;                     /**< with disparityMapping */
+    bool textureValidation;                          /**< on or off; the next two come with it */
+    double textureValidationThreshold;               /**< to one decimal, as all thresholds in files */
+    uint8_t textureValidationMapping;                /**< what rejected pixels show */
+    bool uniquenessValidation;                       /**< as for texture */
+    double uniquenessValidationThreshold;            /**< as for texture */
+    uint8_t uniquenessValidationMapping;             /**< as for texture */
+    bool backForthValidation;                        /**< on or off; the next one comes with it */
+    uint8_t backForthValidationMapping;              /**< what rejected pixels show */
+    bool surfaceValidation;                          /**< on or off; the next three come with it */
+    double surfaceValidationDiff;                    /**< largest step inside a surface */
+    int32_t surfaceValidationSize;                   /**< smallest surface, in pixels */
+    uint8_t surfaceValidationMapping;                /**< what rejected pixels show */
+} DisparityImageInfo;
+
+/** What the comment of an image file says of its image. */
+typedef struct KestrovaImageInfo
+{
+    bool hasComment;       /**< the file has a comment of this library; if not, the other fields stay as they were */
+    char product[100];     /**< product of the calibration, as the file says it */
+    int32_t serialNumber;  /**< of the calibration */
+    KestrovaCamera camera; /**< the reference camera reads as KestrovaCamRight */
+    int32_t imageType;     /**< a KestrovaImageType from 8-bit files, a KestrovaImage16Type from 16-bit files */
+    union
+    {
+        RectifiedImageInfo rectified; /**< of KestrovaImgRectified */
+        EdgeImageInfo edge;           /**< of KestrovaImgEdge */
+        DisparityImageInfo disparity; /**< of disparity in 8 or 16 bits; raw images have no parameters */
+    } parameters;                     /**< chosen by the type */
+} KestrovaImageInfo;
+
 /* ---- version and errors ---------------------------------------------------------------------------------------- */
 
 /**
@@ -357,6 +418,38 @@ KESTROVA_API KestrovaError kestrovaDestroyContext(KestrovaContext context);
  *         KestrovaErrorInvalidContext  no active context; *out stays.
  */
 KESTROVA_API KestrovaError kestrovaGetSerialNumber(KestrovaContext context, int* out);
+
+/**
+ * Writes the calibration of every section back as it was loaded: the lines without comments, and without blanks at
+ * their ends.
+ *
+ * @param context  handle
+ * @param path     of the file, which is replaced
+ * @return KestrovaErrorOk, also when the disk is full: writing is not watched;
+ *         KestrovaErrorSystem          the file cannot be opened for writing;
+ *         KestrovaErrorInvalidContext  no active context, or a section without text; the file ends before it.
+ *
+ * A section that was loaded from memory holds all that follows it in the block, so a block of several sections comes
+ * out with the later ones repeated. Load such calibrations from a file if they are to be written.
+ */
+KESTROVA_API KestrovaError kestrovaWriteDefaultContextToFile(KestrovaContext context, const char* path);
+
+/**
+ * As kestrovaWriteDefaultContextToFile, but with the present settings, adjustments and image centre in place of those
+ * of the text. Identity, cameras and maps stay those of the text; release notes, messages ("Debug on") and lines that
+ * the library does not know are left out, and a line with the date is added.
+ *
+ * Numbers with fractions keep six digits, texture and uniqueness thresholds one decimal, the surface difference two.
+ * Settings without a keyword are not written: the mapping of rejected subpixels, the regions, the threads, the world
+ * frame. KestrovaRectEnhanced1 loads back as KestrovaRectEnhanced2.
+ *
+ * Camera and warp blocks are found by "BeginCamera", "EndCamera", "Position" and "BeginWarp" in just this spelling,
+ * though loading takes any: of a text in other letters the blocks are left out. Blocks that cannot be followed, such as
+ * that of a colour camera at a position where the product has no camera, end the section there. Neither is an error.
+ * Everything from the first warp block on is copied as it is: a camera block that stands behind it comes out twice, and
+ * loading takes the first, which has the present adjustments.
+ */
+KESTROVA_API KestrovaError kestrovaWriteCurrentContextToFile(KestrovaContext context, const char* path);
 
 /* ---- camera configuration -------------------------------------------------------------------------------------- */
 
@@ -535,6 +628,81 @@ KESTROVA_API KestrovaError kestrovaSetImage16Buffer(KestrovaContext context, uns
 /** As kestrovaSetImage16Buffer with a null buffer. */
 KESTROVA_API KestrovaError kestrovaUnsetImage16Buffer(KestrovaContext context, KestrovaImage16Type type,
                                                       KestrovaCamera camera);
+
+/* ---- image files ----------------------------------------------------------------------------------------------- */
+
+/*
+ * Writing is not watched once the file is open: a full disk gives KestrovaErrorOk. Files are binary PGM and PPM, with
+ * two decisions of ours: 16-bit samples are LOW BYTE FIRST, as they stand in memory, while other programs expect the
+ * high byte first, and the header of colour files ends in a blank. docs/files.md tells how to read them elsewhere.
+ */
+
+/**
+ * Writes an 8-bit image as PGM, without a comment.
+ *
+ * @param image  any record with valid pixels, not only one that the library filled; must not be null
+ * @param path   of the file, which is replaced
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorSystem  the file cannot be opened for writing.
+ */
+KESTROVA_API KestrovaError kestrovaSaveImage(const KestrovaImage* image, const char* path);
+
+/** As kestrovaSaveImage, but with two bytes a pixel. An odd rowinc counts as one less. */
+KESTROVA_API KestrovaError kestrovaSaveImage16(const KestrovaImage16* image, const char* path);
+
+/** As kestrovaSaveImage, but three planes as PPM. */
+KESTROVA_API KestrovaError kestrovaSaveColorImage(const KestrovaColorImage* image, const char* path);
+
+/** As kestrovaSaveImage, but packed pixels as PPM. The fourth lane is left out. */
+KESTROVA_API KestrovaError kestrovaSavePackedColorImage(const KestrovaPackedColorImage* image, const char* path);
+
+/**
+ * Writes an image of the context as PGM, with a comment that tells which device and camera it comes from and under
+ * which settings it was made: those in force when it was computed, not those of the moment.
+ *
+ * @param context  handle with an active context
+ * @param type     as kestrovaGetImage
+ * @param camera   as kestrovaGetImage. The reference camera is called "Right" in the comment
+ * @param path     of the file, which is replaced
+ * @return as kestrovaGetImage, and then
+ *         KestrovaErrorInvalidParameter  camera is KestrovaCamColor;
+ *         KestrovaErrorSystem            the file cannot be opened for writing.
+ *
+ * Waits for a run to end, but for raw images. An image that was never made gives a file of a header only.
+ */
+KESTROVA_API KestrovaError kestrovaSaveImageExtra(KestrovaContext context, KestrovaImageType type,
+                                                  KestrovaCamera camera, const char* path);
+
+/** As kestrovaSaveImageExtra, for the images of kestrovaGetImage16. */
+KESTROVA_API KestrovaError kestrovaSaveImage16Extra(KestrovaContext context, KestrovaImage16Type type,
+                                                    KestrovaCamera camera, const char* path);
+
+/**
+ * Reads an 8-bit PGM file, whoever wrote it, and the record that its comment may carry.
+ *
+ * @param path   of the file
+ * @param image  filled; rowinc is ncols. The pixels are the caller's, to be released with free()
+ * @param info   filled. A comment leaves out what did not apply, such as the threshold of a validation that was off;
+ *               such fields keep what they held, so clear the record first
+ * @return KestrovaErrorOk, also for a file without a comment of ours;
+ *         KestrovaErrorInvalidParameter  a pointer is null;
+ *         KestrovaErrorImageFileRead     the file cannot be opened, is no 8-bit PGM, is shorter than its header says,
+ *                                        or has more than 2047 bytes of comment; both records stay;
+ *         KestrovaErrorImageComment      the comment begins as ours do and cannot be parsed. The image is filled all
+ *                                        the same, and its pixels are the caller's; info holds what came before the
+ *                                        fault.
+ *
+ * The file is read by pgm8Read of libkestrova_pgm.so.3. A program that defines a pgm8Read of its own is asked instead,
+ * and then says itself how the pixels are released: see kestrova_pgm.h.
+ */
+KESTROVA_API KestrovaError kestrovaReadImageExtra(const char* path, KestrovaImage* image, KestrovaImageInfo* info);
+
+/**
+ * As kestrovaReadImageExtra, but for 16-bit files with the low byte first, as this library writes them, by pgm16Read.
+ * By our decision rowinc is ncols here too, not twice that: a record that was read cannot be handed to
+ * kestrovaSaveImage16 before its rowinc is doubled.
+ */
+KESTROVA_API KestrovaError kestrovaReadImage16Extra(const char* path, KestrovaImage16* image, KestrovaImageInfo* info);
 
 /* ---- colour ---------------------------------------------------------------------------------------------------- */
 

@@ -61,6 +61,11 @@ static void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rC
     rOut << "BeginCamera\nID " << nId << "\nGain " << rCamera.m_dGain << "\nWarp " << nWarp << ' ' << nWarp + 1
          << "\nIWarp " << nWarp + 2 << ' ' << nWarp + 3 << '\n'
          << placeOf(eCamera) << "\nEndCamera\n";
+}
+
+static void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCamera)
+{
+    const int nWarp = 4 * nId;
     writeWarp(rOut, nWarp, rCamera.m_rawFromRectified.m_column);
     writeWarp(rOut, nWarp + 1, rCamera.m_rawFromRectified.m_row);
     writeWarp(rOut, nWarp + 2, rCamera.m_rectifiedFromRaw.m_column);
@@ -94,6 +99,9 @@ std::string calibrationText(const CalibrationDescription& rDescription)
     int nId = 0;
     for (const auto& [eCamera, rCamera] : rDescription.m_cameras)
         writeCamera(out, nId++, rCamera, eCamera);
+    nId = 0; // maps stand behind all cameras: who rewrites a calibration copies the rest from the first map on
+    for (const auto& [eCamera, rCamera] : rDescription.m_cameras)
+        writeWarps(out, nId++, rCamera);
     return out.str();
 }
 

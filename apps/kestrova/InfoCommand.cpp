@@ -1,6 +1,7 @@
-// kestrova info: what a calibration file holds.
+// kestrova info: what a calibration file holds, or an image file of the library tells; calibrations written anew.
 #include "AppError.h"
 #include "Commands.h"
+#include "ImageRecord.h"
 #include "StereoSession.h"
 
 #include <cstdio>
@@ -59,12 +60,54 @@ static void info(const std::string& rFile)
               "the left.");
 }
 
+/// Puts the new text in place only once the library has loaded it: blocks that cannot be followed would be missing.
+static void rewrite(const std::string& rFile, const std::string& rOut)
+{
+    const StereoSession session(rFile);
+    const std::string partial = rOut + ".partial";
+    if (kestrovaWriteCurrentContextToFile(session.handle(), partial.c_str()) != KestrovaErrorOk)
+        throw AppError(rOut + ": cannot be written");
+    std::error_code error;
+    try {
+        const StereoSession proof(partial);
+        std::filesystem::rename(partial, rOut, error);
+    } catch (const AppError&) {
+        std::filesystem::remove(partial, error);
+        throw AppError(rFile + ": cannot be rewritten: the library copies blocks that spell BeginCamera, Position, "
+                               "EndCamera and BeginWarp in this way, with positions of the product");
+    }
+    if (error)
+        throw AppError(rOut + ": cannot be written");
+    std::printf("%s: rewritten to %s\n", rFile.c_str(), rOut.c_str());
+}
+
+struct InfoOptions
+{
+    std::string m_file;
+    std::optional<std::string> m_write;
+};
+
+static void info(const InfoOptions& rOptions)
+{
+    const bool bImage = isImageFile(rOptions.m_file);
+    if (bImage && rOptions.m_write)
+        throw AppError("--write: " + rOptions.m_file + " is an image, not a calibration");
+    if (bImage)
+        std::fputs(describeImageFile(rOptions.m_file).c_str(), stdout);
+    else if (rOptions.m_write)
+        rewrite(rOptions.m_file, *rOptions.m_write);
+    else
+        info(rOptions.m_file);
+}
+
 void addInfoCommand(CLI::App& rProgram)
 {
-    auto pFile = std::make_shared<std::string>();
-    CLI::App* pCommand = rProgram.add_subcommand("info", "Says what a calibration file holds");
-    pCommand->add_option("file", *pFile, "calibration file")->required();
-    pCommand->callback([pFile] { info(*pFile); });
+    auto pOptions = std::make_shared<InfoOptions>();
+    CLI::App* pCommand = rProgram.add_subcommand("info", "Says what a calibration file or a PGM file of run holds");
+    pCommand->add_option("file", pOptions->m_file, "calibration or image file")->required();
+    pCommand->add_option("--write", pOptions->m_write,
+                         "write the calibration anew to this file, with every setting spelled out");
+    pCommand->callback([pOptions] { info(*pOptions); });
 }
 
 } // namespace kestrova::app

@@ -3,6 +3,7 @@
 #include "CalibrationText.h"
 #include "Commands.h"
 #include "FrameFit.h"
+#include "ImageRecord.h"
 #include "Report.h"
 #include "TruthComparison.h"
 
@@ -174,6 +175,7 @@ static void run(const RunOptions& rOptions)
     OutputFolder folder(rOptions.m_out);
     StereoSession session(calibrationOf(rOptions, input, folder));
     const StereoResult result = runStereo(session, input.m_frames, rOptions.m_settings);
+    writeRecordedImages(folder, session, camerasOf(session.configuration()));
     std::string report = input.m_fit ? input.m_fit->describe() + "\n" : std::string();
     report += summary(result);
     if (rOptions.m_truth)
@@ -248,7 +250,10 @@ void addRunCommand(CLI::App& rProgram)
                          "frame of the top camera. With it the program switches the SSE2 forms off, "
                          "kestrovaEnableSSE2IfAvailable(false): the SSE2 form of the correlator for vertical pairs and "
                          "L sets labels half of the improving pixels 0 by design");
-    pCommand->add_option("--out", r.m_out, "folder for images, cloud and report")->required();
+    pCommand
+        ->add_option("--out", r.m_out,
+                     "folder for images, cloud and report; the PGM files carry the settings of the run, see info")
+        ->required();
     pCommand->add_option("--calibration", r.m_calibration, "calibration file of the cameras");
     pCommand->add_flag("--rectified", r.m_bRectified,
                        "the frames are rectified already; they are set into a 4 by 3 canvas");

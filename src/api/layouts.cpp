@@ -38,6 +38,20 @@ static_assert(offsetof(KestrovaColorImage, nrows) == 0 && offsetof(KestrovaColor
 
 static_assert(sk_bPlain<KestrovaTransform, 128>);
 
+static_assert(sk_bPlain<RectifiedImageInfo, 4> && sk_bPlain<EdgeImageInfo, 12> && sk_bPlain<DisparityImageInfo, 104>);
+static_assert(offsetof(DisparityImageInfo, stereoQuality) == 16 &&
+              offsetof(DisparityImageInfo, disparityOffset) == 36 &&
+              offsetof(DisparityImageInfo, maxDisparityMapping) == 48);
+static_assert(offsetof(DisparityImageInfo, textureValidationThreshold) == 56 &&
+              offsetof(DisparityImageInfo, uniquenessValidationThreshold) == 72 &&
+              offsetof(DisparityImageInfo, backForthValidationMapping) == 82 &&
+              offsetof(DisparityImageInfo, surfaceValidationDiff) == 88 &&
+              offsetof(DisparityImageInfo, surfaceValidationMapping) == 100);
+static_assert(sk_bPlain<KestrovaImageInfo, 224>);
+static_assert(offsetof(KestrovaImageInfo, product) == 1 && offsetof(KestrovaImageInfo, serialNumber) == 104 &&
+              offsetof(KestrovaImageInfo, camera) == 108 && offsetof(KestrovaImageInfo, imageType) == 112 &&
+              offsetof(KestrovaImageInfo, parameters) == 120);
+
 static_assert(sk_bPlain<KestrovaInput, 64>);
 static_assert(offsetof(KestrovaInput, inputType) == 0 && offsetof(KestrovaInput, ulTag1) == 8 &&
               offsetof(KestrovaInput, ulTag2) == 16);

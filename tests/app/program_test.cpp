@@ -55,6 +55,20 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         EXPECT_EQ(slurp(m_folder / "again" / pszName), before) << pszName;
     }
 
+    // The library's own files tell how they were made, and a calibration that was written anew says the same.
+    const Outcome record = call("info again/disparity16_256ths_offset0.pgm");
+    for (const char* pszWord : {": 320x240, 16 bits\nPemberlow ", "16-bit disparity, right camera\n",
+                                "stereo-mask                7\n", "uniqueness-threshold       0.5\n"})
+        EXPECT_THAT(record.m_out, HasSubstr(pszWord)) << record.m_error;
+    EXPECT_THAT(call("info again/edge_left.pgm").m_out, HasSubstr("edge image, left camera\n"));
+    for (const std::string name : {"rectified_left", "raw_right", "edge_right"})
+        EXPECT_EQ(
+            cv::norm(readGrey(m_folder / ("again/" + name + ".pgm")), readGrey(m_folder / ("again/" + name + ".png"))),
+            0);
+    EXPECT_EQ(call("info demo/calibration.txt --write new.txt").m_nStatus, 0);
+    const auto facts = [](const std::string& rInfo) { return rInfo.substr(rInfo.find(": 1 section")); };
+    EXPECT_EQ(facts(call("info new.txt").m_out), facts(info.m_out));
+
     // The C example takes larger frames as planes; the maps hold for any size, and the wall is as far away.
     for (const std::string side : {"right", "left"}) {
         cv::Mat frame = readGrey(m_folder / ("demo/raw_" + side + ".png"));
@@ -65,6 +79,7 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     EXPECT_NEAR(std::strtod(said.c_str(), nullptr), 2.9, 0.1) << "the far box: " << said;
 
     std::filesystem::create_directories(m_folder / "way/report.txt");
+    std::ofstream(m_folder / "cut.pgm") << slurp(m_folder / "again/raw_right.pgm").substr(0, 2000);
     std::ofstream(m_folder / "cut.png") << slurp(m_folder / "demo/raw_right.png").substr(0, 2000);
 
     // Bad wishes: one line that names what is wrong, status 1, and no folder.
@@ -89,6 +104,9 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         {right + "--left demo/side_by_side.png --rectified --out x", "side_by_side"},
         {"demo --size 640x400 --out x", "--size"},
         {"info none.txt", "none.txt"},
+        {"info cut.pgm", "cut.pgm"},
+        {"info again/raw_left.pgm --write x", "--write"},
+        {"info demo/calibration.txt --write no/x", "no/x"},
         {"", "subcommand"}};
     for (const auto& [rArguments, pszWord] : aBad) {
         const Outcome bad = call(rArguments);

@@ -1,14 +1,11 @@
-// What a damaged or hostile text may do: fail, or load into cameras whose maps stay in the unit square. The sanitizers
-// watch everything else.
+// What a damaged or hostile text may do: fail, or load whole. That the maps of what loads stay in the unit square is
+// for the fuzz targets.
 #include "calibration/load.h"
 
 #include "api/StereoContext.h"
-#include "rectify/Camera.h"
 #include "support/CalibrationText.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
-#include <random>
 
 namespace kestrova::test {
 namespace {
@@ -26,19 +23,6 @@ bool load(bool bMemory, std::string text, StereoContext& rContext)
     return loadContextFromStream(pStream.get(), &rContext, 0);
 }
 
-testing::AssertionResult inUnitSquare(const WarpMapFunc& rMap)
-{
-    for (const float f : {0.0f, 0.3f, 1.0f, -7.0f, std::nanf("")}) {
-        float fRow = -1;
-        float fCol = -1;
-        rMap.map(fRow, fCol, f, 1 - f);
-        if (!(fRow >= 0 && fRow <= 1 && fCol >= 0 && fCol <= 1)) {
-            return testing::AssertionFailure() << fRow << ' ' << fCol;
-        }
-    }
-    return testing::AssertionSuccess();
-}
-
 /** Loads, and checks that the context is whole or empty. */
 bool loadsSafely(bool bMemory, const std::string& rText)
 {
@@ -46,11 +30,7 @@ bool loadsSafely(bool bMemory, const std::string& rText)
     const bool bOk = load(bMemory, rText, context);
     EXPECT_EQ(context.m_pCalibration->m_calibrationLines.empty(), !bOk);
     for (int nIndex = 0; nIndex < 3; ++nIndex) {
-        const Camera* pCamera = context.m_apCameras[nIndex];
-        EXPECT_EQ(pCamera != nullptr, bOk && nIndex < context.m_nCameraCount);
-        if (pCamera != nullptr) {
-            EXPECT_TRUE(inUnitSquare(*pCamera->forwardMap()) && inUnitSquare(*pCamera->inverseMap()));
-        }
+        EXPECT_EQ(context.m_apCameras[nIndex] != nullptr, bOk && nIndex < context.m_nCameraCount);
     }
     return bOk;
 }
@@ -116,27 +96,6 @@ TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
         EXPECT_EQ(loadsSafely(false, text), rCase.bStream) << rCase.from << " -> " << rCase.to.substr(0, 60);
         EXPECT_EQ(loadsSafely(true, text), rCase.bMemory) << rCase.from << " -> " << rCase.to.substr(0, 60);
     }
-}
-
-TEST_F(Hostile, FlippedBytesAndNoise)
-{
-    std::mt19937 random(20);
-    const auto below = [&](std::size_t u) { return random() % u; };
-    const std::string bytes = std::string("\0\n\r\\\"#-.9 \xff", 11);
-    int nLoaded = 0;
-    for (int nRound = 0; nRound < 3000; ++nRound) {
-        std::string text = m_text;
-        for (std::size_t uFlips = 1 + below(4); uFlips > 0; --uFlips) {
-            text[below(text.size())] = below(2) == 0 ? bytes[below(bytes.size())] : static_cast<char>(below(256));
-        }
-        const bool bMemory = nRound % 2 != 0;
-        nLoaded += loadsSafely(bMemory, text) ? 1 : 0;
-        std::string noise = "Version ";
-        std::generate_n(std::back_inserter(noise), below(300), [&] { return static_cast<char>(below(256)); });
-        ASSERT_FALSE(loadsSafely(bMemory, noise)) << nRound;
-        ASSERT_FALSE(HasFailure()) << nRound;
-    }
-    EXPECT_TRUE(nLoaded > 100 && nLoaded < 2900) << nLoaded << ": the rounds no longer reach both ends";
 }
 
 TEST_F(Hostile, ManyBlocksAndKeywordsTakeLinearTime)

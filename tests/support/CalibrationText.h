@@ -171,6 +171,12 @@ public:
     TempFile& operator=(const TempFile&) = delete;
     ~TempFile() { std::remove(m_path.c_str()); }
     [[nodiscard]] const char* path() const { return m_path.c_str(); }
+    [[nodiscard]] std::string content() const
+    {
+        std::ostringstream bytes;
+        bytes << std::ifstream(m_path, std::ios::binary).rdbuf();
+        return bytes.str();
+    }
 
 private:
     std::string m_path;

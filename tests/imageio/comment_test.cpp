@@ -1,0 +1,207 @@
+// The record of an image: through a file and back, and what the parser takes and refuses.
+#include "imageio/imageComment.h"
+#include "imageio/imageInfo.h"
+#include "kestrova.h"
+#include "support/StereoFrame.h"
+#include "support/allSettings.h"
+
+#include <cmath>
+#include <cstring>
+#include <numeric>
+
+namespace kestrova::test {
+using namespace std::string_literals;
+namespace {
+
+std::vector<double> list(auto... values)
+{
+    return {static_cast<double>(values)...};
+}
+
+/** All fields in order. */
+std::vector<double> numbers(const DisparityImageInfo& r)
+{
+    return list(r.rectQuality, r.edgeCorrelation, r.edgeMask, r.smoothing, r.stereoQuality, r.cameraConfiguration,
+                r.stereoMask, r.minDisparity, r.maxDisparity, r.disparityOffset, r.disparityMapping,
+                r.minDisparityMapping, r.maxDisparityMapping, r.textureValidation, r.textureValidationThreshold,
+                r.textureValidationMapping, r.uniquenessValidation, r.uniquenessValidationThreshold,
+                r.uniquenessValidationMapping, r.backForthValidation, r.backForthValidationMapping, r.surfaceValidation,
+                r.surfaceValidationDiff, r.surfaceValidationSize, r.surfaceValidationMapping);
+}
+
+/** As setAll leaves them. A field whose line is absent stays 0. */
+std::vector<double> expected(bool bOn, bool b16)
+{
+    const int n = bOn ? 1 : 0;
+    const int nMap = bOn && !b16 ? 1 : 0;
+    return list(2, n, 9 * n, !bOn, n, 1, 11, 15, 250, 10, nMap, 3 * nMap, 203 * nMap, n, 1.3 * n, 241 * n, n, 2.2 * n,
+                242 * n, n, 243 * n, n, 0.7 * n, 7 * n, 244 * n);
+}
+
+template<class Record, class Type>
+void savesAndReads(KestrovaContext h, KestrovaError (*pfnSave)(KestrovaContext, Type, KestrovaCamera, const char*),
+                   KestrovaError (*pfnRead)(const char*, Record*, KestrovaImageInfo*),
+                   KestrovaError (*pfnGet)(KestrovaContext, Type, KestrovaCamera, Record*), KestrovaImageInfo& rInfo)
+{
+    const TempFile file("");
+    Record read{};
+    Record image{};
+    ASSERT_EQ(pfnSave(h, Type{}, KestrovaCamReference, file.path()), KestrovaErrorOk);
+    ASSERT_EQ(pfnRead(file.path(), &read, &rInfo), KestrovaErrorOk);
+    ASSERT_EQ(pfnGet(h, Type{}, KestrovaCamReference, &image), KestrovaErrorOk);
+    EXPECT_EQ(read.rowinc, read.ncols); // of 16-bit images too
+    read.rowinc = static_cast<int>(read.ncols * sizeof *read.data);
+    EXPECT_EQ(pixelsOf(read), pixelsOf(image));
+    std::free(read.data);
+}
+
+TEST(ImageComment, EveryFieldComesBackFromTheFile)
+{
+    for (const int nCase : {0, 1, 2, 3}) {
+        const bool bOn = nCase % 2 != 0;
+        const bool b16 = nCase / 2 != 0;
+        const Handle handle = open(Shape::Horizontal);
+        KestrovaContext h = handle.get();
+        StereoFrame frame(240, 320, 5);
+        KestrovaInput input = frame.planes();
+        EXPECT_EQ(kestrovaSetSubpixelInterpolation(h, b16), KestrovaErrorOk);
+        setAll(h, bOn);
+        ASSERT_EQ(kestrovaPreprocess(h, &input), KestrovaErrorOk);
+        ASSERT_EQ(kestrovaStereo(h), KestrovaErrorOk);
+        setAll(h, !bOn); // the file tells how the image was made, not what holds now
+        KestrovaImageInfo info{};
+        info.parameters.disparity.disparityMapping = true; // the two that do not stay
+        info.parameters.disparity.disparityOffset = 77;
+        if (b16) {
+            savesAndReads(h, kestrovaSaveImage16Extra, kestrovaReadImage16Extra, kestrovaGetImage16, info);
+        } else {
+            savesAndReads(h, kestrovaSaveImageExtra, kestrovaReadImageExtra, kestrovaGetImage, info);
+        }
+        EXPECT_TRUE(info.hasComment && info.serialNumber == 4711 && info.imageType == 0);
+        EXPECT_STREQ(info.product, "Pemberlow");
+        EXPECT_EQ(info.camera, KestrovaCamRight);
+        EXPECT_EQ(numbers(info.parameters.disparity), expected(bOn, b16)) << nCase;
+    }
+}
+
+TEST(ImageComment, HeadersOfOtherImagesLineByLine)
+{
+    CalibrationText text(Shape::L);
+    text.cameras.push_back({100, "0 0 0", "COLOR"});
+    const Handle handle = openText(text.text());
+    KestrovaContext h = handle.get();
+    StereoFrame frame(240, 320, 5);
+    KestrovaInput input = frame.planes();
+    ASSERT_EQ(kestrovaPreprocess(h, &input), KestrovaErrorOk);
+    const std::string start = "P5\n# LYRComment\n# Halvorine 4711\n# ";
+    const std::string size = "\n320 240\n255\n";
+    const struct
+    {
+        KestrovaImageType eType;
+        KestrovaCamera eCamera;
+        std::string lines; // empty for the colour camera's refusal
+        KestrovaError eError = KestrovaErrorOk;
+    } aCases[] = {
+        {KestrovaImgRaw, KestrovaCamTop, "Raw Top image\n"},
+        {KestrovaImgRectified, KestrovaCamReference, "Rectified Right image\n# RectificationQuality=Standard\n"},
+        {KestrovaImgEdge, KestrovaCamLeft,
+         "Edge Left image\n# RectificationQuality=Standard\n# EdgeMask=7\n# Smoothing=On\n"},
+        {KestrovaImgRectified, KestrovaCamColor, "", KestrovaErrorInvalidParameter},
+        {KestrovaImgPacked, KestrovaCamLeft, "", KestrovaErrorInvalidRequest},
+    };
+    const TempFile file("");
+    for (const auto& rCase : aCases) {
+        ASSERT_EQ(kestrovaSaveImageExtra(h, rCase.eType, rCase.eCamera, file.path()), rCase.eError) << rCase.lines;
+        KestrovaImage read{};
+        KestrovaImageInfo info{};
+        if (rCase.eError == KestrovaErrorOk) {
+            EXPECT_TRUE(file.content().starts_with(start + rCase.lines + size)) << file.content().substr(0, 200);
+            ASSERT_EQ(kestrovaReadImageExtra(file.path(), &read, &info), KestrovaErrorOk) << rCase.lines;
+            EXPECT_TRUE(info.imageType == rCase.eType && info.camera == std::max(rCase.eCamera, KestrovaCamRight));
+            EXPECT_EQ(pixelsOf(read), image(h, rCase.eType, rCase.eCamera));
+            std::free(read.data);
+        }
+    }
+    const char* const pszNowhere = "/no such folder/file";
+    KestrovaImage read{9, 9, 9, nullptr};
+    KestrovaImageInfo info{};
+    EXPECT_EQ(kestrovaSaveImageExtra(h, KestrovaImgRaw, KestrovaCamTop, pszNowhere), KestrovaErrorSystem);
+    EXPECT_EQ(kestrovaSaveImageExtra(nullptr, KestrovaImgRaw, KestrovaCamTop, file.path()),
+              KestrovaErrorInvalidContext);
+    EXPECT_EQ(kestrovaReadImageExtra(pszNowhere, &read, &info), KestrovaErrorImageFileRead);
+    EXPECT_EQ(kestrovaReadImageExtra(nullptr, &read, &info), KestrovaErrorInvalidParameter);
+    EXPECT_EQ(kestrovaReadImageExtra(file.path(), nullptr, &info), KestrovaErrorInvalidParameter);
+    EXPECT_EQ(kestrovaReadImageExtra(file.path(), &read, nullptr), KestrovaErrorInvalidParameter);
+    EXPECT_TRUE(read.nrows == 9 && !info.hasComment);
+}
+
+TEST(ImageComment, TextsThatParseAndThoseThatDoNot)
+{
+    constexpr auto sk_eBad = KestrovaErrorImageComment;
+    constexpr auto sk_eOk = KestrovaErrorOk;
+    const std::string start = " LYRComment\n Pemberlow 5\n ";
+    const std::string edge = start + "Edge Left image\n";
+    const std::string disparity = start + "16-bit-Disparity Reference Image\n";
+    const struct
+    {
+        std::string text;
+        KestrovaError eError;
+        int nQuality;  // of rectification, 77 for untouched
+        int nEdgeMask; // likewise
+        bool bComment = true;
+    } aCases[] = {
+        {"", sk_eOk, 77, 77, false},
+        {" LYRComment2\n", sk_eOk, 77, 77, false},
+        {" LYRComment \n", sk_eOk, 77, 77, false},
+        {"   LYRComment\n", sk_eBad, 77, 77},
+        {" LYRComment\n Pemberlow 5", sk_eBad, 77, 77},
+        {" LYRComment\n "s + std::string(99, 'p') + " 5\n Raw Left image\n", sk_eOk, 77, 77},
+        {" LYRComment\n "s + std::string(100, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
+        {" LYRComment\n "s + std::string(5000, 'p') + " 5\n Raw Left image\n", sk_eBad, 77, 77},
+        {start + "Raw", sk_eBad, 77, 77},
+        {start + "Raw Left", sk_eBad, 77, 77},
+        {start + "Raw Left x", sk_eOk, 77, 77},
+        {start + "Packed Color image\nanything", sk_eOk, 77, 77},
+        {start + "raw Left image\n", sk_eBad, 77, 77},
+        {start + "Raw Middle image\n", sk_eBad, 77, 77},
+        {start + "Rectified Left image\n", sk_eBad, 77, 77},
+        {start + "Rectified Left image\nRectificationQuality=  Fast\n", sk_eOk, 0, 77},
+        {start + "Rectified Left image\nRectificationQuality=Fast \n", sk_eBad, 77, 77},
+        {start + "Rectified Left image\nRectificationQuality=", sk_eBad, 77, 77},
+        {start + "Rectified Left image\nEdgeMask=5\n", sk_eBad, 77, 77},
+        {edge + "EdgeCorrelation=?\n EdgeMask=5\n RectificationQuality=Enhanced-2\n EdgeMask=x", sk_eOk, 3, 0},
+        {edge + "EdgeMask=5\n StereoQuality=Standard\n", sk_eBad, 77, 5},
+        {edge + "EdgeMask=4294967301\n", sk_eOk, 77, 5}, // the low 32 bits
+        {edge + "EdgeMask=5\n\n", sk_eBad, 77, 5},       // an empty line is a key that nobody knows
+        {disparity, sk_eBad, 77, 77},
+        {disparity + "StereoQuality=Fast\n", sk_eBad, 77, 77},
+        {disparity + "CameraConfiguration=Wide\n", sk_eBad, 77, 77},
+        {disparity + "EdgeMask=3\n DisparityMapping=Maybe\n TextureValidation=On", sk_eOk, 77, 3},
+    };
+    for (const auto& rCase : aCases) {
+        std::string text = rCase.text;
+        KestrovaImageInfo info{};
+        info.parameters.disparity.rectQuality = static_cast<KestrovaRectImgQuality>(77);
+        info.parameters.edge.edgeMask = 77;
+        info.parameters.disparity.edgeMask = 77;
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(parseImageInfo(text.data(), &info), rCase.eError) << rCase.text;
+        const bool bMaybe = rCase.text.find("Maybe") != std::string::npos;
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), bMaybe ? "Error in stringToBool!\n" : "");
+        const bool bEdge = rCase.text.find("Edge Left") != std::string::npos;
+        EXPECT_EQ(info.hasComment, rCase.bComment) << rCase.text;
+        EXPECT_EQ(info.parameters.rectified.rectQuality, rCase.nQuality) << rCase.text;
+        EXPECT_EQ(bEdge ? info.parameters.edge.edgeMask : info.parameters.disparity.edgeMask, rCase.nEdgeMask)
+            << rCase.text;
+    }
+    // A file whose comment is damaged still gives its pixels.
+    const TempFile file("P5\n#LYRComment\n1 1 255 a");
+    KestrovaImage read{};
+    KestrovaImageInfo info{};
+    EXPECT_EQ(kestrovaReadImageExtra(file.path(), &read, &info), KestrovaErrorImageComment);
+    EXPECT_TRUE(read.data != nullptr && *read.data == 'a');
+    std::free(read.data);
+}
+
+} // namespace
+} // namespace kestrova::test
