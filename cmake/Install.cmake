@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS kestrova EXPORT kestrovaTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES include/kestrova.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/kestrova.h include/kestrova_numerics.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT kestrovaTargets NAMESPACE Kestrova:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kestrova)
 
 configure_package_config_file(cmake/kestrovaConfig.cmake.in kestrovaConfig.cmake
