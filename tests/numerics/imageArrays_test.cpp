@@ -137,7 +137,9 @@ TEST(HoughTransform, EveryPixelVotesForTheRingAroundIt)
                 const int nReach = static_cast<int>(std::sqrt(nRadius * nRadius - y * y));
                 for (const int nSign : {-1, 1}) {
                     expected[(6 + nSign * nReach) * nPitch + nCol + y] += image[6 * nCols + nCol];
-                    expected[6 * nPitch + nCol + nSign * nRadius] += y == 0 ? image[6 * nCols + nCol] : 0;
+                    if (y == 0) {
+                        expected[6 * nPitch + nCol + nSign * nRadius] += image[6 * nCols + nCol];
+                    }
                 }
             }
         }
