@@ -30,7 +30,7 @@ struct Cut
 };
 
 /** The point along one of the directions: axes, face diagonals, space diagonals. All have unit length. */
-double projectionOf(const LYRPoint3d& p, int nDirection)
+inline double projectionOf(const LYRPoint3d& p, int nDirection)
 {
     switch (nDirection) {
     case 0:
@@ -64,11 +64,11 @@ double projectionOf(const LYRPoint3d& p, int nDirection)
 
 Projections projectionsOf(const LYRPoint3d& p)
 {
-    Projections projections;
-    for (int i = 0; i < sk_nDirections; ++i) {
-        projections[i] = projectionOf(p, i);
+    return [&p]<int... nDirection>(std::integer_sequence<int, nDirection...>)
+    {
+        return Projections{projectionOf(p, nDirection)...};
     }
-    return projections;
+    (std::make_integer_sequence<int, sk_nDirections>());
 }
 
 /** The mean along the direction of the largest spread; the first of equals. */
