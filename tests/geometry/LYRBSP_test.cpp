@@ -163,8 +163,24 @@ TEST(LYRBSP, TheEpsilonFoldsWhatIsClose)
     cloud.deleteElementAt(20);
     EXPECT_EQ(cloud.findNearestIndex({1, 2, 1e6}), -1) << "deletion drops it";
     LYRPointCloud3d tie;
-    for (const double x : {1.0, -1.0, -1.0}) {
-        tie.insertPoint(new LYRPoint3d(x, 0, 0));
+    for (int i = 0; i < 8; ++i) {
+        tie.insertPoint(new LYRPoint3d(i < 4 ? -1 : 1, i % 4 < 2 ? -1 : 1, 0));
     }
     EXPECT_EQ(tie.findNearestIndex({0, 0, 0}), 0) << "the lowest index of equals";
+    tie.indexPoints();
+    EXPECT_EQ(tie.findNearestIndex({0, 0, 0}), 4) << "split along x, the first of equal spreads; the upper side first";
+}
+
+TEST(LYRBSP, CoincidentPointsAreOneLeafWithoutAnEpsilonToo)
+{
+    for (int i = 1; i < 10; ++i) { // means that rounding leaves below, at and above the points
+        LYRPointCloud3d cloud;
+        for (int k = 0; k < 3000; ++k) {
+            cloud.insertPoint(new LYRPoint3d(0.1 * i, 0.1 / i, i));
+        }
+        cloud.indexPoints();
+        const int nBefore = LYRBSPnode::num_leaf;
+        EXPECT_EQ(cloud.findNearestIndex({1, 2, 4}), 0);
+        EXPECT_EQ(LYRBSPnode::num_leaf, nBefore + 1);
+    }
 }

@@ -66,17 +66,14 @@ TEST(ImageArrays, SumsStartAtZero)
 
 TEST(ImageArrays, TheFirstBrightestPixel)
 {
-    // 5 bytes between rows of 2 pixels: the second row starts at pixel 2, the third at pixel 5.
-    const Words image = {1, 3, 9, 2, 9, 8, 9, 0};
+    const Words image = {1, 3, 9, 2, 9, 8, 10, 0};
     unsigned int uRow = 7;
     unsigned int uCol = 7;
     uint16_t usValue = 7;
-    LYRImage16FindBrightestPixel(image.data(), 3, 2, 5, &uRow, &uCol, &usValue);
-    EXPECT_TRUE(uRow == 1 && uCol == 0 && usValue == 9);
-    LYRImage16FindBrightestPixel(image.data() + 4, 2, 2, 2, &uRow, &uCol, &usValue);
-    EXPECT_TRUE(uRow == 0 && uCol == 0 && usValue == 9);
-    LYRImage16FindBrightestPixel(image.data() + 5, 2, 1, 2, &uRow, &uCol, &usValue);
-    EXPECT_TRUE(uRow == 1 && uCol == 0 && usValue == 9);
+    LYRImage16FindBrightestPixel(image.data(), 3, 2, 5, &uRow, &uCol, &usValue); // rows begin at pixels 0, 2 and 5
+    EXPECT_TRUE(uRow == 2 && uCol == 1 && usValue == 10);
+    LYRImage16FindBrightestPixel(image.data() + 1, 2, 2, 6, &uRow, &uCol, &usValue);
+    EXPECT_TRUE(uRow == 0 && uCol == 1 && usValue == 9) << "the first of equals";
     LYRImage16FindBrightestPixel(image.data() + 7, 1, 1, 2, &uRow, &uCol, &usValue);
     EXPECT_TRUE(uRow == 0 && uCol == 0 && usValue == 0);
 }

@@ -146,7 +146,7 @@ TEST(Eigen, ToleranceAndTheRowDecideWhatIsDone)
     EXPECT_EQ(diagonal.m_vectors, Matrix::Identity(6, 6));
     A(3, 5) = A(4, 5) = 1e-12;
     EXPECT_EQ(spectrumOf(A, 3e-12).m_vectors, Matrix::Identity(6, 6)) << "below the tolerance";
-    const Matrix V = spectrumOf(A, 1e-12).m_vectors;
+    const Matrix V = spectrumOf(A, 2e-12).m_vectors; // the sum itself: not below
     EXPECT_EQ(V(4, 5), 0) << "from the fifth row on it is negligible in single precision";
     EXPECT_EQ(V(3, 5), 0.5e-12) << "above it is not";
 }
