@@ -71,7 +71,10 @@ Projections projectionsOf(const LYRPoint3d& p)
     (std::make_integer_sequence<int, sk_nDirections>());
 }
 
-/** The mean along the direction of the largest spread; the first of equals. */
+/**
+ * The mean along the direction of the largest spread; the first of equals. The mean of finite points may overflow but
+ * is a number: a direction whose sums are none has no spread that is greater.
+ */
 Cut cutOfLargestSpread(const LYRPointCloud3d& rCloud, const int* pIndices, int nCount)
 {
     Projections sums{};
@@ -215,8 +218,7 @@ void LYRBSPnode::split(const LYRPointCloud3d& rCloud, int* pIndices, int nCount)
         return;
     }
     Cut cut = cutOfLargestSpread(rCloud, pIndices, nCount);
-    std::optional<int> below =
-        std::isfinite(cut.m_dThreshold) ? partition(rCloud, pIndices, nCount, cut) : std::nullopt;
+    std::optional<int> below = partition(rCloud, pIndices, nCount, cut);
     if (!below) {
         const std::optional<Cut> otherCut = cutOfLongestAxis(rCloud, pIndices, nCount);
         if (!otherCut) {

@@ -53,7 +53,7 @@ const Shape sk_aShapes[] = {
          case 5:
              return LYRPoint3d(d, HUGE_VAL, d);
          case 6:
-             return LYRPoint3d(-d, d, NAN);
+             return LYRPoint3d(NAN, NAN, NAN);
          case 7:
              return LYRPoint3d(huge(), d, huge());
          default:
