@@ -1,6 +1,6 @@
 /**
  * @file kestrova.h
- * Stereo vision for a calibrated set of two or three cameras: the one public header of libkestrova.so.3.
+ * Stereo vision for a calibrated set of two or three cameras: the public header of libkestrova.so.3.
  *
  * A program loads a calibration text, hands over one raw frame at a time and gets back rectified images, edge images,
  * validated disparity in 8 and 16 bits, and points in metres. The header compiles as C11 and as C++17.
