@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS kestrova kestrova_pgm EXPORT kestrovaTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES include/kestrova.h include/kestrova_pgm.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/kestrova.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT kestrovaTargets NAMESPACE Kestrova:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kestrova)
 
 configure_package_config_file(cmake/kestrovaConfig.cmake.in kestrovaConfig.cmake

@@ -14,6 +14,9 @@
 
 namespace kestrova {
 
+class LYRPlane;
+class LYRPointCloud3d;
+
 /** p goes to R p + t with R = Rz Ry Rx: the rotation about X acts first. Angles in radians. */
 class LYRTransform3d
 {
@@ -56,6 +59,7 @@ public:
 
     void apply(double& rX, double& rY, double& rZ);
     void apply(LYRPoint3d& rPoint);
+    void apply(LYRPointCloud3d& rCloud);
     /** this := other * this. */
     void preMultiply(LYRTransform3d& rOther);
     /** this := this * other. */
@@ -70,6 +74,12 @@ public:
     [[nodiscard]] LYRVector vectorX() { return column(0); }
     [[nodiscard]] LYRVector vectorY() { return column(1); }
     [[nodiscard]] LYRVector vectorZ() { return column(2); }
+    /** The plane of the moved X and Y axes, normal along the moved Z axis. */
+    [[nodiscard]] LYRPlane planeXY();
+    /** The SAME plane as planeXY(), whatever the name says: programs depend on all three. */
+    [[nodiscard]] LYRPlane planeYZ();
+    /** The same plane again, with the opposite normal. */
+    [[nodiscard]] LYRPlane planeXZ();
     /** The matrix as floats, column by column; valid until the next call. */
     [[nodiscard]] const float* glMatrixf();
 

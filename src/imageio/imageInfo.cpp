@@ -2,7 +2,7 @@
 
 #include "api/words.h"
 #include "imageio/commentItems.h"
-#include "kestrova_pgm.h"
+#include "kestrova.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-// pgm8Read and pgm16Read, the readers that the library imports. See kestrova_pgm.h for why they live in a shared object
+// pgm8Read and pgm16Read, the readers that the library imports. See kestrova.h for why they live in a shared object
 // of their own.
-#include "kestrova_pgm.h"
+#include "kestrova.h"
 
 #include "pgm/FilePtr.h"
 #include "pgm/pnmFile.h"

@@ -5,7 +5,7 @@
 // bytes that the file can have.
 #pragma once
 
-#include "kestrova_pgm.h"
+#include "kestrova.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -4,7 +4,6 @@
 #include "stereo/kernel_forms.h"
 
 #include <array>
-#include <cstring>
 
 namespace kestrova {
 
@@ -98,13 +97,6 @@ void row_pack_op(std::uint8_t* pDst, int n, const std::uint16_t* pSums, int nSca
 void row_scale_op(std::uint16_t* pDst, int n, const std::uint16_t* pSrc, int nScale)
 {
     anyForm().row_scale_op(pDst, n, pSrc, nScale);
-}
-
-void LYRMemsetMMX(void* pMemory, int nValue, int nBytes)
-{
-    if (nBytes > 0) {
-        std::memset(pMemory, nValue, static_cast<std::size_t>(nBytes));
-    }
 }
 
 } // namespace kestrova

@@ -81,9 +81,6 @@ void row_pack_op(std::uint8_t* pDst, int n, const std::uint16_t* pSums, int nSca
 /** As row_pack_op, but keeps the low 16 bits of every pixel. dst may be src. */
 void row_scale_op(std::uint16_t* pDst, int n, const std::uint16_t* pSrc, int nScale);
 
-/** Fills with the low byte of value. */
-void LYRMemsetMMX(void* pMemory, int nValue, int nBytes);
-
 /**
  * One way to compute all kernels. The entries above pick one; tests and benchmarks walk kernelForms().
  *

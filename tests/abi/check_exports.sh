@@ -20,8 +20,9 @@ if [ "$program" = --update ]; then
 fi
 
 # One declaration per line; a name given to the linker wins over the name of the function.
-"$compiler" -E -P -x c "$header" | tr '\n' ' ' | tr ';' '\n' | grep 'visibility("default")' |
-    sed -E -e 's/.*__asm__ *\("([^"]*)"\).*/\1/' -e 's/.*[ *](kestrova[A-Za-z0-9_]*|g_[A-Za-z0-9_]*) *(\(.*)?$/\1/' |
+"$compiler" -DKESTROVA_NUMERICS -E -P -x c "$header" | tr '\n' ' ' | tr ';' '\n' | grep 'visibility("default")' |
+    sed -E -e 's/.*__asm__ *\("([^"]*)"\).*/\1/' -e 's/.*[ *](g_[A-Za-z0-9_]*) *$/\1/' \
+        -e 's/.*[ *]([A-Za-z0-9_]+) *\(.*/\1/' |
     sort -u > "$temp/declared"
 nm -D "$program" | awk '{ print $NF }' | sed 's/@.*//' | sort -u | comm -12 - "$list" > "$temp/used"
 

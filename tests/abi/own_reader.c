@@ -1,6 +1,5 @@
 /* A program that defines its own PGM readers is asked instead of the companion. */
 #include "kestrova.h"
-#include "kestrova_pgm.h"
 
 #include <string.h>
 

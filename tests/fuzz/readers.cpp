@@ -4,7 +4,7 @@
 #include "calibration/write.h"
 #include "imageio/imageInfo.h"
 #include "imageio/pnmRead.h"
-#include "kestrova_pgm.h"
+#include "kestrova.h"
 #include "pgm/FilePtr.h"
 #include "rectify/Camera.h"
 

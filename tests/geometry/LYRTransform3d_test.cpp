@@ -1,6 +1,8 @@
 // Rigid motions against products of textbook rotations, and their files.
 #include "geometry/LYRTransform3d.h"
 
+#include "support/TempName.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,9 +11,9 @@
 #include <limits>
 #include <numbers>
 #include <string>
-#include <unistd.h>
 
 using namespace kestrova;
+using support::tempName;
 
 namespace {
 
@@ -67,11 +69,6 @@ void expectMatrix(LYRTransform3d transform, const Matrix& rExpected, const char*
             ASSERT_NEAR(transform.elementAt(r, c), rExpected[r][c], 1e-12) << pszWhat << " (" << r << ", " << c << ")";
         }
     }
-}
-
-std::string tempName(const char* pszStem)
-{
-    return testing::TempDir() + "kestrova_" + std::to_string(::getpid()) + "_" + pszStem;
 }
 
 bool readText(LYRTransform3d& rTransform, const std::string& rText)

@@ -1,7 +1,7 @@
 // Image files byte for byte, and what each reader makes of whole, odd and damaged ones.
 #include "imageio/pnmRead.h"
 #include "imageio/pnmWrite.h"
-#include "kestrova_pgm.h"
+#include "kestrova.h"
 #include "support/CalibrationText.h"
 
 #include <cmath>

@@ -207,14 +207,6 @@ const Case sk_aCases[] = {
 INSTANTIATE_TEST_SUITE_P(All, Kernels, testing::ValuesIn(sk_aCases),
                          [](const auto& rInfo) { return std::string(rInfo.param.m_pszName); });
 
-TEST(KernelEntries, MemsetTakesTheLowByteAndNothingForANegativeCount)
-{
-    U8 aFilled[3] = {1, 2, 3};
-    LYRMemsetMMX(aFilled, 0x1FF, 2);
-    LYRMemsetMMX(aFilled + 2, 0, -1);
-    EXPECT_TRUE(aFilled[0] == 255 && aFilled[1] == 255 && aFilled[2] == 3);
-}
-
 // The switches are process-wide: each test leaves them as the processor has them.
 TEST(Processor, SwitchesDecideOnceAndAreIndependent)
 {
