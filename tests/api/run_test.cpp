@@ -3,6 +3,7 @@
 #include "api/run.h"
 #include "kestrova.h"
 #include "parallel/Task.h"
+#include "parallel/furrowFix.h"
 #include "support/StereoFrame.h"
 
 #include <gtest/gtest.h>
@@ -35,84 +36,80 @@ Handle prepared(Shape eShape, int nRows, const Prepare& rSetup)
 }
 
 /** Both disparity images as they are in memory, whatever the settings produce. */
-std::pair<std::vector<std::uint8_t>, std::vector<std::uint16_t>> disparities(KestrovaContext handle)
+std::vector<int> disparities(KestrovaContext handle)
 {
-    const StereoContext& rContext = *getActiveContext(handle);
-    std::pair<std::vector<std::uint8_t>, std::vector<std::uint16_t>> result;
-    for (int nRow = 0; nRow < rContext.m_nRows; ++nRow) {
-        for (int nCol = 0; nCol < rContext.m_nCols; ++nCol) {
-            result.first.push_back(rContext.m_disparityImage[nRow][nCol]);
-            result.second.push_back(rContext.m_disparityImage16[nRow][nCol]);
+    std::vector<int> all;
+    const auto append = [&](const auto& rImage) {
+        for (int nRow = 0; nRow < rImage.nRows(); ++nRow) {
+            all.insert(all.end(), &rImage[nRow][0], &rImage[nRow][0] + rImage.nCols());
         }
-    }
-    return result;
+    };
+    append(getActiveContext(handle)->m_disparityImage);
+    append(getActiveContext(handle)->m_disparityImage16);
+    return all;
+}
+
+void setRegions(KestrovaContext context, const std::vector<KestrovaROI>& rRegions)
+{
+    KestrovaROI* pROIs = nullptr;
+    int nMax = 0;
+    EXPECT_EQ(kestrovaGetROIs(context, &pROIs, &nMax), KestrovaErrorOk);
+    std::copy(rRegions.begin(), rRegions.end(), pROIs);
+    EXPECT_EQ(kestrovaSetNumberOfROIs(context, static_cast<int>(rRegions.size())), KestrovaErrorOk);
 }
 
 struct RunCase
 {
     const char* pszName;
-    Prepare setup;
+    int nMask, nEdgeMask, nMin, nSurface; // no edge mask: rectified images
+    bool b16, bBackForth, bMapped, bEnhanced;
 };
 
 const RunCase sk_aRuns[] = {
-    {"subpixel", [](KestrovaContext) {}},
-    {"8 bit, back and forth, mapped",
-     [](KestrovaContext c) {
-         kestrovaSetSubpixelInterpolation(c, 0);
-         kestrovaSetBackForthValidation(c, 1);
-         kestrovaSetDisparityMapping(c, 10, 200);
-         kestrovaSetDisparityMappingOn(c, 1);
-     }},
-    {"rectified images, even window, back and forth",
-     [](KestrovaContext c) {
-         kestrovaSetBackForthValidation(c, 1);
-         kestrovaSetEdgeCorrelation(c, 0);
-         kestrovaSetAnyStereoMask(c, 8);
-     }},
-    {"8 bit, hardly any surface",
-     [](KestrovaContext c) {
-         kestrovaSetSubpixelInterpolation(c, 0);
-         kestrovaSetSurfaceValidationDifference(c, 0);
-         kestrovaSetSurfaceValidationSize(c, 4000);
-     }},
-    {"two passes, no low ranges",
-     [](KestrovaContext c) {
-         kestrovaSetStereoQuality(c, KestrovaStereoEnhanced);
-         kestrovaSetDisparity(c, 3, 15);
-     }},
-    {"a rim higher than a band", // the last, for it leaves the general correlator no room
-     [](KestrovaContext c) {
-         kestrovaSetStereoMask(c, 23);
-         kestrovaSetEdgeMask(c, 11);
-     }},
+    {"subpixel", 7, 7, 0, 200, true, false, false, false},
+    {"8 bit, back and forth, mapped", 7, 7, 0, 200, false, true, true, false},
+    {"rectified images, even window, back and forth", 8, 0, 0, 200, true, true, false, false},
+    {"8 bit, hardly any surface", 7, 7, 0, 4000, false, false, false, false},
+    {"two passes, no low ranges", 7, 7, 3, 200, true, false, false, true},
+    // The last, for it leaves the general correlator no room.
+    {"a rim higher than a band", 23, 11, 0, 200, true, false, false, false},
 };
-const std::span<const RunCase> sk_allRuns(sk_aRuns);
 
-void expectNoChangeByThreads(Shape eShape, const RunCase& rRun, std::initializer_list<int> threads)
+Prepare setup(const RunCase& r)
 {
-    const Handle handle = prepared(eShape, 96, rRun.setup);
-    for (const bool bSSE2 : {false, true}) {
-        kestrovaEnableSSE2IfAvailable(bSSE2);
-        EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), 1), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk) << rRun.pszName;
-        const auto expected = disparities(handle.get());
-        for (const int nThreads : threads) {
-            EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), nThreads), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk) << rRun.pszName;
-            EXPECT_TRUE(disparities(handle.get()) == expected)
-                << rRun.pszName << ", set " << static_cast<int>(eShape) << ", " << nThreads << " threads, " << bSSE2;
-        }
-    }
+    return [&r](KestrovaContext c) {
+        kestrovaSetAnyStereoMask(c, r.nMask);
+        kestrovaSetEdgeMask(c, r.nEdgeMask != 0 ? r.nEdgeMask : 7);
+        kestrovaSetEdgeCorrelation(c, r.nEdgeMask != 0);
+        kestrovaSetDisparity(c, r.nMin, 16 - r.nMin / 3);
+        kestrovaSetSurfaceValidationSize(c, r.nSurface);
+        kestrovaSetSubpixelInterpolation(c, r.b16);
+        kestrovaSetBackForthValidation(c, r.bBackForth);
+        kestrovaSetDisparityMapping(c, 10, 200);
+        kestrovaSetDisparityMappingOn(c, r.bMapped);
+        kestrovaSetStereoQuality(c, r.bEnhanced ? KestrovaStereoEnhanced : KestrovaStereoStandard);
+    };
 }
 
 TEST(Run, ThreadsDoNotChangeAWholeFrame)
 {
-    for (const RunCase& rRun : sk_allRuns) {
-        expectNoChangeByThreads(Shape::Horizontal, rRun, {2, 3, 4, 7, 100});
-    }
-    for (const RunCase& rRun : sk_allRuns.first(sk_allRuns.size() - 1)) { // up to 4: the range fits into the last band
-        expectNoChangeByThreads(Shape::Vertical, rRun, {2, 3, 4});
-        expectNoChangeByThreads(Shape::L, rRun, {2, 3, 4});
+    for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
+        const bool bGeneral = eShape != Shape::Horizontal; // up to 4 bands: the range fits into the last one
+        for (const RunCase& rRun : std::span(sk_aRuns).first(std::size(sk_aRuns) - (bGeneral ? 1 : 0))) {
+            const Handle handle = prepared(eShape, 96, setup(rRun));
+            std::vector<int> expected[2]; // without and with SSE2
+            for (const int nThreads : bGeneral ? std::vector{1, 2, 3, 4} : std::vector{1, 2, 3, 4, 7, 100}) {
+                EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), nThreads), KestrovaErrorOk);
+                for (const int nSSE2 : {0, 1}) {
+                    kestrovaEnableSSE2IfAvailable(nSSE2);
+                    EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk) << rRun.pszName;
+                    const std::vector<int> actual = disparities(handle.get());
+                    expected[nSSE2] = nThreads == 1 ? actual : expected[nSSE2];
+                    EXPECT_TRUE(actual == expected[nSSE2]) << rRun.pszName << ", set " << static_cast<int>(eShape)
+                                                           << ", " << nThreads << " threads, " << nSSE2;
+                }
+            }
+        }
     }
 }
 
@@ -139,14 +136,10 @@ TEST(Run, RegionsGiveTheBytesOfTheirBands)
         {{70, 0, 10, 80}, {10, 10, 0, 0}},                   // nothing at all
     };
     for (const RunCase& rRun : sk_aRuns) {
-        const Handle handle = prepared(Shape::Horizontal, 60, rRun.setup);
+        const Handle handle = prepared(Shape::Horizontal, 60, setup(rRun));
         getActiveContext(handle.get())->m_bEnhancedStereo = false; // one pass tells it all
-        KestrovaROI* pROIs = nullptr;
-        int nMax = 0;
-        EXPECT_EQ(kestrovaGetROIs(handle.get(), &pROIs, &nMax), KestrovaErrorOk);
         for (const std::vector<KestrovaROI>& rRegions : aRegions) {
-            std::copy(rRegions.begin(), rRegions.end(), pROIs);
-            EXPECT_EQ(kestrovaSetNumberOfROIs(handle.get(), static_cast<int>(rRegions.size())), KestrovaErrorOk);
+            setRegions(handle.get(), rRegions);
             for (const int nThreads : {1, 2, 4, 9}) {
                 EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), nThreads), KestrovaErrorOk);
                 EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk);
@@ -160,67 +153,59 @@ TEST(Run, RegionsGiveTheBytesOfTheirBands)
     }
 }
 
-/** Pixels inside the rims of 6 that are the shift, all that hold another disparity, and those of one code. */
-struct Found
-{
-    int nShift = 0;
-    int nOther = 0;
-    int nCode = 0;
-
-    Found(const std::vector<std::uint16_t>& rImage, int nCode16)
-    {
-        for (int nRow = 6; nRow < 104; ++nRow) {
-            for (int nCol = 6; nCol < 120; ++nCol) {
-                const int nValue = rImage[static_cast<std::size_t>(nRow * 160 + nCol)];
-                const bool bShift = std::abs(nValue - sk_nDisparity * 256) < 48;
-                nShift += bShift;
-                nOther += nValue < 0xFF00 && !bShift;
-                nCode += nValue == nCode16;
-            }
-        }
-    }
-};
-
-TEST(Run, FindsAShiftInEverySetByBothInputsAndQualities)
+TEST(Run, FindsAShiftInEverySetAndQuality)
 {
     kestrovaEnableSSE2IfAvailable(false); // for the general correlator
-    for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
-        const std::string text = CalibrationText(eShape).set("StereoQuality", "Enhanced").text();
-        const TempFile file(text);
-        KestrovaContext fromFile = nullptr;
-        EXPECT_EQ(kestrovaGetDefaultContextFromFile(&fromFile, file.path()), KestrovaErrorOk);
-        const Handle aHandles[] = {open(eShape), Handle(fromFile)}; // one pass and two
-        for (const Handle& rHandle : aHandles) {
-            KestrovaContext c = rHandle.get();
-            StereoFrame frame(120, 160, sk_nDisparity, 3, eShape);
-            std::vector<std::vector<std::uint16_t>> results;
-            EXPECT_EQ(kestrovaSetResolution(c, 120, 160), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaSetDisparity(c, 0, 20), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaSetUniquenessValidation(c, 0), KestrovaErrorOk); // half a pixel away noise is blurred
-            for (KestrovaInput input : {frame.planes(), frame.packed()}) {
-                EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
-                EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
-                results.push_back(disparity16(c));
-                EXPECT_EQ(results.back(), results.front());
-            }
-            const Found found(results.front(), 0);
-            EXPECT_GT(found.nShift, 98 * 114 * 95 / 100) << static_cast<int>(eShape);
-            EXPECT_LT(found.nOther, 98 * 114 / 200) << static_cast<int>(eShape);
-            EXPECT_EQ(results.front()[0], 0xFF00 + 253); // the rim keeps the fill
-            EXPECT_EQ(kestrovaSetSurfaceValidationSize(c, 120 * 160), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaSetSurfaceValidationMapping(c, 249), KestrovaErrorOk);
-            EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
-            const Found none(disparity16(c), 0xFF00 + 249);
-            EXPECT_EQ(none.nShift + none.nOther, 0) << "every surface is too small";
-            EXPECT_GE(none.nCode, found.nShift);
+    constexpr int nInside = 98 * 114;     // pixels off the rims and off what a disparity takes
+    const auto count = [](const std::vector<std::uint16_t>& rImage, int nLow, int nHigh) {
+        int n = 0;
+        for (int i = 0; i < nInside; ++i) {
+            const int nValue = rImage[static_cast<std::size_t>((6 + i / 114) * 160 + 6 + i % 114)];
+            n += nValue > nLow && nValue < nHigh;
         }
-        KestrovaContext c = aHandles[0].get();
+        return n;
+    };
+    const struct
+    {
+        Shape eShape;
+        const char* pszConfiguration;
+        const char* pszQuality;
+        bool bEdges;
+    } aCases[] = {
+        {Shape::Horizontal, "2CameraHorizontal", "Standard", true},
+        {Shape::Horizontal, "2CameraHorizontal", "Enhanced", true},
+        {Shape::Vertical, "2CameraVertical", "Standard", false},
+        {Shape::Vertical, "2CameraVertical", "Enhanced", true},
+        {Shape::L, "L", "Standard", true},
+        {Shape::L, "L", "Enhanced", false},
+        {Shape::L, "2CameraHorizontal", "Enhanced", false}, // cameras 0 and 2, as images 0 and 1
+    };
+    for (const auto& rCase : aCases) {
+        SCOPED_TRACE(&rCase - aCases);
+        CalibrationText text(rCase.eShape);
+        text.set("CameraConfiguration", rCase.pszConfiguration).set("StereoQuality", rCase.pszQuality);
+        const Handle handle = openText(text.text());
+        KestrovaContext c = handle.get();
+        StereoFrame frame(120, 160, sk_nDisparity, 3, rCase.eShape);
+        KestrovaInput input = frame.packed();
+        EXPECT_EQ(kestrovaSetResolution(c, 120, 160), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaSetDisparity(c, 0, 20), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaSetUniquenessValidation(c, 0), KestrovaErrorOk); // half a pixel away noise is blurred
+        EXPECT_EQ(kestrovaSetEdgeCorrelation(c, rCase.bEdges), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
+        const int nShift = count(disparity16(c), sk_nDisparity * 256 - 48, sk_nDisparity * 256 + 48);
+        EXPECT_GT(nShift, nInside * 95 / 100);
+        EXPECT_LT(count(disparity16(c), -1, 0xFF00), nShift + nInside / 200);
+        EXPECT_EQ(disparity16(c)[0], 0xFF00 + 253); // the rim keeps the fill
+
         EXPECT_EQ(kestrovaSetDoStereo(c, 0), KestrovaErrorOk);
+        EXPECT_EQ(kestrovaSetStereoQuality(c, KestrovaStereoStandard), KestrovaErrorOk);
         EXPECT_EQ(kestrovaSetSubpixelValidationMapping(c, 250), KestrovaErrorOk);
         EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
-        const auto [image8, image16] = disparities(c); // without stereo all pixels keep the fill
-        EXPECT_EQ(std::count(image8.begin(), image8.end(), 250), 120 * 160);
-        EXPECT_EQ(std::count(image16.begin(), image16.end(), 0xFF00 + 250), 120 * 160);
+        std::vector<int> filled(120 * 160, 250); // without stereo all pixels keep the fill
+        filled.resize(2 * filled.size(), 0xFF00 + 250);
+        EXPECT_EQ(disparities(c), filled);
     }
     kestrovaEnableSSE2IfAvailable(true);
 }
@@ -244,66 +229,49 @@ TEST(Run, EnhancedIsTheFlatAverageOfBothValidatedPasses)
         EXPECT_EQ(kestrovaSetStereoQuality(handle.get(), KestrovaStereoStandard), KestrovaErrorOk);
         EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk);
         StereoContext& rSecond = *getActiveContext(handle.get())->m_pFurrowContext;
-        std::uint16_t* const pSecond = rSecond.m_disparityImage16.data();
-        std::fill_n(pSecond, 90 * rSecond.m_disparityImage16.rowDistance(), 0xFFFD);
+        std::fill_n(rSecond.m_disparityImage16.data(), 90 * rSecond.m_disparityImage16.rowDistance(), 0xFFFD);
         EXPECT_EQ(standardStereoAndValidate(&rSecond), KestrovaErrorOk);
-        int nRejectedBySecond = 0;
-        for (std::size_t i = 0; i < lent.size(); ++i) {
-            const int nSum = lent[i] + pSecond[i];
-            const bool bValid = lent[i] < 0xFF00;
-            nRejectedBySecond += bValid && pSecond[i] == 0xFF00 + 252;
-            lent[i] = !bValid               ? lent[i]
-                      : pSecond[i] < 0xFF00 ? static_cast<std::uint16_t>((nSum - 128) / 2)
-                                            : pSecond[i];
-        }
+        const auto nRejectedByFirst = std::count(lent.begin(), lent.end(), 0xFF00 + 252);
+        EXPECT_EQ(furrowFixCombineDisparityImages(getActiveContext(handle.get()), &rSecond), KestrovaErrorOk);
         EXPECT_EQ(actual, lent) << static_cast<int>(eShape);
-        EXPECT_GT(nRejectedBySecond, 20);
-        EXPECT_GT(std::count(lent.begin(), lent.end(), 0xFF00 + 252), nRejectedBySecond) << "both passes reject";
+        EXPECT_GT(nRejectedByFirst, 0);
+        EXPECT_GT(std::count(lent.begin(), lent.end(), 0xFF00 + 252), nRejectedByFirst + 20) << "both passes reject";
     }
-}
-
-void setRegions(KestrovaContext context, std::initializer_list<KestrovaROI> regions)
-{
-    KestrovaROI* pROIs = nullptr;
-    int nMax = 0;
-    EXPECT_EQ(kestrovaGetROIs(context, &pROIs, &nMax), KestrovaErrorOk);
-    std::copy(regions.begin(), regions.end(), pROIs);
-    EXPECT_EQ(kestrovaSetNumberOfROIs(context, static_cast<int>(regions.size())), KestrovaErrorOk);
 }
 
 TEST(Run, ErrorsPersistUntilThePoolIsReplaced)
 {
-    const Prepare oneNarrowRegion = [](KestrovaContext c) { setRegions(c, {{0, 0, 30, 1}, {0, 20, 30, 30}}); };
-    const Prepare noSecondImages = [](KestrovaContext c) { kestrovaSetStereoQuality(c, KestrovaStereoEnhanced); };
-    struct Case
+    const auto nothing = [](KestrovaContext) {};
+    const auto oneNarrowRegion = [](KestrovaContext c) { setRegions(c, {{0, 0, 30, 1}, {0, 20, 30, 30}}); };
+    const auto lowBands = [](KestrovaContext c) { kestrovaSetMaxThreadCount(c, 12); };
+    const auto noSecondImages = [](KestrovaContext c) { kestrovaSetStereoQuality(c, KestrovaStereoEnhanced); };
+    const auto noSecondContext = [](KestrovaContext c) { getActiveContext(c)->m_bEnhancedStereo = true; };
+    const auto twoPassesOfNothing = [](KestrovaContext c) {
+        kestrovaSetStereoQuality(c, KestrovaStereoEnhanced);
+        kestrovaSetDoStereo(c, 0);
+    };
+    const auto noCorrelator = [](KestrovaContext c) {
+        getActiveContext(c)->m_eCameraConfiguration = KestrovaCfg2CameraWide;
+    };
+    const struct
     {
-        const char* pszName;
         Shape eShape;
         bool bPreprocess;
         Prepare setup; // after preprocessing
         KestrovaError eExpected;
+    } aCases[] = {
+        {Shape::Horizontal, false, nothing, KestrovaErrorInvalidRequest},
+        {Shape::L, false, nothing, KestrovaErrorInvalidRequest},
+        {Shape::L, true, oneNarrowRegion, KestrovaErrorInvalidROI},
+        {Shape::Vertical, true, oneNarrowRegion, KestrovaErrorInvalidROI},
+        {Shape::Vertical, true, lowBands, KestrovaErrorInvalidROI},
+        {Shape::Vertical, true, noSecondImages, KestrovaErrorInvalidRequest},
+        {Shape::Horizontal, true, noSecondContext, KestrovaErrorInvalidRequest},
+        {Shape::Horizontal, true, twoPassesOfNothing, KestrovaErrorInvalidRequest},
+        {Shape::Horizontal, true, noCorrelator, KestrovaErrorNotImplemented},
     };
-    const Case aCases[] = {
-        {"not preprocessed", Shape::Horizontal, false, [](KestrovaContext) {}, KestrovaErrorInvalidRequest},
-        {"L, not preprocessed", Shape::L, false, [](KestrovaContext) {}, KestrovaErrorInvalidRequest},
-        {"L, narrow region", Shape::L, true, oneNarrowRegion, KestrovaErrorInvalidROI},
-        {"vertical, narrow region", Shape::Vertical, true, oneNarrowRegion, KestrovaErrorInvalidROI},
-        {"vertical, bands without room", Shape::Vertical, true,
-         [](KestrovaContext c) { kestrovaSetMaxThreadCount(c, 12); }, KestrovaErrorInvalidROI},
-        {"second images not made", Shape::Vertical, true, noSecondImages, KestrovaErrorInvalidRequest},
-        {"no second context", Shape::Horizontal, true,
-         [](KestrovaContext c) { getActiveContext(c)->m_bEnhancedStereo = true; }, KestrovaErrorInvalidRequest},
-        {"two passes of nothing", Shape::Horizontal, true,
-         [](KestrovaContext c) {
-             kestrovaSetStereoQuality(c, KestrovaStereoEnhanced);
-             kestrovaSetDoStereo(c, 0);
-         },
-         KestrovaErrorInvalidRequest},
-        {"no such configuration", Shape::Horizontal, true,
-         [](KestrovaContext c) { getActiveContext(c)->m_eCameraConfiguration = KestrovaCfg2CameraWide; },
-         KestrovaErrorNotImplemented},
-    };
-    for (const Case& rCase : aCases) {
+    for (const auto& rCase : aCases) {
+        SCOPED_TRACE(&rCase - aCases);
         StereoFrame frame(60, 80, sk_nDisparity, 0, rCase.eShape);
         KestrovaInput input = frame.packed();
         const Handle handle = open(rCase.eShape);
@@ -311,14 +279,14 @@ TEST(Run, ErrorsPersistUntilThePoolIsReplaced)
         EXPECT_EQ(kestrovaSetResolution(c, 60, 80), KestrovaErrorOk);
         EXPECT_EQ(kestrovaSetMaxThreadCount(c, 2), KestrovaErrorOk);
         if (rCase.bPreprocess) {
-            EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk) << rCase.pszName;
+            EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
         }
         const auto eConfiguration = getActiveContext(c)->m_eCameraConfiguration;
         rCase.setup(c);
-        EXPECT_EQ(kestrovaStereo(c), rCase.eExpected) << rCase.pszName;
+        EXPECT_EQ(kestrovaStereo(c), rCase.eExpected);
         if (rCase.eExpected == KestrovaErrorInvalidROI) { // all else was done
-            const auto image = disparities(c).second;
-            EXPECT_TRUE(std::any_of(image.begin(), image.end(), [](int n) { return n != 0xFFFD; })) << rCase.pszName;
+            const std::vector<int> all = disparities(c);
+            EXPECT_TRUE(std::any_of(all.begin() + 60 * 80, all.end(), [](int n) { return n != 0xFFFD; }));
         }
         // With the cause gone the error stays, also under the same thread count; another count forgets it.
         getActiveContext(c)->m_eCameraConfiguration = eConfiguration;
@@ -327,23 +295,12 @@ TEST(Run, ErrorsPersistUntilThePoolIsReplaced)
         EXPECT_EQ(kestrovaPreprocess(c, &input), KestrovaErrorOk);
         int nThreads = 0;
         EXPECT_EQ(kestrovaGetMaxThreadCount(c, &nThreads), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaStereo(c), rCase.eExpected) << rCase.pszName;
+        EXPECT_EQ(kestrovaStereo(c), rCase.eExpected);
         EXPECT_EQ(kestrovaSetMaxThreadCount(c, nThreads), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaStereo(c), rCase.eExpected) << rCase.pszName;
+        EXPECT_EQ(kestrovaStereo(c), rCase.eExpected);
         EXPECT_EQ(kestrovaSetMaxThreadCount(c, 1), KestrovaErrorOk);
-        EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk) << rCase.pszName;
+        EXPECT_EQ(kestrovaStereo(c), KestrovaErrorOk);
     }
-}
-
-TEST(Run, SingleThreadedFormIsTheWholeRun)
-{
-    const Handle handle = prepared(Shape::Horizontal, 60, [](KestrovaContext) {});
-    StereoContext& rContext = *getActiveContext(handle.get());
-    EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk);
-    const auto expected = disparities(handle.get());
-    rContext.m_disparityImage16.init(0xFF00 + 253);
-    EXPECT_EQ(standardStereoAndValidate(&rContext), KestrovaErrorOk);
-    EXPECT_TRUE(disparities(handle.get()) == expected);
     EXPECT_EQ(standardStereoAndValidate(nullptr), KestrovaErrorInvalidContext);
 }
 

@@ -6,22 +6,11 @@
 
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <numeric>
 #include <vector>
 
 using namespace kestrova;
 using namespace kestrova::test;
-
-namespace {
-
-/** Consecutive values over the rows and their gaps. */
-void fill(Image<unsigned short>& rImage, unsigned uFirst, unsigned uStep)
-{
-    for (int i = 0; i < rImage.nRows() * rImage.rowDistance(); ++i) {
-        rImage.data()[i] = static_cast<unsigned short>(uFirst + static_cast<unsigned>(i) * uStep);
-    }
-}
-
-} // namespace
 
 TEST(FurrowFix, AveragesWhatBothPassesFound)
 {
@@ -52,11 +41,12 @@ TEST(FurrowFix, WalksThroughGapsAndRefusesWhatDoesNotFit)
         main.m_disparityImage16 =
             nDistance == 12 ? Image<unsigned short>(6, 12, lent.data()) : Image<unsigned short>(6, 12);
         furrow.m_disparityImage16 = Image<unsigned short>(6, 12);
-        fill(main.m_disparityImage16, 1000, 2);
-        fill(furrow.m_disparityImage16, 1128, 6);
+        unsigned short* const pMain = main.m_disparityImage16.data();
+        std::iota(pMain, pMain + 6 * nDistance, 1000);
+        std::iota(furrow.m_disparityImage16.data(), furrow.m_disparityImage16.data() + 6 * 16, 1328);
         EXPECT_EQ(furrowFixCombineDisparityImages(&main, &furrow), KestrovaErrorOk);
         for (int i = 0; i < 6 * nDistance; ++i) {
-            EXPECT_EQ(main.m_disparityImage16.data()[i], 1000 + i * (i < 6 * 12 ? 4 : 2)) << nDistance << ' ' << i;
+            EXPECT_EQ(pMain[i], 1000 + i + (i < 6 * 12 ? 100 : 0)) << nDistance << ' ' << i;
         }
         furrow.m_bDoStereo = false;
         EXPECT_EQ(furrowFixCombineDisparityImages(&main, &furrow), KestrovaErrorInvalidRequest);
@@ -67,7 +57,6 @@ TEST(FurrowFix, WalksThroughGapsAndRefusesWhatDoesNotFit)
         EXPECT_EQ(furrowFixCombineDisparityImages(&main, &furrow), KestrovaErrorInvalidSetting);
     }
     EXPECT_EQ(syncFurrowFixContext(nullptr), KestrovaErrorInvalidContext);
-    EXPECT_EQ(furrowFixKestrovaPreprocess(nullptr, nullptr), KestrovaErrorInvalidContext);
 }
 
 TEST(FurrowFix, SecondContextSharesTheRightCameraAndFollowsTheSettings)

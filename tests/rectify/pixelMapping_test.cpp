@@ -9,8 +9,10 @@ namespace {
 constexpr ImageDim sk_raw{480, 640};
 constexpr ImageDim sk_rectified{240, 320};
 
+using Doubles = std::pair<double, double>;
+
 /** A lens of about 12 pixels at the corners of the raw image, seen by a camera that is turned a little. */
-std::pair<double, double> toRaw(double dRow, double dCol)
+Doubles toRaw(double dRow, double dCol)
 {
     const double y = 0.75 * (dRow - 0.5);
     const double x = dCol - 0.5;
@@ -20,9 +22,9 @@ std::pair<double, double> toRaw(double dRow, double dCol)
     return {0.5 + v * dLens / 0.75, 0.5 + u * dLens};
 }
 
-std::pair<double, double> toRectified(double dRow, double dCol)
+Doubles toRectified(double dRow, double dCol)
 {
-    std::pair<double, double> point{dRow, dCol};
+    Doubles point{dRow, dCol};
     for (int i = 0; i < 60; ++i) {
         const auto [dAtRow, dAtCol] = toRaw(point.first, point.second);
         point = {point.first + dRow - dAtRow, point.second + dCol - dAtCol};
@@ -48,13 +50,16 @@ WarpSpline splineOf(const Coordinate& rMap)
     return {knots.data(), knots.data(), coefs.data(), n};
 }
 
-using PointFunction = std::pair<double, double> (*)(double, double);
-
-std::unique_ptr<WarpMapFunc> mapOf(PointFunction pfn)
+WarpMapFunc mapOf(Doubles (*pfn)(double, double))
 {
-    return std::make_unique<WarpMapFunc>(splineOf([pfn](double r, double c) { return pfn(r, c).first; }),
-                                         splineOf([pfn](double r, double c) { return pfn(r, c).second; }), 1, 1, 0, 0,
-                                         0, 0);
+    return {splineOf([pfn](double r, double c) { return pfn(r, c).first; }),
+            splineOf([pfn](double r, double c) { return pfn(r, c).second; }),
+            1,
+            1,
+            0,
+            0,
+            0,
+            0};
 }
 
 bool isIn(const PixelPosition& r, const ImageDim& rSize)
@@ -70,12 +75,13 @@ double distance(const PixelPosition& rA, const PixelPosition& rB)
 
 TEST(PixelMapping, ComesBackToEveryRawPixelOfTheField)
 {
-    const auto pForward = mapOf(toRaw);
-    const auto pInverse = mapOf(toRectified);
-    const PixelMaps maps{*pForward, *pInverse, sk_raw, sk_rectified};
+    const WarpMapFunc forward = mapOf(toRaw);
+    const WarpMapFunc inverse = mapOf(toRectified);
+    const PixelMaps maps{forward, inverse, sk_raw, sk_rectified};
+    const int nPixels = sk_raw.m_nRows * sk_raw.m_nCols;
     int nInField = 0;
     double dWorst = 0;
-    for (int i = 0; i < sk_raw.m_nRows * sk_raw.m_nCols; ++i) {
+    for (int i = 0; i < nPixels; ++i) {
         const PixelPosition raw{static_cast<float>(i / sk_raw.m_nCols), static_cast<float>(i % sk_raw.m_nCols)};
         const PixelPosition rectified = rectifyPixel(maps, raw);
         PixelPosition back{-1, -1};
@@ -84,14 +90,11 @@ TEST(PixelMapping, ComesBackToEveryRawPixelOfTheField)
             ASSERT_TRUE(bFound);
             ++nInField;
             dWorst = std::max(dWorst, distance(raw, back));
-        } else {
-            ASSERT_TRUE(isIn(back, sk_raw)) << i;
-            ASSERT_TRUE(!bFound || distance(rectifyPixel(maps, back), rectified) <= 0.0011) << i;
         }
     }
-    std::printf("raw to rectified to raw: %d of %d pixels in the field, worst %.4f pixels\n", nInField,
-                sk_raw.m_nRows * sk_raw.m_nCols, dWorst);
-    EXPECT_GT(nInField, sk_raw.m_nRows * sk_raw.m_nCols * 17 / 20);
+    std::printf("raw to rectified to raw: %d of %d pixels in the field, worst %.4f pixels\n", nInField, nPixels,
+                dWorst);
+    EXPECT_GT(nInField, nPixels * 17 / 20);
     EXPECT_LT(dWorst, 0.05);
 }
 
@@ -104,37 +107,38 @@ MapFunction counted(const MapFunction& rFunction, long* pnCount)
     };
 }
 
+constexpr float sk_fNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float sk_fInf = std::numeric_limits<float>::infinity();
+
 TEST(PixelMapping, SearchStopsWhereItIsToldTo)
 {
     // The raw image shows the rectified one with a margin of a tenth, and here the inverse map may leave the image.
     const auto margin = [](float fRow, float fCol) { return std::pair{1.25F * fRow - 0.125F, 1.25F * fCol - 0.125F}; };
     const auto still = [](float, float) { return std::pair{0.25F, 0.25F}; };
     const auto turned = [](float fRow, float fCol) { return std::pair{1 - fRow, 1 - fCol}; };
-    const float fNan = std::numeric_limits<float>::quiet_NaN();
-    const float fInf = std::numeric_limits<float>::infinity();
-    struct Case
+    const auto squares = [](float fRow, float fCol) {
+        return std::pair{fRow * fRow - 0.2F, fCol * fCol * fCol - 0.2F};
+    };
+    const struct
     {
         MapFunction inverse;
         PixelPosition wanted;
         bool bFound;
         PixelPosition raw;
         int nPasses;
-    };
-    const Case aCases[] = {
+    } aCases[] = {
         {margin, {-10, 20}, true, {32.3F, 96.3F}, 1}, // a straight map is met at the first step
         {margin, {250, 330}, true, {448.3F, 592.3F}, 1},
         {margin, {-60, 20}, false, {0, 96.3F}, 2}, // off the raw image: pinned to its edge
         {margin, {1e30F, 20}, false, {479, 96.3F}, 1},
-        {margin, {fInf, -fInf}, false, {479, 0}, 1},
-        {margin, {fNan, 20}, false, {0, 96.3F}, 1},
+        {margin, {sk_fInf, -sk_fInf}, false, {479, 0}, 1},
+        {margin, {sk_fNan, 20}, false, {0, 96.3F}, 1},
         {turned, {-0.25F, -0.25F}, true, {479, 639}, 1},
-        {still,
-         {-1, -1},
-         false,
-         {479, 639},
-         2}, // nothing to divide by: its own coordinate is the position, clamped after
+        {still, {-1, -1}, false, {479, 639}, 2}, // nothing to divide by: the coordinate itself is the position
+        {squares, {-40, 93}, true, {89.8327F, 504.8088F}, 6}, // step by step, and by how wide the brackets are
+        {squares, {-40, 44}, false, {198.7149F, 579.2332F}, 2},
     };
-    for (const Case& rCase : aCases) {
+    for (const auto& rCase : aCases) {
         long nCount = 0;
         const FunctionMap map(counted(rCase.inverse, &nCount));
         PixelPosition raw{};
@@ -147,21 +151,22 @@ TEST(PixelMapping, SearchStopsWhereItIsToldTo)
 
 TEST(PixelMapping, EndsForAMillionPointsOfAnyKindOnMapsOfAnyKind)
 {
-    const auto wavy = [](float fRow, float fCol) {
-        return std::pair{0.5F + 0.6F * std::sin(9 * fRow + fCol), fCol * fCol + 0.1F * std::cos(20 * fRow)};
+    const MapFunction aMaps[] = {
+        [](float fRow, float fCol) {
+            return std::pair{0.5F + 0.6F * std::sin(9 * fRow + fCol), fCol * fCol + 0.1F * std::cos(20 * fRow)};
+        },
+        [](float fRow, float fCol) {
+            return std::pair{std::floor(7 * fRow) / 5 - 0.1F, std::floor(900 * fCol) / 900};
+        },
+        [](float fRow, float fCol) {
+            return std::pair{fRow < 0.3F ? sk_fNan : 1.2F * fRow, fCol > 0.9F ? 1e30F : 1 - fCol};
+        },
+        [](float fRow, float fCol) -> std::pair<float, float> {
+            return toRaw(double{fRow} * 1.1 - 0.05, double{fCol} * 1.1 - 0.05);
+        },
     };
-    const auto steps = [](float fRow, float fCol) {
-        return std::pair{std::floor(7 * fRow) / 5 - 0.1F, std::floor(900 * fCol) / 900};
-    };
-    const auto broken = [](float fRow, float fCol) {
-        return std::pair{fRow < 0.3F ? std::nanf("") : 1.2F * fRow, fCol > 0.9F ? 1e30F : 1 - fCol};
-    };
-    const auto lens = [](float fRow, float fCol) {
-        const auto [dRow, dCol] = toRaw(double{fRow} * 1.1 - 0.05, double{fCol} * 1.1 - 0.05);
-        return std::pair{static_cast<float>(dRow), static_cast<float>(dCol)};
-    };
-    constexpr float sk_fHuge = std::numeric_limits<float>::max();
-    const float afOdd[] = {std::nanf(""), std::numeric_limits<float>::infinity(), sk_fHuge, 1e20F, 1e-40F, 0, 239, 319};
+    const float afOdd[] = {sk_fNan, sk_fInf, std::numeric_limits<float>::max(), 1e20F, 1e-40F, 0, 239, 319};
+    const ImageDim aSizes[] = {sk_raw, {1, 640}, {1, 1}, {3, 4}};
     std::mt19937 random(5);
     const auto coordinate = [&]() {
         const unsigned u = static_cast<unsigned>(random());
@@ -170,11 +175,9 @@ TEST(PixelMapping, EndsForAMillionPointsOfAnyKindOnMapsOfAnyKind)
     };
     long nMost = 0;
     int anFound[2] = {};
-    for (const MapFunction& rFunction :
-         {MapFunction(wavy), MapFunction(steps), MapFunction(broken), MapFunction(lens)}) {
+    for (const MapFunction& rFunction : aMaps) {
         long nCount = 0;
         const FunctionMap map(counted(rFunction, &nCount));
-        const ImageDim aSizes[] = {sk_raw, {1, 640}, {1, 1}, {3, 4}};
         for (int i = 0; i < 250000; ++i) {
             const PixelMaps maps{map, map, aSizes[i % 16 < 13 ? 0 : i % 4], sk_rectified};
             const PixelPosition wanted{coordinate(), coordinate()};

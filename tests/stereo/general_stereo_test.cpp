@@ -62,18 +62,6 @@ TEST(GeneralStereo, MatchesModelOnRandomFrames)
     }
 }
 
-// Bands high enough for the whole range; in lower ones the corner of the region limits it.
-TEST(GeneralStereo, BandsGiveTheBytesOfTheWholeFrame)
-{
-    for (unsigned uSeed = 0; uSeed < 48; ++uSeed) {
-        Case test(uSeed, Noise);
-        test.r.m_nRows = 4 * (test.r.m_nMaxDisparity + test.r.m_nStereoMaskSize + 1);
-        test.r.m_nCols += 3;
-        test.makeFrame(ShiftedNoise);
-        expectSameInBands(test.r, test.correlator());
-    }
-}
-
 // What no frame of a model reaches: numbers that a region, a mask or a stale frame can bring along.
 TEST(GeneralStereo, RefusesWithoutATrace)
 {

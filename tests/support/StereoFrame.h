@@ -72,6 +72,9 @@ public:
         return input;
     }
 
+    /** Red, green or blue, with its padding. */
+    [[nodiscard]] std::vector<std::uint8_t>& plane(std::size_t uChannel) { return m_planes[uChannel]; }
+
 private:
     int m_nRows;
     int m_nCols;
