@@ -194,9 +194,9 @@ TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
         const bool bTop = eCamera == KestrovaCamTop;
         std::array<cv::Mat1f, 2> to{here[0].clone(), here[1].clone()};
         to[bTop] += truth.m_disparity;
-        const auto meanDifference = [&](const cv::Point2d& rShift) {
+        const auto meanDifference = [&, image = rImage](const cv::Point2d& rShift) {
             cv::Mat matches;
-            cv::remap(rImage, matches, to[0] + rShift.x, to[1] + rShift.y, cv::INTER_CUBIC);
+            cv::remap(image, matches, to[0] + rShift.x, to[1] + rShift.y, cv::INTER_CUBIC);
             return cv::norm(matches, rRight, cv::NORM_L1, seen) / cv::countNonZero(seen);
         };
         for (const cv::Point2d& rShift : Points{{0.5, 0}, {-0.5, 0}, {0, 0.5}, {0, -0.5}})
