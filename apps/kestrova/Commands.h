@@ -1,6 +1,7 @@
 // The sub-commands. Each file reads options and calls the units; errors travel as AppError to main.
 #pragma once
 
+#include "PlaneSearch.h"
 #include "StereoSettings.h"
 
 #include <CLI/CLI.hpp>
@@ -13,5 +14,6 @@ void addInfoCommand(CLI::App& rProgram);
 
 /// One option of the command for each row of the table of settings.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
+void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes);
 
 } // namespace kestrova::app

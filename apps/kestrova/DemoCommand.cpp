@@ -20,6 +20,7 @@ struct DemoOptions
     std::uint32_t m_uSeed = 1;
     std::string m_cameras = "pair";
     SettingWishes m_settings;
+    PlaneWishes m_planes{.m_nPlanes = 2}; // floor and back wall
 };
 
 static constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
@@ -143,6 +144,8 @@ static void runDemo(const DemoOptions& rOptions)
     checkPackedAgainstPlanes(session, frames);
     const SceneTruth truth = truthOf(scene, set, plan);
     std::string report = summary(result) + accuracyTable(result, truth);
+    if (const PlaneReport planes = reportPlanes(result, rOptions.m_planes); rOptions.m_planes.m_nPlanes)
+        report += planes.m_text + planeErrors(planes.m_planes, scene, plan);
     if (const auto quality = rOptions.m_settings.m_values.find("quality");
         quality != rOptions.m_settings.m_values.end() && quality->second == "enhanced") {
         const StereoResult standard = runStereo(session, frames, with(rOptions.m_settings, {{"quality", "standard"}}));
@@ -178,6 +181,7 @@ void addDemoCommand(CLI::App& rProgram)
             "the SSE2 form of their correlator labels half of the improving pixels 0 by design")
         ->check(CLI::IsMember({"pair", "vertical", "l"}))
         ->capture_default_str();
+    addPlaneOptions(*pCommand, pOptions->m_planes);
     addSettings(*pCommand, pOptions->m_settings);
     pCommand->callback([pOptions] { runDemo(*pOptions); });
 }

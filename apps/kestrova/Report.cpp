@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -158,6 +159,66 @@ std::string summary(const StereoResult& rResult)
     text += "\nMilliseconds\n";
     for (const StageTime& rTime : rResult.m_times)
         text += line("  %-42s %8.2f\n", rTime.m_stage.c_str(), rTime.m_dMilliseconds);
+    return text;
+}
+
+// ---- planes ----
+
+PlaneReport reportPlanes(const StereoResult& rResult, const PlaneWishes& rWishes)
+{
+    if (rWishes.m_nPlanes == 0)
+        return {};
+    const double dScale = rResult.m_optics.m_fFocal * rResult.m_optics.m_fBaseline;
+    PlaneReport report{findPlanes(rResult.m_cloud, dScale, rWishes), {}};
+    report.m_text = line("\nThe largest planes of the cloud: points within %g pixels of disparity, normals towards the "
+                         "right camera\n",
+                         rWishes.m_dTolerance) +
+                    "      points    %   normal right     down  forward   distance, m  spread, mm\n";
+    int nPlane = 0;
+    for (const FoundPlane& rPlane : report.m_planes)
+        report.m_text += line(
+            "  %-2d %7zu %4.1f %14.5f %8.5f %8.5f %13.4f %11.2f\n", ++nPlane, rPlane.m_nPoints,
+            100.0 * static_cast<double>(rPlane.m_nPoints) / static_cast<double>(rResult.m_cloud.size()),
+            rPlane.m_normal[0], rPlane.m_normal[1], rPlane.m_normal[2], rPlane.m_dDistance, 1000.0 * rPlane.m_dSpread);
+    if (nPlane < rWishes.m_nPlanes)
+        report.m_text += line("  no further plane has %zu points\n", sk_nLeastOfPlane);
+    return report;
+}
+
+// In the frame of the cloud.
+static FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& rPlan)
+{
+    const cv::Matx33d& rTurn = rPlan.m_rotations.at(KestrovaCamRight);
+    FoundPlane plane;
+    plane.m_normal = rTurn * rRectangle.m_across.cross(rRectangle.m_along);
+    plane.m_dDistance = -plane.m_normal.dot(rTurn * rRectangle.m_corner);
+    if (plane.m_dDistance < 0.0) {
+        plane.m_normal *= -1.0;
+        plane.m_dDistance *= -1.0;
+    }
+    return plane;
+}
+
+std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rScene, const RectificationPlan& rPlan)
+{
+    std::string text;
+    for (const auto& [nSurface, pszName] : {std::pair(sk_nFloor, "floor"), std::pair(sk_nWall, "back wall")}) {
+        const FoundPlane truth = planeOf(rScene.rectangle(nSurface), rPlan);
+        const auto degrees = [&](const FoundPlane& rPlane) { // by the sine, which is exact for small angles
+            return std::atan2(cv::norm(rPlane.m_normal.cross(truth.m_normal)), rPlane.m_normal.dot(truth.m_normal)) *
+                   180.0 / CV_PI;
+        };
+        const auto found = std::min_element(rPlanes.begin(), rPlanes.end(),
+                                            [&](const auto& a, const auto& b) { return degrees(a) < degrees(b); });
+        if (found == rPlanes.end() || degrees(*found) > 5.0)
+            text += line("  %-9s is none of these\n", pszName);
+        else
+            text += line("  %-9s is plane %d: %.3f degrees off, distance %.2f mm off; %.2f mm at the middle of its "
+                         "points\n",
+                         pszName, static_cast<int>(found - rPlanes.begin()) + 1, degrees(*found),
+                         1000.0 * std::abs(found->m_dDistance - truth.m_dDistance),
+                         1000.0 * std::abs(truth.distanceTo(found->m_middle)));
+    }
     return text;
 }
 

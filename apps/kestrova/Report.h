@@ -1,6 +1,7 @@
 // What the programs print about a result: timings, rejects, row agreement, and the comparison with a known truth.
 #pragma once
 
+#include "PlaneSearch.h"
 #include "Results.h"
 #include "SceneRenderer.h"
 
@@ -47,5 +48,16 @@ std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth
                             const SceneTruth& rTruthOfPair);
 
 std::string summary(const StereoResult& rResult);
+
+/// Finds the planes of the result's cloud; empty when none are wished for.
+struct PlaneReport
+{
+    std::vector<FoundPlane> m_planes;
+    std::string m_text;
+};
+PlaneReport reportPlanes(const StereoResult& rResult, const PlaneWishes& rWishes);
+
+/// How far floor and back wall of the room are from the found planes that are closest to them in direction.
+std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rScene, const RectificationPlan& rPlan);
 
 } // namespace kestrova::app

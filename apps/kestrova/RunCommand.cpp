@@ -28,6 +28,7 @@ struct RunOptions
     bool m_bCompareBlockMatcher = false;
     std::vector<double> m_adUniqueness; // further rows of the comparison
     SettingWishes m_settings;
+    PlaneWishes m_planes;
 };
 
 static void checkOptions(const RunOptions& rOptions)
@@ -44,6 +45,8 @@ static void checkOptions(const RunOptions& rOptions)
         throw AppError("--focal and --baseline are for --rectified; a calibration has its own");
     if (rOptions.m_focal && !(*rOptions.m_focal > 0.0 && *rOptions.m_focal < 1e6))
         throw AppError("--focal: must be above 0 and below a million pixels");
+    if (rOptions.m_planes.m_nPlanes && rOptions.m_bRectified && !rOptions.m_focal)
+        throw AppError("--planes takes a cloud, and with --rectified that takes --focal and --baseline");
     if (rOptions.m_truth && !(rOptions.m_dTruthScale > 0.0))
         throw AppError("--truth-scale: must be above 0");
 }
@@ -177,7 +180,7 @@ static void run(const RunOptions& rOptions)
     const StereoResult result = runStereo(session, input.m_frames, rOptions.m_settings);
     writeRecordedImages(folder, session, camerasOf(session.configuration()));
     std::string report = input.m_fit ? input.m_fit->describe() + "\n" : std::string();
-    report += summary(result);
+    report += summary(result) + reportPlanes(result, rOptions.m_planes).m_text;
     if (rOptions.m_truth)
         report += compareTruth(rOptions, input, session, result);
     writeResult(folder, result, rOptions.m_right);
@@ -201,6 +204,23 @@ void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
             ->type_name(type.empty() ? "N" : type)
             ->group(sk_pszSettings);
     }
+}
+
+void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes)
+{
+    rCommand
+        .add_option("--planes", rWishes.m_nPlanes,
+                    "fit the largest planes of the cloud one after the other, and print them: 0 to 100")
+        ->check(CLI::Range(0, 100))
+        ->type_name("N")
+        ->capture_default_str();
+    rCommand
+        .add_option("--plane-tolerance", rWishes.m_dTolerance,
+                    "what a point of a plane may be off, in pixels of disparity, as which noise is the same at any "
+                    "distance: above 0 to 16. A pixel is z * z / (f * B) metres of depth")
+        ->check(CLI::Range(1e-3, 16.0))
+        ->type_name("PIXELS")
+        ->capture_default_str();
 }
 
 static void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes)
@@ -272,6 +292,7 @@ void addRunCommand(CLI::App& rProgram)
     pCommand->add_flag("--compare-bm", r.m_bCompareBlockMatcher, "with --truth: beside OpenCV's block matcher");
     pCommand->add_option("--compare-uniqueness", r.m_adUniqueness,
                          "with --truth: further rows with these uniqueness thresholds");
+    addPlaneOptions(*pCommand, r.m_planes);
     addSettings(*pCommand, r.m_settings);
     addFrameSettings(*pCommand, r.m_settings);
     pCommand->callback([pOptions] { run(*pOptions); });

@@ -62,11 +62,14 @@ public:
     /// The nearest surface along the ray; the distance is infinite when there is none.
     Hit trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const;
 
+    const Rectangle& rectangle(int nSurface) const { return m_rectangles.at(static_cast<std::size_t>(nSurface)); }
+
 private:
     std::vector<Rectangle> m_rectangles;
     std::vector<Sphere> m_spheres;
 };
 
+inline constexpr int sk_nWall = 0;  // behind everything
 inline constexpr int sk_nFloor = 3; // the slanted surface of the room
 
 /// Back wall with a plain board and a striped one, rising floor, sphere, three boxes, between 1.2 and 3.6 metres.

@@ -2,6 +2,7 @@
 #include "api/StereoContext.h"
 #include "calibration/load.h"
 #include "calibration/write.h"
+#include "geometry/LYRPointCloud3d.h"
 #include "imageio/imageInfo.h"
 #include "imageio/pnmRead.h"
 #include "kestrova.h"
@@ -28,6 +29,15 @@ void require(bool bOk)
 FilePtr streamOver(const std::string& rBytes)
 {
     return FilePtr(fmemopen(const_cast<char*>(rBytes.data()), rBytes.size(), "rb"));
+}
+
+/** The path of a file with these bytes, until the next call. */
+std::string fileOver(const std::string& rBytes)
+{
+    static const int s_nFile = memfd_create("bytes", 0);
+    require(ftruncate(s_nFile, 0) == 0);
+    require(pwrite(s_nFile, rBytes.data(), rBytes.size(), 0) == static_cast<ssize_t>(rBytes.size()));
+    return "/proc/self/fd/" + std::to_string(s_nFile);
 }
 
 /** Loads section after section; the maps of what loads stay in the unit square, and it is written both ways. */
@@ -92,12 +102,20 @@ void readBoth(bool (*pfnRead)(const char*, char*, int*, int*, Sample**),
 
 void pgm_read(const std::string& rBytes)
 {
-    static const int s_nFile = memfd_create("pgm", 0);
-    static const std::string s_path = "/proc/self/fd/" + std::to_string(s_nFile);
-    require(ftruncate(s_nFile, 0) == 0);
-    require(pwrite(s_nFile, rBytes.data(), rBytes.size(), 0) == static_cast<ssize_t>(rBytes.size()));
-    readBoth(pgm8Read, kestrovaReadImageExtra, s_path);
-    readBoth(pgm16Read, kestrovaReadImage16Extra, s_path);
+    const std::string path = fileOver(rBytes);
+    readBoth(pgm8Read, kestrovaReadImageExtra, path);
+    readBoth(pgm16Read, kestrovaReadImage16Extra, path);
+}
+
+/** No more points than lines have room for; what was read can be written, indexed and searched. */
+void cloud(const std::string& rBytes)
+{
+    LYRPointCloud3d points;
+    require(points.load(fileOver(rBytes).c_str()));
+    require(static_cast<std::size_t>(points.size()) <= rBytes.size() / 5 + 1);
+    require(points.save("/dev/null") && points.saveVRML("/dev/null"));
+    points.indexPoints();
+    require(points.findNearestIndex({1, 2, 3}) < points.size());
 }
 
 const std::map<std::string, void (*)(const std::string&)> sk_targets = {
@@ -110,6 +128,7 @@ const std::map<std::string, void (*)(const std::string&)> sk_targets = {
          const FilePtr pStream = streamOver(r);
          calibration([&](auto* p, int n) { return pStream && loadContextFromStream(pStream.get(), p, n); });
      }},
+    {"cloud", cloud},
     {"image_comment", image_comment},
     {"load_pgm", [](const std::string& r) { load<unsigned char>(load_pgm, r); }},
     {"load_ppm", [](const std::string& r) { load<Pixel8x4>(load_ppm, r); }},
