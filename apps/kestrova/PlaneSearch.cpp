@@ -17,7 +17,7 @@ using Points = std::vector<LYRPoint3d>;
 
 constexpr std::mt19937::result_type sk_uSeed = 20;
 constexpr int sk_nTrials = 2000;          // finds a plane of an eighth of the points in 98 of 100 searches
-constexpr std::size_t sk_nJudges = 3000;  // points that choose among the trials
+constexpr std::size_t sk_nJudges = 2000;  // points that choose among the trials
 constexpr int sk_nRounds = 20;            // of fit and new choice of points; they settle after a few
 constexpr int sk_nFitRounds = 10;         // of the toolkit's fit,
 constexpr double sk_dFitDeviations = 3.0; // which drops what lies beyond

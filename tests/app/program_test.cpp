@@ -7,7 +7,7 @@
 
 namespace kestrova::app {
 
-using testing::HasSubstr, testing::Not;
+using testing::ElementsAre, testing::HasSubstr, testing::Lt, testing::Not;
 
 struct Program : testing::Test
 {
@@ -31,6 +31,15 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     ASSERT_EQ(demo.m_nStatus, 0) << demo.m_error;
     EXPECT_THAT(demo.m_out, AllOf(HasSubstr(slurp(m_folder / "demo/report.txt")), Not(HasSubstr("NOT MET"))));
 
+    for (const char* pszName : {"  floor ", "  back wall "}) { // against the truth of the room
+        std::istringstream rest(demo.m_out.substr(std::min(demo.m_out.find(pszName), demo.m_out.size())));
+        std::vector<double> off;
+        for (std::string word; std::getline(rest, word, ' ') && off.size() < 3;)
+            if (word.find('.') != std::string::npos)
+                off.push_back(std::stod(word)); // degrees, and millimetres twice
+        EXPECT_THAT(off, ElementsAre(Lt(0.2), Lt(10), Lt(10))) << pszName;
+    }
+
     const Outcome info = call("info demo/calibration.txt");
     for (const char* pszWord : {"1 section", "PEMBERLOW", "baseline 120.0", "right, the reference, channel RED",
                                 "left, channel GREEN", "corners", "stereo-mask              7", "0 to 32 pixels"})
@@ -44,7 +53,7 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     const std::string right = "run --right demo/raw_right.png ";
     const std::string pair = right + "--left demo/raw_left.png ";
     const std::string frames = pair + "--calibration demo/calibration.txt ";
-    const Outcome run = call(frames + "--out again --quality enhanced");
+    const Outcome run = call(frames + "--out again --quality enhanced --planes 2");
     ASSERT_EQ(run.m_nStatus, 0) << run.m_error;
     for (const char* pszName :
          {"raw_right.png", "raw_left.png", "rectified_right.png", "rectified_left.png", "edge_right.png",
@@ -54,6 +63,9 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         ASSERT_GT(before.size(), 3000u) << pszName;
         EXPECT_EQ(slurp(m_folder / "again" / pszName), before) << pszName;
     }
+
+    const std::string table = run.m_out.substr(run.m_out.find("The largest planes"));
+    EXPECT_THAT(demo.m_out, HasSubstr(table.substr(0, table.find("\n\n"))));
 
     // The library's own files tell how they were made, and a calibration that was written anew says the same.
     const Outcome record = call("info again/disparity16_256ths_offset0.pgm");
@@ -85,6 +97,8 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     // Bad wishes: one line that names what is wrong, status 1, and no folder.
     const std::pair<std::string, const char*> aBad[] = {
         {frames + "--out x --stereo-mask 24", "--stereo-mask"},
+        {frames + "--out x --planes 101", "--planes"},
+        {pair + "--rectified --out x --planes 1", "--focal"},
         {frames + "--out x --no-such-option", "--no-such-option"},
         {frames + "--out x --quality best", "standard, enhanced"},
         {right + "--calibration demo/calibration.txt --out x", "--left, --top"},
