@@ -210,14 +210,15 @@ void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes)
 {
     rCommand
         .add_option("--planes", rWishes.m_nPlanes,
-                    "fit the largest planes of the cloud one after the other, and print them: 0 to 100")
+                    "fit the largest planes of the cloud one after the other, and print them")
         ->check(CLI::Range(0, 100))
         ->type_name("N")
         ->capture_default_str();
     rCommand
-        .add_option("--plane-tolerance", rWishes.m_dTolerance,
-                    "what a point of a plane may be off, in pixels of disparity, as which noise is the same at any "
-                    "distance: above 0 to 16. A pixel is z * z / (f * B) metres of depth")
+        .add_option(
+            "--plane-tolerance", rWishes.m_dTolerance,
+            "how far a point of a plane may be off, in pixels of disparity: noise is as many at any distance. A pixel "
+            "is z * z / (f * B) metres of depth")
         ->check(CLI::Range(1e-3, 16.0))
         ->type_name("PIXELS")
         ->capture_default_str();
