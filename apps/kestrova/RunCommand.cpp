@@ -217,8 +217,8 @@ void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes)
     rCommand
         .add_option(
             "--plane-tolerance", rWishes.m_dTolerance,
-            "how far a point of a plane may be off, in pixels of disparity: noise is as many at any distance. A pixel "
-            "is z * z / (f * B) metres of depth")
+            "how far a point of a plane may be off, in pixels of disparity, because noise is the same in them at any "
+            "distance. A pixel is z * z / (f * B) metres of depth")
         ->check(CLI::Range(1e-3, 16.0))
         ->type_name("PIXELS")
         ->capture_default_str();
