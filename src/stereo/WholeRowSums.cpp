@@ -1,0 +1,223 @@
+#include "stereo/WholeRowSums.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace kestrova {
+
+namespace {
+
+constexpr std::size_t sk_uAlignment = 64;
+constexpr int sk_nWidestColumn = 256;
+
+struct AlignedDelete
+{
+    void operator()(std::byte* p) const { ::operator delete[](p, std::align_val_t(sk_uAlignment)); }
+};
+
+/** Memory of a thread that is handed out from its start again in every call. Grows, and goes with the thread. */
+class Scratch
+{
+public:
+    /** Everything that was handed out before is void. */
+    void reset(std::size_t uBytes)
+    {
+        if (uBytes > m_uSize) {
+            m_pBytes.reset();
+            m_uSize = 0;
+            m_pBytes.reset(new (std::align_val_t(sk_uAlignment)) std::byte[uBytes]);
+            m_uSize = uBytes;
+        }
+        m_uUsed = 0;
+    }
+
+    template<typename T>
+    T* take(std::size_t uCount)
+    {
+        auto* const p = reinterpret_cast<T*>(m_pBytes.get() + m_uUsed);
+        m_uUsed += (uCount * sizeof(T) + sk_uAlignment - 1) / sk_uAlignment * sk_uAlignment;
+        return p;
+    }
+
+private:
+    std::unique_ptr<std::byte[], AlignedDelete> m_pBytes;
+    std::size_t m_uSize = 0;
+    std::size_t m_uUsed = 0;
+};
+
+/** Counts what take() would hand out. */
+struct ScratchCount
+{
+    template<typename T>
+    T* take(std::size_t uCount)
+    {
+        m_uBytes += (uCount * sizeof(T) + sk_uAlignment - 1) / sk_uAlignment * sk_uAlignment;
+        return nullptr;
+    }
+
+    std::size_t m_uBytes = 0;
+};
+
+thread_local Scratch t_scratch;
+
+} // namespace
+
+const WholeRowForm* wholeRowForm(InstructionSet eSet)
+{
+    switch (eSet) {
+    case InstructionSet::Sse2:
+        return &g_wholeRowSse2;
+    case InstructionSet::Avx2:
+        return &g_wholeRowAvx2;
+    case InstructionSet::Avx512:
+        return &g_wholeRowAvx512;
+    case InstructionSet::Plain:
+        break;
+    }
+    return nullptr;
+}
+
+const WholeRowForm* WholeRowSums::formFor(const ColumnLayout& rLayout, unsigned n, bool bBackForth)
+{
+    const unsigned uReserved = rLayout.use().m_bTextureLane ? 1 : 0;
+    const bool bFits = n + uReserved <= static_cast<unsigned>(rLayout.nLanes());
+    return bFits || !bBackForth ? wholeRowForm(instructionSet()) : nullptr;
+}
+
+WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayout,
+                           const Image<unsigned char>& rReference, const Image<unsigned char>& rSearch, unsigned n,
+                           bool bBackForth)
+    : m_pForm(&rForm), m_layout(rLayout), m_reference(rReference), m_search(rSearch)
+{
+    const int nReserved = rLayout.use().m_bTextureLane ? 1 : 0;
+    m_row.m_nMask = rLayout.mask();
+    m_row.m_nWidth = rLayout.width();
+    m_row.m_nLanes = rLayout.nLanes() - nReserved;
+    m_row.m_nVectors = (m_row.m_nLanes + rForm.m_nVectorLanes - 1) / rForm.m_nVectorLanes;
+    m_row.m_uStart = rLayout.use().m_uStart;
+    m_row.m_inverse.m_nCandidates = bBackForth ? static_cast<int>(n) - nReserved : 0;
+    findRanges();
+    takeScratch();
+}
+
+// From the last step, which runs out of the search row first, to the first.
+void WholeRowSums::findRanges()
+{
+    const int nReserved = m_layout.use().m_bTextureLane ? 1 : 0;
+    std::array<LaneStep, sk_uMostRanges> steps{};
+    std::size_t uSteps = 0;
+    for (int nLane = 0; nLane < m_layout.nLanes(); nLane += steps[uSteps++].m_nLanes) {
+        steps[uSteps] = m_layout.step(nLane);
+        m_uLanesOfRow += static_cast<unsigned>(steps[uSteps].m_nColumns * steps[uSteps].m_nLanes);
+    }
+    m_nTextureColumns = steps[0].m_nColumns;
+    m_row.m_pRanges = m_ranges.data();
+    for (std::size_t u = uSteps; u > 0; --u) {
+        const LaneStep& rStep = steps[u - 1];
+        m_ranges[static_cast<std::size_t>(m_row.m_nRanges++)] = {rStep.m_nColumns,
+                                                                 rStep.m_nFirst + rStep.m_nLanes - nReserved};
+    }
+    m_ranges[static_cast<std::size_t>(m_row.m_nRanges++)] = {m_layout.nCount(), 0};
+}
+
+void WholeRowSums::takeScratch()
+{
+    const auto uWidth = static_cast<std::size_t>(m_layout.width());
+    const auto uLanes = static_cast<std::size_t>(m_row.m_nVectors * m_pForm->m_nVectorLanes);
+    const std::size_t uBeyond = uWidth + sk_nWidestColumn + sk_nLaneSlack;
+    const auto hand = [&](auto& rScratch) {
+        m_row.m_pColumnSums = rScratch.template take<std::uint16_t>(uWidth * uLanes);
+        m_pTextureColumns = rScratch.template take<std::uint16_t>(uWidth);
+        m_row.m_pSearchPairs = rScratch.template take<std::uint16_t>(uBeyond);
+        m_pInverse = rScratch.template take<std::uint8_t>(uBeyond);
+        m_row.m_pReferencePairs = rScratch.template take<std::uint32_t>(uWidth);
+        m_row.m_pRunning = rScratch.template take<std::uint16_t>(uLanes);
+        m_row.m_pWindows = rScratch.template take<std::uint16_t>(sk_nChunk * uLanes + 2 * sk_nLaneSlack);
+        m_row.m_pMinima =
+            rScratch.template take<std::uint16_t>(static_cast<std::size_t>(sk_nChunk * m_pForm->m_nVectorLanes));
+        for (std::uint16_t** ppRow :
+             {&m_row.m_inverse.m_pBest, &m_row.m_inverse.m_pColumn, &m_neighbours.m_pLane, &m_neighbours.m_pBest,
+              &m_neighbours.m_pBefore, &m_neighbours.m_pAfter, &m_pTexture}) {
+            *ppRow = rScratch.template take<std::uint16_t>(uBeyond);
+        }
+        m_pInverseOfMatches = rScratch.template take<std::uint8_t>(uWidth);
+        m_pSeeds = rScratch.template take<std::uint32_t>(uWidth);
+    };
+    ScratchCount count;
+    hand(count);
+    t_scratch.reset(count.m_uBytes);
+    hand(t_scratch);
+    m_row.m_pWindows += sk_nLaneSlack;
+    // What begins at zero: sums, and what lies behind the ends of rows.
+    std::fill_n(m_row.m_pColumnSums, uWidth * uLanes, std::uint16_t{0});
+    std::fill_n(m_pTextureColumns, uWidth, std::uint16_t{0});
+    std::fill_n(m_row.m_pSearchPairs, uBeyond, std::uint16_t{0});
+    std::fill_n(m_pInverse, uBeyond, std::uint8_t{0});
+}
+
+void WholeRowSums::pairRow(int nRow)
+{
+    const int nLeaving = nRow - m_layout.mask();
+    const int nSearch = std::min(m_layout.searchWidth(), m_layout.width() + m_row.m_nLanes);
+    const PixelRows pixels{&m_reference[nRow][0], &m_search[nRow][0],
+                           nLeaving < 0 ? nullptr : &m_reference[nLeaving][0],
+                           nLeaving < 0 ? nullptr : &m_search[nLeaving][0]};
+    m_pForm->pair(m_row, pixels, nSearch);
+    if (m_layout.use().m_bTextureLane) {
+        addTexture(nRow);
+        if (nRow >= m_layout.mask() - 1) {
+            sumTexture();
+        }
+    }
+}
+
+void WholeRowSums::addTexture(int nRow)
+{
+    constexpr int sk_nZeroLevel = 128; // of an edge image: what texture is measured from
+    const std::uint8_t* const pEntering = &m_reference[nRow][0];
+    for (int x = 0; x < m_layout.width(); ++x) {
+        m_pTextureColumns[x] =
+            static_cast<std::uint16_t>(m_pTextureColumns[x] + std::abs(pEntering[x] - sk_nZeroLevel));
+    }
+    if (nRow >= m_layout.mask()) {
+        const std::uint8_t* const pLeaving = &m_reference[nRow - m_layout.mask()][0];
+        for (int x = 0; x < m_layout.width(); ++x) {
+            m_pTextureColumns[x] =
+                static_cast<std::uint16_t>(m_pTextureColumns[x] - std::abs(pLeaving[x] - sk_nZeroLevel));
+        }
+    }
+}
+
+void WholeRowSums::sumTexture()
+{
+    const int nMask = m_layout.mask();
+    unsigned uSum = m_row.m_uStart;
+    for (int x = 0; x < nMask - 1; ++x) {
+        uSum += m_pTextureColumns[x];
+    }
+    for (int x = 0; x < m_nTextureColumns; ++x) {
+        uSum += m_pTextureColumns[x + nMask - 1];
+        m_pTexture[x] = static_cast<std::uint16_t>(uSum);
+        uSum -= m_pTextureColumns[x];
+    }
+    std::fill(m_pTexture + m_nTextureColumns, m_pTexture + m_layout.nCount(), std::uint16_t{0xFFFF});
+}
+
+const std::uint8_t* WholeRowSums::inverse(int nFirst)
+{
+    m_pForm->invert(m_pInverse, m_row, m_layout.nInverse(), nFirst);
+    return m_pInverse;
+}
+
+const std::uint8_t* WholeRowSums::inverseOfMatches(int nFirst)
+{
+    const std::uint8_t* const pInverse = inverse(nFirst);
+    for (int x = 0; x < m_layout.nCount(); ++x) {
+        m_pInverseOfMatches[x] = pInverse[x + m_neighbours.m_pLane[x]];
+    }
+    return m_pInverseOfMatches;
+}
+
+} // namespace kestrova

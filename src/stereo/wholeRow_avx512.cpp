@@ -1,0 +1,68 @@
+// Whole rows in registers of 512 bits. Compiled for processors that have them, and reached on no other.
+#include "stereo/wholeRow_form.h"
+
+#include <immintrin.h>
+
+namespace kestrova {
+
+namespace {
+
+struct Avx512
+{
+    using V = __m512i;
+    static constexpr int sk_nLanes = 32;
+    static constexpr int sk_nMost = 8; // vectors of a block, which is all that there are
+    static constexpr std::uint16_t sk_uBias = 0;
+
+    static V load(const std::uint16_t* p) { return _mm512_load_si512(p); }
+    static V loadUnaligned(const std::uint16_t* p) { return _mm512_loadu_si512(p); }
+    static void store(std::uint16_t* p, V v) { _mm512_store_si512(p, v); }
+    static void storeUnaligned(std::uint16_t* p, V v) { _mm512_storeu_si512(p, v); }
+    static V broadcast(std::uint32_t u) { return _mm512_set1_epi32(static_cast<int>(u)); }
+    static V spread(std::uint16_t u) { return _mm512_set1_epi16(static_cast<short>(u)); }
+    static V add(V a, V b) { return _mm512_add_epi16(a, b); }
+    static V subtract(V a, V b) { return _mm512_sub_epi16(a, b); }
+    static V min(V a, V b) { return _mm512_min_epu16(a, b); }
+    static V max(V a, V b) { return _mm512_max_epu16(a, b); }
+
+    static V addDifference(V sum, V reference, const std::uint16_t* pSearch)
+    {
+        const V search = loadUnaligned(pSearch);
+        const V pairs = _mm512_or_si512(_mm512_subs_epu8(reference, search), _mm512_subs_epu8(search, reference));
+        return add(sum, _mm512_maddubs_epi16(pairs, _mm512_set1_epi16(static_cast<short>(0xFF01))));
+    }
+
+    static V spreadMinimum(V v)
+    {
+        const __m256i half = _mm256_min_epu16(_mm512_castsi512_si256(v), _mm512_extracti64x4_epi64(v, 1));
+        const __m128i quarter = _mm_min_epu16(_mm256_castsi256_si128(half), _mm256_extracti128_si256(half, 1));
+        return _mm512_broadcastw_epi16(_mm_minpos_epu16(quarter));
+    }
+
+    static std::uint16_t firstLane(V v)
+    {
+        return static_cast<std::uint16_t>(_mm_cvtsi128_si32(_mm512_castsi512_si128(v)));
+    }
+
+    static V whereEqual(V a, V b, V then, V otherwise)
+    {
+        return _mm512_mask_mov_epi16(otherwise, _mm512_cmpeq_epi16_mask(a, b), then);
+    }
+
+    template<int K>
+    static std::uint64_t equalBits(const std::uint16_t* p, V v)
+    {
+        const std::uint64_t uLow = _mm512_cmpeq_epi16_mask(load(p), v);
+        if constexpr (K == 1) {
+            return uLow;
+        } else {
+            return uLow | static_cast<std::uint64_t>(_mm512_cmpeq_epi16_mask(load(p + 32), v)) << 32;
+        }
+    }
+};
+
+} // namespace
+
+constinit const WholeRowForm g_wholeRowAvx512 = wholeRowFormOf<Avx512>();
+
+} // namespace kestrova

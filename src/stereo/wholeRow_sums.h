@@ -1,0 +1,238 @@
+// Column sums and window sums of a row, for the forms. Everything is local to the file that includes it.
+//
+// T is a form's vector type and its operations. Sums are biased by T::sk_uBias, so that T's minimum orders them.
+#pragma once
+
+#include "stereo/WholeRow.h"
+
+namespace kestrova {
+namespace {
+
+/** Vectors that turn some lanes into the worst of all sums, by a maximum. */
+template<typename T>
+struct Limits
+{
+    static constexpr int n = T::sk_nLanes;
+    constexpr Limits()
+    {
+        for (int i = 0; i < 3 * n; ++i) {
+            m_auLanes[i] = static_cast<std::uint16_t>((i >= n && i < 2 * n ? 0 : 0xFFFF) ^ T::sk_uBias);
+        }
+    }
+    /** Leaves the lanes from nBegin on alone. */
+    [[nodiscard]] typename T::V from(int nBegin) const { return T::loadUnaligned(m_auLanes + n - nBegin); }
+    /** Leaves the first nEnd lanes alone. */
+    [[nodiscard]] typename T::V upTo(int nEnd) const { return T::loadUnaligned(m_auLanes + 2 * n - nEnd); }
+
+    alignas(64) std::uint16_t m_auLanes[3 * n] = {};
+};
+
+template<typename T>
+constexpr Limits<T> sk_limits;
+
+template<typename T>
+constexpr std::uint16_t sk_uWorst = 0xFFFF ^ T::sk_uBias;
+
+/** Vectors of a column that are worked on together: their sums fit the registers. */
+struct Block
+{
+    int m_nBegin;
+    int m_nEnd;
+};
+
+template<typename T>
+int nBlocks(const WholeRow& rRow)
+{
+    return (rRow.m_nVectors + T::sk_nMost - 1) / T::sk_nMost;
+}
+
+template<typename T>
+Block block(const WholeRow& rRow, int nBlock)
+{
+    const int n = nBlocks<T>(rRow);
+    return {rRow.m_nVectors * nBlock / n, rRow.m_nVectors * (nBlock + 1) / n};
+}
+
+/** Where a run of columns begins, in each of the rows. */
+struct Run
+{
+    const std::uint32_t* m_pReference;
+    const std::uint16_t* m_pSearch;
+    std::uint16_t* m_pEntering; // column sums
+    const std::uint16_t* m_pLeaving;
+    std::ptrdiff_t m_nSumsStride;
+    std::uint16_t* m_pRunning;
+    std::uint16_t* m_pWindows;
+    std::ptrdiff_t m_nWindowsStride;
+    std::uint16_t* m_pMinima;
+    bool m_bFirst; // block of the column
+    int m_nColumns;
+    int m_nLimit; // lanes of the last vector that hold sums
+};
+
+template<typename T>
+Run runOf(const WholeRow& rRow, const Block& rBlock, int nColumn)
+{
+    const std::ptrdiff_t nLane = static_cast<std::ptrdiff_t>(rBlock.m_nBegin) * T::sk_nLanes;
+    const std::ptrdiff_t nStride = static_cast<std::ptrdiff_t>(rBlock.m_nEnd - rBlock.m_nBegin) * T::sk_nLanes;
+    std::uint16_t* const pSums = rRow.m_pColumnSums + nLane * rRow.m_nWidth + nStride * nColumn;
+    return {rRow.m_pReferencePairs + nColumn,
+            rRow.m_pSearchPairs + nColumn + nLane,
+            pSums,
+            nColumn < rRow.m_nMask - 1 ? pSums : pSums - nStride * (rRow.m_nMask - 1),
+            nStride,
+            rRow.m_pRunning + nLane,
+            rRow.m_pWindows + nLane,
+            static_cast<std::ptrdiff_t>(rRow.m_nVectors) * T::sk_nLanes,
+            rRow.m_pMinima,
+            rBlock.m_nBegin == 0,
+            0,
+            T::sk_nLanes};
+}
+
+// The heart of it. For each column and vector: difference of the pixels that enter and of those that leave, column
+// sum, window sum, minimum. Without bSlide the windows only grow: that is how a row begins.
+template<typename T, int N, bool bSlide>
+void runColumns(const Run& rRun)
+{
+    using V = typename T::V;
+    constexpr int L = T::sk_nLanes;
+    const std::uint32_t* pReference = rRun.m_pReference;
+    const std::uint16_t* pSearch = rRun.m_pSearch;
+    std::uint16_t* pEntering = rRun.m_pEntering;
+    const std::uint16_t* pLeaving = rRun.m_pLeaving;
+    std::uint16_t* pWindows = rRun.m_pWindows;
+    const V limit = sk_limits<T>.upTo(rRun.m_nLimit);
+    V aWindow[N];
+    for (int i = 0; i < N; ++i) {
+        aWindow[i] = T::load(rRun.m_pRunning + i * L);
+    }
+    for (int nColumn = 0; nColumn < rRun.m_nColumns; ++nColumn) {
+        const V reference = T::broadcast(*pReference++);
+        V lowest;
+#pragma GCC unroll 16
+        for (int i = 0; i < N; ++i) {
+            const V sum = T::addDifference(T::load(pEntering + i * L), reference, pSearch + i * L);
+            T::store(pEntering + i * L, sum);
+            aWindow[i] = T::add(aWindow[i], sum);
+            if constexpr (bSlide) {
+                const V window = i == N - 1 ? T::max(aWindow[i], limit) : aWindow[i];
+                T::store(pWindows + i * L, window);
+                lowest = i == 0 ? window : T::min(lowest, window);
+                aWindow[i] = T::subtract(aWindow[i], T::load(pLeaving + i * L));
+            }
+        }
+        if constexpr (bSlide) {
+            std::uint16_t* const pMinimum = rRun.m_pMinima + nColumn * L;
+            T::store(pMinimum, rRun.m_bFirst ? lowest : T::min(lowest, T::load(pMinimum)));
+            pLeaving += rRun.m_nSumsStride;
+            pWindows += rRun.m_nWindowsStride;
+        }
+        ++pSearch;
+        pEntering += rRun.m_nSumsStride;
+    }
+    for (int i = 0; i < N; ++i) {
+        T::store(rRun.m_pRunning + i * L, aWindow[i]);
+    }
+}
+
+/** By the number of vectors, 1 to N. */
+template<typename T, bool bSlide, int N = T::sk_nMost>
+void runVectors(const Run& rRun, int nVectors)
+{
+    if constexpr (N > 1) {
+        if (nVectors < N) {
+            return runVectors<T, bSlide, N - 1>(rRun, nVectors);
+        }
+    }
+    runColumns<T, N, bSlide>(rRun);
+}
+
+/** Updates the first nColumns columns, and leaves the sums over them running. */
+template<typename T>
+void begin(const WholeRow& rRow, int nColumns)
+{
+    for (int i = 0; i < rRow.m_nVectors * T::sk_nLanes; ++i) {
+        rRow.m_pRunning[i] = static_cast<std::uint16_t>(rRow.m_uStart ^ T::sk_uBias);
+    }
+    for (int nBlock = 0; nBlock < nBlocks<T>(rRow); ++nBlock) {
+        const Block vectors = block<T>(rRow, nBlock);
+        Run run = runOf<T>(rRow, vectors, 0);
+        run.m_nColumns = nColumns;
+        runVectors<T, false>(run, vectors.m_nEnd - vectors.m_nBegin);
+    }
+}
+
+/** The part of a row whose window sums are kept at a time. */
+struct Chunk
+{
+    int m_nBegin;
+    int m_nEnd;
+    int m_nLanes;   // that hold sums
+    int m_nVectors; // with these, and with one lane more that counts as 0xFFFF, if there is any
+};
+
+template<typename T>
+void slide(const WholeRow& rRow, const Chunk& rChunk)
+{
+    for (int nBlock = 0; nBlock < nBlocks<T>(rRow); ++nBlock) {
+        const Block vectors = block<T>(rRow, nBlock);
+        const int nEnd = vectors.m_nEnd < rChunk.m_nVectors ? vectors.m_nEnd : rChunk.m_nVectors;
+        if (nEnd <= vectors.m_nBegin) {
+            break;
+        }
+        Run run = runOf<T>(rRow, vectors, rChunk.m_nBegin + rRow.m_nMask - 1);
+        run.m_nColumns = rChunk.m_nEnd - rChunk.m_nBegin;
+        run.m_nLimit = nEnd < rChunk.m_nVectors ? T::sk_nLanes : rChunk.m_nLanes - (nEnd - 1) * T::sk_nLanes;
+        runVectors<T, true>(run, nEnd - vectors.m_nBegin);
+    }
+}
+
+/** Calls rUse with every chunk of the row while its window sums and minima stand. */
+template<typename T, typename Use>
+void forEachChunk(const WholeRow& rRow, const Use& rUse)
+{
+    begin<T>(rRow, rRow.m_nMask - 1);
+    int nColumn = 0;
+    for (int nRange = 0; nRange < rRow.m_nRanges; ++nRange) {
+        const ColumnRange range = rRow.m_pRanges[nRange];
+        const int nNeeded = range.m_nLanes / T::sk_nLanes + 1;
+        while (nColumn < range.m_nEnd) {
+            const int nEnd = nColumn + sk_nChunk < range.m_nEnd ? nColumn + sk_nChunk : range.m_nEnd;
+            const Chunk chunk{nColumn, nEnd, range.m_nLanes, nNeeded < rRow.m_nVectors ? nNeeded : rRow.m_nVectors};
+            slide<T>(rRow, chunk);
+            rUse(chunk);
+            nColumn = nEnd;
+        }
+    }
+}
+
+// Little endian: the pixel that enters comes first. The difference of the pair is that of its absolute differences.
+inline void pairPixels(std::uint16_t* __restrict pOut, const std::uint8_t* pEntering, const std::uint8_t* pLeaving,
+                       int n)
+{
+    if (pLeaving == nullptr) {
+        for (int i = 0; i < n; ++i) {
+            pOut[i] = pEntering[i];
+        }
+        return;
+    }
+    for (int i = 0; i < n; ++i) {
+        pOut[i] = static_cast<std::uint16_t>(pEntering[i] | pLeaving[i] << 8);
+    }
+}
+
+inline void pairRows(const WholeRow& rRow, const PixelRows& rPixels, int nSearch)
+{
+    pairPixels(rRow.m_pSearchPairs, rPixels.m_pSearch, rPixels.m_pSearchLeaving, nSearch);
+    auto* const pPairs = rRow.m_pReferencePairs;
+    const std::uint8_t* const pEntering = rPixels.m_pReference;
+    const std::uint8_t* const pLeaving = rPixels.m_pReferenceLeaving;
+    for (int i = 0; i < rRow.m_nWidth; ++i) {
+        const unsigned uPair = pEntering[i] | (pLeaving != nullptr ? static_cast<unsigned>(pLeaving[i]) << 8 : 0U);
+        pPairs[i] = uPair | uPair << 16;
+    }
+}
+
+} // namespace
+} // namespace kestrova
