@@ -142,7 +142,7 @@ void WholeRowSums::takeScratch()
               &m_neighbours.m_pBefore, &m_neighbours.m_pAfter, &m_pTexture}) {
             *ppRow = rScratch.template take<std::uint16_t>(uBeyond);
         }
-        m_pInverseOfMatches = rScratch.template take<std::uint8_t>(uWidth);
+        m_pInverseOfMatches = rScratch.template take<std::uint8_t>(uBeyond);
         m_pSeeds = rScratch.template take<std::uint32_t>(uWidth);
     };
     ScratchCount count;

@@ -14,6 +14,13 @@ struct Avx512
     static constexpr int sk_nMost = 8; // vectors of a block, which is all that there are
     static constexpr std::uint16_t sk_uBias = 0;
 
+    // Pixels of a fit.
+    typedef std::int32_t Int __attribute__((vector_size(64)));
+    typedef std::uint32_t Unsigned __attribute__((vector_size(64)));
+    typedef float Float __attribute__((vector_size(64)));
+    typedef std::uint16_t Words __attribute__((vector_size(32)));
+    typedef std::uint8_t Bytes __attribute__((vector_size(16)));
+
     static V load(const std::uint16_t* p) { return _mm512_load_si512(p); }
     static V loadUnaligned(const std::uint16_t* p) { return _mm512_loadu_si512(p); }
     static void store(std::uint16_t* p, V v) { _mm512_store_si512(p, v); }

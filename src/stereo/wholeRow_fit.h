@@ -1,4 +1,5 @@
-// The fit of a row, all tests worked out for all pixels. Plain loops: the compiler makes vectors of them.
+// The fit of a row, as many pixels at a time as a register of the form has 32-bit lanes. All tests are worked out for
+// all pixels, and the one that goes first is put on last.
 #pragma once
 
 #include "stereo/WholeRow.h"
@@ -6,83 +7,117 @@
 namespace kestrova {
 namespace {
 
-constexpr unsigned sk_uHighestChecked = 239; // lane that the back-forth check looks at
-constexpr int sk_nSteepest = 4096;           // a side that is steeper has no fraction
-constexpr float sk_fHalf = 8388608.0F;       // half a pixel in 16.16 of 1/256
+constexpr int sk_nHighestChecked = 239; // lane that the back-forth check looks at
+constexpr int sk_nSteepest = 4096;      // a side that is steeper has no fraction
+constexpr float sk_fHalf = 8388608.0F;  // half a pixel in 16.16 of 1/256
+
+/** Vectors of pixels, of the types that a form names. Truth is all ones. */
+template<typename T>
+struct Pixels
+{
+    using Int = typename T::Int;
+    using Unsigned = typename T::Unsigned;
+    using Float = typename T::Float;
+    using Words = typename T::Words;
+    using Bytes = typename T::Bytes;
+    static constexpr int sk_nPixels = sizeof(Int) / sizeof(std::int32_t);
+
+    static Int load(const std::uint16_t* p)
+    {
+        Words words;
+        __builtin_memcpy(&words, p, sizeof words);
+        return __builtin_convertvector(words, Int);
+    }
+
+    static Int load(const std::uint8_t* p)
+    {
+        Bytes bytes;
+        __builtin_memcpy(&bytes, p, sizeof bytes);
+        return __builtin_convertvector(bytes, Int);
+    }
+
+    static void store(std::uint16_t* p, Int pixels, int nCount)
+    {
+        const Words words = __builtin_convertvector(pixels, Words);
+        if (nCount >= sk_nPixels) {
+            __builtin_memcpy(p, &words, sizeof words);
+        } else {
+            __builtin_memcpy(p, &words, sizeof *p * static_cast<std::size_t>(nCount));
+        }
+    }
+
+    static Int select(Int condition, Int then, Int otherwise) { return (condition & then) | (~condition & otherwise); }
+    static Int select(Int condition, int nThen, Int otherwise) { return select(condition, Int{} + nThen, otherwise); }
+};
 
 // (a - b) * 128 / k by the reciprocal 0x800000 / k, truncated. Both are exact in single precision: a quotient lies at
 // least 1 / k below the next integer, twice as far as it can be rounded; and the product is at most 0x800000, since a
 // and b differ by no more than k.
-template<bool bDown>
-int fraction(int a, int c, int b, bool bMinimum)
+template<typename P, bool bDown>
+typename P::Int fraction(typename P::Int a, typename P::Int c, typename P::Int b, typename P::Int minimum)
 {
-    const int nSide = (a > b ? a : b) - c;
-    const bool bFits = bMinimum & (nSide <= sk_nSteepest) & (nSide > 0);
-    const int nReciprocal = static_cast<int>(sk_fHalf / static_cast<float>(bFits ? nSide : 1));
-    const int nDifference = bFits ? a - b : 0;
-    const int nProduct = static_cast<int>(static_cast<float>(nDifference) * static_cast<float>(nReciprocal));
-    return (bDown ? nProduct : nProduct + (nProduct >> 31 & 0xFFFF)) >> 16;
+    using Int = typename P::Int;
+    using Float = typename P::Float;
+    const Int side = P::select(a > b, a, b) - c;
+    const Int fits = minimum & (side <= sk_nSteepest) & (side > 0);
+    const Float reciprocal = sk_fHalf / __builtin_convertvector(P::select(fits, side, Int{} + 1), Float);
+    const Float whole = __builtin_convertvector(__builtin_convertvector(reciprocal, Int), Float);
+    const Int product = __builtin_convertvector(__builtin_convertvector(fits & (a - b), Float) * whole, Int);
+    return (bDown ? product : product + (product >> 31 & 0xFFFF)) >> 16;
 }
 
-// The tests in the order in which they count; see the plain form for what each of them means.
-template<bool bTexture, bool bBackForth>
-void fitPixels(std::uint16_t* __restrict pOut, const FitRow& rFit, unsigned uBias)
+template<typename P, bool bTexture, bool bBackForth>
+void fitPixels(std::uint16_t* pOut, const FitRow& rFit, int nBias)
 {
-    constexpr unsigned uFirst = bTexture ? 1 : 0;
-    const auto reject = [](unsigned uCode) { return 0xFF00U + uCode; };
-    const unsigned uSubpixel = reject(rFit.m_ucSubpixelMapping);
-    const unsigned uOnFirst = rFit.m_uMinDisparity == 0 ? 0 : uSubpixel;
-    const unsigned uBackForth = reject(rFit.m_ucBackForthMapping);
-    const unsigned uUniqueness = reject(rFit.m_ucUniquenessMapping);
-    const unsigned uTexture = reject(rFit.m_ucTextureMapping);
-    const unsigned uBase = rFit.m_uMinDisparity - rFit.m_uOffset - uFirst;
-    const unsigned uLastLane = rFit.m_uLastLane;
-    const std::uint32_t uScale = rFit.m_uScale;
-    const std::uint32_t uLeast = rFit.m_uLeast;
-    const std::uint16_t* const pLane = rFit.m_neighbours.m_pLane;
-    const std::uint16_t* const pBest = rFit.m_neighbours.m_pBest;
-    const std::uint16_t* const pBefore = rFit.m_neighbours.m_pBefore;
-    const std::uint16_t* const pAfter = rFit.m_neighbours.m_pAfter;
-    const int nCount = rFit.m_nCount;
-    for (int x = 0; x < nCount; ++x) {
-        unsigned uLane = pLane[x] + uFirst;
-        unsigned c = pBest[x] ^ uBias;
-        const unsigned a = pBefore[x] ^ uBias;
-        const unsigned b = pAfter[x] ^ uBias;
-        if constexpr (bTexture) {
-            const unsigned uMeasure = rFit.m_pTexture[x];
-            uLane = uMeasure <= c ? 0 : uLane; // the lowest lane of all
-            c = uMeasure <= c ? uMeasure : c;
+    using Int = typename P::Int;
+    constexpr int nFirst = bTexture ? 1 : 0;
+    const auto reject = [](int nCode) { return 0xFF00 + nCode; };
+    const int nSubpixel = reject(rFit.m_ucSubpixelMapping);
+    // The first disparity has no neighbour in front: it counts only if nothing lies in front of it at all.
+    const int nOnFirst = rFit.m_uMinDisparity == 0 ? 0 : nSubpixel;
+    const auto nBase = static_cast<int>((rFit.m_uMinDisparity - rFit.m_uOffset - nFirst) & 0xFF);
+    const auto nLastLane = static_cast<int>(rFit.m_uLastLane);
+    for (int x = 0; x < rFit.m_nCount; x += P::sk_nPixels) {
+        const Int a = P::load(rFit.m_neighbours.m_pBefore + x) ^ nBias;
+        const Int b = P::load(rFit.m_neighbours.m_pAfter + x) ^ nBias;
+        Int c = P::load(rFit.m_neighbours.m_pBest + x) ^ nBias;
+        Int lane = P::load(rFit.m_neighbours.m_pLane + x) + nFirst;
+        Int measure{};
+        if constexpr (bTexture) { // the lowest lane of all
+            measure = P::load(rFit.m_pTexture + x);
+            const Int wins = measure <= c;
+            lane = ~wins & lane;
+            c = P::select(wins, measure, c);
         }
-        const bool bMinimum = (b != 0xFFFF) & (b >= c) & (a >= c);
-        const int nFraction =
-            fraction<bTexture>(static_cast<int>(a), static_cast<int>(c), static_cast<int>(b), bMinimum);
-        unsigned uOut = ((uBase + uLane) << 8) + static_cast<unsigned>(nFraction);
-        uOut = bMinimum ? uOut : uSubpixel;
-        uOut = uLane == uFirst ? uOnFirst : uOut;
-        uOut = (uLane < uFirst) | (uLane >= uLastLane) ? uSubpixel : uOut;
-        if constexpr (bBackForth) {
-            const unsigned uInverse = rFit.m_pInverse[x];
-            const bool bChecked = (uLane >= uFirst) & (uLane <= sk_uHighestChecked);
-            const bool bApart = (uLane != uInverse) & ((uLane > uInverse + 1) | (uLane < uInverse - 1));
-            uOut = bChecked & bApart ? uBackForth : uOut;
+        const Int minimum = (b != 0xFFFF) & (b >= c) & (a >= c);
+        Int out = ((lane + nBase) << 8) + fraction<P, bTexture>(a, c, b, minimum);
+        out = P::select(minimum, out, Int{} + nSubpixel);
+        out = P::select(lane == nFirst, nOnFirst, out);
+        out = P::select((lane < nFirst) | (lane >= nLastLane), nSubpixel, out);
+        if constexpr (bBackForth) { // where the inverse is 0 only lane 0 passes
+            const Int inverse = P::load(rFit.m_pInverse + x);
+            const Int apart = (lane > inverse + 1) | (lane < inverse - 1) | ((inverse == 0) & (lane != 0));
+            const Int checked = (lane >= nFirst) & (lane <= sk_nHighestChecked);
+            out = P::select(checked & apart, reject(rFit.m_ucBackForthMapping), out);
         }
         if constexpr (bTexture) {
-            const std::uint32_t uBound = (rFit.m_pTexture[x] * uScale) >> 12 & 0xFFFF;
-            uOut = uBound < c ? uUniqueness : uOut;
-            uOut = uLeast > uBound ? uTexture : uOut;
+            using Unsigned = typename P::Unsigned;
+            const Int bound = (Int)(((Unsigned)measure * rFit.m_uScale) >> 12) & 0xFFFF;
+            out = P::select(bound < c, reject(rFit.m_ucUniquenessMapping), out);
+            out = P::select((Int)((Unsigned)bound < rFit.m_uLeast), reject(rFit.m_ucTextureMapping), out);
         }
-        pOut[x] = static_cast<std::uint16_t>(uOut);
+        P::store(pOut + x, out & 0xFFFF, rFit.m_nCount - x);
     }
 }
 
 template<typename T>
 void fitRow(std::uint16_t* pOut, const FitRow& rFit)
 {
+    using P = Pixels<T>;
     if (rFit.m_pTexture != nullptr) {
-        (rFit.m_pInverse != nullptr ? fitPixels<true, true> : fitPixels<true, false>)(pOut, rFit, T::sk_uBias);
+        (rFit.m_pInverse != nullptr ? fitPixels<P, true, true> : fitPixels<P, true, false>)(pOut, rFit, T::sk_uBias);
     } else {
-        (rFit.m_pInverse != nullptr ? fitPixels<false, true> : fitPixels<false, false>)(pOut, rFit, T::sk_uBias);
+        (rFit.m_pInverse != nullptr ? fitPixels<P, false, true> : fitPixels<P, false, false>)(pOut, rFit, T::sk_uBias);
     }
 }
 

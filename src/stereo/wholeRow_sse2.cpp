@@ -14,6 +14,13 @@ struct Sse2
     static constexpr int sk_nMost = 9; // vectors of a block
     static constexpr std::uint16_t sk_uBias = 0x8000;
 
+    // Pixels of a fit.
+    typedef std::int32_t Int __attribute__((vector_size(16)));
+    typedef std::uint32_t Unsigned __attribute__((vector_size(16)));
+    typedef float Float __attribute__((vector_size(16)));
+    typedef std::uint16_t Words __attribute__((vector_size(8)));
+    typedef std::uint8_t Bytes __attribute__((vector_size(4)));
+
     static V load(const std::uint16_t* p) { return _mm_load_si128(reinterpret_cast<const V*>(p)); }
     static V loadUnaligned(const std::uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const V*>(p)); }
     static void store(std::uint16_t* p, V v) { _mm_store_si128(reinterpret_cast<V*>(p), v); }
