@@ -48,13 +48,11 @@ struct LabelRow
     std::uint8_t* m_pOut;
 };
 
-/** The row as a fit needs it. Sums carry the form's bias. */
+/** The row as a fit needs it, two values to a word, the first in its low half. Sums carry the form's bias. */
 struct NeighbourRow
 {
-    std::uint16_t* m_pLane;
-    std::uint16_t* m_pBest;
-    std::uint16_t* m_pBefore;
-    std::uint16_t* m_pAfter;
+    std::uint32_t* m_pBeforeBest;
+    std::uint32_t* m_pAfterLane;
 };
 
 /** The best match of every search column so far: its sum, and the reference column that it lies in. */

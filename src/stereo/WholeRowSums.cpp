@@ -137,11 +137,11 @@ void WholeRowSums::takeScratch()
         m_row.m_pWindows = rScratch.template take<std::uint16_t>(sk_nChunk * uLanes + 2 * sk_nLaneSlack);
         m_row.m_pMinima =
             rScratch.template take<std::uint16_t>(static_cast<std::size_t>(sk_nChunk * m_pForm->m_nVectorLanes));
-        for (std::uint16_t** ppRow :
-             {&m_row.m_inverse.m_pBest, &m_row.m_inverse.m_pColumn, &m_neighbours.m_pLane, &m_neighbours.m_pBest,
-              &m_neighbours.m_pBefore, &m_neighbours.m_pAfter, &m_pTexture}) {
+        for (std::uint16_t** ppRow : {&m_row.m_inverse.m_pBest, &m_row.m_inverse.m_pColumn, &m_pTexture}) {
             *ppRow = rScratch.template take<std::uint16_t>(uBeyond);
         }
+        m_neighbours.m_pBeforeBest = rScratch.template take<std::uint32_t>(uBeyond);
+        m_neighbours.m_pAfterLane = rScratch.template take<std::uint32_t>(uBeyond);
         m_pInverseOfMatches = rScratch.template take<std::uint8_t>(uBeyond);
         m_pSeeds = rScratch.template take<std::uint32_t>(uWidth);
     };
@@ -215,7 +215,7 @@ const std::uint8_t* WholeRowSums::inverseOfMatches(int nFirst)
 {
     const std::uint8_t* const pInverse = inverse(nFirst);
     for (int x = 0; x < m_layout.nCount(); ++x) {
-        m_pInverseOfMatches[x] = pInverse[x + m_neighbours.m_pLane[x]];
+        m_pInverseOfMatches[x] = pInverse[static_cast<std::uint32_t>(x) + (m_neighbours.m_pAfterLane[x] >> 16)];
     }
     return m_pInverseOfMatches;
 }

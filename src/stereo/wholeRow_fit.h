@@ -22,6 +22,13 @@ struct Pixels
     using Bytes = typename T::Bytes;
     static constexpr int sk_nPixels = sizeof(Int) / sizeof(std::int32_t);
 
+    static Int load(const std::uint32_t* p)
+    {
+        Int pixels;
+        __builtin_memcpy(&pixels, p, sizeof pixels);
+        return pixels;
+    }
+
     static Int load(const std::uint16_t* p)
     {
         Words words;
@@ -78,10 +85,12 @@ void fitPixels(std::uint16_t* pOut, const FitRow& rFit, int nBias)
     const auto nBase = static_cast<int>((rFit.m_uMinDisparity - rFit.m_uOffset - nFirst) & 0xFF);
     const auto nLastLane = static_cast<int>(rFit.m_uLastLane);
     for (int x = 0; x < rFit.m_nCount; x += P::sk_nPixels) {
-        const Int a = P::load(rFit.m_neighbours.m_pBefore + x) ^ nBias;
-        const Int b = P::load(rFit.m_neighbours.m_pAfter + x) ^ nBias;
-        Int c = P::load(rFit.m_neighbours.m_pBest + x) ^ nBias;
-        Int lane = P::load(rFit.m_neighbours.m_pLane + x) + nFirst;
+        const Int beforeBest = P::load(rFit.m_neighbours.m_pBeforeBest + x);
+        const Int afterLane = P::load(rFit.m_neighbours.m_pAfterLane + x);
+        const Int a = (beforeBest & 0xFFFF) ^ nBias;
+        const Int b = (afterLane & 0xFFFF) ^ nBias;
+        Int c = (beforeBest >> 16 & 0xFFFF) ^ nBias;
+        Int lane = (afterLane >> 16) + nFirst;
         Int measure{};
         if constexpr (bTexture) { // the lowest lane of all
             measure = P::load(rFit.m_pTexture + x);

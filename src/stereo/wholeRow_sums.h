@@ -208,30 +208,25 @@ void forEachChunk(const WholeRow& rRow, const Use& rUse)
 }
 
 // Little endian: the pixel that enters comes first. The difference of the pair is that of its absolute differences.
-inline void pairPixels(std::uint16_t* __restrict pOut, const std::uint8_t* pEntering, const std::uint8_t* pLeaving,
-                       int n)
+template<typename Pair>
+void pairPixels(Pair* __restrict pOut, const std::uint8_t* pEntering, const std::uint8_t* pLeaving, int n)
 {
+    constexpr unsigned uCopies = sizeof(Pair) == 4 ? 0x10001 : 1;
     if (pLeaving == nullptr) {
         for (int i = 0; i < n; ++i) {
-            pOut[i] = pEntering[i];
+            pOut[i] = static_cast<Pair>(pEntering[i] * uCopies);
         }
-        return;
-    }
-    for (int i = 0; i < n; ++i) {
-        pOut[i] = static_cast<std::uint16_t>(pEntering[i] | pLeaving[i] << 8);
+    } else {
+        for (int i = 0; i < n; ++i) {
+            pOut[i] = static_cast<Pair>((pEntering[i] | static_cast<unsigned>(pLeaving[i]) << 8) * uCopies);
+        }
     }
 }
 
 inline void pairRows(const WholeRow& rRow, const PixelRows& rPixels, int nSearch)
 {
     pairPixels(rRow.m_pSearchPairs, rPixels.m_pSearch, rPixels.m_pSearchLeaving, nSearch);
-    auto* const pPairs = rRow.m_pReferencePairs;
-    const std::uint8_t* const pEntering = rPixels.m_pReference;
-    const std::uint8_t* const pLeaving = rPixels.m_pReferenceLeaving;
-    for (int i = 0; i < rRow.m_nWidth; ++i) {
-        const unsigned uPair = pEntering[i] | (pLeaving != nullptr ? static_cast<unsigned>(pLeaving[i]) << 8 : 0U);
-        pPairs[i] = uPair | uPair << 16;
-    }
+    pairPixels(rRow.m_pReferencePairs, rPixels.m_pReference, rPixels.m_pReferenceLeaving, rRow.m_nWidth);
 }
 
 } // namespace

@@ -28,7 +28,8 @@ unsigned firstEqual(const std::uint16_t* pWindow, typename T::V lowest, int nFul
         const std::uint64_t uBits =
             T::template equalBits<WordCount<T>::sk_nVectors>(pWindow + nWord * sk_nMaskWord, lowest);
         const auto uFirst = static_cast<unsigned>(nWord * sk_nMaskWord + __builtin_ctzll(uBits | 1ULL << 63));
-        uLane = uBits != 0 ? uFirst : uLane;
+        // A move, not a jump: which word it is cannot be foretold.
+        uLane = __builtin_expect_with_probability(uBits != 0, 1, 0.5) ? uFirst : uLane;
     }
     return uLane;
 }
@@ -62,12 +63,11 @@ void forEachWinner(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
 template<typename T>
 void neighbours(const WholeRow& rRow, const Chunk& rChunk, const NeighbourRow& rOut)
 {
-    forEachWinner<T>(rRow, rChunk, [&](int x, const std::uint16_t* pWindow, typename T::V lowest, unsigned uLane) {
-        const std::uint16_t* const pBest = pWindow + uLane;
-        rOut.m_pLane[x] = static_cast<std::uint16_t>(uLane);
-        rOut.m_pBest[x] = T::firstLane(lowest);
-        rOut.m_pBefore[x] = pBest[-1];
-        rOut.m_pAfter[x] = pBest[1];
+    std::uint32_t* const pBeforeBest = rOut.m_pBeforeBest;
+    std::uint32_t* const pAfterLane = rOut.m_pAfterLane;
+    forEachWinner<T>(rRow, rChunk, [=](int x, const std::uint16_t* pWindow, typename T::V, unsigned uLane) {
+        __builtin_memcpy(&pBeforeBest[x], pWindow + uLane - 1, sizeof pBeforeBest[x]);
+        pAfterLane[x] = pWindow[uLane + 1] | uLane << 16;
     });
 }
 
