@@ -38,13 +38,14 @@ struct PixelRows
 // A seed that no sum can beat, not even a 0.
 constexpr std::uint32_t sk_uRejectedSeed = 0x80000000U;
 
+constexpr std::uint16_t sk_uNotLowest = 0x100;
+
 /** How the lane of a pixel becomes a label. Lane numbers count a texture lane. */
 struct LabelRow
 {
-    const std::uint8_t* m_pLabels;       // by lane
-    const std::uint8_t* m_pLowestBehind; // the lowest label of any higher lane
-    const std::uint32_t* m_pSeeds;       // what lane 0 competes as, with bits for lane 1 above 16; null: no such lane
-    int m_nGroup;                        // lane positions that decide ties: 8 or 4
+    const std::uint16_t* m_pLabels; // by lane, with a mark where some higher lane has a lower label
+    const std::uint32_t* m_pSeeds;  // what lane 0 competes as, with bits for lane 1 above 16; null: no such lane
+    int m_nGroup;                   // lane positions that decide ties: 8 or 4
     std::uint8_t* m_pOut;
 };
 

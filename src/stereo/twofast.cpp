@@ -74,13 +74,13 @@ class WholeRowLabels
 public:
     WholeRowLabels(WholeRowSums& rSums, const ColumnLayout& rLayout, const LabelTable& rLabels,
                    const ScaledValidation* pValidation)
-        : m_pSums(&rSums), m_pLabels(rLabels.data()), m_pValidation(pValidation), m_nCount(rLayout.nCount()),
-          m_nGroup(rLayout.bSSE2() ? 8 : 4)
+        : m_pSums(&rSums), m_pValidation(pValidation), m_nCount(rLayout.nCount()), m_nGroup(rLayout.bSSE2() ? 8 : 4)
     {
         std::uint8_t ucLowest = 255;
         for (auto u = static_cast<std::size_t>(rLayout.nLanes()); u > 0; --u) {
-            m_lowestBehind[u - 1] = ucLowest;
-            ucLowest = std::min(ucLowest, rLabels[u - 1]);
+            const std::uint8_t ucLabel = rLabels[u - 1];
+            m_labels[u - 1] = static_cast<std::uint16_t>(ucLabel | (ucLabel > ucLowest ? sk_uNotLowest : 0));
+            ucLowest = std::min(ucLowest, ucLabel);
         }
     }
 
@@ -90,14 +90,13 @@ public:
         for (int x = 0; pSeeds != nullptr && x < m_nCount; ++x) {
             pSeeds[x] = m_pValidation->seed(m_pSums->texture()[x]);
         }
-        m_pSums->findLabels({m_pLabels, m_lowestBehind.data(), pSeeds, m_nGroup, pOut});
+        m_pSums->findLabels({m_labels.data(), pSeeds, m_nGroup, pOut});
     }
 
 private:
     WholeRowSums* m_pSums;
-    const std::uint8_t* m_pLabels;
     const ScaledValidation* m_pValidation; // null: no texture lane
-    LabelTable m_lowestBehind{};
+    std::array<std::uint16_t, 256> m_labels{};
     int m_nCount;
     int m_nGroup;
 };

@@ -56,13 +56,13 @@ struct Avx2
     }
 
     template<int K>
-    static std::uint64_t equalBits(const std::uint16_t* p, V v)
+    static std::uint64_t equalBits(const V* p, V v)
     {
         std::uint64_t uBits = 0;
 #pragma GCC unroll 2
         for (int i = 0; i < K; i += 2) {
-            const V low = _mm256_cmpeq_epi16(load(p + 16 * i), v);
-            const V high = i + 1 < K ? _mm256_cmpeq_epi16(load(p + 16 * i + 16), v) : _mm256_setzero_si256();
+            const V low = _mm256_cmpeq_epi16(p[i], v);
+            const V high = i + 1 < K ? _mm256_cmpeq_epi16(p[i + 1], v) : _mm256_setzero_si256();
             // Packing goes by halves of a register.
             const V packed = _mm256_permute4x64_epi64(_mm256_packs_epi16(low, high), _MM_SHUFFLE(3, 1, 2, 0));
             uBits |= static_cast<std::uint64_t>(static_cast<unsigned>(_mm256_movemask_epi8(packed))) << 16 * i;

@@ -57,13 +57,13 @@ struct Avx512
     }
 
     template<int K>
-    static std::uint64_t equalBits(const std::uint16_t* p, V v)
+    static std::uint64_t equalBits(const V* p, V v)
     {
-        const std::uint64_t uLow = _mm512_cmpeq_epi16_mask(load(p), v);
+        const std::uint64_t uLow = _mm512_cmpeq_epi16_mask(p[0], v);
         if constexpr (K == 1) {
             return uLow;
         } else {
-            return uLow | static_cast<std::uint64_t>(_mm512_cmpeq_epi16_mask(load(p + 32), v)) << 32;
+            return uLow | static_cast<std::uint64_t>(_mm512_cmpeq_epi16_mask(p[1], v)) << 32;
         }
     }
 };

@@ -29,7 +29,11 @@ void findWinners(const WholeRow& rRow, const Use& rUse)
 template<typename T>
 void findLabels(const WholeRow& rRow, const LabelRow& rLabels)
 {
-    findWinners<T>(rRow, [&](const Chunk& rChunk) { labels<T>(rRow, rChunk, rLabels); });
+    if (rLabels.m_pSeeds != nullptr) {
+        findWinners<T>(rRow, [&](const Chunk& rChunk) { labels<T, true>(rRow, rChunk, rLabels); });
+    } else {
+        findWinners<T>(rRow, [&](const Chunk& rChunk) { labels<T, false>(rRow, rChunk, rLabels); });
+    }
 }
 
 template<typename T>

@@ -57,13 +57,13 @@ struct Sse2
     }
 
     template<int K>
-    static std::uint64_t equalBits(const std::uint16_t* p, V v)
+    static std::uint64_t equalBits(const V* p, V v)
     {
         std::uint64_t uBits = 0;
 #pragma GCC unroll 4
         for (int i = 0; i < K; i += 2) {
-            const V low = _mm_cmpeq_epi16(load(p + 8 * i), v);
-            const V high = i + 1 < K ? _mm_cmpeq_epi16(load(p + 8 * i + 8), v) : _mm_setzero_si128();
+            const V low = _mm_cmpeq_epi16(p[i], v);
+            const V high = i + 1 < K ? _mm_cmpeq_epi16(p[i + 1], v) : _mm_setzero_si128();
             const auto uPair = static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(low, high)));
             uBits |= static_cast<std::uint64_t>(uPair) << 8 * i;
         }

@@ -64,8 +64,6 @@ struct Run
     std::uint16_t* m_pRunning;
     std::uint16_t* m_pWindows;
     std::ptrdiff_t m_nWindowsStride;
-    std::uint16_t* m_pMinima;
-    bool m_bFirst; // block of the column
     int m_nColumns;
     int m_nLimit; // lanes of the last vector that hold sums
 };
@@ -84,47 +82,71 @@ Run runOf(const WholeRow& rRow, const Block& rBlock, int nColumn)
             rRow.m_pRunning + nLane,
             rRow.m_pWindows + nLane,
             static_cast<std::ptrdiff_t>(rRow.m_nVectors) * T::sk_nLanes,
-            rRow.m_pMinima,
-            rBlock.m_nBegin == 0,
             0,
             T::sk_nLanes};
 }
 
+/** What runs along the columns without looking at them: that is how a row begins. */
+struct Grow
+{
+    static constexpr bool sk_bSlides = false;
+};
+
+/** Leaves the minima of all lane positions for a later look, together with those of other blocks. */
+template<typename T>
+struct KeepMinima
+{
+    static constexpr bool sk_bSlides = true;
+
+    template<int N>
+    void column(const typename T::V (&)[N], typename T::V lowest, const std::uint16_t*, int nColumn) const
+    {
+        std::uint16_t* const p = m_pMinima + nColumn * T::sk_nLanes;
+        T::store(p, m_bFirst ? lowest : T::min(lowest, T::load(p)));
+    }
+
+    std::uint16_t* m_pMinima;
+    bool m_bFirst; // block of the columns
+};
+
 // The heart of it. For each column and vector: difference of the pixels that enter and of those that leave, column
-// sum, window sum, minimum. Without bSlide the windows only grow: that is how a row begins.
-template<typename T, int N, bool bSlide>
-void runColumns(const Run& rRun)
+// sum, window sum, minimum; then what rUse makes of a column's windows and their lane-wise minimum.
+template<typename T, int N, typename Use>
+void runColumns(const Run& rRun, const Use& rUse)
 {
     using V = typename T::V;
     constexpr int L = T::sk_nLanes;
-    const std::uint32_t* pReference = rRun.m_pReference;
+    const std::uint32_t* const pReference = rRun.m_pReference;
     const std::uint16_t* pSearch = rRun.m_pSearch;
     std::uint16_t* pEntering = rRun.m_pEntering;
     const std::uint16_t* pLeaving = rRun.m_pLeaving;
     std::uint16_t* pWindows = rRun.m_pWindows;
     const V limit = sk_limits<T>.upTo(rRun.m_nLimit);
-    V aWindow[N];
+    V aRunning[N];
     for (int i = 0; i < N; ++i) {
-        aWindow[i] = T::load(rRun.m_pRunning + i * L);
+        aRunning[i] = T::load(rRun.m_pRunning + i * L);
     }
     for (int nColumn = 0; nColumn < rRun.m_nColumns; ++nColumn) {
-        const V reference = T::broadcast(*pReference++);
+        const V reference = T::broadcast(pReference[nColumn]);
+        V aWindows[N];
         V lowest;
 #pragma GCC unroll 16
         for (int i = 0; i < N; ++i) {
             const V sum = T::addDifference(T::load(pEntering + i * L), reference, pSearch + i * L);
             T::store(pEntering + i * L, sum);
-            aWindow[i] = T::add(aWindow[i], sum);
-            if constexpr (bSlide) {
-                const V window = i == N - 1 ? T::max(aWindow[i], limit) : aWindow[i];
-                T::store(pWindows + i * L, window);
-                lowest = i == 0 ? window : T::min(lowest, window);
-                aWindow[i] = T::subtract(aWindow[i], T::load(pLeaving + i * L));
+            aRunning[i] = T::add(aRunning[i], sum);
+            if constexpr (Use::sk_bSlides) {
+                aWindows[i] = i == N - 1 ? T::max(aRunning[i], limit) : aRunning[i];
+                T::store(pWindows + i * L, aWindows[i]);
+                lowest = i == 0 ? aWindows[i] : T::min(lowest, aWindows[i]);
             }
         }
-        if constexpr (bSlide) {
-            std::uint16_t* const pMinimum = rRun.m_pMinima + nColumn * L;
-            T::store(pMinimum, rRun.m_bFirst ? lowest : T::min(lowest, T::load(pMinimum)));
+        if constexpr (Use::sk_bSlides) {
+            rUse.template column<N>(aWindows, lowest, pWindows, nColumn);
+#pragma GCC unroll 16
+            for (int i = 0; i < N; ++i) {
+                aRunning[i] = T::subtract(aRunning[i], T::load(pLeaving + i * L));
+            }
             pLeaving += rRun.m_nSumsStride;
             pWindows += rRun.m_nWindowsStride;
         }
@@ -132,20 +154,20 @@ void runColumns(const Run& rRun)
         pEntering += rRun.m_nSumsStride;
     }
     for (int i = 0; i < N; ++i) {
-        T::store(rRun.m_pRunning + i * L, aWindow[i]);
+        T::store(rRun.m_pRunning + i * L, aRunning[i]);
     }
 }
 
 /** By the number of vectors, 1 to N. */
-template<typename T, bool bSlide, int N = T::sk_nMost>
-void runVectors(const Run& rRun, int nVectors)
+template<typename T, typename Use, int N = T::sk_nMost>
+void runVectors(const Run& rRun, int nVectors, const Use& rUse)
 {
     if constexpr (N > 1) {
         if (nVectors < N) {
-            return runVectors<T, bSlide, N - 1>(rRun, nVectors);
+            return runVectors<T, Use, N - 1>(rRun, nVectors, rUse);
         }
     }
-    runColumns<T, N, bSlide>(rRun);
+    runColumns<T, N>(rRun, rUse);
 }
 
 /** Updates the first nColumns columns, and leaves the sums over them running. */
@@ -159,7 +181,7 @@ void begin(const WholeRow& rRow, int nColumns)
         const Block vectors = block<T>(rRow, nBlock);
         Run run = runOf<T>(rRow, vectors, 0);
         run.m_nColumns = nColumns;
-        runVectors<T, false>(run, vectors.m_nEnd - vectors.m_nBegin);
+        runVectors<T>(run, vectors.m_nEnd - vectors.m_nBegin, Grow{});
     }
 }
 
@@ -172,23 +194,20 @@ struct Chunk
     int m_nVectors; // with these, and with one lane more that counts as 0xFFFF, if there is any
 };
 
-template<typename T>
-void slide(const WholeRow& rRow, const Chunk& rChunk)
+/** One block's part of a chunk; nothing is left to do when it lies beyond the chunk's vectors. */
+template<typename T, typename Use>
+void slideBlock(const WholeRow& rRow, const Chunk& rChunk, const Block& rVectors, const Use& rUse)
 {
-    for (int nBlock = 0; nBlock < nBlocks<T>(rRow); ++nBlock) {
-        const Block vectors = block<T>(rRow, nBlock);
-        const int nEnd = vectors.m_nEnd < rChunk.m_nVectors ? vectors.m_nEnd : rChunk.m_nVectors;
-        if (nEnd <= vectors.m_nBegin) {
-            break;
-        }
-        Run run = runOf<T>(rRow, vectors, rChunk.m_nBegin + rRow.m_nMask - 1);
+    const int nEnd = rVectors.m_nEnd < rChunk.m_nVectors ? rVectors.m_nEnd : rChunk.m_nVectors;
+    if (nEnd > rVectors.m_nBegin) {
+        Run run = runOf<T>(rRow, rVectors, rChunk.m_nBegin + rRow.m_nMask - 1);
         run.m_nColumns = rChunk.m_nEnd - rChunk.m_nBegin;
         run.m_nLimit = nEnd < rChunk.m_nVectors ? T::sk_nLanes : rChunk.m_nLanes - (nEnd - 1) * T::sk_nLanes;
-        runVectors<T, true>(run, nEnd - vectors.m_nBegin);
+        runVectors<T>(run, nEnd - rVectors.m_nBegin, rUse);
     }
 }
 
-/** Calls rUse with every chunk of the row while its window sums and minima stand. */
+/** Calls rUse with every chunk of the row, whose windows it has to run along. */
 template<typename T, typename Use>
 void forEachChunk(const WholeRow& rRow, const Use& rUse)
 {
@@ -199,9 +218,7 @@ void forEachChunk(const WholeRow& rRow, const Use& rUse)
         const int nNeeded = range.m_nLanes / T::sk_nLanes + 1;
         while (nColumn < range.m_nEnd) {
             const int nEnd = nColumn + sk_nChunk < range.m_nEnd ? nColumn + sk_nChunk : range.m_nEnd;
-            const Chunk chunk{nColumn, nEnd, range.m_nLanes, nNeeded < rRow.m_nVectors ? nNeeded : rRow.m_nVectors};
-            slide<T>(rRow, chunk);
-            rUse(chunk);
+            rUse(Chunk{nColumn, nEnd, range.m_nLanes, nNeeded < rRow.m_nVectors ? nNeeded : rRow.m_nVectors});
             nColumn = nEnd;
         }
     }

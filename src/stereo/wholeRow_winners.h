@@ -6,58 +6,99 @@
 namespace kestrova {
 namespace {
 
-/** Lanes equal to the minimum, 64 to a word. The last word may hold fewer vectors. */
+// The first lane equal to the minimum, 64 lanes to a word of comparison bits.
+
 template<typename T>
-struct WordCount
+constexpr int sk_nWordVectors = sk_nMaskWord / T::sk_nLanes;
+
+/** The first of a word's bits, or uOtherwise. A move, not a jump: which word it is cannot be foretold. */
+inline unsigned firstBit(std::uint64_t uBits, int nFirstLane, unsigned uOtherwise)
 {
-    static constexpr int sk_nVectors = sk_nMaskWord / T::sk_nLanes;
+    const auto uLane = static_cast<unsigned>(nFirstLane + __builtin_ctzll(uBits | 1ULL << 63));
+    return __builtin_expect_with_probability(uBits != 0, 1, 0.5) ? uLane : uOtherwise;
+}
 
-    explicit WordCount(int nVectors) : m_nFull((nVectors - 1) / sk_nVectors), m_nLast(nVectors - m_nFull * sk_nVectors)
-    {}
+/** Of vectors nBegin to N - 1, one of which has such a lane unless an earlier one has. */
+template<typename T, int N, int nBegin = 0>
+unsigned firstEqual(const typename T::V (&aWindows)[N], typename T::V lowest)
+{
+    constexpr int K = N - nBegin < sk_nWordVectors<T> ? N - nBegin : sk_nWordVectors<T>;
+    const std::uint64_t uBits = T::template equalBits<K>(aWindows + nBegin, lowest);
+    constexpr int nFirstLane = nBegin * T::sk_nLanes;
+    if constexpr (nBegin + K == N) {
+        return static_cast<unsigned>(nFirstLane + __builtin_ctzll(uBits | 1ULL << 63));
+    } else {
+        return firstBit(uBits, nFirstLane, firstEqual<T, N, nBegin + K>(aWindows, lowest));
+    }
+}
 
-    int m_nFull;
-    int m_nLast; // vectors, 1 to sk_nVectors
+/** Columns of one block: each is looked at while its windows are in registers. */
+template<typename T, typename Use>
+struct FindWinners
+{
+    static constexpr bool sk_bSlides = true;
+
+    template<int N>
+    void column(const typename T::V (&aWindows)[N], typename T::V minima, const std::uint16_t* pWindow,
+                int nColumn) const
+    {
+        const typename T::V lowest = T::spreadMinimum(minima);
+        m_rUse(m_nBegin + nColumn, pWindow, lowest, firstEqual<T, N>(aWindows, lowest));
+    }
+
+    const Use& m_rUse;
+    int m_nBegin;
 };
 
-template<typename T, int K>
-unsigned firstEqual(const std::uint16_t* pWindow, typename T::V lowest, int nFullWords)
+/** Columns of several blocks: looked at when all have been run along. nLast vectors are left for the last word. */
+template<typename T, int nLast, typename Use>
+void lookAgain(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
 {
-    const std::uint64_t uLast = T::template equalBits<K>(pWindow + nFullWords * sk_nMaskWord, lowest);
-    auto uLane = static_cast<unsigned>(nFullWords * sk_nMaskWord + __builtin_ctzll(uLast | 1ULL << 63));
-    for (int nWord = nFullWords - 1; nWord >= 0; --nWord) {
-        const std::uint64_t uBits =
-            T::template equalBits<WordCount<T>::sk_nVectors>(pWindow + nWord * sk_nMaskWord, lowest);
-        const auto uFirst = static_cast<unsigned>(nWord * sk_nMaskWord + __builtin_ctzll(uBits | 1ULL << 63));
-        // A move, not a jump: which word it is cannot be foretold.
-        uLane = __builtin_expect_with_probability(uBits != 0, 1, 0.5) ? uFirst : uLane;
+    using V = typename T::V;
+    const std::ptrdiff_t nStride = static_cast<std::ptrdiff_t>(rRow.m_nVectors) * T::sk_nLanes;
+    const int nWhole = (rChunk.m_nVectors - nLast) * T::sk_nLanes;
+    const std::uint16_t* pWindow = rRow.m_pWindows;
+    for (int x = rChunk.m_nBegin; x < rChunk.m_nEnd; ++x, pWindow += nStride) {
+        const V lowest = T::spreadMinimum(T::load(rRow.m_pMinima + (x - rChunk.m_nBegin) * T::sk_nLanes));
+        const auto bitsAt = [&]<int K>(int nLane) {
+            V aWindows[K];
+            for (int i = 0; i < K; ++i) {
+                aWindows[i] = T::load(pWindow + nLane + i * T::sk_nLanes);
+            }
+            return T::template equalBits<K>(aWindows, lowest);
+        };
+        unsigned uLane = firstBit(bitsAt.template operator()<nLast>(nWhole), nWhole, 0);
+        for (int nLane = nWhole - sk_nMaskWord; nLane >= 0; nLane -= sk_nMaskWord) {
+            uLane = firstBit(bitsAt.template operator()<sk_nWordVectors<T>>(nLane), nLane, uLane);
+        }
+        rUse(x, pWindow, lowest, uLane);
     }
-    return uLane;
+}
+
+template<typename T, typename Use, int nLast = sk_nWordVectors<T>>
+void lookAgain(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
+{
+    if constexpr (nLast > 1) {
+        if ((rChunk.m_nVectors - 1) % sk_nWordVectors<T> + 1 < nLast) {
+            return lookAgain<T, Use, nLast - 1>(rRow, rChunk, rUse);
+        }
+    }
+    lookAgain<T, nLast>(rRow, rChunk, rUse);
 }
 
 /** Calls rUse with the chunk's columns: number, window sums, minimum in all lanes, first lane equal to it. */
-template<typename T, int K, typename Use>
-void forEachWinner(const WholeRow& rRow, const Chunk& rChunk, int nFullWords, const Use& rUse)
-{
-    const std::uint16_t* pWindow = rRow.m_pWindows;
-    const std::uint16_t* pMinimum = rRow.m_pMinima;
-    for (int x = rChunk.m_nBegin; x < rChunk.m_nEnd; ++x) {
-        const typename T::V lowest = T::spreadMinimum(T::load(pMinimum));
-        rUse(x, pWindow, lowest, firstEqual<T, K>(pWindow, lowest, nFullWords));
-        pWindow += static_cast<std::ptrdiff_t>(rRow.m_nVectors) * T::sk_nLanes;
-        pMinimum += T::sk_nLanes;
-    }
-}
-
-template<typename T, typename Use, int K = WordCount<T>::sk_nVectors>
+template<typename T, typename Use>
 void forEachWinner(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
 {
-    const WordCount<T> words(rChunk.m_nVectors);
-    if constexpr (K > 1) {
-        if (words.m_nLast < K) {
-            return forEachWinner<T, Use, K - 1>(rRow, rChunk, rUse);
-        }
+    const int n = nBlocks<T>(rRow);
+    if (n == 1) {
+        slideBlock<T>(rRow, rChunk, {0, rRow.m_nVectors}, FindWinners<T, Use>{rUse, rChunk.m_nBegin});
+        return;
     }
-    forEachWinner<T, K>(rRow, rChunk, words.m_nFull, rUse);
+    for (int nBlock = 0; nBlock < n; ++nBlock) {
+        slideBlock<T>(rRow, rChunk, block<T>(rRow, nBlock), KeepMinima<T>{rRow.m_pMinima, nBlock == 0});
+    }
+    lookAgain<T>(rRow, rChunk, rUse);
 }
 
 template<typename T>
@@ -82,7 +123,7 @@ inline std::uint8_t labelOfTies(const std::uint64_t* pBits, const LabelRow& rLab
     for (int nLane = 0; nLane < 256 && uSeen != uAll; nLane += rLabels.m_nGroup) {
         const auto uGroup = static_cast<unsigned>(pBits[nLane / 64] >> nLane % 64) & uAll;
         for (unsigned uNew = uGroup & ~uSeen; uNew != 0; uNew &= uNew - 1) {
-            const unsigned uOther = rLabels.m_pLabels[nLane + __builtin_ctz(uNew)];
+            const unsigned uOther = rLabels.m_pLabels[nLane + __builtin_ctz(uNew)] & 0xFFU;
             uLabel = uOther < uLabel ? uOther : uLabel;
         }
         uSeen |= uGroup;
@@ -91,15 +132,17 @@ inline std::uint8_t labelOfTies(const std::uint64_t* pBits, const LabelRow& rLab
 }
 
 template<typename T>
-std::uint8_t labelOfLowest(const Chunk& rChunk, const std::uint16_t* pWindow, typename T::V lowest,
+std::uint8_t labelOfLowest(const Chunk& rChunk, const std::uint16_t* pWindow, std::uint16_t uLowest,
                            const LabelRow& rLabels, bool bSeed)
 {
+    const typename T::V lowest = T::spread(uLowest);
     std::uint64_t auBits[4] = {};
     for (int nVector = 0; nVector < rChunk.m_nVectors; ++nVector) {
         const int nLane = nVector * T::sk_nLanes;
-        auBits[nLane / 64] |= T::template equalBits<1>(pWindow + nLane, lowest) << nLane % 64;
+        const typename T::V aWindow[] = {T::load(pWindow + nLane)};
+        auBits[nLane / 64] |= T::template equalBits<1>(aWindow, lowest) << nLane % 64;
     }
-    if (T::firstLane(lowest) == sk_uWorst<T>) {
+    if (uLowest == sk_uWorst<T>) {
         auBits[0] = ~0ULL; // every lane, and there is one group at least
     }
     if (rLabels.m_pSeeds != nullptr) {
@@ -116,48 +159,49 @@ std::uint8_t labelOfWideSeed(const Chunk& rChunk, std::uint16_t* pWindow, std::u
 {
     const std::uint16_t uKept = pWindow[0];
     pWindow[0] = static_cast<std::uint16_t>(((uKept ^ T::sk_uBias) | uSeed >> 16) ^ T::sk_uBias);
-    const auto uLow = static_cast<unsigned>(uSeed & 0xFFFF);
+    const unsigned uLow = uSeed & 0xFFFF;
     unsigned uLowest = uLow;
     for (int nLane = 0; nLane < rChunk.m_nVectors * T::sk_nLanes; ++nLane) {
         const unsigned uSum = pWindow[nLane] ^ T::sk_uBias;
         uLowest = uSum < uLowest ? uSum : uLowest;
     }
-    const auto lowest = T::spread(static_cast<std::uint16_t>(uLowest ^ T::sk_uBias));
-    const std::uint8_t ucLabel = labelOfLowest<T>(rChunk, pWindow, lowest, rLabels, uLow == uLowest);
+    const auto uBiased = static_cast<std::uint16_t>(uLowest ^ T::sk_uBias);
+    const std::uint8_t ucLabel = labelOfLowest<T>(rChunk, pWindow, uBiased, rLabels, uLow == uLowest);
     pWindow[0] = uKept;
     return ucLabel;
 }
 
 template<typename T>
-std::uint8_t label(const Chunk& rChunk, int x, std::uint16_t* pWindow, typename T::V lowest, unsigned uLane,
-                   const LabelRow& rLabels)
+[[gnu::noinline]] std::uint8_t contestedLabel(const WholeRow& rRow, const Chunk& rChunk, int x, std::uint16_t uLowest,
+                                              const LabelRow& rLabels)
 {
-    if (rLabels.m_pSeeds != nullptr) {
-        const std::uint32_t uSeed = rLabels.m_pSeeds[x];
-        const unsigned uLowest = T::firstLane(lowest) ^ T::sk_uBias;
-        if (uSeed < uLowest || uSeed == sk_uRejectedSeed) {
-            return rLabels.m_pLabels[0];
-        }
-        if (uSeed > 0xFFFF) {
-            return labelOfWideSeed<T>(rChunk, pWindow, uSeed, rLabels);
-        }
-        if (uSeed == uLowest) {
-            return labelOfLowest<T>(rChunk, pWindow, lowest, rLabels, true);
-        }
-        ++uLane;
-    }
-    const std::uint8_t ucLabel = rLabels.m_pLabels[uLane];
-    return ucLabel <= rLabels.m_pLowestBehind[uLane] ? ucLabel
-                                                     : labelOfLowest<T>(rChunk, pWindow, lowest, rLabels, false);
+    std::uint16_t* const pWindow =
+        rRow.m_pWindows + static_cast<std::ptrdiff_t>(x - rChunk.m_nBegin) * rRow.m_nVectors * T::sk_nLanes;
+    const std::uint32_t uSeed = rLabels.m_pSeeds != nullptr ? rLabels.m_pSeeds[x] : sk_uRejectedSeed;
+    return uSeed > 0xFFFF && uSeed != sk_uRejectedSeed
+               ? labelOfWideSeed<T>(rChunk, pWindow, uSeed, rLabels)
+               : labelOfLowest<T>(rChunk, pWindow, uLowest, rLabels, uSeed == (uLowest ^ T::sk_uBias));
 }
 
-template<typename T>
+template<typename T, bool bSeeds>
 void labels(const WholeRow& rRow, const Chunk& rChunk, const LabelRow& rOut)
 {
-    forEachWinner<T>(rRow, rChunk, [&](int x, const std::uint16_t* pWindow, typename T::V lowest, unsigned uLane) {
-        std::uint16_t* const pSums = rRow.m_pWindows + (pWindow - rRow.m_pWindows);
-        rOut.m_pOut[x] = label<T>(rChunk, x, pSums, lowest, uLane, rOut);
-    });
+    const std::uint16_t* const pLabels = rOut.m_pLabels;
+    const std::uint32_t* const pSeeds = rOut.m_pSeeds;
+    std::uint8_t* const pOut = rOut.m_pOut;
+    forEachWinner<T>(rRow, rChunk,
+                     [&, pLabels, pSeeds, pOut](int x, const auto*, typename T::V lowest, unsigned uLane) {
+                         unsigned uLabel = pLabels[bSeeds ? uLane + 1 : uLane];
+                         if constexpr (bSeeds) {
+                             const unsigned uLowest = T::firstLane(lowest) ^ T::sk_uBias;
+                             const bool bRejected = (pSeeds[x] < uLowest) | (pSeeds[x] == sk_uRejectedSeed);
+                             uLabel |= (pSeeds[x] == uLowest) | (pSeeds[x] > 0xFFFF) ? sk_uNotLowest : 0U;
+                             uLabel = bRejected ? pLabels[0] & 0xFFU : uLabel;
+                         }
+                         pOut[x] = __builtin_expect(uLabel < sk_uNotLowest, 1)
+                                       ? static_cast<std::uint8_t>(uLabel)
+                                       : contestedLabel<T>(rRow, rChunk, x, T::firstLane(lowest), rOut);
+                     });
 }
 
 } // namespace
