@@ -82,6 +82,7 @@ struct WholeRow
     // Scratch.
     std::uint16_t* m_pRunning;
     std::uint16_t* m_pWindows; // sk_nChunk columns
+    int m_nWindowStride;       // lanes; with an inverse search a vector of 0xFFFF lies before each column
     std::uint16_t* m_pMinima;
     InverseSearch m_inverse;
 };

@@ -1,5 +1,7 @@
 #include "stereo/WholeRowSums.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -11,6 +13,7 @@ namespace {
 
 constexpr std::size_t sk_uAlignment = 64;
 constexpr int sk_nWidestColumn = 256;
+constexpr int sk_nWidestInverse = 0x7FFF; // its columns are kept in 16 bits
 
 struct AlignedDelete
 {
@@ -82,8 +85,9 @@ const WholeRowForm* wholeRowForm(InstructionSet eSet)
 const WholeRowForm* WholeRowSums::formFor(const ColumnLayout& rLayout, unsigned n, bool bBackForth)
 {
     const unsigned uReserved = rLayout.use().m_bTextureLane ? 1 : 0;
-    const bool bFits = n + uReserved <= static_cast<unsigned>(rLayout.nLanes());
-    return bFits || !bBackForth ? wholeRowForm(instructionSet()) : nullptr;
+    const bool bSearches =
+        n + uReserved <= static_cast<unsigned>(rLayout.nLanes()) && rLayout.width() <= sk_nWidestInverse;
+    return bSearches || !bBackForth ? wholeRowForm(instructionSet()) : nullptr;
 }
 
 WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayout,
@@ -98,6 +102,7 @@ WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayou
     m_row.m_nVectors = (m_row.m_nLanes + rForm.m_nVectorLanes - 1) / rForm.m_nVectorLanes;
     m_row.m_uStart = rLayout.use().m_uStart;
     m_row.m_inverse.m_nCandidates = bBackForth ? static_cast<int>(n) - nReserved : 0;
+    m_row.m_nWindowStride = (m_row.m_nVectors + (bBackForth ? 1 : 0)) * rForm.m_nVectorLanes;
     findRanges();
     takeScratch();
 }
@@ -129,12 +134,13 @@ void WholeRowSums::takeScratch()
     const std::size_t uBeyond = uWidth + sk_nWidestColumn + sk_nLaneSlack;
     const auto hand = [&](auto& rScratch) {
         m_row.m_pColumnSums = rScratch.template take<std::uint16_t>(uWidth * uLanes);
-        m_pTextureColumns = rScratch.template take<std::uint16_t>(uWidth);
+        m_pTextureColumns = rScratch.template take<std::uint16_t>(uBeyond);
         m_row.m_pSearchPairs = rScratch.template take<std::uint16_t>(uBeyond);
         m_pInverse = rScratch.template take<std::uint8_t>(uBeyond);
         m_row.m_pReferencePairs = rScratch.template take<std::uint32_t>(uWidth);
         m_row.m_pRunning = rScratch.template take<std::uint16_t>(uLanes);
-        m_row.m_pWindows = rScratch.template take<std::uint16_t>(sk_nChunk * uLanes + 2 * sk_nLaneSlack);
+        m_row.m_pWindows = rScratch.template take<std::uint16_t>(
+            static_cast<std::size_t>(sk_nChunk * m_row.m_nWindowStride + 2 * sk_nLaneSlack));
         m_row.m_pMinima =
             rScratch.template take<std::uint16_t>(static_cast<std::size_t>(sk_nChunk * m_pForm->m_nVectorLanes));
         for (std::uint16_t** ppRow : {&m_row.m_inverse.m_pBest, &m_row.m_inverse.m_pColumn, &m_pTexture}) {
@@ -152,7 +158,7 @@ void WholeRowSums::takeScratch()
     m_row.m_pWindows += sk_nLaneSlack;
     // What begins at zero: sums, and what lies behind the ends of rows.
     std::fill_n(m_row.m_pColumnSums, uWidth * uLanes, std::uint16_t{0});
-    std::fill_n(m_pTextureColumns, uWidth, std::uint16_t{0});
+    std::fill_n(m_pTextureColumns, uBeyond, std::uint16_t{0});
     std::fill_n(m_row.m_pSearchPairs, uBeyond, std::uint16_t{0});
     std::fill_n(m_pInverse, uBeyond, std::uint8_t{0});
 }
@@ -190,6 +196,7 @@ void WholeRowSums::addTexture(int nRow)
     }
 }
 
+// Eight columns at a time: the running sum of what enters and leaves.
 void WholeRowSums::sumTexture()
 {
     const int nMask = m_layout.mask();
@@ -197,10 +204,18 @@ void WholeRowSums::sumTexture()
     for (int x = 0; x < nMask - 1; ++x) {
         uSum += m_pTextureColumns[x];
     }
-    for (int x = 0; x < m_nTextureColumns; ++x) {
-        uSum += m_pTextureColumns[x + nMask - 1];
-        m_pTexture[x] = static_cast<std::uint16_t>(uSum);
-        uSum -= m_pTextureColumns[x];
+    const auto load = [](const std::uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    __m128i before = _mm_set1_epi16(static_cast<short>(uSum));
+    for (int x = 0; x < m_nTextureColumns; x += 8) {
+        const __m128i entering = load(m_pTextureColumns + x + nMask - 1);
+        const __m128i leaving = load(m_pTextureColumns + x);
+        __m128i change = _mm_sub_epi16(entering, leaving);
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 2));
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 4));
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 8));
+        const __m128i after = _mm_add_epi16(before, change);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(m_pTexture + x), _mm_add_epi16(after, leaving));
+        before = _mm_shuffle_epi32(_mm_shufflehi_epi16(after, _MM_SHUFFLE(3, 3, 3, 3)), _MM_SHUFFLE(3, 3, 3, 3));
     }
     std::fill(m_pTexture + m_nTextureColumns, m_pTexture + m_layout.nCount(), std::uint16_t{0xFFFF});
 }

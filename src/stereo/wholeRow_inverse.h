@@ -10,25 +10,32 @@
 namespace kestrova {
 namespace {
 
+/** Nothing found yet; and nothing in front of the first lane of any column. */
 template<typename T>
 void beginInverse(const WholeRow& rRow)
 {
     for (int r = 0; r < rRow.m_nWidth + sk_nLaneSlack; ++r) {
         rRow.m_inverse.m_pBest[r] = sk_uWorst<T>;
+        rRow.m_inverse.m_pColumn[r] = 0;
+    }
+    for (int i = 0; i < sk_nChunk; ++i) {
+        T::store(rRow.m_pWindows + i * rRow.m_nWindowStride - T::sk_nLanes, T::spread(sk_uWorst<T>));
     }
 }
 
-/** What a vector of neighbouring search columns has found. */
+/** What a vector of neighbouring search columns has found, and the column that it meets next. */
 template<typename T>
 struct Found
 {
     typename T::V m_best;
     typename T::V m_column;
+    typename T::V m_next;
 
-    void meet(typename T::V sums, int x)
+    void meet(typename T::V sums)
     {
         m_best = T::min(m_best, sums);
-        m_column = T::whereEqual(m_best, sums, T::spread(static_cast<std::uint16_t>(x)), m_column);
+        m_column = T::whereEqual(m_best, sums, m_next, m_column);
+        m_next = T::subtract(m_next, T::spread(0xFFFF));
     }
 };
 
@@ -36,28 +43,23 @@ template<typename T>
 void inverseVector(const WholeRow& rRow, const Chunk& rChunk, int r, int nCandidates)
 {
     constexpr int L = T::sk_nLanes;
-    const std::ptrdiff_t nStride = static_cast<std::ptrdiff_t>(rRow.m_nVectors) * L;
     const InverseSearch& rSearch = rRow.m_inverse;
-    Found<T> found{T::loadUnaligned(rSearch.m_pBest + r), T::loadUnaligned(rSearch.m_pColumn + r)};
     int x = r - nCandidates + 1 > rChunk.m_nBegin ? r - nCandidates + 1 : rChunk.m_nBegin;
     const int nEnd = r + L < rChunk.m_nEnd ? r + L : rChunk.m_nEnd;
-    // Lanes at and above the candidates' number, then whole vectors of candidates, then lanes below 0.
-    const std::uint16_t* pSums = rRow.m_pWindows + (x - rChunk.m_nBegin) * nStride + (r - x);
-    const auto meet = [&](int nWholeEnd, bool bCut) {
-        for (; x < nWholeEnd; ++x, pSums += nStride - 1) {
-            typename T::V sums = T::loadUnaligned(pSums);
-            if (bCut) {
-                const int nTop = nCandidates - (r - x);
-                sums = T::max(sums, sk_limits<T>.upTo(nTop < L ? nTop : L));
-                sums = T::max(sums, sk_limits<T>.from(x > r ? x - r : 0));
-            }
-            found.meet(sums, x);
-        }
-    };
-    const auto least = [](int a, int b) { return a < b ? a : b; };
-    meet(least(nEnd, r + L - nCandidates), true);
-    meet(least(nEnd, r + 1), false);
-    meet(nEnd, true);
+    Found<T> found{T::loadUnaligned(rSearch.m_pBest + r), T::loadUnaligned(rSearch.m_pColumn + r),
+                   T::spread(static_cast<std::uint16_t>(x))};
+    const std::ptrdiff_t nStep = rRow.m_nWindowStride - 1;
+    const std::uint16_t* pSums = rRow.m_pWindows + (x - rChunk.m_nBegin) * (nStep + 1) + (r - x);
+    // Lanes at and above the candidates' number are kept out as long as they are met.
+    const int nCutEnd = r + L - nCandidates < nEnd ? r + L - nCandidates : nEnd;
+    for (; x < nCutEnd; ++x, pSums += nStep) {
+        const int nTop = nCandidates - (r - x);
+        found.meet(T::max(T::loadUnaligned(pSums), sk_limits<T>.upTo(nTop < L ? nTop : L)));
+    }
+#pragma GCC unroll 4
+    for (; x < nEnd; ++x, pSums += nStep) {
+        found.meet(T::loadUnaligned(pSums));
+    }
     T::storeUnaligned(rSearch.m_pBest + r, found.m_best);
     T::storeUnaligned(rSearch.m_pColumn + r, found.m_column);
 }

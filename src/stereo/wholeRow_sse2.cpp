@@ -50,10 +50,10 @@ struct Sse2
 
     static std::uint16_t firstLane(V v) { return static_cast<std::uint16_t>(_mm_cvtsi128_si32(v)); }
 
+    // Lanes of then are not below those of otherwise.
     static V whereEqual(V a, V b, V then, V otherwise)
     {
-        const V equal = _mm_cmpeq_epi16(a, b);
-        return _mm_or_si128(_mm_and_si128(equal, then), _mm_andnot_si128(equal, otherwise));
+        return max(_mm_and_si128(_mm_cmpeq_epi16(a, b), then), otherwise);
     }
 
     template<int K>

@@ -15,16 +15,14 @@ struct Limits
     static constexpr int n = T::sk_nLanes;
     constexpr Limits()
     {
-        for (int i = 0; i < 3 * n; ++i) {
-            m_auLanes[i] = static_cast<std::uint16_t>((i >= n && i < 2 * n ? 0 : 0xFFFF) ^ T::sk_uBias);
+        for (int i = 0; i < 2 * n; ++i) {
+            m_auLanes[i] = static_cast<std::uint16_t>((i < n ? 0 : 0xFFFF) ^ T::sk_uBias);
         }
     }
-    /** Leaves the lanes from nBegin on alone. */
-    [[nodiscard]] typename T::V from(int nBegin) const { return T::loadUnaligned(m_auLanes + n - nBegin); }
     /** Leaves the first nEnd lanes alone. */
-    [[nodiscard]] typename T::V upTo(int nEnd) const { return T::loadUnaligned(m_auLanes + 2 * n - nEnd); }
+    [[nodiscard]] typename T::V upTo(int nEnd) const { return T::loadUnaligned(m_auLanes + n - nEnd); }
 
-    alignas(64) std::uint16_t m_auLanes[3 * n] = {};
+    alignas(64) std::uint16_t m_auLanes[2 * n] = {};
 };
 
 template<typename T>
@@ -81,7 +79,7 @@ Run runOf(const WholeRow& rRow, const Block& rBlock, int nColumn)
             nStride,
             rRow.m_pRunning + nLane,
             rRow.m_pWindows + nLane,
-            static_cast<std::ptrdiff_t>(rRow.m_nVectors) * T::sk_nLanes,
+            rRow.m_nWindowStride,
             0,
             T::sk_nLanes};
 }

@@ -55,10 +55,9 @@ template<typename T, int nLast, typename Use>
 void lookAgain(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
 {
     using V = typename T::V;
-    const std::ptrdiff_t nStride = static_cast<std::ptrdiff_t>(rRow.m_nVectors) * T::sk_nLanes;
     const int nWhole = (rChunk.m_nVectors - nLast) * T::sk_nLanes;
     const std::uint16_t* pWindow = rRow.m_pWindows;
-    for (int x = rChunk.m_nBegin; x < rChunk.m_nEnd; ++x, pWindow += nStride) {
+    for (int x = rChunk.m_nBegin; x < rChunk.m_nEnd; ++x, pWindow += rRow.m_nWindowStride) {
         const V lowest = T::spreadMinimum(T::load(rRow.m_pMinima + (x - rChunk.m_nBegin) * T::sk_nLanes));
         const auto bitsAt = [&]<int K>(int nLane) {
             V aWindows[K];
@@ -176,7 +175,7 @@ template<typename T>
                                               const LabelRow& rLabels)
 {
     std::uint16_t* const pWindow =
-        rRow.m_pWindows + static_cast<std::ptrdiff_t>(x - rChunk.m_nBegin) * rRow.m_nVectors * T::sk_nLanes;
+        rRow.m_pWindows + static_cast<std::ptrdiff_t>(x - rChunk.m_nBegin) * rRow.m_nWindowStride;
     const std::uint32_t uSeed = rLabels.m_pSeeds != nullptr ? rLabels.m_pSeeds[x] : sk_uRejectedSeed;
     return uSeed > 0xFFFF && uSeed != sk_uRejectedSeed
                ? labelOfWideSeed<T>(rChunk, pWindow, uSeed, rLabels)
