@@ -229,10 +229,12 @@ const std::uint8_t* WholeRowSums::inverse(int nFirst)
 const std::uint8_t* WholeRowSums::inverseOfMatches(int nFirst)
 {
     const std::uint8_t* const pInverse = inverse(nFirst);
-    for (int x = 0; x < m_layout.nCount(); ++x) {
-        m_pInverseOfMatches[x] = pInverse[static_cast<std::uint32_t>(x) + (m_neighbours.m_pAfterLane[x] >> 16)];
+    const std::uint32_t* const pAfterLane = m_neighbours.m_pAfterLane;
+    std::uint8_t* __restrict const pOut = m_pInverseOfMatches;
+    for (std::uint32_t x = 0, uCount = static_cast<std::uint32_t>(m_layout.nCount()); x < uCount; ++x) {
+        pOut[x] = pInverse[x + (pAfterLane[x] >> 16)];
     }
-    return m_pInverseOfMatches;
+    return pOut;
 }
 
 } // namespace kestrova

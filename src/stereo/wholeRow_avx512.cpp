@@ -57,7 +57,7 @@ struct Avx512
     }
 
     template<int K>
-    static std::uint64_t equalBits(const V* p, V v)
+    [[gnu::always_inline]] static std::uint64_t equalBits(const V* p, V v)
     {
         const std::uint64_t uLow = _mm512_cmpeq_epi16_mask(p[0], v);
         if constexpr (K == 1) {

@@ -52,9 +52,10 @@ void inverseVector(const WholeRow& rRow, const Chunk& rChunk, int r, int nCandid
     const std::uint16_t* pSums = rRow.m_pWindows + (x - rChunk.m_nBegin) * (nStep + 1) + (r - x);
     // Lanes at and above the candidates' number are kept out as long as they are met.
     const int nCutEnd = r + L - nCandidates < nEnd ? r + L - nCandidates : nEnd;
+    const std::uint16_t* pLimit = sk_limits<T>.lanes(x < nCutEnd ? nCandidates - (r - x) : 0);
+#pragma GCC unroll 4
     for (; x < nCutEnd; ++x, pSums += nStep) {
-        const int nTop = nCandidates - (r - x);
-        found.meet(T::max(T::loadUnaligned(pSums), sk_limits<T>.upTo(nTop < L ? nTop : L)));
+        found.meet(T::max(T::loadUnaligned(pSums), T::loadUnaligned(pLimit--)));
     }
 #pragma GCC unroll 4
     for (; x < nEnd; ++x, pSums += nStep) {
@@ -76,12 +77,14 @@ void inverseChunk(const WholeRow& rRow, const Chunk& rChunk)
 
 // A search column in which nothing is below 0xFFFF has disparity 0 as its lowest equal.
 template<typename T>
-void invertRow(std::uint8_t* pOut, const WholeRow& rRow, int nCount, int nFirst)
+void invertRow(std::uint8_t* __restrict pOut, const WholeRow& rRow, int nCount, int nFirst)
 {
-    const InverseSearch& rSearch = rRow.m_inverse;
+    const std::uint16_t* const pBest = rRow.m_inverse.m_pBest;
+    const std::uint16_t* const pColumn = rRow.m_inverse.m_pColumn;
     for (int r = 0; r < nCount; ++r) {
-        const int nDisparity = rSearch.m_pBest[r] == sk_uWorst<T> ? 0 : r - rSearch.m_pColumn[r];
-        pOut[r] = static_cast<std::uint8_t>(nDisparity + nFirst);
+        const auto uFound = static_cast<std::uint16_t>(pBest[r] == sk_uWorst<T> ? 0 : 0xFFFF);
+        const auto uDisparity = static_cast<std::uint16_t>(static_cast<std::uint16_t>(r - pColumn[r]) & uFound);
+        pOut[r] = static_cast<std::uint8_t>(uDisparity + nFirst);
     }
 }
 

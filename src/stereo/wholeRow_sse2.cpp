@@ -57,7 +57,7 @@ struct Sse2
     }
 
     template<int K>
-    static std::uint64_t equalBits(const V* p, V v)
+    [[gnu::always_inline]] static std::uint64_t equalBits(const V* p, V v)
     {
         std::uint64_t uBits = 0;
 #pragma GCC unroll 4

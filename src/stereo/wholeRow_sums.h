@@ -19,8 +19,9 @@ struct Limits
             m_auLanes[i] = static_cast<std::uint16_t>((i < n ? 0 : 0xFFFF) ^ T::sk_uBias);
         }
     }
-    /** Leaves the first nEnd lanes alone. */
-    [[nodiscard]] typename T::V upTo(int nEnd) const { return T::loadUnaligned(m_auLanes + n - nEnd); }
+    /** Leaves the first nEnd lanes alone. One element further down it is one lane more. */
+    [[nodiscard]] const std::uint16_t* lanes(int nEnd) const { return m_auLanes + n - nEnd; }
+    [[nodiscard]] typename T::V upTo(int nEnd) const { return T::loadUnaligned(lanes(nEnd)); }
 
     alignas(64) std::uint16_t m_auLanes[2 * n] = {};
 };

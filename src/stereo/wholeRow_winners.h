@@ -11,16 +11,22 @@ namespace {
 template<typename T>
 constexpr int sk_nWordVectors = sk_nMaskWord / T::sk_nLanes;
 
-/** The first of a word's bits, or uOtherwise. A move, not a jump: which word it is cannot be foretold. */
-inline unsigned firstBit(std::uint64_t uBits, int nFirstLane, unsigned uOtherwise)
+/** A move, where the compiler might jump: which of the two it is cannot be foretold. */
+[[gnu::always_inline]] inline unsigned choose(std::uint64_t uCondition, unsigned uThen, unsigned uOtherwise)
 {
-    const auto uLane = static_cast<unsigned>(nFirstLane + __builtin_ctzll(uBits | 1ULL << 63));
-    return __builtin_expect_with_probability(uBits != 0, 1, 0.5) ? uLane : uOtherwise;
+    asm("test %1, %1\n\tcmovne %2, %0" : "+r"(uOtherwise) : "r"(uCondition), "r"(uThen) : "cc");
+    return uOtherwise;
+}
+
+/** The first of a word's bits, or uOtherwise. */
+[[gnu::always_inline]] inline unsigned firstBit(std::uint64_t uBits, int nFirstLane, unsigned uOtherwise)
+{
+    return choose(uBits, static_cast<unsigned>(nFirstLane + __builtin_ctzll(uBits | 1ULL << 63)), uOtherwise);
 }
 
 /** Of vectors nBegin to N - 1, one of which has such a lane unless an earlier one has. */
 template<typename T, int N, int nBegin = 0>
-unsigned firstEqual(const typename T::V (&aWindows)[N], typename T::V lowest)
+[[gnu::always_inline]] inline unsigned firstEqual(const typename T::V (&aWindows)[N], typename T::V lowest)
 {
     constexpr int K = N - nBegin < sk_nWordVectors<T> ? N - nBegin : sk_nWordVectors<T>;
     const std::uint64_t uBits = T::template equalBits<K>(aWindows + nBegin, lowest);
@@ -39,8 +45,8 @@ struct FindWinners
     static constexpr bool sk_bSlides = true;
 
     template<int N>
-    void column(const typename T::V (&aWindows)[N], typename T::V minima, const std::uint16_t* pWindow,
-                int nColumn) const
+    [[gnu::always_inline]] void column(const typename T::V (&aWindows)[N], typename T::V minima,
+                                       const std::uint16_t* pWindow, int nColumn) const
     {
         const typename T::V lowest = T::spreadMinimum(minima);
         m_rUse(m_nBegin + nColumn, pWindow, lowest, firstEqual<T, N>(aWindows, lowest));
