@@ -195,12 +195,13 @@ void labels(const WholeRow& rRow, const Chunk& rChunk, const LabelRow& rOut)
     const std::uint32_t* const pSeeds = rOut.m_pSeeds;
     std::uint8_t* const pOut = rOut.m_pOut;
     forEachWinner<T>(rRow, rChunk,
-                     [&, pLabels, pSeeds, pOut](int x, const auto*, typename T::V lowest, unsigned uLane) {
+                     [=, &rRow, &rChunk, &rOut](int x, const auto*, typename T::V lowest, unsigned uLane) {
                          unsigned uLabel = pLabels[bSeeds ? uLane + 1 : uLane];
                          if constexpr (bSeeds) {
                              const unsigned uLowest = T::firstLane(lowest) ^ T::sk_uBias;
                              const bool bRejected = (pSeeds[x] < uLowest) | (pSeeds[x] == sk_uRejectedSeed);
-                             uLabel |= (pSeeds[x] == uLowest) | (pSeeds[x] > 0xFFFF) ? sk_uNotLowest : 0U;
+                             const bool bContested = (pSeeds[x] == uLowest) | (pSeeds[x] > 0xFFFF);
+                             uLabel |= bContested ? sk_uNotLowest : 0U;
                              uLabel = bRejected ? pLabels[0] & 0xFFU : uLabel;
                          }
                          pOut[x] = __builtin_expect(uLabel < sk_uNotLowest, 1)
