@@ -11,7 +11,7 @@ struct Avx2
 {
     using V = __m256i;
     static constexpr int sk_nLanes = 16;
-    static constexpr int sk_nMost = 6; // vectors of a block
+    static constexpr int sk_nMost = 12; // vectors of a block
     static constexpr std::uint16_t sk_uBias = 0;
 
     // Pixels of a fit.

@@ -11,7 +11,7 @@ struct Sse2
 {
     using V = __m128i;
     static constexpr int sk_nLanes = 8;
-    static constexpr int sk_nMost = 9; // vectors of a block
+    static constexpr int sk_nMost = 12; // vectors of a block
     static constexpr std::uint16_t sk_uBias = 0x8000;
 
     // Pixels of a fit.
