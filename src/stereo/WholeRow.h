@@ -49,11 +49,11 @@ struct LabelRow
     std::uint8_t* m_pOut;
 };
 
-/** The row as a fit needs it, two values to a word, the first in its low half. Sums carry the form's bias. */
+/** The row as a fit needs it. Sums carry the form's bias. */
 struct NeighbourRow
 {
-    std::uint32_t* m_pBeforeBest;
-    std::uint32_t* m_pAfterLane;
+    std::uint16_t* m_pLanes;
+    std::uint64_t* m_pSums; // from the lane in front of the best on, the first in the lowest bits
 };
 
 /** The best match of every search column so far: its sum, and the reference column that it lies in. */

@@ -146,8 +146,8 @@ void WholeRowSums::takeScratch()
         for (std::uint16_t** ppRow : {&m_row.m_inverse.m_pBest, &m_row.m_inverse.m_pColumn, &m_pTexture}) {
             *ppRow = rScratch.template take<std::uint16_t>(uBeyond);
         }
-        m_neighbours.m_pBeforeBest = rScratch.template take<std::uint32_t>(uBeyond);
-        m_neighbours.m_pAfterLane = rScratch.template take<std::uint32_t>(uBeyond);
+        m_neighbours.m_pLanes = rScratch.template take<std::uint16_t>(uBeyond);
+        m_neighbours.m_pSums = rScratch.template take<std::uint64_t>(uBeyond);
         m_pInverseOfMatches = rScratch.template take<std::uint8_t>(uBeyond);
         m_pSeeds = rScratch.template take<std::uint32_t>(uWidth);
     };
@@ -182,17 +182,14 @@ void WholeRowSums::pairRow(int nRow)
 void WholeRowSums::addTexture(int nRow)
 {
     constexpr int sk_nZeroLevel = 128; // of an edge image: what texture is measured from
+    const bool bLeaves = nRow >= m_layout.mask();
     const std::uint8_t* const pEntering = &m_reference[nRow][0];
-    for (int x = 0; x < m_layout.width(); ++x) {
-        m_pTextureColumns[x] =
-            static_cast<std::uint16_t>(m_pTextureColumns[x] + std::abs(pEntering[x] - sk_nZeroLevel));
-    }
-    if (nRow >= m_layout.mask()) {
-        const std::uint8_t* const pLeaving = &m_reference[nRow - m_layout.mask()][0];
-        for (int x = 0; x < m_layout.width(); ++x) {
-            m_pTextureColumns[x] =
-                static_cast<std::uint16_t>(m_pTextureColumns[x] - std::abs(pLeaving[x] - sk_nZeroLevel));
-        }
+    const std::uint8_t* const pLeaving = bLeaves ? &m_reference[nRow - m_layout.mask()][0] : nullptr;
+    std::uint16_t* __restrict const pColumns = m_pTextureColumns;
+    const int nWidth = m_layout.width();
+    for (int x = 0; x < nWidth; ++x) {
+        const int nLeaving = bLeaves ? std::abs(pLeaving[x] - sk_nZeroLevel) : 0;
+        pColumns[x] = static_cast<std::uint16_t>(pColumns[x] + std::abs(pEntering[x] - sk_nZeroLevel) - nLeaving);
     }
 }
 
@@ -229,10 +226,10 @@ const std::uint8_t* WholeRowSums::inverse(int nFirst)
 const std::uint8_t* WholeRowSums::inverseOfMatches(int nFirst)
 {
     const std::uint8_t* const pInverse = inverse(nFirst);
-    const std::uint32_t* const pAfterLane = m_neighbours.m_pAfterLane;
+    const std::uint16_t* const pLanes = m_neighbours.m_pLanes;
     std::uint8_t* __restrict const pOut = m_pInverseOfMatches;
     for (std::uint32_t x = 0, uCount = static_cast<std::uint32_t>(m_layout.nCount()); x < uCount; ++x) {
-        pOut[x] = pInverse[x + (pAfterLane[x] >> 16)];
+        pOut[x] = pInverse[x + pLanes[x]];
     }
     return pOut;
 }

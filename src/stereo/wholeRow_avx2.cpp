@@ -21,6 +21,16 @@ struct Avx2
     typedef std::uint16_t Words __attribute__((vector_size(16)));
     typedef std::uint8_t Bytes __attribute__((vector_size(8)));
 
+    template<bool bOdd>
+    static Int halves(V low, V high)
+    {
+        const __m256 a = _mm256_castsi256_ps(low);
+        const __m256 b = _mm256_castsi256_ps(high);
+        constexpr int sk_nPick = bOdd ? _MM_SHUFFLE(3, 1, 3, 1) : _MM_SHUFFLE(2, 0, 2, 0);
+        const V picked = _mm256_castps_si256(_mm256_shuffle_ps(a, b, sk_nPick));
+        return reinterpret_cast<Int>(_mm256_permute4x64_epi64(picked, _MM_SHUFFLE(3, 1, 2, 0)));
+    }
+
     static V load(const std::uint16_t* p) { return _mm256_load_si256(reinterpret_cast<const V*>(p)); }
     static V loadUnaligned(const std::uint16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const V*>(p)); }
     static void store(std::uint16_t* p, V v) { _mm256_store_si256(reinterpret_cast<V*>(p), v); }
@@ -49,6 +59,9 @@ struct Avx2
     {
         return static_cast<std::uint16_t>(_mm_cvtsi128_si32(_mm256_castsi256_si128(v)));
     }
+
+    /** Of anything, also of 0. */
+    static unsigned trailingZeros(std::uint64_t u) { return static_cast<unsigned>(_tzcnt_u64(u)); }
 
     static V whereEqual(V a, V b, V then, V otherwise)
     {

@@ -21,6 +21,14 @@ struct Avx512
     typedef std::uint16_t Words __attribute__((vector_size(32)));
     typedef std::uint8_t Bytes __attribute__((vector_size(16)));
 
+    template<bool bOdd>
+    static Int halves(V low, V high)
+    {
+        const V even = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+        const V picked = bOdd ? _mm512_add_epi32(even, _mm512_set1_epi32(1)) : even;
+        return reinterpret_cast<Int>(_mm512_permutex2var_epi32(low, picked, high));
+    }
+
     static V load(const std::uint16_t* p) { return _mm512_load_si512(p); }
     static V loadUnaligned(const std::uint16_t* p) { return _mm512_loadu_si512(p); }
     static void store(std::uint16_t* p, V v) { _mm512_store_si512(p, v); }
@@ -51,6 +59,9 @@ struct Avx512
         return static_cast<std::uint16_t>(_mm_cvtsi128_si32(_mm512_castsi512_si128(v)));
     }
 
+    /** Of anything, also of 0. */
+    static unsigned trailingZeros(std::uint64_t u) { return static_cast<unsigned>(_tzcnt_u64(u)); }
+
     static V whereEqual(V a, V b, V then, V otherwise)
     {
         return _mm512_mask_mov_epi16(otherwise, _mm512_cmpeq_epi16_mask(a, b), then);
@@ -59,11 +70,11 @@ struct Avx512
     template<int K>
     [[gnu::always_inline]] static std::uint64_t equalBits(const V* p, V v)
     {
-        const std::uint64_t uLow = _mm512_cmpeq_epi16_mask(p[0], v);
+        const __mmask32 low = _mm512_cmpeq_epi16_mask(p[0], v);
         if constexpr (K == 1) {
-            return uLow;
+            return low;
         } else {
-            return uLow | static_cast<std::uint64_t>(_mm512_cmpeq_epi16_mask(p[1], v)) << 32;
+            return _mm512_kunpackd(_mm512_cmpeq_epi16_mask(p[1], v), low);
         }
     }
 };

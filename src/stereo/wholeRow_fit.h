@@ -22,11 +22,12 @@ struct Pixels
     using Bytes = typename T::Bytes;
     static constexpr int sk_nPixels = sizeof(Int) / sizeof(std::int32_t);
 
-    static Int load(const std::uint32_t* p)
+    /** The even or the odd halves of sk_nPixels words, as T puts them together. */
+    template<bool bOdd>
+    static Int loadHalves(const std::uint64_t* p)
     {
-        Int pixels;
-        __builtin_memcpy(&pixels, p, sizeof pixels);
-        return pixels;
+        const auto* const pHalves = reinterpret_cast<const std::uint16_t*>(p);
+        return T::template halves<bOdd>(T::loadUnaligned(pHalves), T::loadUnaligned(pHalves + T::sk_nLanes));
     }
 
     static Int load(const std::uint16_t* p)
@@ -85,12 +86,12 @@ void fitPixels(std::uint16_t* pOut, const FitRow& rFit, int nBias)
     const auto nBase = static_cast<int>((rFit.m_uMinDisparity - rFit.m_uOffset - nFirst) & 0xFF);
     const auto nLastLane = static_cast<int>(rFit.m_uLastLane);
     for (int x = 0; x < rFit.m_nCount; x += P::sk_nPixels) {
-        const Int beforeBest = P::load(rFit.m_neighbours.m_pBeforeBest + x);
-        const Int afterLane = P::load(rFit.m_neighbours.m_pAfterLane + x);
+        const Int beforeBest = P::template loadHalves<false>(rFit.m_neighbours.m_pSums + x);
+        const Int after = P::template loadHalves<true>(rFit.m_neighbours.m_pSums + x);
         const Int a = (beforeBest & 0xFFFF) ^ nBias;
-        const Int b = (afterLane & 0xFFFF) ^ nBias;
+        const Int b = (after & 0xFFFF) ^ nBias;
         Int c = (beforeBest >> 16 & 0xFFFF) ^ nBias;
-        Int lane = (afterLane >> 16) + nFirst;
+        Int lane = P::load(rFit.m_neighbours.m_pLanes + x) + nFirst;
         Int measure{};
         if constexpr (bTexture) { // the lowest lane of all
             measure = P::load(rFit.m_pTexture + x);

@@ -21,6 +21,15 @@ struct Sse2
     typedef std::uint16_t Words __attribute__((vector_size(8)));
     typedef std::uint8_t Bytes __attribute__((vector_size(4)));
 
+    template<bool bOdd>
+    static Int halves(V low, V high)
+    {
+        const __m128 a = _mm_castsi128_ps(low);
+        const __m128 b = _mm_castsi128_ps(high);
+        constexpr int sk_nPick = bOdd ? _MM_SHUFFLE(3, 1, 3, 1) : _MM_SHUFFLE(2, 0, 2, 0);
+        return reinterpret_cast<Int>(_mm_shuffle_ps(a, b, sk_nPick));
+    }
+
     static V load(const std::uint16_t* p) { return _mm_load_si128(reinterpret_cast<const V*>(p)); }
     static V loadUnaligned(const std::uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const V*>(p)); }
     static void store(std::uint16_t* p, V v) { _mm_store_si128(reinterpret_cast<V*>(p), v); }
@@ -49,6 +58,9 @@ struct Sse2
     }
 
     static std::uint16_t firstLane(V v) { return static_cast<std::uint16_t>(_mm_cvtsi128_si32(v)); }
+
+    /** Of anything, also of 0. */
+    static unsigned trailingZeros(std::uint64_t u) { return static_cast<unsigned>(__builtin_ctzll(u | 1ULL << 63)); }
 
     // Lanes of then are not below those of otherwise.
     static V whereEqual(V a, V b, V then, V otherwise)

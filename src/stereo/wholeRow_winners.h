@@ -19,9 +19,10 @@ constexpr int sk_nWordVectors = sk_nMaskWord / T::sk_nLanes;
 }
 
 /** The first of a word's bits, or uOtherwise. */
+template<typename T>
 [[gnu::always_inline]] inline unsigned firstBit(std::uint64_t uBits, int nFirstLane, unsigned uOtherwise)
 {
-    return choose(uBits, static_cast<unsigned>(nFirstLane + __builtin_ctzll(uBits | 1ULL << 63)), uOtherwise);
+    return choose(uBits, static_cast<unsigned>(nFirstLane) + T::trailingZeros(uBits), uOtherwise);
 }
 
 /** Of vectors nBegin to N - 1, one of which has such a lane unless an earlier one has. */
@@ -32,9 +33,9 @@ template<typename T, int N, int nBegin = 0>
     const std::uint64_t uBits = T::template equalBits<K>(aWindows + nBegin, lowest);
     constexpr int nFirstLane = nBegin * T::sk_nLanes;
     if constexpr (nBegin + K == N) {
-        return static_cast<unsigned>(nFirstLane + __builtin_ctzll(uBits | 1ULL << 63));
+        return static_cast<unsigned>(nFirstLane) + T::trailingZeros(uBits);
     } else {
-        return firstBit(uBits, nFirstLane, firstEqual<T, N, nBegin + K>(aWindows, lowest));
+        return firstBit<T>(uBits, nFirstLane, firstEqual<T, N, nBegin + K>(aWindows, lowest));
     }
 }
 
@@ -72,9 +73,9 @@ void lookAgain(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
             }
             return T::template equalBits<K>(aWindows, lowest);
         };
-        unsigned uLane = firstBit(bitsAt.template operator()<nLast>(nWhole), nWhole, 0);
+        unsigned uLane = firstBit<T>(bitsAt.template operator()<nLast>(nWhole), nWhole, 0);
         for (int nLane = nWhole - sk_nMaskWord; nLane >= 0; nLane -= sk_nMaskWord) {
-            uLane = firstBit(bitsAt.template operator()<sk_nWordVectors<T>>(nLane), nLane, uLane);
+            uLane = firstBit<T>(bitsAt.template operator()<sk_nWordVectors<T>>(nLane), nLane, uLane);
         }
         rUse(x, pWindow, lowest, uLane);
     }
@@ -109,11 +110,11 @@ void forEachWinner(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
 template<typename T>
 void neighbours(const WholeRow& rRow, const Chunk& rChunk, const NeighbourRow& rOut)
 {
-    std::uint32_t* const pBeforeBest = rOut.m_pBeforeBest;
-    std::uint32_t* const pAfterLane = rOut.m_pAfterLane;
+    std::uint16_t* const pLanes = rOut.m_pLanes;
+    std::uint64_t* const pSums = rOut.m_pSums;
     forEachWinner<T>(rRow, rChunk, [=](int x, const std::uint16_t* pWindow, typename T::V, unsigned uLane) {
-        __builtin_memcpy(&pBeforeBest[x], pWindow + uLane - 1, sizeof pBeforeBest[x]);
-        pAfterLane[x] = pWindow[uLane + 1] | uLane << 16;
+        __builtin_memcpy(&pSums[x], pWindow + uLane - 1, sizeof pSums[x]);
+        pLanes[x] = static_cast<std::uint16_t>(uLane);
     });
 }
 
