@@ -6,6 +6,7 @@
 
 #include "api/StereoContext.h"
 #include "stereo/InstructionSet.h"
+#include "stereo/WholeRowSums.h"
 #include "stereo/twoCameraStereo.h"
 
 #include <opencv2/calib3d.hpp>
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -46,17 +48,11 @@ kestrova::Image<unsigned char> edges(const cv::Mat& rImage)
 {
     cv::Mat mean;
     cv::boxFilter(rImage, mean, CV_16S, {7, 7});
-    cv::Mat image;
-    cv::Mat(rImage.size(), CV_8U).copyTo(image);
-    for (int y = 0; y < rImage.rows; ++y) {
-        for (int x = 0; x < rImage.cols; ++x) {
-            image.at<unsigned char>(y, x) =
-                cv::saturate_cast<unsigned char>(rImage.at<unsigned char>(y, x) - mean.at<short>(y, x) + 128);
-        }
-    }
     kestrova::Image<unsigned char> out(rImage.rows, rImage.cols);
     for (int y = 0; y < rImage.rows; ++y) {
-        std::copy_n(image.ptr(y), rImage.cols, &out[y][0]);
+        for (int x = 0; x < rImage.cols; ++x) {
+            out[y][x] = cv::saturate_cast<unsigned char>(rImage.at<unsigned char>(y, x) - mean.at<short>(y, x) + 128);
+        }
     }
     return out;
 }
@@ -170,8 +166,8 @@ void compareSizes(double dSeconds)
 {
     std::printf("\nCost over window, range and size, 16-bit with checks, ns per pixel and disparity\n");
     const auto sets = kestrova::supportedInstructionSets();
-    const Size aSizes[] = {{240, 320, 32}, {240, 320, 64}, {480, 640, 32},  {480, 640, 64},
-                           {480, 640, 128}, {960, 1280, 64}, {960, 1280, 128}};
+    const Size aSizes[] = {{240, 320, 32},  {240, 320, 128}, {480, 640, 32},  {480, 640, 64},
+                           {480, 640, 128}, {960, 1280, 32}, {960, 1280, 128}};
     for (const Size& rSize : aSizes) {
         const auto frames = bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities);
         for (const int nMask : {3, 11, 23}) {
@@ -191,6 +187,22 @@ void compareSizes(double dSeconds)
     }
 }
 
+void printMemory(const Size& rSize)
+{
+    const kestrova::ImageDim dim{rSize.m_nRows, rSize.m_nCols};
+    const kestrova::Image<unsigned char> image(dim.m_nRows, dim.m_nCols);
+    const auto n = static_cast<unsigned>(rSize.m_nDisparities);
+    const auto layout = kestrova::ColumnLayout::make(dim, dim, dim, n, 11, {true, 1, 255});
+    std::printf("  %4d x %4d, %3d disparities, with back-and-forth:", dim.m_nCols, dim.m_nRows, rSize.m_nDisparities);
+    for (const auto eSet : kestrova::supportedInstructionSets()) {
+        if (const auto* pForm = kestrova::wholeRowForm(eSet)) {
+            const kestrova::WholeRowSums sums(*pForm, *layout, image, image, n, true);
+            std::printf("  %s %zu KB", kestrova::nameOf(eSet), sums.scratchBytes() / 1024);
+        }
+    }
+    std::printf("\n");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -202,5 +214,9 @@ int main(int argc, char** argv)
         compareForms(rSize, dSeconds);
     }
     compareSizes(dSeconds / 4);
+    std::printf("\nMemory of a thread beside the images\n");
+    for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}, Size{1200, 1600, 240}}) {
+        printMemory(rSize);
+    }
     return 0;
 }

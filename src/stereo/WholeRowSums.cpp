@@ -153,7 +153,8 @@ void WholeRowSums::takeScratch()
     };
     ScratchCount count;
     hand(count);
-    t_scratch.reset(count.m_uBytes);
+    m_uScratchBytes = count.m_uBytes;
+    t_scratch.reset(m_uScratchBytes);
     hand(t_scratch);
     m_row.m_pWindows += sk_nLaneSlack;
     // What begins at zero: sums, and what lies behind the ends of rows.

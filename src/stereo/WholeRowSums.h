@@ -58,6 +58,9 @@ public:
     /** Room for a value per pixel, as seeds of a LabelRow. */
     [[nodiscard]] std::uint32_t* seeds() { return m_pSeeds; }
 
+    /** What the call works in, beside the images. */
+    [[nodiscard]] std::size_t scratchBytes() const { return m_uScratchBytes; }
+
     /** The inverse disparity of every search column of the row, plus nFirst; 0 where there is none. */
     const std::uint8_t* inverse(int nFirst);
     /** That of every pixel's match. */
@@ -81,6 +84,7 @@ private:
     std::array<ColumnRange, sk_uMostRanges> m_ranges{};
     int m_nTextureColumns = 0; // that have a measure
     unsigned m_uLanesOfRow = 0;
+    std::size_t m_uScratchBytes = 0;
     std::uint16_t* m_pTextureColumns = nullptr;
     std::uint16_t* m_pTexture = nullptr;
     std::uint32_t* m_pSeeds = nullptr;

@@ -45,16 +45,20 @@ struct ScaledValidation
               validatingLabels(rejectCode(rValidation, m_uTexture, m_uUniqueness, ucInvalid), rLabels, n, ucInvalid))
     {}
 
-    // What the measure of a window competes as, with all its bits; see mincorr_val_row.
-    [[nodiscard]] std::uint32_t seed(std::uint32_t uMeasure) const
+    /** What the measures of windows compete as, with all their bits; see mincorr_val_row. */
+    void seeds(std::uint32_t* __restrict pOut, const std::uint16_t* pMeasures, int n) const
     {
-        if (m_uUniqueness == 0) {
-            const std::uint32_t uExcess = (m_uTexture - uMeasure) >> 16;
-            return uExcess == 0 ? sk_uRejectedSeed : uExcess;
+        const std::uint32_t uTexture = m_uTexture;
+        const std::uint32_t uScale = m_uUniqueness;
+        const std::uint32_t uLeast = (uScale * uTexture + 4095) >> 12;
+        for (int x = 0; x < n && uScale != 0; ++x) {
+            const std::uint32_t uBound = (pMeasures[x] * uScale) >> 12;
+            pOut[x] = uBound & static_cast<std::uint32_t>(static_cast<std::int32_t>(uLeast - uBound) >> 16);
         }
-        const std::uint32_t uLeast = (m_uUniqueness * m_uTexture + 4095) >> 12;
-        const std::uint32_t uBound = (uMeasure * m_uUniqueness) >> 12;
-        return uBound & static_cast<std::uint32_t>(static_cast<std::int32_t>(uLeast - uBound) >> 16);
+        for (int x = 0; x < n && uScale == 0; ++x) {
+            const std::uint32_t uExcess = (uTexture - pMeasures[x]) >> 16;
+            pOut[x] = uExcess == 0 ? sk_uRejectedSeed : uExcess;
+        }
     }
 
     void row(std::uint8_t* pOut, const ColumnSums& rSums) const
@@ -87,8 +91,8 @@ public:
     void row(std::uint8_t* pOut)
     {
         std::uint32_t* const pSeeds = m_pValidation != nullptr ? m_pSums->seeds() : nullptr;
-        for (int x = 0; pSeeds != nullptr && x < m_nCount; ++x) {
-            pSeeds[x] = m_pValidation->seed(m_pSums->texture()[x]);
+        if (pSeeds != nullptr) {
+            m_pValidation->seeds(pSeeds, m_pSums->texture(), m_nCount);
         }
         m_pSums->findLabels({m_labels.data(), pSeeds, m_nGroup, pOut});
     }

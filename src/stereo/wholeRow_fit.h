@@ -114,7 +114,7 @@ void fitPixels(std::uint16_t* pOut, const FitRow& rFit, int nBias)
             using Unsigned = typename P::Unsigned;
             const Int bound = (Int)(((Unsigned)measure * rFit.m_uScale) >> 12) & 0xFFFF;
             out = P::select(bound < c, reject(rFit.m_ucUniquenessMapping), out);
-            out = P::select((Int)((Unsigned)bound < rFit.m_uLeast), reject(rFit.m_ucTextureMapping), out);
+            out = P::select(bound < static_cast<int>(rFit.m_uLeast), reject(rFit.m_ucTextureMapping), out);
         }
         P::store(pOut + x, out & 0xFFFF, rFit.m_nCount - x);
     }
