@@ -107,15 +107,28 @@ void forEachWinner(const WholeRow& rRow, const Chunk& rChunk, const Use& rUse)
     lookAgain<T>(rRow, rChunk, rUse);
 }
 
+// Sums come back a few columns later: what vectors have just stored cannot be read across two of them at once.
+constexpr int sk_nLater = 8;
+
 template<typename T>
 void neighbours(const WholeRow& rRow, const Chunk& rChunk, const NeighbourRow& rOut)
 {
     std::uint16_t* const pLanes = rOut.m_pLanes;
     std::uint64_t* const pSums = rOut.m_pSums;
+    const auto fetch = [=](int x, const std::uint16_t* pWindow) {
+        __builtin_memcpy(&pSums[x], pWindow + pLanes[x] - 1, sizeof pSums[x]);
+    };
+    const std::ptrdiff_t nStride = rRow.m_nWindowStride;
+    const int nFirst = rChunk.m_nBegin + sk_nLater;
     forEachWinner<T>(rRow, rChunk, [=](int x, const std::uint16_t* pWindow, typename T::V, unsigned uLane) {
-        __builtin_memcpy(&pSums[x], pWindow + uLane - 1, sizeof pSums[x]);
         pLanes[x] = static_cast<std::uint16_t>(uLane);
+        if (x >= nFirst) {
+            fetch(x - sk_nLater, pWindow - sk_nLater * nStride);
+        }
     });
+    for (int x = rChunk.m_nEnd < nFirst ? rChunk.m_nBegin : rChunk.m_nEnd - sk_nLater; x < rChunk.m_nEnd; ++x) {
+        fetch(x, rRow.m_pWindows + (x - rChunk.m_nBegin) * nStride);
+    }
 }
 
 // ---- labels: ties go to the first lane inside a lane position, and to the lowest label among the positions ----
