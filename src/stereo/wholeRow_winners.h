@@ -115,19 +115,17 @@ void neighbours(const WholeRow& rRow, const Chunk& rChunk, const NeighbourRow& r
 {
     std::uint16_t* const pLanes = rOut.m_pLanes;
     std::uint64_t* const pSums = rOut.m_pSums;
-    const auto fetch = [=](int x, const std::uint16_t* pWindow) {
-        __builtin_memcpy(&pSums[x], pWindow + pLanes[x] - 1, sizeof pSums[x]);
-    };
-    const std::ptrdiff_t nStride = rRow.m_nWindowStride;
+    const std::ptrdiff_t nBack = sk_nLater * rRow.m_nWindowStride + 1;
     const int nFirst = rChunk.m_nBegin + sk_nLater;
     forEachWinner<T>(rRow, rChunk, [=](int x, const std::uint16_t* pWindow, typename T::V, unsigned uLane) {
         pLanes[x] = static_cast<std::uint16_t>(uLane);
         if (x >= nFirst) {
-            fetch(x - sk_nLater, pWindow - sk_nLater * nStride);
+            __builtin_memcpy(&pSums[x - sk_nLater], pWindow - nBack + pLanes[x - sk_nLater], sizeof pSums[x]);
         }
     });
     for (int x = rChunk.m_nEnd < nFirst ? rChunk.m_nBegin : rChunk.m_nEnd - sk_nLater; x < rChunk.m_nEnd; ++x) {
-        fetch(x, rRow.m_pWindows + (x - rChunk.m_nBegin) * nStride);
+        const std::uint16_t* const pWindow = rRow.m_pWindows + (x - rChunk.m_nBegin) * rRow.m_nWindowStride;
+        __builtin_memcpy(&pSums[x], pWindow - 1 + pLanes[x], sizeof pSums[x]);
     }
 }
 
