@@ -1,6 +1,7 @@
 // The two-camera correlator in every form that this processor runs, beside OpenCV's block matcher, in one run.
 //
 // Times are those of the processor, not of the clock on the wall: one thread everywhere, and other programs may run.
+// Arguments: seconds for each comparison, and two files with a rectified pair, left and right, to be compared on too.
 #include "Frames.h"
 #include "SideBySide.h"
 
@@ -10,6 +11,7 @@
 #include "stereo/twoCameraStereo.h"
 
 #include <opencv2/calib3d.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <cstdio>
@@ -127,9 +129,19 @@ std::function<void()> ours(const bench::Frames& rFrames, const Size& rSize, int 
     };
 }
 
-void compareForms(const Size& rSize, double dSeconds)
+bench::Frames readFrames(const Size& rSize, const char* pszLeft, const char* pszRight)
 {
-    const auto frames = bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities);
+    const auto read = [&](const char* pszFile) {
+        cv::Mat image;
+        cv::resize(cv::imread(pszFile, cv::IMREAD_GRAYSCALE), image, {rSize.m_nCols, rSize.m_nRows}, 0, 0,
+                   cv::INTER_AREA);
+        return image;
+    };
+    return {read(pszRight), read(pszLeft), {}};
+}
+
+void compareForms(const bench::Frames& rFrames, const Size& rSize, double dSeconds)
+{
     const double dWork = 1e-9 * rSize.m_nRows * rSize.m_nCols * rSize.m_nDisparities;
     std::printf("\n%d x %d, %d disparities, window 11: ns per pixel and disparity (times faster than StereoBM)\n",
                 rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities);
@@ -149,9 +161,9 @@ void compareForms(const Size& rSize, double dSeconds)
                   {"8-bit, texture and uniqueness", Work::Checked8, true},
                   {"8-bit, no checks", Work::Unchecked8, false}};
     for (const auto& rWork : aWorks) {
-        std::vector<std::function<void()>> works = {blockMatcher(frames, rSize, 11, rWork.m_bChecks)};
+        std::vector<std::function<void()>> works = {blockMatcher(rFrames, rSize, 11, rWork.m_bChecks)};
         for (const auto eSet : sets) {
-            works.push_back(ours(frames, rSize, 11, rWork.m_eWork, eSet));
+            works.push_back(ours(rFrames, rSize, 11, rWork.m_eWork, eSet));
         }
         const auto times = medians(works, dSeconds);
         std::printf("  %-36s %9.3f", rWork.m_pszName, times[0] / dWork);
@@ -211,7 +223,11 @@ int main(int argc, char** argv)
     cv::setNumThreads(1);
     std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
     for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}}) {
-        compareForms(rSize, dSeconds);
+        compareForms(bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities), rSize, dSeconds);
+        if (argc > 3) {
+            std::printf("\nThe pair of the two files:");
+            compareForms(readFrames(rSize, argv[2], argv[3]), rSize, dSeconds);
+        }
     }
     compareSizes(dSeconds / 4);
     std::printf("\nMemory of a thread beside the images\n");
