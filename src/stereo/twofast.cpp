@@ -105,6 +105,7 @@ private:
     int m_nGroup;
 };
 
+/** One call, whichever way it goes. */
 struct Call
 {
     Image<unsigned char>& m_rOut;
