@@ -1,12 +1,16 @@
 #include "stereo/twoCameraStereo.h"
 
 #include "api/StereoContext.h"
+#include "stereo/InstructionSet.h"
+#include "stereo/processor.h"
 #include "support/NaiveCorrelator.h"
 #include "support/frames.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <random>
+#include <thread>
 
 using namespace kestrova;
 using namespace support;
@@ -21,7 +25,20 @@ auto correlator(StereoContext& r, const Frame& rFrame)
 
 void expectAsNaive(StereoContext& r, const Frame& rFrame, bool bSSE2)
 {
-    expectAsModel(r, bSSE2, support::NaiveCorrelator(r, rFrame.m_aViews, bSSE2), correlator(r, rFrame));
+    const auto correlate = correlator(r, rFrame);
+    ASSERT_TRUE(forceInstructionSet(InstructionSet::Plain));
+    expectAsModel(r, bSSE2, support::NaiveCorrelator(r, rFrame.m_aViews, bSSE2), correlate);
+    const auto expected = std::pair(pixelsOf(r.m_disparityImage), pixelsOf(r.m_disparityImage16));
+    enableSSE2IfAvailable(bSSE2);
+    for (const InstructionSet eSet : supportedInstructionSets()) {
+        ASSERT_TRUE(forceInstructionSet(eSet));
+        clearDisparityImages(r);
+        for (int i = 0; i < r.m_nROICount; ++i) {
+            correlate(r.m_aROIs[static_cast<std::size_t>(i)]);
+        }
+        ASSERT_EQ(expected, std::pair(pixelsOf(r.m_disparityImage), pixelsOf(r.m_disparityImage16))) << nameOf(eSet);
+    }
+    enableSSE2IfAvailable(true);
 }
 
 TEST(TwoCameraStereo, MatchesModelOnRandomFrames)
@@ -119,5 +136,62 @@ TEST(TwoCameraStereo, LeavesTheFillWhereThereIsNoRoom)
         }
     }
 }
+
+// Wide ranges, large masks and flat content, cut into bands that run side by side: each form against the plain one.
+class InstructionSets : public testing::TestWithParam<InstructionSet>
+{
+};
+
+void correlateBands(const StereoContext& rContext, const Frame& rFrame, int nThreads)
+{
+    // From the border on: a band that begins above it would move into the next one.
+    const int nBorder = rContext.m_nStereoMaskSize / 2 + rContext.m_nEdgeMaskSize / 2;
+    const auto firstOf = [&](int i) { return nBorder + std::max(0, rContext.m_nRows - 2 * nBorder) * i / nThreads; };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < nThreads; ++i) {
+        const KestrovaROI band{firstOf(i), 0, firstOf(i + 1) - firstOf(i), rContext.m_nCols};
+        threads.emplace_back([&, band, own = rContext]() mutable { twoCameraStereo(own, band, rFrame.m_aViews); });
+    }
+    for (std::thread& rThread : threads) {
+        rThread.join();
+    }
+}
+
+TEST_P(InstructionSets, GiveTheSameBytes)
+{
+    if (!forceInstructionSet(GetParam())) {
+        GTEST_SKIP() << "not on this processor";
+    }
+    for (unsigned uSeed = 0; uSeed < 150 && !HasFailure(); ++uSeed) {
+        SCOPED_TRACE(testing::Message() << "seed " << uSeed);
+        std::mt19937 random(uSeed);
+        StereoContext context;
+        context.m_nStereoMaskSize = pick(random, {1, 3, 8, 11, 17, 23, 30});
+        randomSettings(random, context);
+        context.m_nMaxDisparity = context.m_nMinDisparity + pick(random, {31, 63, 64, 127, 159, 239, 253});
+        context.m_nCols = context.m_nStereoMaskSize + between(random, 30, 420);
+        context.m_nCols += random() % 4 != 0 ? context.m_nMaxDisparity : 0; // too narrow for all lanes, if not
+        const auto eTexture = static_cast<Texture>(random() % Textures);
+        const Frame frame = makeFrame(random, context, eTexture, between(random, 0, context.m_nMaxDisparity));
+        enableSSE2IfAvailable(random() % 2 == 0);
+        std::vector<unsigned char> aBytes[2];
+        std::vector<unsigned short> aWords[2];
+        for (const int i : {0, 1}) {
+            forceInstructionSet(i == 0 ? InstructionSet::Plain : GetParam());
+            clearDisparityImages(context);
+            correlateBands(context, frame, between(random, 1, 4));
+            aBytes[i] = pixelsOf(context.m_disparityImage);
+            aWords[i] = pixelsOf(context.m_disparityImage16);
+        }
+        EXPECT_EQ(aBytes[0], aBytes[1]);
+        EXPECT_EQ(aWords[0], aWords[1]);
+    }
+    enableSSE2IfAvailable(true);
+    forceInstructionSet(supportedInstructionSets().back());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, InstructionSets,
+                         testing::Values(InstructionSet::Sse2, InstructionSet::Avx2, InstructionSet::Avx512),
+                         [](const auto& rInfo) { return nameOf(rInfo.param); });
 
 } // namespace
