@@ -57,7 +57,7 @@ extern "C" {
 /** What a function reports. kestrovaErrorToString gives the text. */
 KESTROVA_ENUM(KestrovaError){
     KestrovaErrorOk = 0,                         /**< done */
-    KestrovaErrorNotImplemented = 1,             /**< no correlator for this camera configuration */
+    KestrovaErrorNotImplemented = 1,             /**< a camera configuration that is none of the four */
     KestrovaErrorInvalidSetting = 2,             /**< a value out of its range, or a bad KestrovaInput */
     KestrovaErrorInvalidContext = 3,             /**< a handle without an active context */
     KestrovaErrorInvalidCamera = 4,              /**< a camera that the product does not have */
@@ -69,7 +69,7 @@ KESTROVA_ENUM(KestrovaError){
     KestrovaErrorUnknown = 10,                   /**< a state that has no path, such as a camera without maps */
     KestrovaErrorNoMMX = 11,                     /**< never returned by this version */
     KestrovaErrorInvalidParameter = 12,          /**< a null pointer or bad argument, where it is tested */
-    KestrovaErrorSurfaceValidationOverflow = 13, /**< surface validation failed */
+    KestrovaErrorSurfaceValidationOverflow = 13, /**< never returned by this version */
     KestrovaErrorTransformFileCorrupt = 14,      /**< a transform file that cannot be read or written */
     KestrovaErrorSystem = 15,        /**< the system refused, such as a file that cannot be opened for writing */
     KestrovaErrorImageFileRead = 16, /**< an image file that cannot be read back */
@@ -118,15 +118,15 @@ KESTROVA_ENUM_TYPE(KestrovaCameraConfiguration)
 KESTROVA_ENUM(KestrovaRectImgQuality){
     KestrovaRectFast = 0,      /**< nearest pixel */
     KestrovaRectStandard = 1,  /**< bilinear (default) */
-    KestrovaRectEnhanced1 = 2, /**< windowed sinc, 3; preprocessing fails with it in this version */
-    KestrovaRectEnhanced2 = 3  /**< windowed sinc, 5; likewise */
+    KestrovaRectEnhanced1 = 2, /**< windowed sinc, 3 by 3 pixels */
+    KestrovaRectEnhanced2 = 3  /**< windowed sinc, 5 by 5 pixels: the sharpest, and the slowest */
 };
 KESTROVA_ENUM_TYPE(KestrovaRectImgQuality)
 
 /** How much care correlation takes. */
 KESTROVA_ENUM(KestrovaStereoQuality){
     KestrovaStereoStandard = 0, /**< one pass */
-    KestrovaStereoEnhanced = 1  /**< two passes, half a pixel apart, averaged */
+    KestrovaStereoEnhanced = 1  /**< two passes, half a pixel apart, averaged; for 16-bit disparity only */
 };
 KESTROVA_ENUM_TYPE(KestrovaStereoQuality)
 
@@ -168,6 +168,32 @@ typedef struct KestrovaImage16
     int32_t rowinc; /**< BYTES, not pixels, between the starts of two rows */
     uint16_t* data; /**< as in KestrovaImage */
 } KestrovaImage16;
+
+/** A view of a packed colour image of a context. */
+typedef struct KestrovaPackedColorImage
+{
+    int32_t nrows;  /**< rows */
+    int32_t ncols;  /**< columns */
+    int32_t rowinc; /**< BYTES, not pixels, between the starts of two rows */
+    Pixel8x4* data; /**< as in KestrovaImage; the fourth lane is 0 */
+} KestrovaPackedColorImage;
+
+/** A view of a colour image of a context, in three planes. */
+typedef struct KestrovaColorImage
+{
+    int32_t nrows;  /**< rows */
+    int32_t ncols;  /**< columns */
+    int32_t rowinc; /**< bytes between the starts of two rows, the same for every plane */
+    uint8_t* red;   /**< first pixel of the red plane; the planes are as data in KestrovaImage */
+    uint8_t* green; /**< green plane */
+    uint8_t* blue;  /**< blue plane */
+} KestrovaColorImage;
+
+/** A 4 by 4 matrix that takes points as columns (x, y, z, 1) from one frame to another. */
+typedef struct KestrovaTransform
+{
+    double matrix[4][4]; /**< row by row: rotation in the first three columns, translation in the fourth */
+} KestrovaTransform;
 
 /** One raw frame on its way in. Fill it with one of the two build functions. */
 typedef struct KestrovaInput
@@ -249,8 +275,13 @@ KESTROVA_API KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows
 
 /**
  * Lets the correlators and filters use their SSE2 forms (true, as far as the processor has them; the state at load) or
- * holds them to the four-lane MMX forms (false). A few disparities differ between the two, since groups of eight and of
- * four lanes settle ties differently.
+ * holds them to the four-lane MMX forms (false). For horizontal and wide pairs a few disparities differ between the
+ * two, since groups of eight and of four lanes settle ties differently.
+ *
+ * VERTICAL AND L SETS: call kestrovaEnableSSE2IfAvailable(false) first. Their correlator keeps a running best match,
+ * and by our decision its SSE2 form notes index 0 instead of the matching disparity for the upper four of every eight
+ * pixels that improve. Half of the columns then show 0, or a fraction of a pixel around it in the 16-bit image, as if
+ * it were a disparity. The four-lane form notes all of them.
  *
  * Holds for the whole process, for every context. Call it while no run is going on; it counts from the next frame.
  */
@@ -383,7 +414,7 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
  *         KestrovaErrorInvalidParameter  input is null, a camera in use has no pixels, or rectification is off and the
  *                                        size is not that of kestrovaSetResolution;
- *         KestrovaErrorSystem            a warp table cannot be built, as under KestrovaRectEnhanced1 and 2;
+ *         KestrovaErrorSystem            a warp table cannot be built;
  *         KestrovaErrorUnknown           a camera in use sits on no channel, or a packed frame comes with two cameras
  *                                        that are neither pair.
  *         After the last two the images hold parts of this frame; after the others they are as before.
@@ -398,21 +429,38 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  * done. Every call does the whole work again.
  *
  * With kestrovaSetSubpixelInterpolation on, the result is the 16-bit disparity, else the 8-bit one. Pixels that no
- * match could be told for hold a validation mapping (see the settings), so do the rims: half a window, and half an edge
- * mask under edge correlation, on each side, and the minimum disparity on the right. With kestrovaSetDoStereo off, both
- * images are filled with the subpixel mapping.
+ * match could be told for hold a validation mapping (see the settings). So do the rims: half a window on each side, and
+ * the minimum disparity on the side that the search leaves the image by, which is the right for a horizontal or wide
+ * pair, the bottom for a vertical pair, both for an L. A horizontal or wide pair under edge correlation has half an
+ * edge mask more on each side. With kestrovaSetDoStereo off, both images are filled with the subpixel mapping.
  *
- * Surface validation is not part of this version; what the calibration says of it is kept and not applied.
+ * A horizontal or wide pair has a correlator of its own. Vertical pairs and L sets go through the general one, which
+ * differs:
+ * - its SSE2 form is not what such a set wants, see kestrovaEnableSSE2IfAvailable;
+ * - it has no back-and-forth test;
+ * - regions are taken as they are: the images clip them, and the corner of none is moved;
+ * - a run is cut into bands of rows, one per thread, and a band searches disparities only up to
+ *   rows - 2 * (mask / 2) - (its first row). With n threads the last band starts at row (n - 1) * (rows / n), all
+ *   divisions cut off, so results do not depend on the number of threads as long as the maximum disparity is at most
+ *   rows - 2 * (mask / 2) - (n - 1) * (rows / n): 54 for 240 rows, mask 7 and 4 threads. Above that a lower band
+ *   searches up to its limit, where a match is no result, and spreads a mapping over that; a band whose limit is below
+ *   the minimum disparity searches nothing. Use fewer threads for larger ranges.
+ *
+ * Under KestrovaStereoEnhanced with subpixel interpolation on, all is done twice, see kestrovaSetStereoQuality. Surface
+ * validation follows on the whole frame, after each pass.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
- *         KestrovaErrorNotImplemented  neither the horizontal nor the wide pair is configured, or the calibration asks
- *                                      for StereoQuality Enhanced and subpixel interpolation is on: their correlators
- *                                      have not arrived in this version;
- *         KestrovaErrorInvalidRequest  the images were not preprocessed.
+ *         KestrovaErrorInvalidRequest  the images were not preprocessed, or stereo is off under Enhanced quality with
+ *                                      subpixel interpolation on;
+ *         KestrovaErrorInvalidROI      the general correlator found no room for a window in a region, or, with too
+ *                                      many threads, in a band: at the top one of up to mask / 2 rows, at the bottom
+ *                                      one of less than 2 * (mask / 2) rows, or one whose range is cut under a mask
+ *                                      of 1. Other regions and bands are done.
  *
- * A failed run leaves its error behind: this function and kestrovaGetImage return it again, without doing anything,
- * until kestrovaSetMaxThreadCount changes the count. The refusal of StereoQuality Enhanced leaves none.
+ * A failed run leaves its error behind: this function, kestrovaGetImage and kestrovaGetImage16 return it again, without
+ * doing anything, until kestrovaSetMaxThreadCount changes the count. The error of the topmost band counts, and in a
+ * band that of its last region that failed.
  */
 KESTROVA_API KestrovaError kestrovaStereo(KestrovaContext context);
 
@@ -487,6 +535,115 @@ KESTROVA_API KestrovaError kestrovaSetImage16Buffer(KestrovaContext context, uns
 /** As kestrovaSetImage16Buffer with a null buffer. */
 KESTROVA_API KestrovaError kestrovaUnsetImage16Buffer(KestrovaContext context, KestrovaImage16Type type,
                                                       KestrovaCamera camera);
+
+/* ---- colour ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Rectifies a colour frame of one camera into three planes of the size of kestrovaSetResolution, with the quality of
+ * kestrovaSetRectImgQuality and the lowpass of kestrovaSetLowpass. The result lines up with the rectified image of that
+ * camera, and for the reference camera with the disparity. On the caller's thread; takes no part in stereo.
+ *
+ * All three channels of the frame are taken through the one camera, unlike in kestrovaPreprocess. Three PADDED planes
+ * (rowinc above ncols) are not read from the frame but from what kestrovaPreprocess made of it last: preprocess such a
+ * frame first, and let the calibration have a camera on each plane. The size of the frame becomes the source size.
+ *
+ * @param context  handle with an active context
+ * @param camera   whose frame it is. KestrovaCamColor rectifies through the colour camera, but its result takes the
+ *                 place of the reference camera's
+ * @param input    the frame; read within the call
+ * @param image    filled; must not be null. The planes belong to the context, or are those of
+ *                 kestrovaSetColorImageBuffer; valid until the next call for this camera
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext    no active context;
+ *         KestrovaErrorInvalidSetting    inputType is unknown, a size is below 1, or rowinc is too small for ncols;
+ *         KestrovaErrorInvalidParameter  input is null or has no pixels;
+ *         KestrovaErrorInvalidCamera     the product has no such camera;
+ *         KestrovaErrorInvalidRequest    padded planes of a frame that was not preprocessed;
+ *         KestrovaErrorSystem            a warp table cannot be built.
+ *         The record stays as it was after an error.
+ */
+KESTROVA_API KestrovaError kestrovaRectifyColorImage(KestrovaContext context, KestrovaCamera camera,
+                                                     KestrovaInput* input, KestrovaColorImage* image);
+
+/**
+ * As kestrovaRectifyColorImage, from a packed frame into packed pixels, and always bilinear, whatever the quality.
+ *
+ * @param input  packed; padding is no matter here
+ * @param image  filled; as there, or the memory of kestrovaSetPackedColorImageBuffer
+ * @return as there, without KestrovaErrorInvalidRequest; and
+ *         KestrovaErrorNotImplemented  a frame of three planes.
+ */
+KESTROVA_API KestrovaError kestrovaRectifyPackedColorImage(KestrovaContext context, KestrovaCamera camera,
+                                                           KestrovaInput* input, KestrovaPackedColorImage* image);
+
+/**
+ * Makes the caller's memory the storage of the three planes of kestrovaRectifyColorImage.
+ *
+ * The rows stand without gaps, as many rows and columns as kestrovaSetResolution says. When that changes later, the
+ * next kestrovaRectifyColorImage quietly goes back to storage of the context's own. Nothing is copied by this call.
+ *
+ * @param context  handle with an active context
+ * @param camera   whose; KestrovaCamColor and the reference have one storage in common
+ * @param red, green, blue  rows * columns bytes each, which must live until they are replaced, unset, or the context
+ *                 is destroyed; three nulls ask for new storage of the library's, whose contents are undefined
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext      no active context;
+ *         KestrovaErrorInvalidRequest      KestrovaCamColor without a colour camera;
+ *         KestrovaErrorInvalidCamera       the product has no such camera;
+ *         KestrovaErrorConflictingOptions  some pointers are null and some are not.
+ *         Nothing changes after an error.
+ */
+KESTROVA_API KestrovaError kestrovaSetColorImageBuffer(KestrovaContext context, KestrovaCamera camera,
+                                                       unsigned char* red, unsigned char* green, unsigned char* blue);
+
+/** As kestrovaSetColorImageBuffer with three nulls. */
+KESTROVA_API KestrovaError kestrovaUnsetColorImageBuffer(KestrovaContext context, KestrovaCamera camera);
+
+/**
+ * As kestrovaSetColorImageBuffer, for kestrovaRectifyPackedColorImage.
+ *
+ * @param buffer  rows * columns pixels of four bytes, without gaps; null asks for new storage of the library's
+ */
+KESTROVA_API KestrovaError kestrovaSetPackedColorImageBuffer(KestrovaContext context, KestrovaCamera camera,
+                                                             Pixel8x4* buffer);
+
+/** As kestrovaSetPackedColorImageBuffer with a null buffer. */
+KESTROVA_API KestrovaError kestrovaUnsetPackedColorImageBuffer(KestrovaContext context, KestrovaCamera camera);
+
+/* ---- pixels ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Where a point of a camera's raw image comes to lie in its rectified image.
+ *
+ * @param context      handle with an active context
+ * @param camera       whose; KestrovaCamColor is the colour camera itself
+ * @param row, col     filled, in pixels at the present resolution, within -0.5 to rows - 0.5; neither may be null. A
+ *                     point outside the calibrated field lands on the border
+ * @param inRow, inCol in pixels of the raw image, in the size of the last frame or kestrovaSetSourceResolution
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidSetting  the source size is not known yet;
+ *         KestrovaErrorInvalidCamera   the product has no such camera;
+ *         KestrovaErrorUnknown         the camera has no maps.
+ *         The outputs stay as they were after an error.
+ */
+KESTROVA_API KestrovaError kestrovaRectifyPixel(KestrovaContext context, KestrovaCamera camera, float* row, float* col,
+                                                float inRow, float inCol);
+
+/**
+ * Where a point of a camera's rectified image lies in its raw image: the inverse of kestrovaRectifyPixel.
+ *
+ * A point outside the rectified image is searched for. That ends within 0.001 pixels of the rectified image, or with
+ * KestrovaErrorInvalidRequest as soon as a step comes no closer, as for every point that kestrovaRectifyPixel never
+ * gives; the best estimate, inside the raw image, is in the outputs then.
+ *
+ * @param row, col      filled, in pixels of the raw image; neither may be null
+ * @param inRow, inCol  in pixels of the rectified image; any values, even not-a-number
+ * @return as kestrovaRectifyPixel, with KestrovaErrorInvalidCamera before KestrovaErrorInvalidSetting; and
+ *         KestrovaErrorInvalidRequest  the search stalled; the outputs are filled.
+ */
+KESTROVA_API KestrovaError kestrovaUnrectifyPixel(KestrovaContext context, KestrovaCamera camera, float* row,
+                                                  float* col, float inRow, float inCol);
 
 /* ---- settings: switches ---------------------------------------------------------------------------------------- */
 
@@ -563,10 +720,18 @@ KESTROVA_API KestrovaError kestrovaGetUniquenessValidation(KestrovaContext conte
 
 /**
  * Rejects pixels whose match, searched backwards from the left image, ends more than one pixel away (default off).
- * Takes effect with the next kestrovaStereo.
+ * Horizontal and wide pairs only. Takes effect with the next kestrovaStereo.
  */
 KESTROVA_API KestrovaError kestrovaSetBackForthValidation(KestrovaContext context, int on);
 KESTROVA_API KestrovaError kestrovaGetBackForthValidation(KestrovaContext context, int* on); /**< see the setter */
+
+/**
+ * Rejects small surfaces (default on): connected pixels whose neighbours differ by no more than
+ * kestrovaSetSurfaceValidationDifference and that are fewer than kestrovaSetSurfaceValidationSize. Wrong matches rarely
+ * agree with their neighbours. Takes effect with the next kestrovaStereo.
+ */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidation(KestrovaContext context, int on);
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidation(KestrovaContext context, int* on); /**< see the setter */
 
 /** A kept switch without effect: the subpixel tests are always the strict ones (default off). */
 KESTROVA_API KestrovaError kestrovaSetStrictSubpixelValidation(KestrovaContext context, int on);
@@ -605,6 +770,11 @@ KESTROVA_API KestrovaError kestrovaGetUniquenessValidationMapping(KestrovaContex
 KESTROVA_API KestrovaError kestrovaSetBackForthValidationMapping(KestrovaContext context, int value);
 KESTROVA_API KestrovaError kestrovaGetBackForthValidationMapping(KestrovaContext context,
                                                                  uint8_t* value); /**< reads it */
+
+/** As kestrovaSetTextureValidationMapping, for pixels of small surfaces (default 252). */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidationMapping(KestrovaContext context, int value);
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidationMapping(KestrovaContext context,
+                                                               uint8_t* value); /**< reads it */
 
 /**
  * As kestrovaSetTextureValidationMapping, for matches on the end of the searched range, for fractions that cannot be
@@ -649,6 +819,26 @@ KESTROVA_API KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext
 KESTROVA_API KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, float value);
 KESTROVA_API KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context,
                                                                     float* value); /**< reads it */
+
+/**
+ * As kestrovaSetTextureValidationThreshold, but the largest step between neighbours of one surface, in pixels of
+ * disparity, whatever the image counts in: 0.0 and above (default 1.0).
+ */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidationDifference(KestrovaContext context, float value);
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidationDifference(KestrovaContext context,
+                                                                  float* value); /**< reads it */
+
+/**
+ * As kestrovaSetTextureValidationThreshold, but the number of pixels that a surface must have to stand: 0 and above
+ * (default 200). 0 rejects nothing.
+ *
+ * Surfaces that touch certain rims stand whatever their size: in the 16-bit disparity those that join a margin of half
+ * of (stereo mask / 2 + edge mask / 2), in the 8-bit one those that join column 0.
+ */
+KESTROVA_API KestrovaError kestrovaSetSurfaceValidationSize(KestrovaContext context, int size);
+
+/** Reads the number of pixels. Arguments and errors as kestrovaGetTextureValidationThreshold. */
+KESTROVA_API KestrovaError kestrovaGetSurfaceValidationSize(KestrovaContext context, int* size);
 
 /**
  * Sets the side of the square window of the edge filter.
@@ -754,7 +944,7 @@ KESTROVA_API KestrovaError kestrovaGetSourceResolution(KestrovaContext context, 
  * @param rows, cols  as kestrovaSetResolution
  * @param sourceRows, sourceCols  as kestrovaSetSourceResolution
  * @return as kestrovaSetResolution for either size, a good first size stays set when the second is refused; or
- *         KestrovaErrorSystem  a table cannot be built, as under KestrovaRectEnhanced1 and 2; the sizes stay set.
+ *         KestrovaErrorSystem  a table cannot be built; the sizes stay set.
  */
 KESTROVA_API KestrovaError kestrovaSetResolutionAndPrepare(KestrovaContext context, int rows, int cols, int sourceRows,
                                                            int sourceCols);
@@ -763,8 +953,8 @@ KESTROVA_API KestrovaError kestrovaSetResolutionAndPrepare(KestrovaContext conte
  * Chooses the resampling of rectification (default KestrovaRectStandard, which is also what a value outside the list
  * acts as).
  *
- * KestrovaRectEnhanced1 and KestrovaRectEnhanced2 are stored, but their kernels have not arrived in this version:
- * kestrovaPreprocess and kestrovaSetResolutionAndPrepare fail with KestrovaErrorSystem until another one is chosen.
+ * The enhanced qualities keep fine detail that KestrovaRectStandard softens, at several times its cost. Along the rim
+ * of the raw image, where their kernels would leave it, they take the nearest pixel.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context.
@@ -775,6 +965,28 @@ KESTROVA_API KestrovaError kestrovaSetRectImgQuality(KestrovaContext context, Ke
 
 /** Reads the quality; the pointer must not be null. Errors as kestrovaGetEdgeCorrelation. */
 KESTROVA_API KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, KestrovaRectImgQuality* quality);
+
+/**
+ * Chooses how disparity is measured. KestrovaStereoEnhanced counts while subpixel interpolation is on: left and top
+ * images are rectified and correlated a second time, half a pixel away, and each pixel becomes the average of both
+ * results, less that half pixel. The error of subpixel disparity repeats with every pixel and shows as furrows on
+ * slanted surfaces; half a period apart it evens out. A pixel is valid where both passes found it so, and a frame takes
+ * about twice the time.
+ *
+ * @param quality  KestrovaStereoEnhanced, or any other value for KestrovaStereoStandard (default
+ *                 KestrovaStereoStandard)
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context.
+ *
+ * Takes effect with the next kestrovaPreprocess, which makes the second images, and kestrovaStereo, which needs them.
+ * The averaging walks both images as one run of rows * columns pixels from the first: choose columns that are a
+ * multiple of 16, or gaps between the rows take part and the last rows stay those of the first pass. Disparities of
+ * less than about half a pixel come out as invalid pixels.
+ */
+KESTROVA_API KestrovaError kestrovaSetStereoQuality(KestrovaContext context, KestrovaStereoQuality quality);
+
+/** Reads the quality; the pointer must not be null. Errors as kestrovaGetEdgeCorrelation. */
+KESTROVA_API KestrovaError kestrovaGetStereoQuality(KestrovaContext context, KestrovaStereoQuality* quality);
 
 /* ---- settings: regions ----------------------------------------------------------------------------------------- */
 
@@ -787,10 +999,10 @@ KESTROVA_API KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, Ke
  * @param maxROIs  set to the length of the table, 100
  * @return as kestrovaGetEdgeCorrelation.
  *
- * Regions are rectangles of the rectified image and are not tested. Correlation moves the first row and column of each
- * inside the rim without making it smaller, so that it may reach past its far edges by as much. Runs are cut into bands
- * of rows, one per thread, and a region that begins above a band and ends below it is left out of that band: with
- * regions taller than a band, use one thread or cut them yourself.
+ * Regions are rectangles of the rectified image and are not tested. For a horizontal or wide pair, correlation moves
+ * the first row and column of each inside the rim without making it smaller, so that it may reach past its far edges by
+ * as much. Runs are cut into bands of rows, one per thread, and a region that begins above a band and ends below it is
+ * left out of that band: with regions taller than a band, use one thread or cut them yourself.
  */
 KESTROVA_API KestrovaError kestrovaGetROIs(KestrovaContext context, KestrovaROI** out, int* maxROIs);
 
@@ -820,7 +1032,8 @@ KESTROVA_API KestrovaError kestrovaSetNumberOfROIs(KestrovaContext context, int 
 KESTROVA_API KestrovaError kestrovaGetMaxThreadCount(KestrovaContext context, int* out);
 
 /**
- * Sets the number of worker threads. Without regions the number does not change a result.
+ * Sets the number of worker threads. Without regions the number does not change a result, as long as the range of a
+ * vertical or L set has room in every band: see kestrovaStereo.
  *
  * @param context  handle
  * @param count    1 to 255; a new handle has one per processor, but at most 4
@@ -958,6 +1171,81 @@ KESTROVA_API KestrovaError kestrovaRCD16ToXYZ(KestrovaContext context, int row, 
  */
 KESTROVA_API KestrovaError kestrovaXYZToRCD(KestrovaContext context, float x, float y, float z, float* row, float* col,
                                             float* disp);
+
+/* ---- the world frame ------------------------------------------------------------------------------------------- */
+
+/**
+ * Places the reference camera in a frame of the caller's: points of the camera frame times this matrix are points of
+ * the world frame. Until it is set the two are the same. Copies of a context begin with the same again.
+ *
+ * @param context    handle with an active context
+ * @param transform  a rigid motion. The last row is taken as 0, 0, 0, 1, after the translation was divided by its last
+ *                   element; the rotation is not divided
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorInvalidContext  no active context;
+ *         KestrovaErrorInvalidRequest  one of the first three rows of the rotation is all 0; the former transform
+ *                                      stays.
+ *
+ * Nothing else is tested. With a matrix that is not a rigid motion, points go into the world by the matrix as it is,
+ * and come back by the inverse of the rotation and translation that were read out of it, which is not its inverse.
+ */
+KESTROVA_API KestrovaError kestrovaSetKestrovaToWorldTransform(KestrovaContext context, KestrovaTransform transform);
+
+/**
+ * Reads the transform in force.
+ *
+ * @param transform  filled; must not be null
+ * @return as kestrovaGetEdgeCorrelation.
+ */
+KESTROVA_API KestrovaError kestrovaGetKestrovaToWorldTransform(KestrovaContext context, KestrovaTransform* transform);
+
+/**
+ * Reads a rigid motion from a transform file: text lines of the keys Rx, Ry, Rz, Tx, Ty, Tz, each with a number, in any
+ * order. Angles are radians; the rotation about x acts first. A word "//" opens a comment to the end of its line.
+ *
+ * @param fileName   path WITHOUT its ending ".trans", at most 193 characters
+ * @param transform  filled; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorTransformFileCorrupt  no such file, or a key or number is missing in it; the record stays.
+ */
+KESTROVA_API KestrovaError kestrovaGetTransformFromFile(const char* fileName, KestrovaTransform* transform);
+
+/**
+ * Writes a rigid motion to a transform file, with six decimals per number.
+ *
+ * @param fileName   as kestrovaGetTransformFromFile
+ * @param transform  of which the file keeps three angles and the translation; must not be null
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorTransformFileCorrupt  the file cannot be opened for writing.
+ */
+KESTROVA_API KestrovaError kestrovaWriteTransformToFile(const char* fileName, const KestrovaTransform* transform);
+
+/**
+ * As kestrovaRCDFloatToXYZ, with the point in the world frame. Computed in double from the point in the camera frame
+ * and rounded to float.
+ */
+KESTROVA_API KestrovaError kestrovaRCDFloatToWorldXYZ(KestrovaContext context, float row, float col, float disp,
+                                                      float* x, float* y, float* z);
+
+/** As kestrovaRCDToXYZ, in the world frame. After KestrovaErrorInvalidRequest x, y and z are 0, as there. */
+KESTROVA_API KestrovaError kestrovaRCDToWorldXYZ(KestrovaContext context, float row, float col, float disp, float* x,
+                                                 float* y, float* z);
+
+/** As kestrovaRCDMappedToXYZ, in the world frame. */
+KESTROVA_API KestrovaError kestrovaRCDMappedToWorldXYZ(KestrovaContext context, int row, int col, unsigned char disp,
+                                                       float* x, float* y, float* z);
+
+/** As kestrovaRCD8ToXYZ, in the world frame. */
+KESTROVA_API KestrovaError kestrovaRCD8ToWorldXYZ(KestrovaContext context, int row, int col, unsigned char disp,
+                                                  float* x, float* y, float* z);
+
+/** As kestrovaRCD16ToXYZ, in the world frame. */
+KESTROVA_API KestrovaError kestrovaRCD16ToWorldXYZ(KestrovaContext context, int row, int col, unsigned short disp,
+                                                   float* x, float* y, float* z);
+
+/** As kestrovaXYZToRCD, from a point of the world frame. */
+KESTROVA_API KestrovaError kestrovaWorldXYZToRCD(KestrovaContext context, float x, float y, float z, float* row,
+                                                 float* col, float* disp);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <span>
 
 namespace kestrova::app {
@@ -183,6 +184,9 @@ static OutlineCamera readCamera(const Block& rBlock, const std::vector<Block>& r
     const Block block = rBlock.named("camera", camera.m_nId);
     camera.m_dGain = block.numbers("GAIN", 1)[0];
     camera.m_channel = upper(block.word("CHANNEL"));
+    static const std::set<std::string> s_channels{"RED", "GREEN", "BLUE", "COLOR"};
+    if (!s_channels.contains(camera.m_channel))
+        block.fail("CHANNEL", "'" + camera.m_channel + "' is none of RED, GREEN, BLUE and COLOR");
     const auto position = block.wholes("POSITION", 3);
     camera.m_position = {position[0], position[1], position[2]};
     const auto map = [&](const char* pszKey) {

@@ -1,4 +1,4 @@
-// Writes the calibration text of a side by side pair.
+// Writes the calibration text of a set of two or three cameras.
 //
 // The text is read by line: no line may reach 4096 bytes or end in a backslash, and only coefficients may run over
 // several lines. Numbers are printed with 17 digits and a dot, whatever the locale.
@@ -27,15 +27,15 @@ struct CalibrationDescription
     int m_nMaxDisparity = 0;
     int m_nSerialNumber = 0;
     bool m_bRectify = true;
-    std::string m_note; // one line, goes into a comment
-    CalibrationCamera m_right;
-    CalibrationCamera m_left;
+    std::string m_note;                     // one line, goes into a comment
+    PerCamera<CalibrationCamera> m_cameras; // their names give product, configuration and positions
 };
 
 std::string calibrationText(const CalibrationDescription& rDescription);
 
-/// A calibration for a pair that is rectified already: identity maps, rectification off, centre in the middle,
+/// A calibration for frames that are rectified already: identity maps, rectification off, centre in the middle,
 /// disparity up to a fifth of the width.
-CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, double dBaseline);
+CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, double dBaseline,
+                                           KestrovaCameraConfiguration eConfiguration = KestrovaCfg2CameraHorizontal);
 
 } // namespace kestrova::app

@@ -1,10 +1,12 @@
-// A lens and sensor in the usual pinhole form, and two of them mounted together.
+// A lens and sensor in the usual pinhole form, and two or three of them mounted together.
 //
 // Pixel centres are at whole numbers. Points are metres in the camera's frame: x right, y down, z forward.
 #pragma once
 
+#include <kestrova.h>
 #include <opencv2/core.hpp>
 
+#include <map>
 #include <vector>
 
 namespace kestrova::app {
@@ -18,13 +20,29 @@ struct CameraModel
     std::vector<double> m_adDistortion; // k1 k2 p1 p2 [k3 ...], empty for none
 };
 
-struct CameraPair
+/// Something of each camera of a set, the right one first. Besides it a set has a left camera, a top one, or both.
+template<typename Thing>
+using PerCamera = std::map<KestrovaCamera, Thing>;
+
+const char* cameraName(KestrovaCamera eCamera); // right, left, top
+std::vector<KestrovaCamera> camerasOf(KestrovaCameraConfiguration eConfiguration);
+
+/// The way in which the cameras of a set are matched.
+template<typename Thing>
+KestrovaCameraConfiguration configurationOf(const PerCamera<Thing>& rSet)
 {
-    CameraModel m_right;
-    CameraModel m_left;
-    cv::Matx33d m_R = cv::Matx33d::eye(); // x_right = R * x_left + T
-    cv::Vec3d m_T;                        // so it is also where the left camera stands, seen from the right one
+    if (!rSet.contains(KestrovaCamTop))
+        return KestrovaCfg2CameraHorizontal;
+    return rSet.contains(KestrovaCamLeft) ? KestrovaCfg3CameraL : KestrovaCfg2CameraVertical;
+}
+
+struct MountedCamera
+{
+    CameraModel m_model;
+    cv::Matx33d m_R = cv::Matx33d::eye(); // x_right = R * x_camera + T
+    cv::Vec3d m_T;                        // so it is also where the camera stands, seen from the right one
 };
+using CameraSet = PerCamera<MountedCamera>;
 
 /// Pixels at which the camera sees points of the plane z = 1.
 Points projectRays(const CameraModel& rCamera, const Points& rRays);
@@ -32,8 +50,8 @@ Points projectRays(const CameraModel& rCamera, const Points& rRays);
 /// The rays, as points of the plane z = 1, that reach the pixels: inverse of projectRays to below 1e-6 pixel.
 Points raysOfPixels(const CameraModel& rCamera, const Points& rPixels);
 
-/// A pair like those sold for small robots: unlike focal lengths, barrel distortion with a tangential part, the left
-/// camera turned by about a degree. Scaled from 640 by 480.
-CameraPair exampleCameraPair(cv::Size size);
+/// A set like those sold for small robots: unlike focal lengths, barrel distortion with a tangential part, cameras
+/// turned by about a degree. In an L both baselines are equal and at a right angle. Scaled from 640 by 480.
+CameraSet exampleCameraSet(cv::Size size, KestrovaCameraConfiguration eConfiguration = KestrovaCfg2CameraHorizontal);
 
 } // namespace kestrova::app

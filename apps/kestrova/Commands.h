@@ -11,4 +11,7 @@ void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
 
+/// One option of the command for each row of the table of settings.
+void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
+
 } // namespace kestrova::app

@@ -1,11 +1,12 @@
-// kestrova demo: a room with known distances, seen by two made-up cameras, all the way to a cloud and a table of
-// errors.
+// kestrova demo: a room with known distances, seen by two or three made-up cameras, all the way to a cloud and a table
+// of errors.
 //
 // After the calibration text is written, only files and the public interface are used.
 #include "AppError.h"
 #include "CalibrationText.h"
 #include "Commands.h"
 #include "FrameFit.h"
+#include "Furrows.h"
 #include "Report.h"
 
 #include <cstdio>
@@ -17,10 +18,11 @@ struct DemoOptions
     std::string m_out = "demo-out";
     std::string m_size = "640x480";
     std::uint32_t m_uSeed = 1;
+    std::string m_cameras = "pair";
+    SettingWishes m_settings;
 };
 
 static constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
-static constexpr double sk_dLeftGain = 0.8;  // the left camera is darker
 static constexpr double sk_dNoise = 1.2;     // grey levels
 static constexpr double sk_dWorstFit = 0.05; // pixels
 
@@ -32,61 +34,128 @@ static cv::Size demoSize(const std::string& rText)
     return size;
 }
 
-static CalibrationDescription calibrate(const CameraPair& rPair, const RectificationPlan& rPlan)
-{
-    const CameraMaps right = fitCameraMaps(rPair.m_right, rPlan.m_rightRotation, rPlan);
-    const CameraMaps left = fitCameraMaps(rPair.m_left, rPlan.m_leftRotation, rPlan);
-    const double dWorst = std::max(right.largestError(), left.largestError());
-    std::printf("largest error of the spline maps: %.5f pixels (below %.2f is wanted)\n", dWorst, sk_dWorstFit);
-    if (!(dWorst < sk_dWorstFit))
-        throw AppError("the spline maps do not follow the lenses");
+static const std::map<std::string, KestrovaCameraConfiguration> sk_cameraSets{
+    {"pair", KestrovaCfg2CameraHorizontal}, {"vertical", KestrovaCfg2CameraVertical}, {"l", KestrovaCfg3CameraL}};
 
+static double brightness(KestrovaCamera eCamera) // the left and the top camera are darker
+{
+    return eCamera == KestrovaCamLeft ? 0.8 : eCamera == KestrovaCamTop ? 0.9 : 1.0;
+}
+
+static CalibrationDescription calibrate(const CameraSet& rSet, const RectificationPlan& rPlan)
+{
     CalibrationDescription description;
     description.m_canvas = rPlan.m_canvas;
     description.m_dFocal = rPlan.m_dFocal;
     description.m_centre = rPlan.m_centre;
     description.m_dBaseline = rPlan.m_dBaseline;
     description.m_nMaxDisparity = rPlan.m_canvas.width / 10; // about 1 m and farther
-    description.m_note = "A made-up pair: the cameras of kestrova demo.";
-    description.m_right = {right.m_rawFromRectified, right.m_rectifiedFromRaw, 1.0};
-    description.m_left = {left.m_rawFromRectified, left.m_rectifiedFromRaw, 1.0 / sk_dLeftGain};
+    description.m_note = "Made-up cameras: those of kestrova demo.";
+    double dWorst = 0.0;
+    for (const auto& [eCamera, rCamera] : rSet) {
+        const CameraMaps maps = fitCameraMaps(rCamera.m_model, rPlan.m_rotations.at(eCamera), rPlan);
+        dWorst = std::max(dWorst, maps.largestError());
+        description.m_cameras[eCamera] = {maps.m_rawFromRectified, maps.m_rectifiedFromRaw, 1.0 / brightness(eCamera)};
+    }
+    std::printf("largest error of the spline maps: %.5f pixels (below %.2f is wanted)\n", dWorst, sk_dWorstFit);
+    if (!(dWorst < sk_dWorstFit))
+        throw AppError("the spline maps do not follow the lenses");
     return description;
 }
 
-// Both ways to hand over a frame must end in the same images.
-static bool packedEqualsPlanes(StereoSession& rSession, const cv::Mat1b& rRight, const cv::Mat1b& rLeft)
+static Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint32_t uSeed)
 {
-    std::array<cv::Mat1b, 2> aImages[2];
-    for (FrameForm eForm : {FrameForm::Planes, FrameForm::Packed}) {
-        rSession.preprocess(rRight, rLeft, eForm);
-        aImages[static_cast<int>(eForm)] = {rSession.image(KestrovaImgRectified, KestrovaCamRight),
-                                            rSession.image(KestrovaImgRectified, KestrovaCamLeft)};
+    Frames frames;
+    for (const auto& [eCamera, rCamera] : rSet) {
+        const std::uint32_t uNoise = 2 * uSeed + (eCamera == KestrovaCamLeft  ? 1u
+                                                  : eCamera == KestrovaCamTop ? 1u << 30
+                                                                              : 0u);
+        const RawFrame raw =
+            renderRaw(rScene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {brightness(eCamera), sk_dNoise, uNoise});
+        frames.m_grey[eCamera] = raw.m_grey;
+        if (eCamera == KestrovaCamRight)
+            frames.m_colour = raw.m_colour;
     }
-    return cv::norm(aImages[0][0], aImages[1][0], cv::NORM_INF) == 0.0 &&
-           cv::norm(aImages[0][1], aImages[1][1], cv::NORM_INF) == 0.0;
+    return frames;
+}
+
+// Both ways to hand over a frame must end in the same images.
+static void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFrames)
+{
+    PerCamera<cv::Mat1b> planes;
+    for (FrameForm eForm : {FrameForm::Planes, FrameForm::Packed}) {
+        rSession.preprocess(rFrames.m_grey, eForm);
+        for (const auto& [eCamera, rFrame] : rFrames.m_grey) {
+            const cv::Mat1b rectified = rSession.image(KestrovaImgRectified, eCamera);
+            if (eForm == FrameForm::Planes)
+                planes[eCamera] = rectified;
+            else if (cv::norm(planes[eCamera], rectified, cv::NORM_INF) != 0.0)
+                throw AppError("a packed frame and three planes give different rectified images");
+        }
+    }
+    std::puts("a packed frame and three planes give the same rectified images");
+}
+
+static SettingWishes with(SettingWishes wishes, const std::map<std::string, std::string>& rChanges)
+{
+    for (const auto& [rName, rValue] : rChanges)
+        wishes.m_values[rName] = rValue;
+    return wishes;
+}
+
+template<typename Thing>
+static PerCamera<Thing> withoutTop(PerCamera<Thing> things)
+{
+    things.erase(KestrovaCamTop);
+    return things;
+}
+
+// With the given settings, and once more with every match let through: thresholds judge the sum over all cameras, so
+// they are not equally strict for two and for three.
+static std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
+{
+    Frames ofPair = rFrames;
+    ofPair.m_grey = withoutTop(rFrames.m_grey);
+    const SettingWishes lax = with(rWishes, {{"texture-validation", "off"},
+                                             {"uniqueness-validation", "off"},
+                                             {"surface-validation", "off"},
+                                             {"back-forth-validation", "off"}});
+    const auto both = [&](const char* pszName, const SettingWishes& rHow) {
+        return PairAndL{pszName, runStereo(rSession, ofPair, rHow), runStereo(rSession, rFrames, rHow)};
+    };
+    return {both("settings as given", rWishes), both("no match rejected: validations off", lax)};
 }
 
 static void runDemo(const DemoOptions& rOptions)
 {
     const cv::Size size = demoSize(rOptions.m_size);
     OutputFolder folder(rOptions.m_out);
-    const CameraPair pair = exampleCameraPair(size);
-    const RectificationPlan plan = planRectification(pair, size, sk_dAlpha);
+    const CameraSet set = exampleCameraSet(size, sk_cameraSets.at(rOptions.m_cameras));
+    const RectificationPlan plan = planRectification(set, size, sk_dAlpha);
     const Scene scene = demoRoom(rOptions.m_uSeed, plan.m_dFocal);
-    const cv::Mat1b right = renderRaw(scene, pair.m_right, {}, {1.0, sk_dNoise, 2 * rOptions.m_uSeed});
-    const cv::Mat1b left =
-        renderRaw(scene, pair.m_left, {pair.m_T, pair.m_R}, {sk_dLeftGain, sk_dNoise, 2 * rOptions.m_uSeed + 1});
-    std::printf("rendered two frames of %dx%d, seed %u\n", size.width, size.height, rOptions.m_uSeed);
+    const Frames frames = renderFrames(scene, set, rOptions.m_uSeed);
+    std::printf("rendered %zu frames of %dx%d, seed %u\n", set.size(), size.width, size.height, rOptions.m_uSeed);
 
     const std::filesystem::path calibration = folder.file("calibration.txt");
-    writeText(calibration, calibrationText(calibrate(pair, plan)));
+    writeText(calibration, calibrationText(calibrate(set, plan)));
     StereoSession session(calibration);
-    const StereoResult result = runStereo(session, right, left, {});
-    if (!packedEqualsPlanes(session, right, left))
-        throw AppError("a packed frame and three planes give different rectified images");
-    std::puts("a packed frame and three planes give the same rectified images");
-    const std::string report = summary(result) + accuracyTable(result, truthOf(scene, pair, plan));
+    const StereoResult result = runStereo(session, frames, rOptions.m_settings);
+    checkPackedAgainstPlanes(session, frames);
+    const SceneTruth truth = truthOf(scene, set, plan);
+    std::string report = summary(result) + accuracyTable(result, truth);
+    if (const auto quality = rOptions.m_settings.m_values.find("quality");
+        quality != rOptions.m_settings.m_values.end() && quality->second == "enhanced") {
+        const StereoResult standard = runStereo(session, frames, with(rOptions.m_settings, {{"quality", "standard"}}));
+        const FurrowComparison curves = compareFurrows(standard.m_map16, result.m_map16, truth);
+        report += furrowTable(curves);
+        writeImage(folder.file("furrows.png"), furrowPicture(curves));
+    }
+    if (configurationOf(set) == KestrovaCfg3CameraL) {
+        const CameraSet pair = withoutTop(set);
+        report += compareWithPair(runPairAndL(session, frames, rOptions.m_settings), truth, truthOf(scene, pair, plan));
+    }
     writeResult(folder, result, "kestrova demo");
+    writeImage(folder.file("raw_right_colour.png"), frames.m_colour);
     writeText(folder.file("report.txt"), report);
     folder.commit();
     std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_out.c_str());
@@ -101,6 +170,15 @@ void addDemoCommand(CLI::App& rProgram)
     pCommand->add_option("--size", pOptions->m_size, "size of the frames: 4 by 3, 320x240 to 1280x960")
         ->capture_default_str();
     pCommand->add_option("--seed", pOptions->m_uSeed, "seed of textures and noise")->capture_default_str();
+    pCommand
+        ->add_option(
+            "--cameras", pOptions->m_cameras,
+            "right and left, right and top, or all three in an L, which also runs the pair for comparison. For "
+            "vertical and l the program switches the SSE2 forms off, kestrovaEnableSSE2IfAvailable(false): "
+            "the SSE2 form of their correlator labels half of the improving pixels 0 by design")
+        ->check(CLI::IsMember({"pair", "vertical", "l"}))
+        ->capture_default_str();
+    addSettings(*pCommand, pOptions->m_settings);
     pCommand->callback([pOptions] { runDemo(*pOptions); });
 }
 

@@ -54,11 +54,11 @@ cv::Mat1b FrameFit::region() const
     return region;
 }
 
-cv::Mat1b fitFrame(const cv::Mat1b& rFrame, const FrameFit& rFit)
+cv::Mat fitFrame(const cv::Mat& rFrame, const FrameFit& rFit)
 {
-    cv::Mat1b scaled;
+    cv::Mat scaled;
     cv::resize(rFrame, scaled, rFit.m_place.size(), 0, 0, rFit.m_dScale < 1.0 ? cv::INTER_AREA : cv::INTER_LINEAR);
-    cv::Mat1b canvas(rFit.m_canvas, uchar(128));
+    cv::Mat canvas(rFit.m_canvas, rFrame.type(), cv::Scalar::all(128));
     scaled.copyTo(canvas(rFit.m_place));
     return canvas;
 }

@@ -25,7 +25,8 @@ struct FrameFit
 /// 4 by 3.
 FrameFit planFrameFit(cv::Size frame, std::optional<cv::Size> wish);
 
-cv::Mat1b fitFrame(const cv::Mat1b& rFrame, const FrameFit& rFit);
+/// A frame of bytes, in grey or colour.
+cv::Mat fitFrame(const cv::Mat& rFrame, const FrameFit& rFit);
 
 /// A map of disparities measured at the frame's own size, brought to the canvas: values scale with the width. Pixels
 /// without a value (0) are taken over as such and never mixed with neighbours.

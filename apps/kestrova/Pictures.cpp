@@ -118,32 +118,47 @@ cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, 
     return sheet;
 }
 
-cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight)
+// Two images on one sheet, the second beside or below the first, and lines along which they must agree.
+static cv::Mat3b sheetOfTwo(const cv::Mat1b& rFirst, const char* pszFirst, const cv::Mat1b& rRight, bool bBelow)
 {
-    if (rLeft.cols < 240) { // the titles need room
-        const int nFactor = (240 + rLeft.cols - 1) / rLeft.cols;
-        cv::Mat1b left;
+    if (rFirst.cols < 240) { // the titles need room
+        const int nFactor = (240 + rFirst.cols - 1) / rFirst.cols;
+        cv::Mat1b first;
         cv::Mat1b right;
-        cv::resize(rLeft, left, {}, nFactor, nFactor, cv::INTER_NEAREST);
+        cv::resize(rFirst, first, {}, nFactor, nFactor, cv::INTER_NEAREST);
         cv::resize(rRight, right, {}, nFactor, nFactor, cv::INTER_NEAREST);
-        return sideBySide(left, right);
+        return sheetOfTwo(first, pszFirst, right, bBelow);
     }
     constexpr int nTitle = 26;
     constexpr int nGap = 6;
-    cv::Mat3b sheet(rLeft.rows + nTitle, 2 * rLeft.cols + nGap, cv::Vec3b::all(245));
-    const int nRightAt = rLeft.cols + nGap;
-    cv::cvtColor(rLeft, sheet(cv::Rect({0, nTitle}, rLeft.size())), cv::COLOR_GRAY2BGR);
-    cv::cvtColor(rRight, sheet(cv::Rect({nRightAt, nTitle}, rRight.size())), cv::COLOR_GRAY2BGR);
-    write(sheet, "left, rectified", {8, 18}, 0.46);
-    write(sheet, "right, rectified (reference)", {nRightAt + 8, 18}, 0.46);
-    const int nStep = std::max(8, rLeft.rows / 16);
+    const cv::Point firstAt(0, nTitle);
+    const cv::Point rightAt =
+        firstAt + (bBelow ? cv::Point(0, rFirst.rows + nTitle) : cv::Point(rFirst.cols + nGap, 0));
+    cv::Mat3b sheet(rightAt.y + rRight.rows, rightAt.x + rRight.cols, cv::Vec3b::all(245));
+    cv::cvtColor(rFirst, sheet(cv::Rect(firstAt, rFirst.size())), cv::COLOR_GRAY2BGR);
+    cv::cvtColor(rRight, sheet(cv::Rect(rightAt, rRight.size())), cv::COLOR_GRAY2BGR);
+    write(sheet, pszFirst, firstAt + cv::Point(8, -8), 0.46);
+    write(sheet, "right, rectified (reference)", rightAt + cv::Point(8, -8), 0.46);
+    const int nStep = std::max(8, rRight.rows / 16);
     const std::array<cv::Scalar, 3> aColours{cv::Scalar(60, 220, 60), cv::Scalar(40, 170, 255),
                                              cv::Scalar(255, 160, 40)};
-    for (int i = 0; nStep / 2 + i * nStep < rLeft.rows; ++i) {
-        const int nRow = nTitle + nStep / 2 + i * nStep;
-        cv::line(sheet, {0, nRow}, {sheet.cols - 1, nRow}, aColours[static_cast<std::size_t>(i % 3)]);
+    for (int i = 0; nStep / 2 + i * nStep < (bBelow ? rRight.cols : rRight.rows); ++i) {
+        const int nAt = nStep / 2 + i * nStep;
+        const cv::Point from = bBelow ? cv::Point(nAt, nTitle) : cv::Point(0, nTitle + nAt);
+        const cv::Point to = bBelow ? cv::Point(nAt, sheet.rows - 1) : cv::Point(sheet.cols - 1, nTitle + nAt);
+        cv::line(sheet, from, to, aColours[static_cast<std::size_t>(i % 3)]);
     }
     return sheet;
+}
+
+cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight)
+{
+    return sheetOfTwo(rLeft, "left, rectified", rRight, false);
+}
+
+cv::Mat3b oneAboveOther(const cv::Mat1b& rTop, const cv::Mat1b& rRight)
+{
+    return sheetOfTwo(rTop, "top, rectified", rRight, true);
 }
 
 } // namespace kestrova::app

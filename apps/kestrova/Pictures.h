@@ -27,4 +27,7 @@ cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, 
 /// line in both.
 cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight);
 
+/// As sideBySide: top image above the right one, with upright lines.
+cv::Mat3b oneAboveOther(const cv::Mat1b& rTop, const cv::Mat1b& rRight);
+
 } // namespace kestrova::app

@@ -79,23 +79,33 @@ static cv::Mat1b wholeWindows(const cv::Mat1b& rRegion, int nReach)
     return shrunk;
 }
 
-void rejectOutside(DisparityMap& rMap, const cv::Mat1b& rRightRegion, const cv::Mat1b& rLeftRegion, int nReach)
+// Where a pixel of the right image stands in a camera's image, by its disparity.
+static cv::Point placeIn(KestrovaCamera eCamera, cv::Point pixel, float fDisparity)
 {
-    const cv::Mat1b right = wholeWindows(rRightRegion, nReach);
-    const cv::Mat1b left = wholeWindows(rLeftRegion, nReach);
-    for (int nRow = 0; nRow < rMap.m_pixels.rows; ++nRow)
-        for (int nCol = 0; nCol < rMap.m_pixels.cols; ++nCol) {
-            float& rDisparity = rMap.m_pixels(nRow, nCol);
-            bool bInside = right(nRow, nCol) != 0;
-            if (bInside && std::isfinite(rDisparity)) {
-                const int nMatch = nCol + static_cast<int>(std::lround(rDisparity));
-                bInside = nMatch >= 0 && nMatch < left.cols && left(nRow, nMatch) != 0;
+    if (eCamera == KestrovaCamRight)
+        return pixel;
+    const int nShift = static_cast<int>(std::lround(fDisparity));
+    return pixel + (eCamera == KestrovaCamTop ? cv::Point(0, nShift) : cv::Point(nShift, 0));
+}
+
+void rejectOutside(DisparityMap& rMap, const PerCamera<cv::Mat1b>& rRegions, int nReach)
+{
+    cv::Mat1b outside(rMap.m_pixels.size(), uchar(0));
+    const cv::Rect frame({0, 0}, outside.size());
+    for (const auto& [eCamera, rRegion] : rRegions) {
+        const cv::Mat1b region = wholeWindows(rRegion, nReach);
+        for (int nRow = 0; nRow < outside.rows; ++nRow)
+            for (int nCol = 0; nCol < outside.cols; ++nCol) {
+                const float fDisparity = rMap.m_pixels(nRow, nCol);
+                if (eCamera != KestrovaCamRight && !std::isfinite(fDisparity))
+                    continue; // the right image alone decides
+                const cv::Point at = placeIn(eCamera, {nCol, nRow}, fDisparity);
+                if (!frame.contains(at) || !region(at))
+                    outside(nRow, nCol) = 255;
             }
-            if (!bInside) {
-                rDisparity = sk_fUnknown;
-                rMap.m_reject(nRow, nCol) = static_cast<unsigned char>(Reject::Outside);
-            }
-        }
+    }
+    rMap.m_pixels.setTo(sk_fUnknown, outside);
+    rMap.m_reject.setTo(static_cast<unsigned char>(Reject::Outside), outside);
 }
 
 } // namespace kestrova::app

@@ -4,7 +4,7 @@
 // the region is taken from the maps and counted as a reason of its own.
 #pragma once
 
-#include <opencv2/core.hpp>
+#include "CameraModel.h"
 
 #include <array>
 #include <cstdint>
@@ -56,8 +56,8 @@ DisparityMap readDisparity8(const cv::Mat1b& rImage, const ByteScale& rScale, co
 using RawPosition = std::function<cv::Point2f(cv::Point)>;
 cv::Mat1b regionInsideRaw(cv::Size canvas, cv::Size raw, const RawPosition& rRawPosition);
 
-/// Rejects as Outside what has a window of the given reach, around the pixel or around its match in the left image,
-/// that leaves the regions.
-void rejectOutside(DisparityMap& rMap, const cv::Mat1b& rRightRegion, const cv::Mat1b& rLeftRegion, int nReach);
+/// Rejects as Outside what has a window of the given reach, around the pixel or around its match in another camera's
+/// image, that leaves the region of that camera.
+void rejectOutside(DisparityMap& rMap, const PerCamera<cv::Mat1b>& rRegions, int nReach);
 
 } // namespace kestrova::app

@@ -4,6 +4,8 @@
 
 #include <opencv2/calib3d.hpp>
 
+#include <cmath>
+
 namespace kestrova::app {
 
 static cv::Point2d rotate(const cv::Matx33d& rRotation, const cv::Point2d& rRay)
@@ -12,27 +14,58 @@ static cv::Point2d rotate(const cv::Matx33d& rRotation, const cv::Point2d& rRay)
     return {turned[0] / turned[2], turned[1] / turned[2]};
 }
 
-RectificationPlan planRectification(const CameraPair& rPair, cv::Size canvas, double dAlpha)
+// The right camera and one other.
+static RectificationPlan planPair(const CameraSet& rSet, KestrovaCamera eOther, cv::Size canvas, double dAlpha)
 {
+    const MountedCamera& rOther = rSet.at(eOther);
+    const CameraModel& rRight = rSet.at(KestrovaCamRight).m_model;
     RectificationPlan plan;
     plan.m_canvas = canvas;
-    cv::Matx33d leftRotation;
-    cv::Matx33d rightRotation;
-    cv::Matx34d leftProjection;
+    cv::Matx34d otherProjection;
     cv::Matx34d rightProjection;
     cv::Matx44d reprojection;
-    cv::stereoRectify(rPair.m_left.m_K, rPair.m_left.m_adDistortion, rPair.m_right.m_K, rPair.m_right.m_adDistortion,
-                      rPair.m_left.m_size, rPair.m_R, rPair.m_T, leftRotation, rightRotation, leftProjection,
-                      rightProjection, reprojection, cv::CALIB_ZERO_DISPARITY, dAlpha, canvas);
-    if (rightProjection(1, 3) != 0.0)
-        throw AppError("the two cameras stand one above the other; a side by side pair is needed");
-    if (rightProjection(0, 3) >= 0.0)
-        throw AppError("the left camera stands to the right of the right one; exchange the two");
+    cv::stereoRectify(rOther.m_model.m_K, rOther.m_model.m_adDistortion, rRight.m_K, rRight.m_adDistortion,
+                      rRight.m_size, rOther.m_R, rOther.m_T, plan.m_rotations[eOther],
+                      plan.m_rotations[KestrovaCamRight], otherProjection, rightProjection, reprojection,
+                      cv::CALIB_ZERO_DISPARITY, dAlpha, canvas);
+    const bool bUpright = rightProjection(1, 3) != 0.0;
+    const double dShift = rightProjection(bUpright ? 1 : 0, 3);
+    if (bUpright != (eOther == KestrovaCamTop) || dShift >= 0.0)
+        throw AppError(std::string("the ") + cameraName(eOther) + " camera stands " +
+                       (bUpright ? (dShift < 0.0 ? "above" : "below") : (dShift < 0.0 ? "left" : "right")) +
+                       " of the right one");
     plan.m_dFocal = rightProjection(0, 0);
     plan.m_centre = {rightProjection(0, 2), rightProjection(1, 2)};
-    plan.m_dBaseline = -rightProjection(0, 3) / plan.m_dFocal;
-    plan.m_rightRotation = rightRotation;
-    plan.m_leftRotation = leftRotation;
+    plan.m_dBaseline = -dShift / plan.m_dFocal;
+    return plan;
+}
+
+// A pair leaves the turn about its baseline open; the top camera settles it. The view moves along, so that the images
+// keep their place.
+static void turnTowardsTop(RectificationPlan& rPlan, const MountedCamera& rTop)
+{
+    const cv::Vec3d seen = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_T;
+    const double dUp = std::hypot(seen[1], seen[2]);
+    if (seen[1] >= 0.0 || std::abs(seen[0]) > dUp * std::tan(0.5 * CV_PI / 180.0))
+        throw AppError("the top camera does not stand at a right angle above the right one");
+    const double dMaxDisparity = rPlan.m_canvas.width / 10.0;
+    if (std::abs(dUp - rPlan.m_dBaseline) / rPlan.m_dBaseline * dMaxDisparity > 0.5)
+        throw AppError("the two baselines of the L differ too much for one disparity");
+    const double dCos = -seen[1] / dUp;
+    const double dSin = seen[2] / dUp;
+    const cv::Matx33d turn(1, 0, 0, 0, dCos, -dSin, 0, dSin, dCos);
+    for (auto& [eCamera, rRotation] : rPlan.m_rotations)
+        rRotation = turn * rRotation;
+    rPlan.m_rotations[KestrovaCamTop] = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_R;
+    rPlan.m_centre.y += rPlan.m_dFocal * dSin / dCos;
+}
+
+RectificationPlan planRectification(const CameraSet& rSet, cv::Size canvas, double dAlpha)
+{
+    const bool bL = configurationOf(rSet) == KestrovaCfg3CameraL;
+    RectificationPlan plan = planPair(rSet, bL ? KestrovaCamLeft : rSet.rbegin()->first, canvas, dAlpha);
+    if (bL)
+        turnTowardsTop(plan, rSet.at(KestrovaCamTop));
     return plan;
 }
 

@@ -13,6 +13,11 @@ static std::string line(const char* pszFormat, Values... values)
     return acLine;
 }
 
+static const char* unitOf(KestrovaCamera eCamera)
+{
+    return eCamera == KestrovaCamTop ? "column" : "row"; // the coordinate that a rectified match keeps
+}
+
 // ---- against the truth ----
 
 void Accuracy::add(float fMeasured, float fTrue, double dFocalTimesBaseline)
@@ -55,10 +60,9 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
 {
     const double dScale = rResult.m_optics.m_fFocal * rResult.m_optics.m_fBaseline;
     const std::vector<Sight> textured{Sight::Textured};
-    std::string text =
-        "\nAgainst the true distances, at the pixels of the right rectified image that both cameras see\n"
-        "                                pixels   valid  within 1    mean error of those within 1\n"
-        "                                             %   % of valid      pixels     metres\n";
+    std::string text = "\nAgainst the true distances, at the pixels of the right rectified image that all cameras see\n"
+                       "                                pixels   valid  within 1    mean error of those within 1\n"
+                       "                                             %   % of valid      pixels     metres\n";
     const auto row = [&](const char* pszName, const Accuracy& rAccuracy) {
         text += line("  %-27s %8ld %7.1f %9.1f %12.3f %10.4f\n", pszName, rAccuracy.m_nPixels, rAccuracy.validShare(),
                      rAccuracy.within1Share(), rAccuracy.meanPixels(), rAccuracy.meanMetres());
@@ -78,18 +82,52 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
     text += verdict("valid, %", all.validShare(), ">= 70", all.validShare() >= 70.0);
     text += verdict("of these within 1 disparity, %", all.within1Share(), ">= 95", all.within1Share() >= 95.0);
     text += verdict("mean error of those, pixels", all.meanPixels(), "< 0.2", all.meanPixels() < 0.2);
-    text += verdict("row difference of matched details, rectified", rResult.m_rectifiedRows.m_dMeanRows, "< 0.2",
-                    rResult.m_rectifiedRows.m_nPoints > 0 && rResult.m_rectifiedRows.m_dMeanRows < 0.2);
+    for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows)
+        text += verdict(line("%s difference of matched details, rectified", unitOf(eCamera)).c_str(), rRows.m_dMeanRows,
+                        "< 0.2", rRows.m_nPoints > 0 && rRows.m_dMeanRows < 0.2);
+    return text;
+}
+
+std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth& rTruthOfL,
+                            const SceneTruth& rTruthOfPair)
+{
+    std::string text = "\nThree cameras against the pair of two of them: the same frames and window\n"
+                       "                                                pixels   valid  correct  mean error of these\n"
+                       "                                                            %        %  pixels\n";
+    for (const PairAndL& rRun : rRuns) {
+        const double dScale = rRun.m_l.m_optics.m_fFocal * rRun.m_l.m_optics.m_fBaseline;
+        text += " " + rRun.m_name + "\n";
+        const auto rows = [&](const char* pszWhere, const SceneTruth& rTruth, Sight eSight) {
+            std::array<double, 2> adCorrect{};
+            for (const bool bL : {false, true}) {
+                const DisparityMap& rMap = bL ? rRun.m_l.m_map16 : rRun.m_pair.m_map16;
+                const Accuracy found = measureAccuracy(rMap, rTruth, {eSight}, dScale);
+                text += line("  %-34s %-5s %11ld %7.1f %8.1f %8.3f\n", pszWhere, bL ? "L" : "pair", found.m_nPixels,
+                             found.validShare(), found.correctShare(), found.meanPixels());
+                adCorrect[bL] = found.correctShare();
+            }
+            return adCorrect;
+        };
+        const auto [dPair, dL] = rows("textured, seen by all three", rTruthOfL, Sight::Textured);
+        text += line("    correct: L %.1f %%, pair %.1f %%: the %s is higher\n", dL, dPair, dL > dPair ? "L" : "pair");
+        rows("repeated pattern, seen by all three", rTruthOfL, Sight::Repeated);
+        rows("textured, seen by right and left", rTruthOfPair, Sight::Textured);
+    }
     return text;
 }
 
 // ---- of any frame ----
 
-static std::string rowLine(const char* pszWhat, const RowAgreement& rRows)
+static std::string rowLines(const char* pszWhat, const PerCamera<RowAgreement>& rAll)
 {
-    return rRows.m_nPoints == 0 ? line("  %-18s no details were found again\n", pszWhat)
-                                : line("  %-18s mean %6.3f rows, 95 %% below %6.3f (%d details)\n", pszWhat,
-                                       rRows.m_dMeanRows, rRows.m_dWorst5th, rRows.m_nPoints);
+    std::string text;
+    for (const auto& [eCamera, rRows] : rAll)
+        if (rRows.m_nPoints == 0)
+            text += line("  %-18s no details were found again\n", pszWhat);
+        else
+            text += line("  %-18s mean %6.3f %ss, 95 %% below %6.3f (%d details, %s)\n", pszWhat, rRows.m_dMeanRows,
+                         unitOf(eCamera), rRows.m_dWorst5th, rRows.m_nPoints, cameraName(eCamera));
+    return text;
 }
 
 std::string summary(const StereoResult& rResult)
@@ -100,23 +138,21 @@ std::string summary(const StereoResult& rResult)
         return 100.0 * anCount[static_cast<std::size_t>(eReject)] /
                static_cast<double>(rResult.m_map16.m_pixels.total());
     };
-    std::string text = "The right camera is the reference: disparity d at column x of the right image matches column x "
-                       "+ d of the left.\n";
+    std::string text = "The right camera is the reference: disparity d at column x, row y of the right image matches\n"
+                       "column x + d of the left one, row y + d of the top one.\n";
+    const cv::Size size = rResult.m_map16.m_pixels.size();
     const std::string lengths = rOptics.m_fBaseline > 0.0f ? line("focal length %.2f pixels, baseline %.1f mm",
                                                                   rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline)
                                                            : std::string("focal length and baseline not given");
-    text += line("rectified %dx%d, %s, centre column %.2f row %.2f, disparity %d to %d\n",
-                 rResult.m_rectifiedRight.cols, rResult.m_rectifiedRight.rows, lengths.c_str(), rOptics.m_fCentreCol,
-                 rOptics.m_fCentreRow, rResult.m_range[0], rResult.m_range[1]);
-    text += "\nRow difference of matched details in the right and the left image\n";
-    if (rResult.m_rawRows.m_nPoints > 0)
-        text += rowLine("raw frames", rResult.m_rawRows);
-    text += rowLine("rectified", rResult.m_rectifiedRows);
+    text += line("rectified %dx%d, %s, centre column %.2f row %.2f, disparity %d to %d\n", size.width, size.height,
+                 lengths.c_str(), rOptics.m_fCentreCol, rOptics.m_fCentreRow, rResult.m_range[0], rResult.m_range[1]);
+    text += "\nDifference of matched details in the right and another image, across the direction of disparity\n";
+    text += rowLines("raw frames", rResult.m_rawRows) + rowLines("rectified", rResult.m_rectifiedRows);
     text += line(
         "\n16-bit disparity: %.1f %% found; rejected: %.1f %% no texture, %.1f %% not unique, %.1f %% no fit or rim, "
-        "%.1f %% back-forth, %.1f %% outside the frame\n",
+        "%.1f %% small surface, %.1f %% back-forth, %.1f %% outside the frame\n",
         share(Reject::None), share(Reject::Texture), share(Reject::Uniqueness), share(Reject::Subpixel),
-        share(Reject::BackForth), share(Reject::Outside));
+        share(Reject::Surface), share(Reject::BackForth), share(Reject::Outside));
     text += rOptics.m_fBaseline > 0.0f ? line("%zu points in the cloud\n", rResult.m_cloud.size())
                                        : std::string("no cloud: it takes --focal and --baseline\n");
     text += "\nMilliseconds\n";

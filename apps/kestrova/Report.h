@@ -18,6 +18,7 @@ struct Accuracy
     void add(float fMeasured, float fTrue, double dFocalTimesBaseline);
     double validShare() const { return share(m_nValid, m_nPixels); }
     double within1Share() const { return share(m_nWithin1, m_nValid); }
+    double correctShare() const { return share(m_nWithin1, m_nPixels); }
     double meanPixels() const { return m_nWithin1 ? m_dSumPixels / static_cast<double>(m_nWithin1) : 0.0; }
     double meanMetres() const { return m_nWithin1 ? m_dSumMetres / static_cast<double>(m_nWithin1) : 0.0; }
 
@@ -33,6 +34,18 @@ Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, con
                          double dFocalTimesBaseline, double dNear = 0.0, double dFar = 1e9);
 
 std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth);
+
+/// An L, and the pair of its right and left camera, on the same frames with the same settings.
+struct PairAndL
+{
+    std::string m_name;
+    StereoResult m_pair, m_l;
+};
+
+/// Both truths are of the same canvas; the first holds what all three cameras see, the second what the pair sees.
+std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth& rTruthOfL,
+                            const SceneTruth& rTruthOfPair);
+
 std::string summary(const StereoResult& rResult);
 
 } // namespace kestrova::app

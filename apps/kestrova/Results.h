@@ -1,4 +1,4 @@
-// One frame pair all the way through the library, and the files that come of it.
+// One frame of each camera all the way through the library, and the files that come of it.
 #pragma once
 
 #include "CloudWriter.h"
@@ -16,28 +16,29 @@ struct StageTime
 
 struct StereoResult
 {
-    cv::Mat1b m_rawRight, m_rawLeft;
-    cv::Mat1b m_rectifiedRight, m_rectifiedLeft;
-    cv::Mat1b m_edgeRight, m_edgeLeft; // empty while edge correlation is off
-    cv::Mat1w m_disparity16;           // as the library gave it, except that the region outside is marked too
+    PerCamera<cv::Mat1b> m_raw, m_rectified;
+    PerCamera<cv::Mat1b> m_edge; // empty while edge correlation is off
+    cv::Mat3b m_colour;          // rectified, of the right camera; empty for grey frames
+    cv::Mat1w m_disparity16;     // as the library gave it, except that the region outside is marked too
     cv::Mat1b m_disparity8;
     DisparityMap m_map16, m_map8; // the same, read
     std::vector<CloudPoint> m_cloud;
     Optics m_optics;
     cv::Vec2i m_range;
     int m_nOffset = 0;
-    RowAgreement m_rawRows, m_rectifiedRows;
+    PerCamera<RowAgreement> m_rawRows, m_rectifiedRows; // right to left by rows, right to top by columns
     std::vector<StageTime> m_times;
 };
 
-/// Where each camera's rectified image shows something; empty images stand for what the maps say.
-struct ShownRegions
+struct Frames
 {
-    cv::Mat1b m_right, m_left;
+    PerCamera<cv::Mat1b> m_grey;
+    cv::Mat3b m_colour = {};             // of the right camera; may be empty
+    PerCamera<cv::Mat1b> m_regions = {}; // where rectified images show something; without them the maps say it
 };
 
-StereoResult runStereo(StereoSession& rSession, const cv::Mat1b& rRight, const cv::Mat1b& rLeft,
-                       const ShownRegions& rShown);
+/// Matches the cameras that there are frames of, with the given settings.
+StereoResult runStereo(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes);
 
 /// Writes all images, both disparities as data and in colour, and the cloud. rSource goes into the cloud's header.
 void writeResult(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rSource);
@@ -47,5 +48,8 @@ void writeText(const std::filesystem::path& rFile, const std::string& rText);
 
 /// Any image file as grey. Throws AppError that names the file.
 cv::Mat1b readGrey(const std::filesystem::path& rFile);
+
+/// The same file in colour, or an empty image if it has none.
+cv::Mat3b readColour(const std::filesystem::path& rFile);
 
 } // namespace kestrova::app

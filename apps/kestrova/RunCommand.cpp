@@ -1,4 +1,4 @@
-// kestrova run: anyone's pair of frames, with a calibration, or rectified already.
+// kestrova run: anyone's frames, two or three, with a calibration, or rectified already.
 #include "AppError.h"
 #include "CalibrationText.h"
 #include "Commands.h"
@@ -14,7 +14,8 @@ namespace kestrova::app {
 
 struct RunOptions
 {
-    std::string m_right, m_left, m_out;
+    std::string m_right, m_out;
+    std::optional<std::string> m_left, m_top;
     std::optional<std::string> m_calibration;
     bool m_bRectified = false;
     std::optional<std::string> m_resize;
@@ -28,15 +29,12 @@ struct RunOptions
     SettingWishes m_settings;
 };
 
-struct Frames
-{
-    cv::Mat1b m_right, m_left;
-    ShownRegions m_shown;
-    std::optional<FrameFit> m_fit; // of frames that are rectified already
-};
-
 static void checkOptions(const RunOptions& rOptions)
 {
+    if (!rOptions.m_left && !rOptions.m_top)
+        throw AppError("give --left, --top or both beside --right");
+    if (!rOptions.m_left && rOptions.m_truth && (rOptions.m_truthView == "left" || rOptions.m_bCompareBlockMatcher))
+        throw AppError("--truth-view left and --compare-bm take a left frame, see --left");
     if (rOptions.m_calibration.has_value() == rOptions.m_bRectified)
         throw AppError("give either --calibration FILE or --rectified");
     if (rOptions.m_focal.has_value() != rOptions.m_baseline.has_value())
@@ -49,58 +47,92 @@ static void checkOptions(const RunOptions& rOptions)
         throw AppError("--truth-scale: must be above 0");
 }
 
+struct Input
+{
+    Frames m_frames;
+    std::optional<FrameFit> m_fit; // of frames that are rectified already
+};
+
 static Frames readFrames(const RunOptions& rOptions)
 {
-    Frames frames{readGrey(rOptions.m_right), readGrey(rOptions.m_left), {}, {}};
-    if (frames.m_right.size() != frames.m_left.size())
-        throw AppError(rOptions.m_left + ": has another size than " + rOptions.m_right);
+    Frames frames{{{KestrovaCamRight, readGrey(rOptions.m_right)}}, readColour(rOptions.m_right)};
+    const auto add = [&](KestrovaCamera eCamera, const std::optional<std::string>& rFile) {
+        if (!rFile)
+            return;
+        frames.m_grey[eCamera] = readGrey(*rFile);
+        if (frames.m_grey[eCamera].size() != frames.m_grey[KestrovaCamRight].size())
+            throw AppError(*rFile + ": has another size than " + rOptions.m_right);
+    };
+    add(KestrovaCamLeft, rOptions.m_left);
+    add(KestrovaCamTop, rOptions.m_top);
+    return frames;
+}
+
+template<typename Change>
+static void changeImages(Frames& rFrames, const Change& rChange)
+{
+    for (auto& [eCamera, rFrame] : rFrames.m_grey)
+        rFrame = rChange(rFrame);
+    if (!rFrames.m_colour.empty())
+        rFrames.m_colour = rChange(rFrames.m_colour);
+}
+
+static Input readInput(const RunOptions& rOptions)
+{
+    Input input{readFrames(rOptions), {}};
     std::optional<cv::Size> wish;
     if (rOptions.m_resize)
         wish = parseSize(*rOptions.m_resize, "--resize");
     if (wish && (wish->width > 8192 || wish->height > 8192))
         throw AppError("--resize: at most 8192 columns and rows");
     if (rOptions.m_bRectified) {
-        const FrameFit fit = planFrameFit(frames.m_right.size(), wish);
+        const FrameFit fit = planFrameFit(input.m_frames.m_grey[KestrovaCamRight].size(), wish);
         if (fit.m_canvas.width < 64 || fit.m_canvas.width > 1280)
             throw AppError(rOptions.m_right + ": " + fit.describe() +
                            "; 64 to 1280 columns are possible, see --resize");
-        frames = {fitFrame(frames.m_right, fit), fitFrame(frames.m_left, fit), {fit.region(), fit.region()}, fit};
+        changeImages(input.m_frames, [&](const cv::Mat& rImage) { return fitFrame(rImage, fit); });
+        for (const auto& [eCamera, rFrame] : input.m_frames.m_grey)
+            input.m_frames.m_regions[eCamera] = fit.region();
+        input.m_fit = fit;
     } else if (wish) { // the maps hold for any resolution of the frame
-        cv::resize(frames.m_right, frames.m_right, *wish, 0, 0, cv::INTER_AREA);
-        cv::resize(frames.m_left, frames.m_left, *wish, 0, 0, cv::INTER_AREA);
+        changeImages(input.m_frames, [&](const cv::Mat& rImage) {
+            cv::Mat scaled;
+            cv::resize(rImage, scaled, *wish, 0, 0, cv::INTER_AREA);
+            return scaled;
+        });
         std::printf("frames scaled to %dx%d\n", wish->width, wish->height);
     }
-    return frames;
+    return input;
 }
 
-static std::filesystem::path calibrationOf(const RunOptions& rOptions, const Frames& rFrames,
-                                           const OutputFolder& rFolder)
+static std::filesystem::path calibrationOf(const RunOptions& rOptions, const Input& rInput, const OutputFolder& rFolder)
 {
     if (rOptions.m_calibration)
         return *rOptions.m_calibration;
-    const FrameFit& rFit = *rFrames.m_fit;
+    const FrameFit& rFit = *rInput.m_fit;
     const double dFocal = rOptions.m_focal ? *rOptions.m_focal * rFit.m_dScale : rFit.m_canvas.width;
     const double dBaseline = rOptions.m_baseline ? parseLength(*rOptions.m_baseline, "--baseline") : 0.0;
     const std::filesystem::path file = rFolder.file("calibration.txt");
-    writeText(file, calibrationText(identityCalibration(rFit.m_canvas, dFocal, dBaseline)));
+    writeText(file, calibrationText(identityCalibration(rFit.m_canvas, dFocal, dBaseline,
+                                                        configurationOf(rInput.m_frames.m_grey))));
     return file;
 }
 
 // ---- comparison with a known truth ----
 
-static cv::Mat1f readTruth(const RunOptions& rOptions, const Frames& rFrames, cv::Size canvas)
+static cv::Mat1f readTruth(const RunOptions& rOptions, const Input& rInput, cv::Size canvas)
 {
     const cv::Mat1b stored = readGrey(*rOptions.m_truth);
     cv::Mat1f truth;
     stored.convertTo(truth, CV_32F, rOptions.m_dTruthScale);
-    return fitDisparity(truth, rFrames.m_fit ? *rFrames.m_fit : planFrameFit(stored.size(), canvas));
+    return fitDisparity(truth, rInput.m_fit ? *rInput.m_fit : planFrameFit(stored.size(), canvas));
 }
 
-static std::string compareTruth(const RunOptions& rOptions, const Frames& rFrames, StereoSession& rSession,
+static std::string compareTruth(const RunOptions& rOptions, const Input& rInput, StereoSession& rSession,
                                 const StereoResult& rResult)
 {
     const TruthView eView = rOptions.m_truthView == "left" ? TruthView::Left : TruthView::Right;
-    const cv::Mat1f truth = readTruth(rOptions, rFrames, rResult.m_rectifiedRight.size());
+    const cv::Mat1f truth = readTruth(rOptions, rInput, rResult.m_map16.m_pixels.size());
     const auto row = [&](const std::string& rName, const cv::Mat1f& rDisparity) {
         return truthTableRow(rName, compareWithTruth(rDisparity, truth, rResult.m_range));
     };
@@ -127,7 +159,8 @@ static std::string compareTruth(const RunOptions& rOptions, const Frames& rFrame
         int nWindow = 0;
         kestrovaGetStereoMask(rSession.handle(), &nWindow);
         text += row("OpenCV block matcher, defaults",
-                    blockMatch(rResult.m_rectifiedRight, rResult.m_rectifiedLeft, {rResult.m_range, nWindow}, eView));
+                    blockMatch(rResult.m_rectified.at(KestrovaCamRight), rResult.m_rectified.at(KestrovaCamLeft),
+                               {rResult.m_range, nWindow}, eView));
     }
     return text;
 }
@@ -137,34 +170,39 @@ static std::string compareTruth(const RunOptions& rOptions, const Frames& rFrame
 static void run(const RunOptions& rOptions)
 {
     checkOptions(rOptions);
-    const Frames frames = readFrames(rOptions);
+    const Input input = readInput(rOptions);
     OutputFolder folder(rOptions.m_out);
-    StereoSession session(calibrationOf(rOptions, frames, folder));
-    applySettings(session.handle(), rOptions.m_settings);
-    StereoResult result = runStereo(session, frames.m_right, frames.m_left, frames.m_shown);
-    std::string report = frames.m_fit ? frames.m_fit->describe() + "\n" : std::string();
+    StereoSession session(calibrationOf(rOptions, input, folder));
+    const StereoResult result = runStereo(session, input.m_frames, rOptions.m_settings);
+    std::string report = input.m_fit ? input.m_fit->describe() + "\n" : std::string();
     report += summary(result);
     if (rOptions.m_truth)
-        report += compareTruth(rOptions, frames, session, result);
+        report += compareTruth(rOptions, input, session, result);
     writeResult(folder, result, rOptions.m_right);
     writeText(folder.file("report.txt"), report);
     folder.commit();
     std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_out.c_str());
 }
 
-static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
+static const char* const sk_pszSettings = "Settings of the library (the calibration has the rest)";
+
+void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
 {
-    const char* pszGroup = "Settings of the library (the calibration has the rest)";
-    for (const Setting& rSetting : allSettings())
-        rCommand
-            .add_option_function<std::string>(
-                std::string("--") + rSetting.m_pszName,
-                [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) {
-                    rWishes.m_values[pszName] = rValue;
-                },
-                rSetting.m_pszHelp)
-            ->type_name(rSetting.m_eKind == SettingKind::Switch ? "on|off" : "N")
-            ->group(pszGroup);
+    for (const Setting& rSetting : allSettings()) {
+        std::string type;
+        for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+            type += (type.empty() ? "" : "|") + rWord;
+        const auto note = [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) {
+            rWishes.m_values[pszName] = rValue;
+        };
+        rCommand.add_option_function<std::string>(std::string("--") + rSetting.m_pszName, note, rSetting.m_pszHelp)
+            ->type_name(type.empty() ? "N" : type)
+            ->group(sk_pszSettings);
+    }
+}
+
+static void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes)
+{
     rCommand
         .add_option("--disparity", rWishes.m_anDisparity,
                     "range to search in pixels: 0 <= MIN < MAX <= 1024, at most 240 apart (default: as the "
@@ -172,36 +210,46 @@ static void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX")
-        ->group(pszGroup);
+        ->group(sk_pszSettings);
     rCommand
         .add_option("--mapping-range", rWishes.m_anMapping,
                     "bytes of --disparity-mapping: 0 <= MIN < MAX <= 255 (default 0 32)")
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX")
-        ->group(pszGroup);
+        ->group(sk_pszSettings);
     rCommand
         .add_option(
             "--region", rWishes.m_regions,
             "match only here; may be given up to 100 times; tall ones take --threads 1 or 2, since bands that a "
             "region covers from above to below leave it out")
         ->type_name("ROW COL ROWS COLS")
-        ->group(pszGroup);
+        ->group(sk_pszSettings);
     rCommand.add_option("--resolution", rWishes.m_resolution, "size of the rectified images, 4 by 3, such as 320x240")
         ->type_name("WxH")
-        ->group(pszGroup);
-    rCommand.add_option("--threads", rWishes.m_threads, "worker threads: 1 to 255")->type_name("N")->group(pszGroup);
+        ->group(sk_pszSettings);
+    rCommand
+        .add_option(
+            "--threads", rWishes.m_threads,
+            "worker threads: 1 to 255; with --top lowered until the disparity range has room in every band of rows")
+        ->type_name("N")
+        ->group(sk_pszSettings);
 }
 
 void addRunCommand(CLI::App& rProgram)
 {
     auto pOptions = std::make_shared<RunOptions>();
     RunOptions& r = *pOptions;
-    CLI::App* pCommand = rProgram.add_subcommand("run", "Disparity and points from a pair of image files");
+    CLI::App* pCommand =
+        rProgram.add_subcommand("run", "Disparity and points from image files of two or three cameras");
     pCommand->add_option("--right", r.m_right, "frame of the right camera, the reference (grey or colour)")->required();
-    pCommand->add_option("--left", r.m_left, "frame of the left camera")->required();
+    pCommand->add_option("--left", r.m_left, "frame of the left camera; this, --top or both");
+    pCommand->add_option("--top", r.m_top,
+                         "frame of the top camera. With it the program switches the SSE2 forms off, "
+                         "kestrovaEnableSSE2IfAvailable(false): the SSE2 form of the correlator for vertical pairs and "
+                         "L sets labels half of the improving pixels 0 by design");
     pCommand->add_option("--out", r.m_out, "folder for images, cloud and report")->required();
-    pCommand->add_option("--calibration", r.m_calibration, "calibration file of the pair");
+    pCommand->add_option("--calibration", r.m_calibration, "calibration file of the cameras");
     pCommand->add_flag("--rectified", r.m_bRectified,
                        "the frames are rectified already; they are set into a 4 by 3 canvas");
     pCommand->add_option("--resize", r.m_resize, "scale the frames first; with --rectified they keep their shape")
@@ -220,6 +268,7 @@ void addRunCommand(CLI::App& rProgram)
     pCommand->add_option("--compare-uniqueness", r.m_adUniqueness,
                          "with --truth: further rows with these uniqueness thresholds");
     addSettings(*pCommand, r.m_settings);
+    addFrameSettings(*pCommand, r.m_settings);
     pCommand->callback([pOptions] { run(*pOptions); });
 }
 

@@ -60,7 +60,7 @@ static double greyAt(const Paint& rPaint, double dX, double dY)
     case Material::Textured:
         break;
     }
-    return texture(rPaint, dX, dY);
+    return texture(rPaint, dX, dY / rPaint.m_dStretch);
 }
 
 // ---- rays ----
@@ -113,19 +113,24 @@ Hit Scene::trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const
 {
     Place nearest;
     const Paint* pPaint = nullptr;
+    int nSurface = -1;
+    int nNearest = -1;
     const auto tryAll = [&](const auto& rSurfaces) {
-        for (const auto& rSurface : rSurfaces)
+        for (const auto& rSurface : rSurfaces) {
+            ++nSurface;
             if (const Place place = meet(rSurface, rOrigin, rDirection); place.m_dDistance < nearest.m_dDistance) {
                 nearest = place;
                 pPaint = &rSurface.m_paint;
+                nNearest = nSurface;
             }
+        }
     };
     tryAll(m_rectangles);
     tryAll(m_spheres);
     if (!pPaint)
-        return {sk_dFar, Material::Plain, 0.0};
+        return {sk_dFar, Material::Plain, 0.0, {}, -1};
     return {nearest.m_dDistance, pPaint->m_eMaterial,
-            greyAt(*pPaint, nearest.m_dX, nearest.m_dY) * shade(nearest.m_normal)};
+            greyAt(*pPaint, nearest.m_dX, nearest.m_dY) * shade(nearest.m_normal), pPaint->m_tint, nNearest};
 }
 
 // ---- the room ----
@@ -153,13 +158,14 @@ static void addBox(Scene& rScene, const cv::Vec3d& rFoot, const cv::Vec3d& rSize
 Scene demoRoom(std::uint32_t uSeed, double dPixelsPerRadian)
 {
     std::uint32_t uNext = uSeed * 7919u;
-    const auto painted = [&](double dGrey, double dDistance) {
-        return Paint{Material::Textured, dGrey, 2.4 * dDistance / dPixelsPerRadian, uNext += 1000};
+    const auto painted = [&](double dGrey, double dDistance, const cv::Vec3d& rColour) {
+        const double dBright = rColour.dot({0.114, 0.587, 0.299});
+        return Paint{Material::Textured, dGrey, 2.4 * dDistance / dPixelsPerRadian, uNext += 1000, rColour / dBright};
     };
     const cv::Vec3d right(1, 0, 0);
     const cv::Vec3d down(0, 1, 0);
     Scene scene;
-    scene.add(Rectangle{{-4.0, -3.0, 3.6}, right, down, 8.0, 6.0, painted(145, 3.6)});
+    scene.add(Rectangle{{-4.0, -3.0, 3.6}, right, down, 8.0, 6.0, painted(145, 3.6, {0.8, 1.0, 1.1})});
     // The boards hang a few millimetres before the wall.
     scene.add(Rectangle{{-1.35, -1.10, 3.595}, right, down, 0.55, 0.55, Paint{Material::Plain, 165.0, 0.0, 0}});
     scene.add(Rectangle{{0.55, -1.10, 3.595},
@@ -168,12 +174,15 @@ Scene demoRoom(std::uint32_t uSeed, double dPixelsPerRadian)
                         0.65,
                         0.50,
                         Paint{Material::Repeated, 130.0, 12.0 * 3.6 / dPixelsPerRadian, 0}});
+    // Seen at a low angle: its detail is drawn out in depth, or it would be finer than a pixel.
+    Paint floor = painted(95, 2.2, {0.6, 1.0, 0.7});
+    floor.m_dStretch = 3.0;
     const cv::Vec3d uphill = cv::normalize(cv::Vec3d(0, -0.22, 3.2)); // the floor rises away from the cameras
-    scene.add(Rectangle{{-4.0, 0.72, 0.4}, right, uphill, 8.0, 5.0, painted(95, 2.2)});
-    scene.add(Sphere{{-0.62, 0.12, 2.25}, 0.33, painted(178, 2.1)});
-    addBox(scene, {0.28, 0.60, 1.42}, {0.26, 0.42, 0.20}, 0.35, painted(80, 1.35));
-    addBox(scene, {0.95, 0.58, 2.35}, {0.40, 0.75, 0.35}, -0.30, painted(185, 2.2));
-    addBox(scene, {0.05, 0.52, 3.05}, {0.60, 0.95, 0.30}, 0.20, painted(105, 2.9));
+    scene.add(Rectangle{{-4.0, 0.72, 0.4}, right, uphill, 8.0, 5.0, floor});
+    scene.add(Sphere{{-0.62, 0.12, 2.25}, 0.33, painted(178, 2.1, {0.5, 0.9, 1.3})});
+    addBox(scene, {0.28, 0.60, 1.42}, {0.26, 0.42, 0.20}, 0.35, painted(80, 1.35, {0.4, 0.6, 1.5}));
+    addBox(scene, {0.95, 0.58, 2.35}, {0.40, 0.75, 0.35}, -0.30, painted(185, 2.2, {1.2, 1.0, 0.8}));
+    addBox(scene, {0.05, 0.52, 3.05}, {0.60, 0.95, 0.30}, 0.20, painted(105, 2.9, {1.5, 0.9, 0.6}));
     return scene;
 }
 

@@ -23,6 +23,8 @@ struct Paint
     double m_dGrey = 120.0; // mean level
     double m_dGrain = 0.01; // metres: finest detail of a texture, or the period of a repeated pattern
     std::uint32_t m_uSeed = 0;
+    cv::Vec3d m_tint{1.0, 1.0, 1.0}; // blue, green, red of grey 1, together as bright as that
+    double m_dStretch = 1.0;         // of a texture along the surface
 };
 
 struct Rectangle
@@ -47,6 +49,8 @@ struct Hit
     double m_dDistance = 0.0; // in lengths of the ray's direction
     Material m_eMaterial = Material::Plain;
     double m_dGrey = 0.0; // 0 where the ray meets nothing
+    cv::Vec3d m_tint;
+    int m_nSurface = -1; // in the order of the scene, rectangles first
 };
 
 class Scene
@@ -62,6 +66,8 @@ private:
     std::vector<Rectangle> m_rectangles;
     std::vector<Sphere> m_spheres;
 };
+
+inline constexpr int sk_nFloor = 3; // the slanted surface of the room
 
 /// Back wall with a plain board and a striped one, rising floor, sphere, three boxes, between 1.2 and 3.6 metres.
 /// dPixelsPerRadian sets how fine the textures are: their grain is a few pixels wide at any image size.

@@ -1,4 +1,4 @@
-// Raw frames of a scene as two cameras take them, and the disparity that a perfect matcher would find.
+// Raw frames of a scene as the cameras of a set take them, and the disparity that a perfect matcher would find.
 #pragma once
 
 #include "RectificationPlan.h"
@@ -20,14 +20,20 @@ struct Pose
     cv::Matx33d m_rotation = cv::Matx33d::eye();
 };
 
+struct RawFrame
+{
+    cv::Mat1b m_grey;
+    cv::Mat3b m_colour; // blue, green, red: the grey frame in the colours of the surfaces
+};
+
 /// nSamples by nSamples rays a pixel, spread evenly over the pixel.
-cv::Mat1b renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
-                    int nSamples = 4);
+RawFrame renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
+                   int nSamples = 4);
 
 /// What is true at each pixel of the right rectified image.
 enum class Sight : unsigned char
 {
-    NotByBoth = 0,
+    NotByAll = 0,
     Textured = 1,
     Plain = 2,
     Repeated = 3
@@ -36,9 +42,10 @@ enum class Sight : unsigned char
 struct SceneTruth
 {
     cv::Mat1f m_disparity; // pixels, by the ray through the pixel's centre
-    cv::Mat1b m_sight;     // a Sight: what the pixel shows, if both cameras have it in view
+    cv::Mat1b m_sight;     // a Sight: what the pixel shows, if all cameras of the set have it in view
+    cv::Mat1b m_floor;     // 255 on the slanted floor
 };
 
-SceneTruth truthOf(const Scene& rScene, const CameraPair& rPair, const RectificationPlan& rPlan);
+SceneTruth truthOf(const Scene& rScene, const CameraSet& rSet, const RectificationPlan& rPlan);
 
 } // namespace kestrova::app

@@ -49,6 +49,7 @@ RejectCodes StereoSession::rejectCodes() const
     kestrovaGetTextureValidationMapping(handle(), &codes.m_aucCodes[0]);
     kestrovaGetUniquenessValidationMapping(handle(), &codes.m_aucCodes[1]);
     kestrovaGetSubpixelValidationMapping(handle(), &codes.m_aucCodes[2]);
+    kestrovaGetSurfaceValidationMapping(handle(), &codes.m_aucCodes[3]);
     kestrovaGetBackForthValidationMapping(handle(), &codes.m_aucCodes[4]);
     return codes;
 }
@@ -64,22 +65,50 @@ int StereoSession::windowReach() const
     return nWindow / 2 + (nEdgeOn ? nEdge / 2 : 0);
 }
 
-void StereoSession::useHorizontalPair()
+KestrovaCameraConfiguration StereoSession::configuration() const
 {
     KestrovaCameraConfiguration eNow{};
     check(kestrovaGetCameraConfiguration(handle(), &eNow), "camera configuration");
-    if (eNow != KestrovaCfg2CameraHorizontal && eNow != KestrovaCfg2CameraWide)
-        if (kestrovaSetCameraConfiguration(handle(), KestrovaCfg2CameraHorizontal) != KestrovaErrorOk)
-            throw AppError(m_file + ": CAMERACONFIGURATION: has no pair of cameras side by side");
+    return eNow == KestrovaCfg2CameraWide ? KestrovaCfg2CameraHorizontal : eNow;
+}
+
+void StereoSession::useCameras(KestrovaCameraConfiguration eConfiguration)
+{
+    const bool bPair = eConfiguration == KestrovaCfg2CameraHorizontal;
+    const auto choose = [&](KestrovaCameraConfiguration eWish) {
+        return kestrovaSetCameraConfiguration(handle(), eWish) == KestrovaErrorOk;
+    };
+    if (configuration() != eConfiguration && !choose(eConfiguration) && !(bPair && choose(KestrovaCfg2CameraWide)))
+        throw AppError(m_file + ": CAMERACONFIGURATION: has no " +
+                       (bPair                                          ? "pair of cameras side by side"
+                        : eConfiguration == KestrovaCfg2CameraVertical ? "pair of cameras one above the other"
+                                                                       : "L of three cameras"));
+    kestrovaEnableSSE2IfAvailable(bPair);
+}
+
+void StereoSession::fitThreads()
+{
+    if (configuration() == KestrovaCfg2CameraHorizontal)
+        return;
+    int nThreads = 1;
+    int nMask = 0;
+    check(kestrovaGetMaxThreadCount(handle(), &nThreads), "threads");
+    check(kestrovaGetStereoMask(handle(), &nMask), "stereo mask");
+    const int nRows = canvas().height;
+    const int nRoom = nRows - 2 * (nMask / 2) - disparityRange()[1];
+    while (nThreads > 1 && (nThreads - 1) * (nRows / nThreads) > nRoom)
+        --nThreads;
+    check(kestrovaSetMaxThreadCount(handle(), nThreads), "threads");
 }
 
 const OutlineCamera& StereoSession::outlineCamera(KestrovaCamera eCamera) const
 {
-    const bool bLeft = eCamera == KestrovaCamLeft;
-    const OutlineCamera* pCamera = m_outline.camera(bLeft ? cv::Vec3i(-1, 0, 0) : cv::Vec3i(0, 0, 0));
+    const cv::Vec3i place = eCamera == KestrovaCamLeft  ? cv::Vec3i(-1, 0, 0)
+                            : eCamera == KestrovaCamTop ? cv::Vec3i(0, -1, 0)
+                                                        : cv::Vec3i(0, 0, 0);
+    const OutlineCamera* pCamera = m_outline.camera(place);
     if (!pCamera)
-        throw AppError(m_file +
-                       (bLeft ? ": POSITION: no left camera (-1 0 0)" : ": POSITION: no right camera (0 0 0)"));
+        throw AppError(m_file + ": POSITION: no " + cameraName(eCamera) + " camera");
     return *pCamera;
 }
 
@@ -88,20 +117,24 @@ static int channelOf(const OutlineCamera& rCamera)
     return rCamera.m_channel == "RED" ? 0 : rCamera.m_channel == "GREEN" ? 1 : 2;
 }
 
-void StereoSession::preprocess(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, FrameForm eForm)
+void StereoSession::preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eForm)
 {
-    if (rRight.size() != rLeft.size())
-        throw AppError("the right and the left frame have different sizes");
-    const int nRows = rRight.rows;
-    const int nCols = rRight.cols;
+    const cv::Size size = rFrames.at(KestrovaCamRight).size();
+    const int nRows = size.height;
+    const int nCols = size.width;
     for (cv::Mat1b& rPlane : m_planes)
-        rPlane = cv::Mat1b(rRight.size(), uchar(0));
-    rRight.copyTo(m_planes[static_cast<std::size_t>(channelOf(outlineCamera(KestrovaCamRight)))]);
-    rLeft.copyTo(m_planes[static_cast<std::size_t>(channelOf(outlineCamera(KestrovaCamLeft)))]);
+        rPlane = cv::Mat1b(size, uchar(0));
+    for (const auto& [eCamera, rFrame] : rFrames) {
+        if (rFrame.size() != size)
+            throw AppError(std::string("the right and the ") + cameraName(eCamera) + " frame have different sizes");
+        rFrame.copyTo(m_planes[static_cast<std::size_t>(channelOf(outlineCamera(eCamera)))]);
+    }
 
+    // Enhanced quality makes its second images only while subpixel interpolation is on.
+    check(kestrovaSetSubpixelInterpolation(handle(), 1), "subpixel interpolation");
     KestrovaInput input{};
     if (eForm == FrameForm::Packed) {
-        const cv::Mat1b fourth(rRight.size(), uchar(0));
+        const cv::Mat1b fourth(size, uchar(0));
         cv::merge(std::vector<cv::Mat>{m_planes[2], m_planes[1], m_planes[0], fourth}, m_packed);
         kestrovaBuildPackedKestrovaInput(nCols, nRows, static_cast<int>(m_packed.step), 0, 0, m_packed.data, &input);
     } else {
@@ -110,6 +143,27 @@ void StereoSession::preprocess(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, 
     }
     const std::string what = "rectification of a frame of " + std::to_string(nCols) + "x" + std::to_string(nRows);
     check(kestrovaPreprocess(handle(), &input), what.c_str());
+}
+
+cv::Mat3b StereoSession::rectifyColour(const cv::Mat3b& rFrame)
+{
+    int nRectify = 0;
+    check(kestrovaGetRectify(handle(), &nRectify), "rectification");
+    if (!nRectify)
+        return rFrame.clone();
+    std::array<cv::Mat1b, 3> planes;
+    cv::split(rFrame, planes.data());
+    KestrovaInput input{};
+    kestrovaBuildRGBKestrovaInput(rFrame.cols, rFrame.rows, rFrame.cols, 0, 0, planes[2].data, planes[1].data,
+                                  planes[0].data, &input);
+    KestrovaColorImage record{};
+    check(kestrovaRectifyColorImage(handle(), KestrovaCamRight, &input, &record), "rectification of colours");
+    std::vector<cv::Mat> rectified;
+    for (uint8_t* pPlane : {record.blue, record.green, record.red})
+        rectified.emplace_back(record.nrows, record.ncols, CV_8U, pPlane, static_cast<std::size_t>(record.rowinc));
+    cv::Mat3b picture;
+    cv::merge(rectified, picture);
+    return picture;
 }
 
 cv::Mat1b StereoSession::image(KestrovaImageType eType, KestrovaCamera eCamera) const

@@ -1,4 +1,4 @@
-// One calibrated pair in the hands of the library, through its public functions only.
+// One calibrated set in the hands of the library, through its public functions only.
 //
 // Images are copied out, because the library's own change with the next frame. Each failure becomes an AppError with
 // the library's text.
@@ -41,11 +41,21 @@ public:
     RejectCodes rejectCodes() const;
     int windowReach() const; // pixels that a match looks at to each side
 
-    /// Checks that this is a pair side by side, and brings a set of three to its horizontal pair.
-    void useHorizontalPair();
+    /// Chooses the cameras that are matched, which may be two of three. For the sets of the general correlator, all but
+    /// the horizontal pair, this holds the whole process to the four-lane forms: the eight-lane form of that correlator
+    /// labels half of the improving pixels 0 by design.
+    void useCameras(KestrovaCameraConfiguration eConfiguration);
+    KestrovaCameraConfiguration configuration() const; // a wide pair counts as horizontal
 
-    void preprocess(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, FrameForm eForm);
+    /// Lowers the number of threads until the disparity range has room in every band of the general correlator.
+    void fitThreads();
+
+    /// Frames of the cameras in use, all of one size.
+    void preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eForm);
     cv::Mat1b image(KestrovaImageType eType, KestrovaCamera eCamera) const;
+
+    /// A colour frame of the right camera, as blue, green, red, brought to its rectified image.
+    cv::Mat3b rectifyColour(const cv::Mat3b& rFrame);
 
     cv::Mat1w matchTo16();
     cv::Mat1b matchTo8();

@@ -25,11 +25,10 @@ static KestrovaError setReal(KestrovaContext context, double dValue)
     return Set(context, static_cast<float>(dValue));
 }
 
-static KestrovaError setQuality(KestrovaContext context, double dValue)
+template<typename Word, auto Set>
+static KestrovaError setWord(KestrovaContext context, double dValue)
 {
-    if (dValue < 0 || dValue > 3)
-        return KestrovaErrorInvalidSetting; // the library would take it for 1
-    return kestrovaSetRectImgQuality(context, static_cast<KestrovaRectImgQuality>(static_cast<int>(dValue)));
+    return Set(context, static_cast<Word>(static_cast<int>(dValue)));
 }
 
 static KestrovaError checkByte(double dValue)
@@ -64,8 +63,15 @@ const std::vector<Setting>& allSettings()
         {"rectify", Switch,
          "rectify; when off, frames must have the size of the rectified images: on, off (default on)",
          setWhole<kestrovaSetRectify>, get<int, kestrovaGetRectify>},
-        {"rectify-quality", Whole, "resampling: 0 nearest, 1 bilinear; 2 and 3 are for a later version (default 1)",
-         setQuality, get<KestrovaRectImgQuality, kestrovaGetRectImgQuality>},
+        {"rectification", Rectification,
+         "resampling: fast takes the nearest pixel, standard is bilinear, the enhanced ones are sinc kernels of 3 by 3 "
+         "and 5 by 5 pixels (default standard)",
+         setWord<KestrovaRectImgQuality, kestrovaSetRectImgQuality>,
+         get<KestrovaRectImgQuality, kestrovaGetRectImgQuality>},
+        {"quality", Quality,
+         "enhanced matches twice, half a pixel apart, against furrows in 16-bit disparity (default standard)",
+         setWord<KestrovaStereoQuality, kestrovaSetStereoQuality>,
+         get<KestrovaStereoQuality, kestrovaGetStereoQuality>},
         {"edge-mask", Whole, "side of the edge filter in pixels: odd, 3 to 11 (default 7)",
          setWhole<kestrovaSetEdgeMask>, get<int, kestrovaGetEdgeMask>},
         {"stereo-mask", Whole, "side of the correlation window in pixels: odd, 1 to 23 (default 7)",
@@ -86,6 +92,14 @@ const std::vector<Setting>& allSettings()
          setWhole<kestrovaSetBackForthValidation>, get<int, kestrovaGetBackForthValidation>},
         {"back-forth-mapping", Whole, "byte of pixels that fail the way back: 0 to 255 (default 251)",
          setByte<kestrovaSetBackForthValidationMapping>, get<std::uint8_t, kestrovaGetBackForthValidationMapping>},
+        {"surface-validation", Switch, "reject small surfaces: on, off (default on)",
+         setWhole<kestrovaSetSurfaceValidation>, get<int, kestrovaGetSurfaceValidation>},
+        {"surface-size", Whole, "pixels that a surface must have: 0 or more (default 200)",
+         setWhole<kestrovaSetSurfaceValidationSize>, get<int, kestrovaGetSurfaceValidationSize>},
+        {"surface-difference", Real, "largest step between neighbours of one surface, in pixels: 0 or more (default 1)",
+         setReal<kestrovaSetSurfaceValidationDifference>, get<float, kestrovaGetSurfaceValidationDifference>},
+        {"surface-mapping", Whole, "byte of pixels of small surfaces: 0 to 255 (default 252)",
+         setByte<kestrovaSetSurfaceValidationMapping>, get<std::uint8_t, kestrovaGetSurfaceValidationMapping>},
         {"subpixel-mapping", Whole, "byte of pixels without a fit, and of rims: 0 to 255 (default 253)",
          setByte<kestrovaSetSubpixelValidationMapping>, get<std::uint8_t, kestrovaGetSubpixelValidationMapping>},
         {"strict-subpixel", Switch, "kept for older calibrations, without effect: on, off (default off)",
@@ -96,15 +110,28 @@ const std::vector<Setting>& allSettings()
     return s_settings;
 }
 
+const std::vector<std::string>& wordsOf(SettingKind eKind)
+{
+    static const std::vector<std::string> s_switch{"off", "on"};
+    static const std::vector<std::string> s_quality{"standard", "enhanced"};
+    static const std::vector<std::string> s_rectification{"fast", "standard", "enhanced1", "enhanced2"};
+    static const std::vector<std::string> s_none;
+    return eKind == SettingKind::Switch          ? s_switch
+           : eKind == SettingKind::Quality       ? s_quality
+           : eKind == SettingKind::Rectification ? s_rectification
+                                                 : s_none;
+}
+
 // ---- applying ----
 
 static double parseValue(const Setting& rSetting, const std::string& rText)
 {
-    if (rSetting.m_eKind == SettingKind::Switch && (rText == "on" || rText == "off"))
-        return rText == "on" ? 1.0 : 0.0;
+    const std::vector<std::string>& rWords = wordsOf(rSetting.m_eKind);
+    if (const auto word = std::find(rWords.begin(), rWords.end(), rText); word != rWords.end())
+        return static_cast<double>(word - rWords.begin());
     char* pEnd = nullptr;
     const double dValue = std::strtod(rText.c_str(), &pEnd);
-    const bool bNumber = !rText.empty() && *pEnd == '\0' && rSetting.m_eKind != SettingKind::Switch;
+    const bool bNumber = !rText.empty() && *pEnd == '\0' && rWords.empty();
     const bool bWhole = dValue == std::floor(dValue) && std::abs(dValue) <= std::numeric_limits<int>::max();
     if (!bNumber || (rSetting.m_eKind == SettingKind::Whole && !bWhole))
         return std::nan("");
@@ -114,8 +141,13 @@ static double parseValue(const Setting& rSetting, const std::string& rText)
 static void applySetting(KestrovaContext context, const Setting& rSetting, const std::string& rText)
 {
     const double dValue = parseValue(rSetting, rText);
-    if (std::isnan(dValue) || rSetting.m_pfnSet(context, dValue) != KestrovaErrorOk)
-        throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " + rSetting.m_pszHelp);
+    if (!std::isnan(dValue) && rSetting.m_pfnSet(context, dValue) == KestrovaErrorOk)
+        return;
+    std::string words;
+    for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+        words += (words.empty() ? "" : ", ") + rWord;
+    throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " +
+                   (words.empty() ? rSetting.m_pszHelp : "give one of " + words));
 }
 
 static void require(KestrovaError error, const std::string& rMessage)
@@ -179,7 +211,9 @@ std::string describeSettings(KestrovaContext context)
         char acValue[40];
         const double dValue = rSetting.m_pfnGet(context);
         std::snprintf(acValue, sizeof acValue, "%.6g", dValue);
-        add(rSetting.m_pszName, rSetting.m_eKind == SettingKind::Switch ? (dValue != 0.0 ? "on" : "off") : acValue);
+        const std::vector<std::string>& rWords = wordsOf(rSetting.m_eKind);
+        const auto nWord = static_cast<std::size_t>(dValue);
+        add(rSetting.m_pszName, nWord < rWords.size() ? rWords[nWord] : acValue);
     }
     int nMin = 0;
     int nMax = 0;

@@ -15,7 +15,9 @@ namespace kestrova::app {
 
 enum class SettingKind
 {
-    Switch,
+    Switch,        // off, on
+    Quality,       // words, as wordsOf gives them
+    Rectification, // likewise
     Whole,
     Real
 };
@@ -30,6 +32,9 @@ struct Setting
 };
 
 const std::vector<Setting>& allSettings();
+
+/// The values of a setting that takes words, the first standing for 0; none for numbers.
+const std::vector<std::string>& wordsOf(SettingKind eKind);
 
 /// What was asked for on the command line; all else stays as the calibration has it.
 struct SettingWishes

@@ -16,9 +16,9 @@ static int complain(const char* pszMessage)
 int main(int nArguments, char** ppszArguments)
 {
     cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT); // a missing file gets our line only
-    CLI::App program("Distances from the images of two calibrated cameras.\n"
+    CLI::App program("Distances from the images of two or three calibrated cameras.\n"
                      "The right camera is the reference: disparity d at column x of the right rectified image\n"
-                     "matches column x + d of the left one.");
+                     "matches column x + d of the left one; row y matches row y + d of the top one.");
     program.set_version_flag("--version", [] { return std::string(kestrovaVersion()); });
     program.require_subcommand(1);
     kestrova::app::addDemoCommand(program);

@@ -12,6 +12,11 @@ Image<unsigned char>& emptyImage()
     return Image<unsigned char>::defaultImage;
 }
 
+ColorPlanes emptyPlanes()
+{
+    return {emptyImage(), emptyImage(), emptyImage()};
+}
+
 } // namespace
 
 StereoContext::StereoContext()
@@ -20,7 +25,9 @@ StereoContext::StereoContext()
       m_rectifiedImages{emptyImage(), emptyImage(), emptyImage()}, m_edgeImages{emptyImage(), emptyImage(),
                                                                                 emptyImage()},
       m_disparityImage(emptyImage()), m_disparityImage16(Image<unsigned short>::defaultImage),
-      m_surfaceLabelImage(Image<unsigned int>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()}
+      m_surfaceLabelImage(Image<unsigned int>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()},
+      m_colorPlaneImages{emptyPlanes(), emptyPlanes(), emptyPlanes()},
+      m_packedColorImages{Image<Pixel8x4>::defaultImage, Image<Pixel8x4>::defaultImage, Image<Pixel8x4>::defaultImage}
 {
     // The world transforms are the identity as they are made; the other two have their matrix built at once, since
     // they are read without being set.
@@ -232,6 +239,35 @@ void StereoContext::kernelParmsToImageQuality(KernelType eType, int nSize, Kestr
 int StereoContext::getRightCameraIndex() const
 {
     return m_eProduct < ProductSelvane4 ? 0 : -1;
+}
+
+void StereoContext::shareRightImages(const StereoContext& rOther)
+{
+    const int nRight = getRightCameraIndex();
+    if (nRight >= 0) {
+        m_rawImages[nRight] = rOther.m_rawImages[nRight];
+        m_rectifiedImages[nRight] = rOther.m_rectifiedImages[nRight];
+        m_edgeImages[nRight] = rOther.m_edgeImages[nRight];
+        m_stereoImages[nRight] = rOther.m_stereoImages[nRight];
+    }
+}
+
+KestrovaError StereoContext::initFurrowFix()
+{
+    m_pFurrowContext = std::make_unique<StereoContext>();
+    m_pFurrowContext->m_bIsFurrowContext = true;
+    m_pFurrowContext->copyFixedContextInfo(*this);
+    return syncFurrowFixSettings();
+}
+
+KestrovaError StereoContext::syncFurrowFixSettings()
+{
+    if (!m_pFurrowContext->copyStereoSettings(*this)) {
+        return KestrovaErrorInvalidContext;
+    }
+    m_pFurrowContext->m_nFurrowOffset = sk_nFurrowOffset; // the copy brought this context's
+    m_pFurrowContext->shareRightImages(*this);            // the last frame may have brought new ones
+    return KestrovaErrorOk;
 }
 
 void StereoContext::savePreprocessParameters()

@@ -11,6 +11,7 @@
 #include "image/Image.h"
 #include "kestrova.h"
 #include "rectify/KernelType.h"
+#include "stereo/KesSegmentContext.h"
 
 #include <array>
 #include <cstdint>
@@ -128,12 +129,16 @@ struct DeviceFreeSettings
     std::int32_t m_nWarperColOffset = 0;
 };
 
+/** The red, green and blue plane of a rectified colour image. */
+using ColorPlanes = std::array<Image<unsigned char>, 3>;
+
 class StereoContext : public CalibrationScalars, public DeviceFreeSettings
 {
 public:
     static constexpr int sk_nMaxROIs = 100;
     static constexpr int sk_nMaxDisparityWidth = 240;
     static constexpr int sk_nMaxDisparity = 1024;
+    static constexpr int sk_nFurrowOffset = 50; // hundredths of a pixel
 
     StereoContext();
     /** As assignment to a new context: transforms are the identity, colour images and snapshots those of a new one. */
@@ -175,6 +180,17 @@ public:
     void savePreprocessParameters();
     void saveStereoParameters();
 
+    /**
+     * Makes the second context of the furrow fix anew: the same calibration and settings, left and top cameras half a
+     * pixel away, and images of its own except for the right camera's, which are views of this context's.
+     */
+    KestrovaError initFurrowFix();
+    /**
+     * Gives the second context, which must exist, the present settings and the present images of the right camera.
+     * KestrovaErrorInvalidContext, and nothing changed, unless both are the same device.
+     */
+    KestrovaError syncFurrowFixSettings();
+
     /** Fills the record from the 16-bit disparity; false, and nothing written, when the settings do not produce it. */
     bool getImage16(KestrovaImage16Type eType, KestrovaCamera eCamera, KestrovaImage16* pImage);
 
@@ -209,10 +225,17 @@ public:
     LYRTransform3d m_worldToCamera; // its inverse
     LYRTransform3d m_skewingTransform;
     LYRTransform3d m_unskewingTransform;
+    std::array<ColorPlanes, 3> m_colorPlaneImages; // by camera index; slot 0 is the colour camera's too
+    std::array<Image<Pixel8x4>, 3> m_packedColorImages;
     PreprocessSnapshot m_preprocessSnapshot;
     StereoSnapshot m_stereoSnapshot;
+    KesSegmentContext m_segmentContext; // tables of surface validation
 
-    std::unique_ptr<StereoContext> m_pFurrowContext;
+    std::unique_ptr<StereoContext> m_pFurrowContext; // has none of its own
+
+private:
+    /** Views of the other context's images of the right camera. */
+    void shareRightImages(const StereoContext& rOther);
 };
 
 } // namespace kestrova

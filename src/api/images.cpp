@@ -1,6 +1,7 @@
 // The images of a context: views for the caller, and memory of the caller's as their storage.
 #include "api/cameraIndex.h"
 #include "api/settingShims.h"
+#include "api/storage.h"
 #include "kestrova.h"
 
 using namespace kestrova;
@@ -49,7 +50,7 @@ KestrovaError replaceStorage(Image<T>& rSlot, T* pBuffer, int nRows, int nCols)
     if (nRows < 1 || nCols < 1) {
         return KestrovaErrorInvalidRequest;
     }
-    rSlot = pBuffer != nullptr ? Image<T>(nRows, nCols, pBuffer) : Image<T>(nRows, nCols);
+    rSlot = storage(pBuffer, nRows, nCols);
     return KestrovaErrorOk;
 }
 

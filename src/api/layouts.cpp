@@ -28,7 +28,15 @@ static_assert(sk_bPlain<Pixel8x4, 4>);
 static_assert(offsetof(Pixel8x4, m_ucBlue) == 0 && offsetof(Pixel8x4, m_ucGreen) == 1 &&
               offsetof(Pixel8x4, m_ucRed) == 2 && offsetof(Pixel8x4, m_ucFourth) == 3);
 
-static_assert(sk_bImageRecord<KestrovaImage> && sk_bImageRecord<KestrovaImage16>);
+static_assert(sk_bImageRecord<KestrovaImage> && sk_bImageRecord<KestrovaImage16> &&
+              sk_bImageRecord<KestrovaPackedColorImage>);
+
+static_assert(sk_bPlain<KestrovaColorImage, 40>);
+static_assert(offsetof(KestrovaColorImage, nrows) == 0 && offsetof(KestrovaColorImage, ncols) == 4 &&
+              offsetof(KestrovaColorImage, rowinc) == 8 && offsetof(KestrovaColorImage, red) == 16 &&
+              offsetof(KestrovaColorImage, green) == 24 && offsetof(KestrovaColorImage, blue) == 32);
+
+static_assert(sk_bPlain<KestrovaTransform, 128>);
 
 static_assert(sk_bPlain<KestrovaInput, 64>);
 static_assert(offsetof(KestrovaInput, inputType) == 0 && offsetof(KestrovaInput, ulTag1) == 8 &&

@@ -3,13 +3,16 @@
 
 #include "api/settingShims.h"
 #include "kestrova.h"
+#include "parallel/furrowFix.h"
 
 using namespace kestrova;
 
 KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInput* input)
 {
-    return onActiveContext(context,
-                           [&](StereoContext& rContext) { return standardKestrovaPreprocess(&rContext, input); });
+    return onActiveContext(context, [&](StereoContext& rContext) {
+        const bool bBothPasses = rContext.m_bEnhancedStereo && rContext.m_bSubpixelInterpolation;
+        return (bBothPasses ? furrowFixKestrovaPreprocess : standardKestrovaPreprocess)(&rContext, input);
+    });
 }
 
 KestrovaError kestrovaPreprocess(KestrovaContext context, KestrovaInput* input)

@@ -1,10 +1,9 @@
 #include "api/run.h"
 
-#include "api/MultiContext.h"
 #include "api/cameraIndex.h"
+#include "stereo/generalStereo.h"
+#include "stereo/surfaceValidation.h"
 #include "stereo/twoCameraStereo.h"
-
-#include <boost/bind/bind.hpp>
 
 #include <span>
 
@@ -31,15 +30,30 @@ KestrovaError bindStereoImages(StereoContext& rContext)
     return KestrovaErrorOk;
 }
 
-/** The configuration alone picks the correlator. The L and the vertical pair have none yet. */
+/** The configuration alone picks the correlator: no size, mask or range has a say. */
+int correlateRegion(StereoContext& rContext, const KestrovaROI& rRegion)
+{
+    switch (rContext.m_eCameraConfiguration) {
+    case KestrovaCfg2CameraHorizontal:
+        return twoCameraStereo(rContext, rRegion, rContext.m_stereoImages);
+    case KestrovaCfg2CameraVertical:
+        return generalStereo(rContext, rRegion, rContext.m_stereoImages, 2);
+    case KestrovaCfg3CameraL:
+        return generalStereo(rContext, rRegion, rContext.m_stereoImages, rContext.m_nConfiguredCameraCount);
+    default:
+        return KestrovaErrorNotImplemented;
+    }
+}
+
+/** The last failure counts; one that no other region could escape ends the run. */
 int correlateRegions(StereoContext& rContext, std::span<const KestrovaROI> regions)
 {
     int nResult = KestrovaErrorOk;
     for (const KestrovaROI& rRegion : regions) {
-        if (rContext.m_eCameraConfiguration != KestrovaCfg2CameraHorizontal) {
-            return KestrovaErrorNotImplemented;
+        const int nRegionResult = correlateRegion(rContext, rRegion);
+        if (nRegionResult == KestrovaErrorNotImplemented) {
+            return nRegionResult;
         }
-        const int nRegionResult = twoCameraStereo(rContext, rRegion, rContext.m_stereoImages);
         nResult = nRegionResult != KestrovaErrorOk ? nRegionResult : nResult;
     }
     return nResult;
@@ -71,10 +85,20 @@ int standardMultithreadedStereo(const BandPlan& rPlan, StereoContext& rWorkerCon
     return stereoOfRegions(rWorkerContext, rPlan.regionsFor(rWorkerContext));
 }
 
-int standardValidate(StereoContext&)
+ExecutorPool::SliceFunction bandsOf(const StereoContext& rContext, const ExecutorPool& rPool)
 {
-    // Nothing is done to whole frames yet. Small surfaces will be removed here, since they cross the bands.
-    return KestrovaErrorOk;
+    return
+        [plan = BandPlan(rContext, rPool.size())](StereoContext& rWorker, StereoContext& rMain, boost::mutex& rMutex) {
+            return standardMultithreadedStereo(plan, rWorker, rMain, rMutex);
+        };
+}
+
+int standardValidate(StereoContext& rContext)
+{
+    if (!rContext.m_bSurfaceValidation) {
+        return KestrovaErrorOk;
+    }
+    return validateSurfaces(&rContext) ? KestrovaErrorOk : KestrovaErrorSurfaceValidationOverflow;
 }
 
 int standardStereoAndValidate(StereoContext* pContext)
@@ -91,33 +115,3 @@ int standardStereoAndValidate(StereoContext* pContext)
 }
 
 } // namespace kestrova
-
-KestrovaError kestrovaStereo(KestrovaContext context)
-{
-    using namespace kestrova;
-
-    StereoContext* const pContext = getActiveContext(context);
-    ExecutorPool* const pPool = getExecutorPool(multiContextOf(context));
-    if (pContext == nullptr || pPool == nullptr) {
-        return KestrovaErrorInvalidContext;
-    }
-    // The error of an earlier run comes back here, before any work, and stays: only a new pool forgets it.
-    const KestrovaError eEarlier = syncAndGetExecutorError(multiContextOf(context));
-    if (eEarlier != KestrovaErrorOk) {
-        return eEarlier;
-    }
-    if (pContext->m_bEnhancedStereo && pContext->m_bSubpixelInterpolation) {
-        return KestrovaErrorNotImplemented; // the second, shifted pass; a calibration can ask for it
-    }
-    clearDisparityImages(*pContext);
-    pContext->saveStereoParameters();
-
-    const BandPlan plan(*pContext, pPool->size());
-    pPool->executeAsynch(boost::bind(&standardMultithreadedStereo, plan, boost::placeholders::_1,
-                                     boost::placeholders::_2, boost::placeholders::_3),
-                         &standardValidate, *pContext);
-    if (multiContextOf(context)->m_bAsynchronous && pPool->isRunning()) {
-        return KestrovaErrorOk;
-    }
-    return syncAndGetExecutorError(multiContextOf(context));
-}

@@ -1,10 +1,11 @@
-// The driver of a stereo run: what it consists of, and which correlator serves which configuration.
+// What a stereo run consists of, and which correlator serves which configuration.
 //
 // Nothing is kept between runs but the error of the last one, which stays in the pool's task.
 #pragma once
 
 #include "api/BandPlan.h"
 #include "api/StereoContext.h"
+#include "parallel/ExecutorPool.h"
 
 #include <boost/thread/mutex.hpp>
 
@@ -22,7 +23,10 @@ int standardStereo(StereoContext& rContext);
 int standardMultithreadedStereo(const BandPlan& rPlan, StereoContext& rWorkerContext, StereoContext& rMainContext,
                                 boost::mutex& rSliceMutex);
 
-/** What is done to the whole frame when all bands are there. */
+/** The above for all bands of one run of that context, as it is now, on that pool. */
+[[nodiscard]] ExecutorPool::SliceFunction bandsOf(const StereoContext& rContext, const ExecutorPool& rPool);
+
+/** What is done to the whole frame when all bands are there: small surfaces are removed, since they cross the bands. */
 int standardValidate(StereoContext& rContext);
 
 /** A whole run on the caller's thread: both steps in any case, and the first result that is an error. */

@@ -1,6 +1,7 @@
 // Settings of more than one field: ranges, resolutions, quality and regions.
 #include "api/settingShims.h"
 #include "kestrova.h"
+#include "parallel/furrowFix.h"
 #include "rectify/contextWarpers.h"
 
 using namespace kestrova;
@@ -93,6 +94,24 @@ KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, KestrovaRectImg
         StereoContext::kernelParmsToImageQuality(rContext.m_eKernelType, rContext.m_nKernelSize, quality);
         return KestrovaErrorOk;
     });
+}
+
+KestrovaError kestrovaSetStereoQuality(KestrovaContext context, KestrovaStereoQuality quality)
+{
+    return onActiveContext(context, [&](StereoContext& rContext) {
+        const bool bEnhanced = quality == KestrovaStereoEnhanced;
+        const KestrovaError eError =
+            bEnhanced && !rContext.m_bEnhancedStereo ? syncFurrowFixContext(&rContext) : KestrovaErrorOk;
+        if (eError == KestrovaErrorOk) {
+            rContext.m_bEnhancedStereo = bEnhanced;
+        }
+        return eError;
+    });
+}
+
+KestrovaError kestrovaGetStereoQuality(KestrovaContext context, KestrovaStereoQuality* quality)
+{
+    return readSetting(context, &StereoContext::m_bEnhancedStereo, quality);
 }
 
 // ---- regions ----

@@ -113,6 +113,16 @@ KestrovaError kestrovaGetBackForthValidation(KestrovaContext context, int* on)
     return readSetting(context, &StereoContext::m_bBackForthValidation, on);
 }
 
+KestrovaError kestrovaSetSurfaceValidation(KestrovaContext context, int on)
+{
+    return storeSetting(context, &StereoContext::m_bSurfaceValidation, on != 0);
+}
+
+KestrovaError kestrovaGetSurfaceValidation(KestrovaContext context, int* on)
+{
+    return readSetting(context, &StereoContext::m_bSurfaceValidation, on);
+}
+
 KestrovaError kestrovaSetStrictSubpixelValidation(KestrovaContext context, int on)
 {
     return storeSetting(context, &StereoContext::m_bStrictSubpixelValidation, on != 0);
@@ -155,6 +165,16 @@ KestrovaError kestrovaGetBackForthValidationMapping(KestrovaContext context, uin
     return readSetting(context, &StereoContext::m_ucBackForthValidationMapping, value);
 }
 
+KestrovaError kestrovaSetSurfaceValidationMapping(KestrovaContext context, int value)
+{
+    return storeSetting(context, &StereoContext::m_ucSurfaceValidationMapping, static_cast<std::uint8_t>(value));
+}
+
+KestrovaError kestrovaGetSurfaceValidationMapping(KestrovaContext context, uint8_t* value)
+{
+    return readSetting(context, &StereoContext::m_ucSurfaceValidationMapping, value);
+}
+
 KestrovaError kestrovaSetSubpixelValidationMapping(KestrovaContext context, int value)
 {
     return storeSetting(context, &StereoContext::m_ucSubpixelValidationMapping, static_cast<std::uint8_t>(value));
@@ -185,6 +205,26 @@ KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, 
 KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context, float* value)
 {
     return readSetting(context, &StereoContext::m_dUniquenessValidationThreshold, value);
+}
+
+KestrovaError kestrovaSetSurfaceValidationDifference(KestrovaContext context, float value)
+{
+    return storeSetting(context, &StereoContext::m_dSurfaceValidationDifference, value, value >= 0.0F);
+}
+
+KestrovaError kestrovaGetSurfaceValidationDifference(KestrovaContext context, float* value)
+{
+    return readSetting(context, &StereoContext::m_dSurfaceValidationDifference, value);
+}
+
+KestrovaError kestrovaSetSurfaceValidationSize(KestrovaContext context, int size)
+{
+    return storeSetting(context, &StereoContext::m_nSurfaceValidationSize, size, size >= 0);
+}
+
+KestrovaError kestrovaGetSurfaceValidationSize(KestrovaContext context, int* size)
+{
+    return readSetting(context, &StereoContext::m_nSurfaceValidationSize, size);
 }
 
 KestrovaError kestrovaSetEdgeMask(KestrovaContext context, int size)

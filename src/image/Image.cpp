@@ -18,34 +18,24 @@ Image<T>::Image(int nRows, int nCols)
 }
 
 template<typename T>
-Image<T>::Image(const ImageDim& rDim)
-    : Image(rDim.m_nRows, rDim.m_nCols)
-{
-}
+Image<T>::Image(const ImageDim& rDim) : Image(rDim.m_nRows, rDim.m_nCols)
+{}
 
 template<typename T>
-Image<T>::Image(int nRows, int nCols, FastScratchMemory&)
-    : Image(nRows, nCols)
-{
-}
+Image<T>::Image(int nRows, int nCols, FastScratchMemory&) : Image(nRows, nCols)
+{}
 
 template<typename T>
-Image<T>::Image(const ImageDim& rDim, FastScratchMemory&)
-    : Image(rDim.m_nRows, rDim.m_nCols)
-{
-}
+Image<T>::Image(const ImageDim& rDim, FastScratchMemory&) : Image(rDim.m_nRows, rDim.m_nCols)
+{}
 
 template<typename T>
-Image<T>::Image(int nRows, int nCols, T* pPixels)
-    : Image(nRows, nCols, nCols, pPixels)
-{
-}
+Image<T>::Image(int nRows, int nCols, T* pPixels) : Image(nRows, nCols, nCols, pPixels)
+{}
 
 template<typename T>
-Image<T>::Image(const ImageDim& rDim, T* pPixels)
-    : Image(rDim.m_nRows, rDim.m_nCols, pPixels)
-{
-}
+Image<T>::Image(const ImageDim& rDim, T* pPixels) : Image(rDim.m_nRows, rDim.m_nCols, pPixels)
+{}
 
 template<typename T>
 Image<T>::Image(int nRows, int nCols, int nStride, T* pPixels)
@@ -66,15 +56,13 @@ Image<T>::Image(const Image& rOther)
 }
 
 template<typename T>
-Image<T>::Image(const Image& rParent, const ImageROI& rROI, bool bKeepFrame)
-    : m_pBuffer(rParent.m_pBuffer)
+Image<T>::Image(const Image& rParent, const ImageROI& rROI, bool bKeepFrame) : m_pBuffer(rParent.m_pBuffer)
 {
     makeImage(*this, rParent, rROI, bKeepFrame);
 }
 
 template<typename T>
-Image<T>::Image(Image& rParent, const ImageROI& rROI, bool bKeepFrame, const T& rValue)
-    : m_pBuffer(rParent.m_pBuffer)
+Image<T>::Image(Image& rParent, const ImageROI& rROI, bool bKeepFrame, const T& rValue) : m_pBuffer(rParent.m_pBuffer)
 {
     makeImage(*this, rParent, rROI, bKeepFrame, rValue);
 }

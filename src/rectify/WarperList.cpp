@@ -1,6 +1,7 @@
 #include "rectify/WarperList.h"
 
-#include "rectify/Warper3.h"
+#include "rectify/GaussWarper3.h"
+#include "rectify/SincWarper3.h"
 
 #include <limits>
 #include <new>
@@ -73,15 +74,14 @@ std::unique_ptr<Warper> WarperList::buildWarper(int nDstRows, int nDstCols, int 
         case KernelBilinear:
             return build<Warper3>;
         case KernelSinc:
+            return build<SincWarper3>;
         case KernelGauss:
-            return nullptr;
+            return build<GaussWarper3>;
         default:
             return build<BilinearWarper3>;
         }
     }();
-    return pBuild == nullptr ? nullptr
-                             : pBuild(*m_pWarpFunc, nSrcRows, nSrcCols, nStride, nDstRows, nDstCols, nRowOffset,
-                                      nColOffset, nKernelSize);
+    return pBuild(*m_pWarpFunc, nSrcRows, nSrcCols, nStride, nDstRows, nDstCols, nRowOffset, nColOffset, nKernelSize);
 }
 
 const Warper* WarperList::find(const WarperKey& rKey) const

@@ -23,8 +23,8 @@ public:
     [[nodiscard]] bool reallocate();
 
     /**
-     * A new warper of the class for the kernel type, not listed yet. Null without a map, for a kernel that has no class
-     * in this version (KernelSinc, KernelGauss), and for sizes that the tables cannot hold.
+     * A new warper of the class for the kernel type, not listed yet. Null without a map and for sizes that the tables
+     * cannot hold.
      */
     [[nodiscard]] std::unique_ptr<Warper> buildWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols,
                                                       int nStride, int nRowOffset, int nColOffset,

@@ -20,6 +20,15 @@ class Warper;
 template<typename T>
 [[nodiscard]] Image<T> blackScratch(const ImageDim& rSize);
 
+/** Replaces an image of another size by a black one; memory of a caller goes out of use then. */
+template<typename T>
+void giveSize(Image<T>& rImage, const ImageDim& rSize)
+{
+    if (rImage.size() != rSize) {
+        rImage = blackScratch<T>(rSize);
+    }
+}
+
 /**
  * The core. tmp has the size of src and is written only if there is something to filter: with one-pixel masks and a
  * gain of 1 the warp reads src itself. The warper's stride is that of the image that it reads.

@@ -13,6 +13,21 @@
 
 namespace kestrova {
 
+bool describesFrame(const KestrovaInput& rInput)
+{
+    if (rInput.nrows < 1 || rInput.ncols < 1) {
+        return false;
+    }
+    switch (rInput.inputType) {
+    case KestrovaInputPacked:
+        return rInput.rowinc >= std::int64_t{4} * rInput.ncols;
+    case KestrovaInputRGB:
+        return rInput.rowinc >= rInput.ncols;
+    default:
+        return false;
+    }
+}
+
 namespace {
 
 using Flags = std::array<bool, 3>; // by camera index
@@ -31,21 +46,6 @@ int cameraOfChannel(const StereoContext& rContext, int nChannel)
 }
 
 // ---- the checks, before anything changes ----
-
-bool describesFrame(const KestrovaInput& rInput)
-{
-    if (rInput.nrows < 1 || rInput.ncols < 1) {
-        return false;
-    }
-    switch (rInput.inputType) {
-    case KestrovaInputPacked:
-        return rInput.rowinc >= std::int64_t{4} * rInput.ncols;
-    case KestrovaInputRGB:
-        return rInput.rowinc >= rInput.ncols;
-    default:
-        return false;
-    }
-}
 
 bool hasPixels(const StereoContext& rContext, const KestrovaInput& rInput)
 {
@@ -76,13 +76,6 @@ KestrovaError checkInput(const StereoContext& rContext, const KestrovaInput* pIn
 }
 
 // ---- images ----
-
-void giveSize(Image<unsigned char>& rImage, const ImageDim& rSize)
-{
-    if (rImage.size() != rSize) {
-        rImage = blackScratch<unsigned char>(rSize);
-    }
-}
 
 void takePacked(StereoContext* pContext, const KestrovaInput& rInput)
 {

@@ -9,6 +9,9 @@ namespace kestrova {
 
 class StereoContext;
 
+/** Whether type, size and row increment describe a frame; planes are not looked at. */
+[[nodiscard]] bool describesFrame(const KestrovaInput& rInput);
+
 /**
  * Preprocesses one frame. On an error nothing is rolled back.
  *

@@ -1,6 +1,5 @@
 #include "stereo/disparity_pass.h"
 
-#include "stereo/BoxFilter.h"
 #include "stereo/kernels.h"
 #include "stereo/processor.h"
 
@@ -14,31 +13,34 @@ constexpr unsigned sk_uLargestAddingMask = 15; // 15 * 15 * 255 < 65536: sums st
 class DifferenceRow
 {
 public:
-    DifferenceRow(const Image<unsigned char>* pViews, int K, unsigned m)
-        : m_pViews(pViews), m_nViews(K), m_bAverage(m > sk_uLargestAddingMask),
-          m_row(Image<unsigned char>::constImage(pViews[0].size(), 0))
+    DifferenceRow(Image<unsigned char>& rStorage, const Image<unsigned char>* pViews, int K, unsigned m)
+        : m_pViews(pViews), m_nViews(K), m_bAverage(m > sk_uLargestAddingMask), m_rStorage(rStorage)
     {}
 
     Row<unsigned char> operator()(int nRow)
     {
-        const int nCols = m_row.nCols();
+        const int nCols = m_pViews[0].nCols();
         const unsigned char* pReference = &m_pViews[0][nRow][0];
-        unsigned char* pOut = &m_row[nRow][0];
+        unsigned char* pOut = &m_rStorage[nRow][0];
         abs_diff(pOut, pReference, &m_pViews[1][nRow][0], nCols);
         for (int nView = 2; nView < m_nViews; ++nView) {
             (m_bAverage ? acc_abs_diff_over2 : acc_abs_diff)(pOut, pReference, &m_pViews[nView][nRow][0], nCols);
         }
-        return m_row[nRow];
+        return Row<unsigned char>(pOut, nCols);
     }
 
 private:
     const Image<unsigned char>* m_pViews; // borrowed for the pass
     int m_nViews;
     bool m_bAverage;
-    Image<unsigned char> m_row;
+    Image<unsigned char>& m_rStorage;
 };
 
 } // namespace
+
+PassRows::PassRows(const ImageDim& rDim)
+    : m_differences(Image<unsigned char>::constImage(rDim, 0)), m_scores(Image<unsigned short>::constImage(rDim, 0))
+{}
 
 void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* pViews, int K, unsigned m)
 {
@@ -46,7 +48,8 @@ void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* 
         return;
     }
     const bool bSSE2 = sse2Enabled();
-    DifferenceRow differences(pViews, K, m);
+    Image<unsigned char> storage = Image<unsigned char>::constImage(pViews[0].size(), 0);
+    DifferenceRow differences(storage, pViews, K, m);
     BoxFilter box;
     box.reset(rScore, m, m);
     for (int nRow = 0; nRow < pViews[0].nRows(); ++nRow) {
@@ -61,17 +64,26 @@ void stereoStep(Image<unsigned short>& rBest, Image<unsigned char>& rLabel, Imag
     if (K < 1 || pViews == nullptr || m == 0) {
         return;
     }
+    PassRows rows(pViews[0].size());
+    stereoStep(rows, rBest, rLabel, rBefore, rAfter, rLast, pViews, K, m, ucNewLabel, bSubpixel);
+}
+
+void stereoStep(PassRows& rRows, Image<unsigned short>& rBest, Image<unsigned char>& rLabel,
+                Image<unsigned short>& rBefore, Image<unsigned short>& rAfter, Image<unsigned short>& rLast,
+                const Image<unsigned char>* pViews, int K, unsigned m, unsigned char ucNewLabel, bool bSubpixel)
+{
+    if (K < 1 || pViews == nullptr || m == 0) {
+        return;
+    }
     const bool bSSE2 = sse2Enabled();
-    DifferenceRow differences(pViews, K, m);
-    Image<unsigned short> scores = Image<unsigned short>::constImage(rBest.size(), 0);
-    BoxFilter box;
-    box.reset(scores, m, m);
+    DifferenceRow differences(rRows.m_differences, pViews, K, m);
+    rRows.m_box.reset(rRows.m_scores, m, m);
     for (int nRow = 0; nRow < pViews[0].nRows(); ++nRow) {
-        const int y = box.add(differences(nRow), pViews[0].nCols(), bSSE2);
+        const int y = rRows.m_box.add(differences(nRow), pViews[0].nCols(), bSSE2);
         if (y < 0 || y >= rBest.nRows()) {
             continue;
         }
-        const unsigned short* pScores = &scores[y][0];
+        const unsigned short* pScores = &rRows.m_scores[y][0];
         const int nCols = rLabel.nCols();
         if (bSubpixel) {
             stereo_min_subpix(&rBest[y][0], &rLabel[y][0], &rBefore[y][0], &rAfter[y][0], &rLast[y][0], pScores,

@@ -6,8 +6,20 @@
 #pragma once
 
 #include "image/Image.h"
+#include "stereo/BoxFilter.h"
 
 namespace kestrova {
+
+/** The rows that a pass works in. A loop over disparities makes them once, as wide as its widest views. */
+struct PassRows
+{
+    /** rDim bounds the views of every pass. */
+    explicit PassRows(const ImageDim& rDim);
+
+    Image<unsigned char> m_differences; // one row of storage each
+    Image<unsigned short> m_scores;
+    BoxFilter m_box;
+};
 
 /** Scores of the first disparity into rScore. Does nothing if K is below 2, views is null or m is 0. */
 void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* pViews, int K, unsigned m);
@@ -21,5 +33,11 @@ void stereoFirstStep(Image<unsigned short>& rScore, const Image<unsigned char>* 
 void stereoStep(Image<unsigned short>& rBest, Image<unsigned char>& rLabel, Image<unsigned short>& rBefore,
                 Image<unsigned short>& rAfter, Image<unsigned short>& rLast, const Image<unsigned char>* pViews, int K,
                 unsigned m, unsigned char ucNewLabel, bool bSubpixel);
+
+/** As above, in rows that the caller keeps: the first pass with some mask allocates the filter's ring, others nothing.
+ */
+void stereoStep(PassRows& rRows, Image<unsigned short>& rBest, Image<unsigned char>& rLabel,
+                Image<unsigned short>& rBefore, Image<unsigned short>& rAfter, Image<unsigned short>& rLast,
+                const Image<unsigned char>* pViews, int K, unsigned m, unsigned char ucNewLabel, bool bSubpixel);
 
 } // namespace kestrova

@@ -94,6 +94,11 @@ KestrovaError setQuality(KestrovaContext context, int n)
     return kestrovaSetRectImgQuality(context, static_cast<KestrovaRectImgQuality>(n));
 }
 
+KestrovaError setStereoQuality(KestrovaContext context, int n)
+{
+    return kestrovaSetStereoQuality(context, static_cast<KestrovaStereoQuality>(n));
+}
+
 #define BOTH(name) #name, kestrovaSet##name, kestrovaGet##name // spelt once, so that the two cannot differ
 
 const Setting sk_aSettings[] = {
@@ -106,16 +111,21 @@ const Setting sk_aSettings[] = {
     onOff(BOTH(TextureValidation), true),
     onOff(BOTH(UniquenessValidation), true),
     onOff(BOTH(BackForthValidation), false),
+    onOff(BOTH(SurfaceValidation), true),
     onOff(BOTH(StrictSubpixelValidation), false),
     code(BOTH(TextureValidationMapping), 255),
     code(BOTH(UniquenessValidationMapping), 254),
     code(BOTH(BackForthValidationMapping), 251),
+    code(BOTH(SurfaceValidationMapping), 252),
     code(BOTH(SubpixelValidationMapping), 253),
     single(BOTH(TextureValidationThreshold), 0.5, {yes(0), yes(128), no(128.5), no(-0.5), no(std::nan(""))}),
     single(BOTH(UniquenessValidationThreshold), 0.5, {yes(0), yes(10), no(10.5), no(-0.5), no(std::nan(""))}),
+    single(BOTH(SurfaceValidationDifference), 1, {yes(0), yes(1000), no(-0.5), no(std::nan(""))}),
+    single(BOTH(SurfaceValidationSize), 200, {yes(0), yes(1000000), no(-1)}),
     single(BOTH(EdgeMask), 7, {yes(3), yes(5), yes(11), no(1), no(4), no(13), no(-3)}),
     single(BOTH(StereoMask), 7, {yes(1), yes(13), yes(23), no(0), no(2), no(25), no(-1)}),
     single("RectImgQuality", setQuality, kestrovaGetRectImgQuality, 1, {yes(0), yes(2), yes(3), reads(9, 1)}),
+    single("StereoQuality", setStereoQuality, kestrovaGetStereoQuality, 0, {yes(1), yes(1), reads(7, 0), yes(1)}),
     pair(BOTH(Disparity), {0, 32},
          {yes(0, 240), yes(73, 313), no(73, 314), no(0, 241), no(5, 5), no(-1, 5),
           no(std::numeric_limits<int>::min(), std::numeric_limits<int>::max())}),
@@ -190,7 +200,7 @@ TEST(Settings, PrepareRegionsAndAnyMask)
     EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 41, 60, 80), KestrovaErrorInvalidSetting);
     EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 81), KestrovaErrorInvalidSetting);
     EXPECT_EQ(kestrovaSetRectImgQuality(c, KestrovaRectEnhanced1), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), KestrovaErrorSystem); // its kernel has not arrived
+    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), KestrovaErrorOk);
     EXPECT_EQ(kestrovaSetResolutionAndPrepare(nullptr, 30, 41, 60, 80), KestrovaErrorInvalidContext);
 
     KestrovaROI* pROIs = nullptr;

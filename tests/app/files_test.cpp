@@ -1,130 +1,114 @@
-// Clouds, float images, folders and pictures: what others open.
+// What goes in and comes out: clouds, float images, folders, pictures, and frames fitted to the canvas.
 #include "AppError.h"
 #include "CloudWriter.h"
+#include "FrameFit.h"
 #include "OutputFolder.h"
 #include "Pictures.h"
 
-#include "app/TempFolder.h"
+#include "app/fixtures.h"
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <limits>
-#include <set>
 
 namespace kestrova::app {
 
-TEST(CloudWriter, WritesWhatAReaderOfTheHeaderExpects)
+TEST(CloudWriter, WritesWhatReadersOfTheHeadersExpect)
 {
     const TempFolder folder;
-    writeCloud(folder / "c.ply", {{{1.5f, -2.0f, 3.25f}, {10, 20, 30}}, {{-0.0f, 1e-3f, 9.0f}, {255, 0, 1}}}, "a test");
-    const std::string file = slurp(folder / "c.ply");
-    const std::string end = "end_header\n";
-    const std::size_t nData = file.find(end) + end.size();
-    EXPECT_EQ(file.substr(0, nData), "ply\nformat binary_little_endian 1.0\n"
-                                     "comment frame=right_rectified_optical, unit=m, source=a test\nelement vertex 2\n"
-                                     "property float x\nproperty float y\nproperty float z\n"
-                                     "property uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n");
-    ASSERT_EQ(file.size() - nData, 2u * 15u);
-    float afFirst[3];
-    std::memcpy(afFirst, file.data() + nData, sizeof afFirst);
-    EXPECT_THAT(afFirst, testing::ElementsAre(1.5f, -2.0f, 3.25f));
-    EXPECT_EQ(file.substr(nData + 12, 3), "\x0A\x14\x1E");
-    EXPECT_EQ(file.substr(nData + 27, 3), std::string("\xFF\x00\x01", 3));
+    const auto bytes = [](const std::vector<float>& rFloats) {
+        return std::string(reinterpret_cast<const char*>(rFloats.data()), rFloats.size() * sizeof(float));
+    };
+    writeCloud(folder / "c.ply", {{{1.5f, -2.0f, 3.25f}, {10, 255, 0}}}, "a\ntest");
+    EXPECT_EQ(slurp(folder / "c.ply"), "ply\nformat binary_little_endian 1.0\n"
+                                       "comment frame=right_rectified_optical, unit=m, source=a?test\n"
+                                       "element vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
+                                       "property uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n" +
+                                           bytes({1.5f, -2.0f, 3.25f}) + std::string("\x0A\xFF\0", 3));
+    const float fNone = std::numeric_limits<float>::infinity();
+    writePfm(folder / "d.pfm", (cv::Mat1f(2, 3) << 1, 2, 3, 4, 5, fNone)); // rows run upward
+    EXPECT_EQ(slurp(folder / "d.pfm"), "Pf\n3 2\n-1.0\n" + bytes({4, 5, fNone, 1, 2, 3}));
     EXPECT_THROW(writeCloud(folder / "no/c.ply", {}, ""), AppError);
-}
-
-TEST(CloudWriter, PfmRunsUpwardAndKeepsTheUnknown)
-{
-    const TempFolder folder;
-    const cv::Mat1f image = (cv::Mat1f(2, 3) << 1, 2, 3, 4, 5, std::numeric_limits<float>::infinity());
-    writePfm(folder / "d.pfm", image);
-    const std::string file = slurp(folder / "d.pfm");
-    const std::string header = "Pf\n3 2\n-1.0\n";
-    ASSERT_EQ(file.substr(0, header.size()), header);
-    ASSERT_EQ(file.size(), header.size() + 24);
-    float af[6];
-    std::memcpy(af, file.data() + header.size(), sizeof af);
-    EXPECT_THAT(af, testing::ElementsAre(4, 5, std::numeric_limits<float>::infinity(), 1, 2, 3));
 }
 
 TEST(OutputFolder, AppearsWholeOrNotAtAll)
 {
     const TempFolder folder;
-    const auto put = [](const OutputFolder& rOutput, const char* pszName, const char* pszText) {
-        std::ofstream(rOutput.file(pszName)) << pszText;
-    };
     for (const char* pszPlace : {"new", "deep/er", "slash/"}) {
-        {
+        for (bool bCommit : {false, true}) {
             OutputFolder output(folder / pszPlace);
-            put(output, "a", "lost");
+            std::ofstream(output.file("a")) << "kept";
+            EXPECT_FALSE(std::filesystem::exists(folder / pszPlace)) << pszPlace;
+            if (bCommit)
+                output.commit();
         }
-        EXPECT_FALSE(std::filesystem::exists(folder / pszPlace)) << pszPlace;
-        OutputFolder output(folder / pszPlace);
-        put(output, "a", "kept");
-        EXPECT_FALSE(std::filesystem::exists(folder / pszPlace / "a")) << pszPlace;
-        output.commit();
         EXPECT_EQ(slurp(folder / pszPlace / "a"), "kept") << pszPlace;
     }
-    std::ofstream(folder / "new/own") << "mine"; // what stands there already stays, unless it has the same name
-    {
-        OutputFolder output(folder / "new");
-        put(output, "a", "newer");
-        output.commit();
-    }
-    EXPECT_EQ(slurp(folder / "new/a") + slurp(folder / "new/own"), "newermine");
+    std::ofstream(folder / "new/own") << "mine";
+    OutputFolder again(folder / "new");
+    std::ofstream(again.file("a")) << "newer";
+    again.commit();
+    EXPECT_EQ(slurp(folder / "new/a") + slurp(folder / "new/own"), "newermine") << "only files of the same name go";
     EXPECT_THROW(OutputFolder(folder / "new/own"), AppError);
-    for (const auto& rEntry : std::filesystem::recursive_directory_iterator(folder.path()))
-        EXPECT_EQ(rEntry.path().string().find(".partial"), std::string::npos) << rEntry.path();
 }
 
-static DisparityMap rowOf(const std::vector<float>& rDisparities)
+TEST(Pictures, ColoursFollowTheRangeAndSheetsTheImages)
 {
-    DisparityMap map{cv::Mat1f(rDisparities, true).reshape(1, 1),
-                     cv::Mat1b(1, static_cast<int>(rDisparities.size()), uchar(0))};
-    return map;
-}
-
-TEST(Pictures, ColoursFollowTheRangeAndNotTheFrame)
-{
-    const ColourScale scale{0, 64, 60};
-    const cv::Mat3b whole = colourDisparity(rowOf({2, 20, 40, 62}), scale);
-    EXPECT_EQ(colourDisparity(rowOf({20, 21}), scale)(0, 0), whole(0, 1)) << "the same disparity in another frame";
-    const cv::Vec3b far = whole(0, 0);
-    const cv::Vec3b near = whole(0, 3);
-    EXPECT_GT(near[2], near[0]) << "near is red";
-    EXPECT_GT(far[0], far[2]) << "far is blue";
-
-    DisparityMap rejects = rowOf(std::vector<float>(sk_nRejects, 0.0f));
-    std::set<int> greys;
+    DisparityMap map{cv::Mat1f(48, 64, 5.0f), cv::Mat1b(48, 64, uchar(0))};
+    map.m_pixels(0, 0) = 60.0f;
     for (int i = 1; i < sk_nRejects; ++i)
-        rejects.m_reject(0, i) = static_cast<unsigned char>(i);
-    const cv::Mat3b picture = colourDisparity(rejects, scale);
-    for (int i = 1; i < sk_nRejects; ++i) {
-        const cv::Vec3b colour = picture(0, i);
-        EXPECT_TRUE(colour[0] == colour[1] && colour[1] == colour[2]) << i;
-        for (int nOther : greys)
-            EXPECT_GE(std::abs(nOther - colour[0]), 25) << i;
-        greys.insert(colour[0]);
-    }
-}
-
-TEST(Pictures, SheetsHoldTheImagesTheRightWayRound)
-{
-    const cv::Mat1b left(48, 64, uchar(10));
-    const cv::Mat1b right(48, 64, uchar(200));
-    const cv::Mat3b pair = sideBySide(left, right);
+        map.m_reject(0, i) = static_cast<unsigned char>(i);
+    const cv::Mat3b colours = colourDisparity(map, {0, 64, 60});
+    EXPECT_GT(colours(0, 0)[2], colours(0, 0)[0]) << "near is red";
+    EXPECT_GT(colours(1, 0)[0], colours(1, 0)[2]) << "far is blue, whatever else is in the frame";
+    for (int i = 1; i < sk_nRejects; ++i)
+        for (int k = 1; k < i; ++k)
+            EXPECT_GE(cv::norm(colours(0, i), colours(0, k), cv::NORM_INF), 25) << i << " and " << k << " look alike";
+    const cv::Mat3b sheet = disparityPicture(map, {0, 64, 60}, "title");
+    EXPECT_GE(sheet.rows, 400) << "a small picture grows, so that the legend can be read";
+    EXPECT_EQ(sheet(26, 0), colours(0, 0)) << "the first pixel stays at the top left";
+    EXPECT_EQ(sheet(sheet.rows - 1, 0), colours(1, 0));
+    const cv::Mat3b pair = sideBySide(cv::Mat1b(48, 64, uchar(10)), cv::Mat1b(48, 64, uchar(200)));
     EXPECT_EQ(pair(pair.rows - 2, 5), cv::Vec3b::all(10));
     EXPECT_EQ(pair(pair.rows - 2, pair.cols - 5), cv::Vec3b::all(200));
-    for (int nWidth : {64, 640}) { // a small picture grows, so that the legend can be read
-        DisparityMap map{cv::Mat1f(nWidth * 3 / 4, nWidth, 5.0f), cv::Mat1b(nWidth * 3 / 4, nWidth, uchar(0))};
-        map.m_pixels(0, 0) = 60.0f;
-        const cv::Mat3b sheet = disparityPicture(map, {0, 64, 60}, "title");
-        EXPECT_GE(sheet.rows, 400);
-        const cv::Mat3b colours = colourDisparity(map, {0, 64, 60});
-        EXPECT_EQ(sheet(26, 0), colours(0, 0)) << "the first pixel stays at the top left";
-        EXPECT_EQ(sheet(sheet.rows - 1, 0), colours(1, 0));
+}
+
+TEST(FrameFit, KeepsTheShapeAndFindsTheCanvas)
+{
+    const cv::Size vga(640, 480);
+    const std::tuple<cv::Size, std::optional<cv::Size>, cv::Size, cv::Rect> aCases[] = {
+        {{641, 480}, {}, {644, 483}, {1, 1, 641, 480}},  {{1280, 720}, {}, {1280, 960}, {0, 120, 1280, 720}},
+        {{500, 500}, {}, {668, 501}, {84, 0, 500, 500}}, {{1282, 1110}, vga, vga, {43, 0, 554, 480}},
+        {{320, 240}, vga, vga, {0, 0, 640, 480}},        {{4000, 10}, vga, vga, {0, 239, 640, 2}}};
+    for (const auto& [frame, wish, canvas, place] : aCases) {
+        const FrameFit fit = planFrameFit(frame, wish);
+        EXPECT_EQ(fit.m_canvas, canvas) << frame;
+        EXPECT_EQ(fit.m_place, place) << frame;
+        const cv::Mat fitted = fitFrame(cv::Mat1b(frame, uchar(7)), fit);
+        EXPECT_EQ(cv::countNonZero((fitted == 7) != fit.region()), 0) << "the frame fills its place and no more";
     }
+    EXPECT_THROW(planFrameFit({640, 480}, cv::Size(640, 400)), AppError);
+
+    // Disparity scales with the width, from 200 columns to 80, and is never mixed; above the frame nothing is known.
+    cv::Mat1f truth(100, 200, 0.0f);
+    truth.colRange(99, 200).setTo(50.0f);
+    const FrameFit fit = planFrameFit(truth.size(), cv::Size(80, 60));
+    cv::Mat1f expected(60, 80, 0.0f);
+    expected(cv::Rect(40, 10, 40, 40)).setTo(20.0f);
+    EXPECT_EQ(cv::countNonZero(fitDisparity(truth, fit) != expected), 0);
+    // A picture of another size than the frame: its own width counts.
+    EXPECT_EQ(fitDisparity(cv::Mat1f(50, 100, 25.0f), fit)(30, 40), 20.0f);
+}
+
+TEST(Options, SizesAndLengths)
+{
+    EXPECT_EQ(parseSize("640x480", "--size"), cv::Size(640, 480));
+    for (const char* pszLength : {"120mm", "12.0cm", "0.12m"})
+        EXPECT_DOUBLE_EQ(parseLength(pszLength, "--b"), 0.12);
+    for (const char* pszBad : {"", "640", "640x", "x480", "640x480x", "0x0", "-4x-3", "640 by 480"})
+        EXPECT_THROW(parseSize(pszBad, "--size"), AppError) << pszBad;
+    for (const char* pszBad : {"", "120", "mm", "120 mm", "120mmm", "-1m", "0mm", "nanm", "infm", "1e3"})
+        EXPECT_THROW(parseLength(pszBad, "--b"), AppError) << pszBad;
 }
 
 } // namespace kestrova::app

@@ -1,7 +1,8 @@
 #include "api/StereoContext.h"
 #include "models.h"
 #include "rectify/Camera.h"
-#include "rectify/Warper3.h"
+#include "rectify/GaussWarper3.h"
+#include "rectify/SincWarper3.h"
 #include "rectify/contextWarpers.h"
 
 namespace kestrova::test {
@@ -33,11 +34,15 @@ TEST(Camera, PicksTheClassByKernelTypeAndRefusesWhatTablesCannotHold)
     EXPECT_NE(dynamic_cast<const BilinearWarper3*>(pOther), nullptr);
     EXPECT_EQ(get(*pCamera, 8, static_cast<KernelType>(-2), -1), pOther) << "a frame must not build it anew each time";
     EXPECT_EQ(dynamic_cast<const Warper3*>(get(*pCamera, 8)), nullptr);
-    EXPECT_EQ(get(*pCamera, 8, KernelSinc), nullptr);
-    EXPECT_EQ(pCamera->currentWarper(), nullptr);
+    EXPECT_NE(dynamic_cast<const Warper3*>(get(*pCamera, 9, KernelBilinear)), nullptr);
+    EXPECT_NE(dynamic_cast<const SincWarper3*>(get(*pCamera, 8, KernelSinc)), nullptr);
+    EXPECT_NE(dynamic_cast<const GaussWarper3*>(get(*pCamera, 8, KernelGauss)), nullptr);
     EXPECT_EQ(get(*pCamera, 0), nullptr);
     EXPECT_EQ(get(*pCamera, 1 << 29), nullptr) << "6 rows of that stride leave 31 bits";
-    EXPECT_EQ(pCamera->warpers().count(), 2);
+    EXPECT_EQ(pCamera->currentWarper(), nullptr);
+    EXPECT_EQ(pCamera->warpers().count(), 5);
+    pCamera->deleteWarpMapFuncs();
+    EXPECT_EQ(get(*pCamera, 8), nullptr);
 }
 
 using Values = std::vector<double>;
@@ -108,6 +113,10 @@ TEST(ContextWarpers, BuildsWhatTheNextFrameReads)
     EXPECT_EQ(pLeft->warpers().count(), 4);
     context.m_bHasColorCamera = true;
     EXPECT_FALSE(buildWarpers(&context)) << "no colour camera";
+    const auto pColor = camera();
+    context.m_pColorCamera = pColor.get();
+    EXPECT_TRUE(buildWarpers(&context));
+    EXPECT_NE(pColor->warpers().find({3, 4, 6, 40, 256, 0, 0, KernelBilinear, 5}), nullptr);
 }
 
 } // namespace

@@ -23,7 +23,7 @@ public:
           n(r.m_nMaxDisparity - r.m_nMinDisparity + 1), V(r.m_ucSubpixelValidationMapping)
     {}
 
-    void run(const KestrovaROI& rRegion, Bytes& rOut8, Words& rOut16)
+    KestrovaError run(const KestrovaROI& rRegion, Bytes& rOut8, Words& rOut16)
     {
         const int b = m / 2 + (r.m_bEdgeCorrelation ? r.m_nEdgeMaskSize / 2 : 0);
         const int r0 = std::max(b, rRegion.m_nRowOffset), c0 = std::max(b, rRegion.m_nColOffset);
@@ -33,7 +33,7 @@ public:
         m_nLeft = c0 - m / 2;
         W2 = r.m_nCols - m_nLeft - r.m_nMinDisparity;
         if (r1 <= r0 || c1 <= c0 || !prepare()) {
-            return;
+            return KestrovaErrorOk;
         }
         for (int y = r0; y < r1; ++y) {
             sumRow(y - m / 2);
@@ -47,6 +47,7 @@ public:
                 }
             }
         }
+        return KestrovaErrorOk;
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "kestrova.h"
 #include "support/CalibrationText.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <memory>
@@ -32,28 +33,30 @@ inline Handle open(Shape eShape)
     return openText(CalibrationText(eShape).text());
 }
 
-/** Planes of a pair: noise on the right (red), the same moved right by a disparity on the left (green). */
+/** A frame of a set: noise on the right camera, the same moved right on the left and down on the top by a disparity. */
 class StereoFrame
 {
 public:
-    StereoFrame(int nRows, int nCols, int nDisparity, int nPad = 0)
-        : m_nRows(nRows), m_nCols(nCols), m_nRowInc(nCols + nPad),
-          m_right(static_cast<std::size_t>(nRows) * static_cast<std::size_t>(m_nRowInc)), m_left(m_right.size())
+    StereoFrame(int nRows, int nCols, int nDisparity, int nPad = 0, Shape eShape = Shape::Horizontal)
+        : m_nRows(nRows), m_nCols(nCols), m_nRowInc(nCols + nPad), m_planes(3)
     {
         std::mt19937 random(static_cast<unsigned>(nRows * 1000 + nDisparity));
-        for (std::size_t i = 0; i < m_right.size(); ++i) {
-            m_right[i] = static_cast<std::uint8_t>(random() >> 7);
-            const std::size_t nColumn = i % static_cast<std::size_t>(m_nRowInc);
-            const auto nShift = static_cast<std::size_t>(nDisparity);
-            m_left[i] = nColumn >= nShift ? m_right[i - nShift] : static_cast<std::uint8_t>(random() >> 7);
+        const auto noise = [&] { return static_cast<std::uint8_t>(random() >> 7); };
+        m_planes[0].resize(static_cast<std::size_t>(nRows) * static_cast<std::size_t>(m_nRowInc));
+        std::generate(m_planes[0].begin(), m_planes[0].end(), noise);
+        const int nBack = eShape == Shape::Horizontal ? nDisparity : nDisparity * m_nRowInc;
+        for (const auto& [uPlane, nMove] : {std::pair{1U, nBack}, {2U, nDisparity}}) {
+            m_planes[uPlane].resize(m_planes[0].size());
+            std::generate_n(m_planes[uPlane].begin(), nMove, noise);
+            std::copy(m_planes[0].begin(), m_planes[0].end() - nMove, m_planes[uPlane].begin() + nMove);
         }
     }
 
     [[nodiscard]] KestrovaInput planes()
     {
         KestrovaInput input{};
-        kestrovaBuildRGBKestrovaInput(m_nCols, m_nRows, m_nRowInc, 0, 0, m_right.data(), m_left.data(), m_left.data(),
-                                      &input);
+        kestrovaBuildRGBKestrovaInput(m_nCols, m_nRows, m_nRowInc, 0, 0, m_planes[0].data(), m_planes[1].data(),
+                                      m_planes[2].data(), &input);
         return input;
     }
 
@@ -61,20 +64,22 @@ public:
     [[nodiscard]] KestrovaInput packed()
     {
         m_packed.clear();
-        for (std::size_t i = 0; i < m_right.size(); ++i) {
-            m_packed.insert(m_packed.end(), {m_left[i], m_left[i], m_right[i], 77});
+        for (std::size_t i = 0; i < m_planes[0].size(); ++i) {
+            m_packed.insert(m_packed.end(), {m_planes[2][i], m_planes[1][i], m_planes[0][i], 77});
         }
         KestrovaInput input{};
         kestrovaBuildPackedKestrovaInput(m_nCols, m_nRows, 4 * m_nRowInc, 0, 0, m_packed.data(), &input);
         return input;
     }
 
+    /** Red, green or blue, with its padding. */
+    [[nodiscard]] std::vector<std::uint8_t>& plane(std::size_t uChannel) { return m_planes[uChannel]; }
+
 private:
     int m_nRows;
     int m_nCols;
     int m_nRowInc;
-    std::vector<std::uint8_t> m_right;
-    std::vector<std::uint8_t> m_left;
+    std::vector<std::vector<std::uint8_t>> m_planes; // red, green, blue: right, left or top, left
     std::vector<std::uint8_t> m_packed;
 };
 

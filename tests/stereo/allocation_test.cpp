@@ -1,0 +1,108 @@
+// What the whole-frame stages take from the allocator, counted by operators of this program.
+#include "api/StereoContext.h"
+#include "stereo/generalStereo.h"
+#include "stereo/surfaceValidation.h"
+#include "support/frames.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+static std::atomic<unsigned> g_nAllocations{0};
+
+// Inlined without its counterpart, one of these would look mismatched to the compiler.
+[[gnu::noinline]] void* operator new(std::size_t uBytes) // array forms end up here as well
+{
+    ++g_nAllocations;
+    if (void* const p = std::malloc(uBytes + 1)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
+
+using namespace kestrova;
+using namespace support;
+
+namespace {
+
+// Working memory is taken once for a call, not for a row or for a disparity.
+TEST(GeneralStereo, AllocatesAsOftenForAnyFrame)
+{
+    for (const bool b16 : {false, true}) {
+        std::vector<unsigned> counts;
+        for (const auto& [nSize, nMax] : {std::pair{60, 4}, {60, 28}, {90, 28}}) {
+            std::mt19937 random(1);
+            StereoContext r;
+            r.m_nRows = r.m_nCols = nSize;
+            r.m_nMaxDisparity = nMax;
+            r.m_bSubpixelInterpolation = b16;
+            const Frame frame = makeFrame(random, r, Noise, 0);
+            clearDisparityImages(r);
+            const unsigned nBefore = g_nAllocations;
+            EXPECT_EQ(KestrovaErrorOk, generalStereo(r, {0, 0, nSize, nSize}, frame.m_aViews, 3));
+            counts.push_back(g_nAllocations - nBefore);
+        }
+        EXPECT_EQ(std::vector<unsigned>(3, counts[0]), counts);
+    }
+}
+
+// Nor for a frame, once sizes are settled.
+TEST(TwoCameraStereo, AllocatesForTheFirstFrameOnly)
+{
+    for (const bool bChecks : {false, true}) {
+        std::mt19937 random(1);
+        StereoContext r;
+        r.m_nRows = r.m_nCols = 90;
+        r.m_nMaxDisparity = 31;
+        r.m_bSubpixelInterpolation = r.m_bBackForthValidation = bChecks;
+        const Frame frame = makeFrame(random, r, Noise, 0);
+        clearDisparityImages(r);
+        twoCameraStereo(r, {0, 0, 90, 90}, frame.m_aViews);
+        const unsigned nBefore = g_nAllocations;
+        clearDisparityImages(r);
+        twoCameraStereo(r, {0, 0, 90, 90}, frame.m_aViews);
+        EXPECT_EQ(nBefore, g_nAllocations);
+    }
+}
+
+// No two pixels of these frames connect. The tables grow once, and frames of the same size allocate nothing more.
+TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
+{
+    for (const bool b16 : {false, true}) {
+        StereoContext r;
+        r.m_bSubpixelInterpolation = b16;
+        r.m_nMaxDisparity = 240;
+        r.m_disparityImage = Bytes(1000, 1000);
+        r.m_disparityImage16 = Words(1000, 1000);
+        for (int nFrame = 0; nFrame < 3; ++nFrame) {
+            for (int i = 0; i < 1000000; ++i) {
+                const int nValue = (i / 1000 + i) % 2 == 0 ? 10 : 100;
+                r.m_disparityImage[i / 1000][i % 1000] = static_cast<unsigned char>(nValue);
+                r.m_disparityImage16[i / 1000][i % 1000] = static_cast<unsigned short>(nValue * 256);
+            }
+            const unsigned nBefore = g_nAllocations;
+            EXPECT_TRUE(validateSurfaces(&r));
+            EXPECT_EQ(nFrame > 0, g_nAllocations == nBefore);
+            // The margin of a 16-bit image, and column 0 of an 8-bit one below its corner, stay as they are.
+            const auto bytes = pixelsOf(r.m_disparityImage);
+            const auto words = pixelsOf(r.m_disparityImage16);
+            EXPECT_EQ(b16 ? 0 : 1000000 - 999, std::count(bytes.begin(), bytes.end(), 252));
+            EXPECT_EQ(b16 ? 994 * 994 : 0, std::count(words.begin(), words.end(), 0xFFFC));
+            EXPECT_EQ(b16 ? 994U * 994U : 1000000U, r.m_segmentContext.regionCount());
+        }
+        EXPECT_EQ(r.m_segmentContext.regionCount() + 1, g_nLastTableSize);
+        EXPECT_EQ(1000001U, g_nPeakTableSize);
+    }
+}
+
+} // namespace
