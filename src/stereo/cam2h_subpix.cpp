@@ -10,7 +10,6 @@ namespace kestrova {
 
 namespace {
 
-constexpr int sk_nWidest = 1280;        // of a validated row
 constexpr unsigned sk_uHighest = 239;   // lane that the back-forth check looks at
 constexpr unsigned sk_uReject = 0xFF00; // plus a code
 constexpr unsigned sk_uUnreached = 0xFFFF;
@@ -82,20 +81,6 @@ std::uint16_t subpixel(const SubpixRow& rRow, const std::uint16_t* pColumn, unsi
     return static_cast<std::uint16_t>(uOut);
 }
 
-/** The thresholds of a whole row, as the texture measure is compared with them. */
-struct RowThresholds
-{
-    std::uint32_t m_uScale;
-    std::uint32_t m_uLeast;
-};
-
-RowThresholds rowThresholds(const SubpixValidation& rValidation)
-{
-    // Without a uniqueness test the bound is 16 times the measure, modulo 65536, and still is compared.
-    const std::uint32_t uScale = rValidation.m_uUniqueness == 0 ? 0x10000U : rValidation.m_uUniqueness;
-    return {uScale, (rValidation.m_uTexture * uScale + 4095) >> 12};
-}
-
 void bestLanes(const SubpixRow& rRow)
 {
     mincorr_row(rRow.m_pLanes, rRow.m_pTable, sk_lanes.data(), rRow.m_nWidth + 1 - rRow.m_nMask, rRow.m_nGroups,
@@ -108,6 +93,13 @@ int nInverse(const SubpixRow& rRow)
 }
 
 } // namespace
+
+SubpixThresholds subpixThresholds(const SubpixValidation& rValidation)
+{
+    // Without a uniqueness test the bound is 16 times the measure, modulo 65536, and still is compared.
+    const std::uint32_t uScale = rValidation.m_uUniqueness == 0 ? 0x10000U : rValidation.m_uUniqueness;
+    return {uScale, (rValidation.m_uTexture * uScale + 4095) >> 12};
+}
 
 void cam2h_subpix_interp(std::uint16_t* pOut, const SubpixRow& rRow)
 {
@@ -125,7 +117,7 @@ void cam2h_subpix_interp(std::uint16_t* pOut, const SubpixRow& rRow)
 
 void cam2h_subpix_val_interp(std::uint16_t* pOut, const SubpixRow& rRow, const SubpixValidation& rValidation)
 {
-    if (rRow.m_nWidth > sk_nWidest) {
+    if (rRow.m_nWidth > sk_nWidestValidated) {
         return;
     }
     bestLanes(rRow);
@@ -134,7 +126,7 @@ void cam2h_subpix_val_interp(std::uint16_t* pOut, const SubpixRow& rRow, const S
                                            rRow.m_nStride);
     }
     const std::uint8_t* const pInverse = rRow.m_pInverse->data();
-    const RowThresholds thresholds = rowThresholds(rValidation);
+    const SubpixThresholds thresholds = subpixThresholds(rValidation);
     const std::ptrdiff_t nLanes = static_cast<std::ptrdiff_t>(rRow.m_nStride) * 4;
     const std::uint16_t* pColumn = rRow.m_pTable;
     for (int x = 0; x < rRow.m_nWidth + 1 - rRow.m_nMask; ++x, pColumn += nLanes) {

@@ -37,6 +37,17 @@ struct SubpixValidation
     std::uint8_t m_ucUniquenessMapping;
 };
 
+/** The thresholds as the texture measure is compared with them. */
+struct SubpixThresholds
+{
+    std::uint32_t m_uScale; // of the measure, in 1/4096
+    std::uint32_t m_uLeast; // scaled measure below which texture is too weak
+};
+
+[[nodiscard]] SubpixThresholds subpixThresholds(const SubpixValidation& rValidation);
+
+constexpr int sk_nWidestValidated = 1280; // reference columns of a validated row
+
 /** Lane d is disparity index d. Fractions round toward zero. */
 void cam2h_subpix_interp(std::uint16_t* pOut, const SubpixRow& rRow);
 

@@ -1,6 +1,7 @@
 #include "stereo/twofast.h"
 
 #include "stereo/ColumnSums.h"
+#include "stereo/WholeRowSums.h"
 #include "stereo/back_forth.h"
 #include "stereo/mincorr.h"
 #include "stereo/thresholds.h"
@@ -44,6 +45,22 @@ struct ScaledValidation
               validatingLabels(rejectCode(rValidation, m_uTexture, m_uUniqueness, ucInvalid), rLabels, n, ucInvalid))
     {}
 
+    /** What the measures of windows compete as, with all their bits; see mincorr_val_row. */
+    void seeds(std::uint32_t* __restrict pOut, const std::uint16_t* pMeasures, int n) const
+    {
+        const std::uint32_t uTexture = m_uTexture;
+        const std::uint32_t uScale = m_uUniqueness;
+        const std::uint32_t uLeast = (uScale * uTexture + 4095) >> 12;
+        for (int x = 0; x < n && uScale != 0; ++x) {
+            const std::uint32_t uBound = (pMeasures[x] * uScale) >> 12;
+            pOut[x] = uBound & static_cast<std::uint32_t>(static_cast<std::int32_t>(uLeast - uBound) >> 16);
+        }
+        for (int x = 0; x < n && uScale == 0; ++x) {
+            const std::uint32_t uExcess = (uTexture - pMeasures[x]) >> 16;
+            pOut[x] = uExcess == 0 ? sk_uRejectedSeed : uExcess;
+        }
+    }
+
     void row(std::uint8_t* pOut, const ColumnSums& rSums) const
     {
         mincorr_val_row(pOut, rSums.table(), m_labels.data(), rSums.nCount(), rSums.nGroups(), m_uTexture,
@@ -54,6 +71,105 @@ struct ScaledValidation
     unsigned m_uUniqueness;
     LabelTable m_labels;
 };
+
+/** The labels of a call's pixels by whole rows, in place of mincorr_row and mincorr_val_row. */
+class WholeRowLabels
+{
+public:
+    WholeRowLabels(WholeRowSums& rSums, const ColumnLayout& rLayout, const LabelTable& rLabels,
+                   const ScaledValidation* pValidation)
+        : m_pSums(&rSums), m_pValidation(pValidation), m_nCount(rLayout.nCount()), m_nGroup(rLayout.bSSE2() ? 8 : 4)
+    {
+        std::uint8_t ucLowest = 255;
+        for (auto u = static_cast<std::size_t>(rLayout.nLanes()); u > 0; --u) {
+            const std::uint8_t ucLabel = rLabels[u - 1];
+            m_labels[u - 1] = static_cast<std::uint16_t>(ucLabel | (ucLabel > ucLowest ? sk_uNotLowest : 0));
+            ucLowest = std::min(ucLowest, ucLabel);
+        }
+    }
+
+    void row(std::uint8_t* pOut)
+    {
+        std::uint32_t* const pSeeds = m_pValidation != nullptr ? m_pSums->seeds() : nullptr;
+        if (pSeeds != nullptr) {
+            m_pValidation->seeds(pSeeds, m_pSums->texture(), m_nCount);
+        }
+        m_pSums->findLabels({m_labels.data(), pSeeds, m_nGroup, pOut});
+    }
+
+private:
+    WholeRowSums* m_pSums;
+    const ScaledValidation* m_pValidation; // null: no texture lane
+    std::array<std::uint16_t, 256> m_labels{};
+    int m_nCount;
+    int m_nGroup;
+};
+
+/** One call, whichever way it goes. */
+struct Call
+{
+    Image<unsigned char>& m_rOut;
+    const Image<unsigned char>& m_rReference;
+    const Image<unsigned char>& m_rSearch;
+    unsigned m_n;
+    const ColumnLayout& m_rLayout;
+};
+
+/** What turns raw indices into checked labels. */
+struct BackForth
+{
+    const LabelTable& m_rLabels;
+    std::uint8_t m_ucInvalid;
+    std::uint8_t m_ucMapping;
+};
+
+unsigned wholeRows(const WholeRowForm& rForm, const Call& rCall, const LabelTable& rLabels,
+                   const ScaledValidation* pValidation, const BackForth* pBackForth)
+{
+    WholeRowSums sums(rForm, rCall.m_rLayout, rCall.m_rReference, rCall.m_rSearch, rCall.m_n, pBackForth != nullptr);
+    WholeRowLabels labels(sums, rCall.m_rLayout, rLabels, pValidation);
+    return sums.forEachRow([&](int nRow) {
+        std::uint8_t* const pOut = &rCall.m_rOut[nRow][0];
+        labels.row(pOut);
+        if (pBackForth != nullptr) {
+            back_forth_row(pOut, sums.inverse(0), pBackForth->m_rLabels, rCall.m_rLayout.nCount(),
+                           pBackForth->m_ucInvalid, pBackForth->m_ucMapping);
+        }
+    });
+}
+
+unsigned columnByColumn(const Call& rCall, const LabelTable& rLabels, const ScaledValidation* pValidation,
+                        const BackForth* pBackForth)
+{
+    ColumnSums sums(rCall.m_rLayout, rCall.m_rReference, rCall.m_rSearch);
+    InverseRow inverse(sums.width());
+    const int n = static_cast<int>(rCall.m_n);
+    return sums.forEachRow([&](int nRow) {
+        std::uint8_t* const pOut = &rCall.m_rOut[nRow][0];
+        if (pValidation != nullptr) {
+            pValidation->row(pOut, sums);
+        } else {
+            mincorr_row(pOut, sums.table(), rLabels.data(), sums.nCount(), sums.nGroups(), sums.bSSE2());
+        }
+        if (pBackForth != nullptr) {
+            if (pValidation != nullptr) {
+                inverse.mongo_val_inverse(sums.table(), rLabels, sums.nInverse(), n, sums.nStride());
+            } else {
+                inverse.mongo_inverse(sums.table(), sums.nInverse(), n, sums.nStride());
+            }
+            back_forth_row(pOut, inverse.data(), pBackForth->m_rLabels, sums.nCount(), pBackForth->m_ucInvalid,
+                           pBackForth->m_ucMapping);
+        }
+    });
+}
+
+unsigned correlate(const Call& rCall, const LabelTable& rLabels, const ScaledValidation* pValidation,
+                   const BackForth* pBackForth)
+{
+    const WholeRowForm* const pForm = WholeRowSums::formFor(rCall.m_rLayout, rCall.m_n, pBackForth != nullptr);
+    return pForm != nullptr ? wholeRows(*pForm, rCall, rLabels, pValidation, pBackForth)
+                            : columnByColumn(rCall, rLabels, pValidation, pBackForth);
+}
 
 } // namespace
 
@@ -68,13 +184,8 @@ unsigned twofast_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& 
 unsigned twofast_oneway_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
                                const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m)
 {
-    auto sums = ColumnSums::make(rOut.size(), rReference, rSearch, n, m, sk_plain);
-    if (!sums) {
-        return 0;
-    }
-    return sums->forEachRow([&](int nRow) {
-        mincorr_row(&rOut[nRow][0], sums->table(), rLabels.data(), sums->nCount(), sums->nGroups(), sums->bSSE2());
-    });
+    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_plain);
+    return layout ? correlate({rOut, rReference, rSearch, n, *layout}, rLabels, nullptr, nullptr) : 0;
 }
 
 unsigned twofast_twoway_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
@@ -82,17 +193,9 @@ unsigned twofast_twoway_stereo(Image<unsigned char>& rOut, const Image<unsigned 
                                std::uint8_t ucInvalid, std::uint8_t ucBackForthMapping)
 {
     static constexpr LabelTable sk_lanes = identityLabels();
-    auto sums = ColumnSums::make(rOut.size(), rReference, rSearch, n, m, sk_plain);
-    if (!sums) {
-        return 0;
-    }
-    InverseRow inverse(sums->width());
-    return sums->forEachRow([&](int nRow) {
-        std::uint8_t* const pOut = &rOut[nRow][0];
-        mincorr_row(pOut, sums->table(), sk_lanes.data(), sums->nCount(), sums->nGroups(), sums->bSSE2());
-        inverse.mongo_inverse(sums->table(), sums->nInverse(), static_cast<int>(n), sums->nStride());
-        back_forth_row(pOut, inverse.data(), rLabels, sums->nCount(), ucInvalid, ucBackForthMapping);
-    });
+    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_plain);
+    const BackForth backForth{rLabels, ucInvalid, ucBackForthMapping};
+    return layout ? correlate({rOut, rReference, rSearch, n, *layout}, sk_lanes, nullptr, &backForth) : 0;
 }
 
 unsigned twofast_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
@@ -110,12 +213,12 @@ unsigned twofast_oneway_validate_stereo(Image<unsigned char>& rOut, const Image<
                                         const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n,
                                         unsigned m, const Validation& rValidation, std::uint8_t ucInvalid)
 {
-    auto sums = ColumnSums::make(rOut.size(), rReference, rSearch, n, m, sk_validating);
-    if (!sums) {
+    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_validating);
+    if (!layout) {
         return 0;
     }
-    const ScaledValidation validation(rValidation, rLabels, n, sums->mask(), ucInvalid);
-    return sums->forEachRow([&](int nRow) { validation.row(&rOut[nRow][0], *sums); });
+    const ScaledValidation validation(rValidation, rLabels, n, layout->mask(), ucInvalid);
+    return correlate({rOut, rReference, rSearch, n, *layout}, validation.m_labels, &validation, nullptr);
 }
 
 unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
@@ -123,21 +226,15 @@ unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const Image<
                                         unsigned m, const Validation& rValidation, std::uint8_t ucInvalid,
                                         std::uint8_t ucBackForthMapping)
 {
-    auto sums = ColumnSums::make(rOut.size(), rReference, rSearch, n, m, sk_validating);
-    if (!sums) {
+    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_validating);
+    if (!layout) {
         return 0;
     }
     // Raw indices come out of the minimum, so a reject code of 240 or less is taken for one. That is the price of
     // codes below the labels.
-    const ScaledValidation validation(rValidation, identityLabels(), n, sums->mask(), ucInvalid);
-    InverseRow inverse(sums->width());
-    return sums->forEachRow([&](int nRow) {
-        std::uint8_t* const pOut = &rOut[nRow][0];
-        validation.row(pOut, *sums);
-        inverse.mongo_val_inverse(sums->table(), validation.m_labels, sums->nInverse(), static_cast<int>(n),
-                                  sums->nStride());
-        back_forth_row(pOut, inverse.data(), rLabels, sums->nCount(), ucInvalid, ucBackForthMapping);
-    });
+    const ScaledValidation validation(rValidation, identityLabels(), n, layout->mask(), ucInvalid);
+    const BackForth backForth{rLabels, ucInvalid, ucBackForthMapping};
+    return correlate({rOut, rReference, rSearch, n, *layout}, validation.m_labels, &validation, &backForth);
 }
 
 } // namespace kestrova

@@ -1,6 +1,7 @@
 #include "stereo/twofast_subpix.h"
 
 #include "stereo/ColumnSums.h"
+#include "stereo/WholeRowSums.h"
 #include "stereo/thresholds.h"
 
 #include <algorithm>
@@ -24,6 +25,74 @@ SubpixValidation scaled(const Validation& rValidation, unsigned m)
     return scaled;
 }
 
+/** One call, whichever way it goes. */
+struct Call
+{
+    Image<unsigned short>& m_rOut;
+    const Image<unsigned char>& m_rReference;
+    const Image<unsigned char>& m_rSearch;
+    const ColumnLayout& m_rLayout;
+    unsigned m_uMinDisparity;
+    unsigned m_uOffset;
+    unsigned m_n;
+    const SubpixValidation& m_rValidation;
+    bool m_bBackForth;
+    std::uint8_t m_ucBackForthMapping;
+    std::uint8_t m_ucSubpixelMapping;
+};
+
+unsigned columnByColumn(const Call& r)
+{
+    ColumnSums sums(r.m_rLayout, r.m_rReference, r.m_rSearch);
+    std::vector<std::uint8_t> lanes(static_cast<std::size_t>(sums.nCount()));
+    InverseRow inverse(sums.width());
+    const SubpixRow row{sums.table(),          r.m_uMinDisparity, r.m_uOffset,    sums.width(),
+                        sums.mask(),           sums.nGroups(),    sums.nStride(), static_cast<int>(r.m_n),
+                        sums.lastLane(),       sums.bSSE2(),      r.m_bBackForth, r.m_ucBackForthMapping,
+                        r.m_ucSubpixelMapping, lanes.data(),      &inverse};
+    return sums.forEachRow([&](int nRow) {
+        if (sums.use().m_bTextureLane) {
+            cam2h_subpix_val_interp(&r.m_rOut[nRow][0], row, r.m_rValidation);
+        } else {
+            cam2h_subpix_interp(&r.m_rOut[nRow][0], row);
+        }
+    });
+}
+
+unsigned wholeRows(const WholeRowForm& rForm, const Call& r)
+{
+    WholeRowSums sums(rForm, r.m_rLayout, r.m_rReference, r.m_rSearch, r.m_n, r.m_bBackForth);
+    const int nFirst = r.m_rLayout.use().m_bTextureLane ? 1 : 0;
+    const SubpixThresholds thresholds = subpixThresholds(r.m_rValidation);
+    FitRow fit{sums.neighbours(),
+               nFirst != 0 ? sums.texture() : nullptr,
+               nullptr,
+               r.m_rLayout.nCount(),
+               r.m_uMinDisparity,
+               r.m_uOffset,
+               r.m_rLayout.lastLane(),
+               thresholds.m_uScale,
+               thresholds.m_uLeast,
+               r.m_rValidation.m_ucTextureMapping,
+               r.m_rValidation.m_ucUniquenessMapping,
+               r.m_ucBackForthMapping,
+               r.m_ucSubpixelMapping};
+    return sums.forEachRow([&](int nRow) {
+        sums.findNeighbours();
+        if (r.m_bBackForth) {
+            fit.m_pInverse = sums.inverseOfMatches(nFirst);
+        }
+        sums.fit(&r.m_rOut[nRow][0], fit);
+    });
+}
+
+// Rows that are too wide for the validating loop go the plain way, which writes nothing.
+const WholeRowForm* formFor(const Call& r)
+{
+    const bool bTooWide = r.m_rLayout.use().m_bTextureLane && r.m_rLayout.width() > sk_nWidestValidated;
+    return bTooWide ? nullptr : WholeRowSums::formFor(r.m_rLayout, r.m_n, r.m_bBackForth);
+}
+
 } // namespace
 
 unsigned twofast_subpix_stereo(Image<unsigned short>& rOut, const Image<unsigned char>& rReference,
@@ -34,23 +103,15 @@ unsigned twofast_subpix_stereo(Image<unsigned short>& rOut, const Image<unsigned
     const unsigned m = static_cast<unsigned>(std::max(nMask, 1));
     const SubpixValidation validation = scaled(rValidation, m);
     const bool bValidate = validation.m_uTexture != 0 || validation.m_uUniqueness != 0;
-    auto sums = ColumnSums::make(rOut.size(), rReference, rSearch, n, m, {bValidate, 1, sk_uMostDisparities});
-    if (!sums) {
+    const auto layout =
+        ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, {bValidate, 1, sk_uMostDisparities});
+    if (!layout) {
         return 0;
     }
-    std::vector<std::uint8_t> lanes(static_cast<std::size_t>(sums->nCount()));
-    InverseRow inverse(sums->width());
-    const SubpixRow row{sums->table(),     uMinDisparity,   uOffset,         sums->width(),
-                        sums->mask(),      sums->nGroups(), sums->nStride(), static_cast<int>(n),
-                        sums->lastLane(),  sums->bSSE2(),   bBackForth,      ucBackForthMapping,
-                        ucSubpixelMapping, lanes.data(),    &inverse};
-    return sums->forEachRow([&](int nRow) {
-        if (bValidate) {
-            cam2h_subpix_val_interp(&rOut[nRow][0], row, validation);
-        } else {
-            cam2h_subpix_interp(&rOut[nRow][0], row);
-        }
-    });
+    const Call call{rOut,       rReference,         rSearch,          *layout, uMinDisparity, uOffset, n, validation,
+                    bBackForth, ucBackForthMapping, ucSubpixelMapping};
+    const WholeRowForm* const pForm = formFor(call);
+    return pForm != nullptr ? wholeRows(*pForm, call) : columnByColumn(call);
 }
 
 } // namespace kestrova

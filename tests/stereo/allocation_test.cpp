@@ -56,6 +56,25 @@ TEST(GeneralStereo, AllocatesAsOftenForAnyFrame)
     }
 }
 
+// Nor for a frame, once sizes are settled.
+TEST(TwoCameraStereo, AllocatesForTheFirstFrameOnly)
+{
+    for (const bool bChecks : {false, true}) {
+        std::mt19937 random(1);
+        StereoContext r;
+        r.m_nRows = r.m_nCols = 90;
+        r.m_nMaxDisparity = 31;
+        r.m_bSubpixelInterpolation = r.m_bBackForthValidation = bChecks;
+        const Frame frame = makeFrame(random, r, Noise, 0);
+        clearDisparityImages(r);
+        twoCameraStereo(r, {0, 0, 90, 90}, frame.m_aViews);
+        const unsigned nBefore = g_nAllocations;
+        clearDisparityImages(r);
+        twoCameraStereo(r, {0, 0, 90, 90}, frame.m_aViews);
+        EXPECT_EQ(nBefore, g_nAllocations);
+    }
+}
+
 // No two pixels of these frames connect. The tables grow once, and frames of the same size allocate nothing more.
 TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
 {

@@ -1,12 +1,16 @@
 #include "stereo/twoCameraStereo.h"
 
 #include "api/StereoContext.h"
+#include "stereo/InstructionSet.h"
+#include "stereo/processor.h"
 #include "support/NaiveCorrelator.h"
 #include "support/frames.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <thread>
+#include <utility>
 
 using namespace kestrova;
 using namespace support;
@@ -26,8 +30,11 @@ void expectAsNaive(StereoContext& r, const Frame& rFrame, bool bSSE2)
 
 TEST(TwoCameraStereo, MatchesModelOnRandomFrames)
 {
+    const auto sets = supportedInstructionSets(); // by turns
     for (unsigned uSeed = 0; uSeed < 2000 && !HasFatalFailure(); ++uSeed) {
-        SCOPED_TRACE(testing::Message() << "seed " << uSeed);
+        const InstructionSet eSet = sets[uSeed / 2 % sets.size()];
+        ASSERT_TRUE(forceInstructionSet(eSet));
+        SCOPED_TRACE(testing::Message() << "seed " << uSeed << " " << nameOf(eSet));
         std::mt19937 random(uSeed);
         StereoContext context;
         // The odd masks from 1 to 23 by turns, and then an even one.
@@ -69,9 +76,12 @@ TEST(TwoCameraStereo, MatchesModelAtItsLimits)
         context.m_nROICount = 1;
         context.m_aROIs[0] = {0, 0, context.m_nRows, context.m_nCols};
         const Frame frame = makeFrame(random, context, rCase.eTexture, 8);
-        for (const bool bSSE2 : {false, true}) {
-            expectAsNaive(context, frame, bSSE2);
-            ASSERT_FALSE(HasFatalFailure());
+        for (const InstructionSet eSet : supportedInstructionSets()) {
+            ASSERT_TRUE(forceInstructionSet(eSet));
+            for (const bool bSSE2 : {false, true}) {
+                expectAsNaive(context, frame, bSSE2);
+                ASSERT_FALSE(HasFatalFailure()) << nameOf(eSet);
+            }
         }
     }
 }
@@ -119,5 +129,62 @@ TEST(TwoCameraStereo, LeavesTheFillWhereThereIsNoRoom)
         }
     }
 }
+
+// Wide ranges, large masks and flat content, cut into bands that run side by side: each form against the plain one.
+class InstructionSets : public testing::TestWithParam<InstructionSet>
+{
+};
+
+void correlateBands(const StereoContext& rContext, const Frame& rFrame, int nThreads)
+{
+    // From the border on: a band that begins above it would move into the next one.
+    const int nBorder = rContext.m_nStereoMaskSize / 2 + rContext.m_nEdgeMaskSize / 2;
+    const auto firstOf = [&](int i) { return nBorder + std::max(0, rContext.m_nRows - 2 * nBorder) * i / nThreads; };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < nThreads; ++i) {
+        const KestrovaROI band{firstOf(i), 0, firstOf(i + 1) - firstOf(i), rContext.m_nCols};
+        threads.emplace_back([&, band, own = rContext]() mutable { twoCameraStereo(own, band, rFrame.m_aViews); });
+    }
+    for (std::thread& rThread : threads) {
+        rThread.join();
+    }
+}
+
+TEST_P(InstructionSets, GiveTheSameBytes)
+{
+    if (!forceInstructionSet(GetParam())) {
+        GTEST_SKIP() << "not on this processor";
+    }
+    for (unsigned uSeed = 0; uSeed < 150 && !HasFailure(); ++uSeed) {
+        SCOPED_TRACE(testing::Message() << "seed " << uSeed);
+        std::mt19937 random(uSeed);
+        StereoContext context;
+        context.m_nStereoMaskSize = pick(random, {1, 3, 8, 11, 17, 23, 30});
+        randomSettings(random, context);
+        context.m_nMaxDisparity = context.m_nMinDisparity + pick(random, {31, 63, 64, 127, 159, 239, 253});
+        context.m_nCols = context.m_nStereoMaskSize + between(random, 30, 420);
+        context.m_nCols += random() % 4 != 0 ? context.m_nMaxDisparity : 0; // too narrow for all lanes, if not
+        const auto eTexture = static_cast<Texture>(random() % Textures);
+        const Frame frame = makeFrame(random, context, eTexture, between(random, 0, context.m_nMaxDisparity));
+        enableSSE2IfAvailable(random() % 2 == 0);
+        Bytes aBytes[2];
+        Words aWords[2];
+        for (const int i : {0, 1}) {
+            forceInstructionSet(i == 0 ? InstructionSet::Plain : GetParam());
+            clearDisparityImages(context);
+            correlateBands(context, frame, between(random, 1, 4));
+            aBytes[i] = std::exchange(context.m_disparityImage, Bytes());
+            aWords[i] = std::exchange(context.m_disparityImage16, Words());
+        }
+        expectSame(aBytes[0], aBytes[1]);
+        expectSame(aWords[0], aWords[1]);
+    }
+    enableSSE2IfAvailable(true);
+    forceInstructionSet(supportedInstructionSets().back());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, InstructionSets,
+                         testing::Values(InstructionSet::Sse2, InstructionSet::Avx2, InstructionSet::Avx512),
+                         [](const auto& rInfo) { return nameOf(rInfo.param); });
 
 } // namespace

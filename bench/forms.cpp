@@ -1,0 +1,238 @@
+// The two-camera correlator in every form that this processor runs, beside OpenCV's block matcher, in one run.
+//
+// Times are those of the processor, not of the clock on the wall: one thread everywhere, and other programs may run.
+// Arguments: seconds for each comparison, and two files with a rectified pair, left and right, to be compared on too.
+#include "Frames.h"
+#include "SideBySide.h"
+
+#include "api/StereoContext.h"
+#include "stereo/InstructionSet.h"
+#include "stereo/WholeRowSums.h"
+#include "stereo/twoCameraStereo.h"
+
+#include <opencv2/calib3d.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Size
+{
+    int m_nRows;
+    int m_nCols;
+    int m_nDisparities;
+};
+
+enum class Work
+{
+    Checked16,
+    BackForth16,
+    Unchecked8,
+    Checked8,
+};
+
+double processorSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/** Edge images: the rectified pair against its surroundings, around 128, as the correlator sees them. */
+kestrova::Image<unsigned char> edges(const cv::Mat& rImage)
+{
+    cv::Mat mean;
+    cv::boxFilter(rImage, mean, CV_16S, {7, 7});
+    kestrova::Image<unsigned char> out(rImage.rows, rImage.cols);
+    for (int y = 0; y < rImage.rows; ++y) {
+        for (int x = 0; x < rImage.cols; ++x) {
+            out[y][x] = cv::saturate_cast<unsigned char>(rImage.at<unsigned char>(y, x) - mean.at<short>(y, x) + 128);
+        }
+    }
+    return out;
+}
+
+class Ours
+{
+public:
+    Ours(const bench::Frames& rFrames, const Size& rSize, int nMask, Work eWork)
+        : m_aImages{edges(rFrames.m_right), edges(rFrames.m_left)}
+    {
+        m_context.m_nRows = rSize.m_nRows;
+        m_context.m_nCols = rSize.m_nCols;
+        m_context.m_nMinDisparity = 0;
+        m_context.m_nMaxDisparity = rSize.m_nDisparities - 1;
+        m_context.m_nStereoMaskSize = nMask;
+        m_context.m_bSubpixelInterpolation = eWork == Work::Checked16 || eWork == Work::BackForth16;
+        m_context.m_bTextureValidation = m_context.m_bUniquenessValidation = eWork != Work::Unchecked8;
+        m_context.m_bBackForthValidation = eWork == Work::BackForth16;
+        kestrova::clearDisparityImages(m_context);
+    }
+
+    void operator()() { kestrova::twoCameraStereo(m_context, {0, 0, m_context.m_nRows, m_context.m_nCols}, m_aImages); }
+
+private:
+    kestrova::Image<unsigned char> m_aImages[2];
+    kestrova::StereoContext m_context;
+};
+
+/** Median seconds of every piece of work; all in turn, so that a drift of the machine falls on each. */
+std::vector<double> medians(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
+{
+    std::vector<std::vector<double>> times(rWorks.size());
+    double dSpent = 0;
+    for (int nRound = -1; nRound < 101 && (nRound < 7 || dSpent < dMaxSeconds); ++nRound) {
+        for (std::size_t u = 0; u < rWorks.size(); ++u) {
+            const double dBegin = processorSeconds();
+            rWorks[u]();
+            const double dSeconds = processorSeconds() - dBegin;
+            dSpent += dSeconds;
+            if (nRound >= 0) { // the first goes through cold memory
+                times[u].push_back(dSeconds);
+            }
+        }
+    }
+    std::vector<double> result;
+    for (const auto& rTimes : times) {
+        result.push_back(bench::median(rTimes));
+    }
+    return result;
+}
+
+std::function<void()> blockMatcher(const bench::Frames& rFrames, const Size& rSize, int nMask, bool bChecks)
+{
+    const auto matcher = cv::StereoBM::create(rSize.m_nDisparities, nMask);
+    matcher->setTextureThreshold(bChecks ? 10 : 0);
+    matcher->setUniquenessRatio(bChecks ? 15 : 0);
+    // A block matcher measures from the left image; mirrored and swapped, it measures from the right one as we do.
+    cv::Mat left;
+    cv::Mat right;
+    cv::flip(rFrames.m_right, left, 1);
+    cv::flip(rFrames.m_left, right, 1);
+    return [=, out = cv::Mat()]() mutable { matcher->compute(left, right, out); };
+}
+
+std::function<void()> ours(const bench::Frames& rFrames, const Size& rSize, int nMask, Work eWork,
+                           kestrova::InstructionSet eSet)
+{
+    auto pOurs = std::make_shared<Ours>(rFrames, rSize, nMask, eWork);
+    return [=] {
+        kestrova::forceInstructionSet(eSet);
+        (*pOurs)();
+    };
+}
+
+bench::Frames readFrames(const Size& rSize, const char* pszLeft, const char* pszRight)
+{
+    const auto read = [&](const char* pszFile) {
+        cv::Mat image;
+        cv::resize(cv::imread(pszFile, cv::IMREAD_GRAYSCALE), image, {rSize.m_nCols, rSize.m_nRows}, 0, 0,
+                   cv::INTER_AREA);
+        return image;
+    };
+    return {read(pszRight), read(pszLeft), {}};
+}
+
+void compareForms(const bench::Frames& rFrames, const Size& rSize, double dSeconds)
+{
+    const double dWork = 1e-9 * rSize.m_nRows * rSize.m_nCols * rSize.m_nDisparities;
+    std::printf("\n%d x %d, %d disparities, window 11: ns per pixel and disparity (times faster than StereoBM)\n",
+                rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities);
+    const auto sets = kestrova::supportedInstructionSets();
+    std::printf("  %-36s %9s", "", "StereoBM");
+    for (const auto eSet : sets) {
+        std::printf(" %16s", kestrova::nameOf(eSet));
+    }
+    std::printf("\n");
+    const struct
+    {
+        const char* m_pszName;
+        Work m_eWork;
+        bool m_bChecks;
+    } aWorks[] = {{"16-bit, texture and uniqueness", Work::Checked16, true},
+                  {"the same with back-and-forth", Work::BackForth16, true},
+                  {"8-bit, texture and uniqueness", Work::Checked8, true},
+                  {"8-bit, no checks", Work::Unchecked8, false}};
+    for (const auto& rWork : aWorks) {
+        std::vector<std::function<void()>> works = {blockMatcher(rFrames, rSize, 11, rWork.m_bChecks)};
+        for (const auto eSet : sets) {
+            works.push_back(ours(rFrames, rSize, 11, rWork.m_eWork, eSet));
+        }
+        const auto times = medians(works, dSeconds);
+        std::printf("  %-36s %9.3f", rWork.m_pszName, times[0] / dWork);
+        for (std::size_t u = 1; u < times.size(); ++u) {
+            std::printf("  %6.3f (%5.2f)", times[u] / dWork, times[0] / times[u]);
+        }
+        std::printf("\n");
+    }
+}
+
+void compareSizes(double dSeconds)
+{
+    std::printf("\nCost over window, range and size, 16-bit with checks, ns per pixel and disparity\n");
+    const auto sets = kestrova::supportedInstructionSets();
+    const Size aSizes[] = {{240, 320, 32},  {240, 320, 128}, {480, 640, 32},  {480, 640, 64},
+                           {480, 640, 128}, {960, 1280, 32}, {960, 1280, 128}};
+    for (const Size& rSize : aSizes) {
+        const auto frames = bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities);
+        for (const int nMask : {3, 11, 23}) {
+            std::vector<std::function<void()>> works;
+            for (const auto eSet : sets) {
+                works.push_back(ours(frames, rSize, nMask, Work::Checked16, eSet));
+            }
+            const auto times = medians(works, dSeconds);
+            std::printf("  %4d x %4d, %3d disparities, window %2d:", rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities,
+                        nMask);
+            for (std::size_t u = 0; u < times.size(); ++u) {
+                std::printf("  %s %.3f", kestrova::nameOf(sets[u]),
+                            times[u] * 1e9 / (double(rSize.m_nRows) * rSize.m_nCols * rSize.m_nDisparities));
+            }
+            std::printf("\n");
+        }
+    }
+}
+
+void printMemory(const Size& rSize)
+{
+    const kestrova::ImageDim dim{rSize.m_nRows, rSize.m_nCols};
+    const kestrova::Image<unsigned char> image(dim.m_nRows, dim.m_nCols);
+    const auto n = static_cast<unsigned>(rSize.m_nDisparities);
+    const auto layout = kestrova::ColumnLayout::make(dim, dim, dim, n, 11, {true, 1, 255});
+    std::printf("  %4d x %4d, %3d disparities, with back-and-forth:", dim.m_nCols, dim.m_nRows, rSize.m_nDisparities);
+    for (const auto eSet : kestrova::supportedInstructionSets()) {
+        if (const auto* pForm = kestrova::wholeRowForm(eSet)) {
+            const kestrova::WholeRowSums sums(*pForm, *layout, image, image, n, true);
+            std::printf("  %s %zu KB", kestrova::nameOf(eSet), sums.scratchBytes() / 1024);
+        }
+    }
+    std::printf("\n");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const double dSeconds = argc > 1 ? std::stod(argv[1]) : 3;
+    cv::setNumThreads(1);
+    std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}}) {
+        compareForms(bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities), rSize, dSeconds);
+        if (argc > 3) {
+            std::printf("\nThe pair of the two files:");
+            compareForms(readFrames(rSize, argv[2], argv[3]), rSize, dSeconds);
+        }
+    }
+    compareSizes(dSeconds / 4);
+    std::printf("\nMemory of a thread beside the images\n");
+    for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}, Size{1200, 1600, 240}}) {
+        printMemory(rSize);
+    }
+    return 0;
+}

@@ -1,0 +1,238 @@
+#include "stereo/WholeRowSums.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace kestrova {
+
+namespace {
+
+constexpr std::size_t sk_uAlignment = 64;
+constexpr int sk_nWidestColumn = 256;
+constexpr int sk_nWidestInverse = 0x7FFF; // its columns are kept in 16 bits
+
+struct AlignedDelete
+{
+    void operator()(std::byte* p) const { ::operator delete[](p, std::align_val_t(sk_uAlignment)); }
+};
+
+/** Memory of a thread that is handed out from its start again in every call. Grows, and goes with the thread. */
+class Scratch
+{
+public:
+    /** Everything that was handed out before is void. */
+    void reset(std::size_t uBytes)
+    {
+        if (uBytes > m_uSize) {
+            m_pBytes.reset();
+            m_uSize = 0;
+            m_pBytes.reset(new (std::align_val_t(sk_uAlignment)) std::byte[uBytes]);
+            m_uSize = uBytes;
+        }
+        m_uUsed = 0;
+    }
+
+    template<typename T>
+    T* take(std::size_t uCount)
+    {
+        auto* const p = reinterpret_cast<T*>(m_pBytes.get() + m_uUsed);
+        m_uUsed += (uCount * sizeof(T) + sk_uAlignment - 1) / sk_uAlignment * sk_uAlignment;
+        return p;
+    }
+
+private:
+    std::unique_ptr<std::byte[], AlignedDelete> m_pBytes;
+    std::size_t m_uSize = 0;
+    std::size_t m_uUsed = 0;
+};
+
+/** Counts what take() would hand out. */
+struct ScratchCount
+{
+    template<typename T>
+    T* take(std::size_t uCount)
+    {
+        m_uBytes += (uCount * sizeof(T) + sk_uAlignment - 1) / sk_uAlignment * sk_uAlignment;
+        return nullptr;
+    }
+
+    std::size_t m_uBytes = 0;
+};
+
+thread_local Scratch t_scratch;
+
+} // namespace
+
+const WholeRowForm* wholeRowForm(InstructionSet eSet)
+{
+    switch (eSet) {
+    case InstructionSet::Sse2:
+        return &g_wholeRowSse2;
+    case InstructionSet::Avx2:
+        return &g_wholeRowAvx2;
+    case InstructionSet::Avx512:
+        return &g_wholeRowAvx512;
+    case InstructionSet::Plain:
+        break;
+    }
+    return nullptr;
+}
+
+const WholeRowForm* WholeRowSums::formFor(const ColumnLayout& rLayout, unsigned n, bool bBackForth)
+{
+    const unsigned uReserved = rLayout.use().m_bTextureLane ? 1 : 0;
+    const bool bSearches =
+        n + uReserved <= static_cast<unsigned>(rLayout.nLanes()) && rLayout.width() <= sk_nWidestInverse;
+    return bSearches || !bBackForth ? wholeRowForm(instructionSet()) : nullptr;
+}
+
+WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayout,
+                           const Image<unsigned char>& rReference, const Image<unsigned char>& rSearch, unsigned n,
+                           bool bBackForth)
+    : m_pForm(&rForm), m_layout(rLayout), m_reference(rReference), m_search(rSearch)
+{
+    const int nReserved = rLayout.use().m_bTextureLane ? 1 : 0;
+    m_row.m_nMask = rLayout.mask();
+    m_row.m_nWidth = rLayout.width();
+    m_row.m_nLanes = rLayout.nLanes() - nReserved;
+    m_row.m_nVectors = (m_row.m_nLanes + rForm.m_nVectorLanes - 1) / rForm.m_nVectorLanes;
+    m_row.m_uStart = rLayout.use().m_uStart;
+    m_row.m_inverse.m_nCandidates = bBackForth ? static_cast<int>(n) - nReserved : 0;
+    m_row.m_nWindowStride = (m_row.m_nVectors + (bBackForth ? 1 : 0)) * rForm.m_nVectorLanes;
+    findRanges();
+    takeScratch();
+}
+
+// From the last step, which runs out of the search row first, to the first.
+void WholeRowSums::findRanges()
+{
+    const int nReserved = m_layout.use().m_bTextureLane ? 1 : 0;
+    std::array<LaneStep, sk_uMostRanges> steps{};
+    std::size_t uSteps = 0;
+    for (int nLane = 0; nLane < m_layout.nLanes(); nLane += steps[uSteps++].m_nLanes) {
+        steps[uSteps] = m_layout.step(nLane);
+        m_uLanesOfRow += static_cast<unsigned>(steps[uSteps].m_nColumns * steps[uSteps].m_nLanes);
+    }
+    m_nTextureColumns = steps[0].m_nColumns;
+    m_row.m_pRanges = m_ranges.data();
+    for (std::size_t u = uSteps; u > 0; --u) {
+        const LaneStep& rStep = steps[u - 1];
+        m_ranges[static_cast<std::size_t>(m_row.m_nRanges++)] = {rStep.m_nColumns,
+                                                                 rStep.m_nFirst + rStep.m_nLanes - nReserved};
+    }
+    m_ranges[static_cast<std::size_t>(m_row.m_nRanges++)] = {m_layout.nCount(), 0};
+}
+
+void WholeRowSums::takeScratch()
+{
+    const auto uWidth = static_cast<std::size_t>(m_layout.width());
+    const auto uLanes = static_cast<std::size_t>(m_row.m_nVectors * m_pForm->m_nVectorLanes);
+    const std::size_t uBeyond = uWidth + sk_nWidestColumn + sk_nLaneSlack;
+    const auto hand = [&](auto& rScratch) {
+        m_row.m_pColumnSums = rScratch.template take<std::uint16_t>(uWidth * uLanes);
+        m_pTextureColumns = rScratch.template take<std::uint16_t>(uBeyond);
+        m_row.m_pSearchPairs = rScratch.template take<std::uint16_t>(uBeyond);
+        m_pInverse = rScratch.template take<std::uint8_t>(uBeyond);
+        m_row.m_pReferencePairs = rScratch.template take<std::uint32_t>(uWidth);
+        m_row.m_pRunning = rScratch.template take<std::uint16_t>(uLanes);
+        m_row.m_pWindows = rScratch.template take<std::uint16_t>(
+            static_cast<std::size_t>(sk_nChunk * m_row.m_nWindowStride + 2 * sk_nLaneSlack));
+        m_row.m_pMinima =
+            rScratch.template take<std::uint16_t>(static_cast<std::size_t>(sk_nChunk * m_pForm->m_nVectorLanes));
+        for (std::uint16_t** ppRow : {&m_row.m_inverse.m_pBest, &m_row.m_inverse.m_pColumn, &m_pTexture}) {
+            *ppRow = rScratch.template take<std::uint16_t>(uBeyond);
+        }
+        m_neighbours.m_pLanes = rScratch.template take<std::uint16_t>(uBeyond);
+        m_neighbours.m_pSums = rScratch.template take<std::uint64_t>(uBeyond);
+        m_pInverseOfMatches = rScratch.template take<std::uint8_t>(uBeyond);
+        m_pSeeds = rScratch.template take<std::uint32_t>(uWidth);
+    };
+    ScratchCount count;
+    hand(count);
+    m_uScratchBytes = count.m_uBytes;
+    t_scratch.reset(m_uScratchBytes);
+    hand(t_scratch);
+    m_row.m_pWindows += sk_nLaneSlack;
+    // What begins at zero: sums, and what lies behind the ends of rows.
+    std::fill_n(m_row.m_pColumnSums, uWidth * uLanes, std::uint16_t{0});
+    std::fill_n(m_pTextureColumns, uBeyond, std::uint16_t{0});
+    std::fill_n(m_row.m_pSearchPairs, uBeyond, std::uint16_t{0});
+    std::fill_n(m_pInverse, uBeyond, std::uint8_t{0});
+}
+
+void WholeRowSums::pairRow(int nRow)
+{
+    const int nLeaving = nRow - m_layout.mask();
+    const int nSearch = std::min(m_layout.searchWidth(), m_layout.width() + m_row.m_nLanes);
+    const PixelRows pixels{&m_reference[nRow][0], &m_search[nRow][0],
+                           nLeaving < 0 ? nullptr : &m_reference[nLeaving][0],
+                           nLeaving < 0 ? nullptr : &m_search[nLeaving][0]};
+    m_pForm->pair(m_row, pixels, nSearch);
+    if (m_layout.use().m_bTextureLane) {
+        addTexture(nRow);
+        if (nRow >= m_layout.mask() - 1) {
+            sumTexture();
+        }
+    }
+}
+
+void WholeRowSums::addTexture(int nRow)
+{
+    constexpr int sk_nZeroLevel = 128; // of an edge image: what texture is measured from
+    const bool bLeaves = nRow >= m_layout.mask();
+    const std::uint8_t* const pEntering = &m_reference[nRow][0];
+    const std::uint8_t* const pLeaving = bLeaves ? &m_reference[nRow - m_layout.mask()][0] : nullptr;
+    std::uint16_t* __restrict const pColumns = m_pTextureColumns;
+    const int nWidth = m_layout.width();
+    for (int x = 0; x < nWidth; ++x) {
+        const int nLeaving = bLeaves ? std::abs(pLeaving[x] - sk_nZeroLevel) : 0;
+        pColumns[x] = static_cast<std::uint16_t>(pColumns[x] + std::abs(pEntering[x] - sk_nZeroLevel) - nLeaving);
+    }
+}
+
+// Eight columns at a time: the running sum of what enters and leaves.
+void WholeRowSums::sumTexture()
+{
+    const int nMask = m_layout.mask();
+    unsigned uSum = m_row.m_uStart;
+    for (int x = 0; x < nMask - 1; ++x) {
+        uSum += m_pTextureColumns[x];
+    }
+    const auto load = [](const std::uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    __m128i before = _mm_set1_epi16(static_cast<short>(uSum));
+    for (int x = 0; x < m_nTextureColumns; x += 8) {
+        const __m128i entering = load(m_pTextureColumns + x + nMask - 1);
+        const __m128i leaving = load(m_pTextureColumns + x);
+        __m128i change = _mm_sub_epi16(entering, leaving);
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 2));
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 4));
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 8));
+        const __m128i after = _mm_add_epi16(before, change);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(m_pTexture + x), _mm_add_epi16(after, leaving));
+        before = _mm_shuffle_epi32(_mm_shufflehi_epi16(after, _MM_SHUFFLE(3, 3, 3, 3)), _MM_SHUFFLE(3, 3, 3, 3));
+    }
+    std::fill(m_pTexture + m_nTextureColumns, m_pTexture + m_layout.nCount(), std::uint16_t{0xFFFF});
+}
+
+const std::uint8_t* WholeRowSums::inverse(int nFirst)
+{
+    m_pForm->invert(m_pInverse, m_row, m_layout.nInverse(), nFirst);
+    return m_pInverse;
+}
+
+const std::uint8_t* WholeRowSums::inverseOfMatches(int nFirst)
+{
+    const std::uint8_t* const pInverse = inverse(nFirst);
+    const std::uint16_t* const pLanes = m_neighbours.m_pLanes;
+    std::uint8_t* __restrict const pOut = m_pInverseOfMatches;
+    for (std::uint32_t x = 0, uCount = static_cast<std::uint32_t>(m_layout.nCount()); x < uCount; ++x) {
+        pOut[x] = pInverse[x + pLanes[x]];
+    }
+    return pOut;
+}
+
+} // namespace kestrova
