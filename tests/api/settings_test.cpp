@@ -1,17 +1,13 @@
 // Every setting through its setter and getter: defaults, edges of the range, what is refused.
-#include "kestrova.h"
 #include "support/StereoFrame.h"
 
 #include <cmath>
 #include <functional>
-#include <gtest/gtest.h>
 #include <limits>
 
 namespace {
 
-using kestrova::test::Handle;
-using kestrova::test::open;
-using kestrova::test::Shape;
+using namespace kestrova::test;
 
 struct Write
 {
@@ -47,28 +43,28 @@ template<class In, class Out>
 Setting single(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, In),
                KestrovaError (*pfnGet)(KestrovaContext, Out*), double dInitial, const std::vector<Write>& rWrites)
 {
+    const auto get = [=](KestrovaContext c, double* a, double*) {
+        Out value = static_cast<Out>(*a);
+        const KestrovaError eError = pfnGet(c, &value);
+        *a = static_cast<double>(value);
+        return eError;
+    };
     return {pszName,
             [=](KestrovaContext c, double a, double) { return pfnSet(c, static_cast<In>(a)); },
-            [=](KestrovaContext c, double* a, double*) {
-                Out value = static_cast<Out>(*a);
-                const KestrovaError eError = pfnGet(c, &value);
-                *a = static_cast<double>(value);
-                return eError;
-            },
+            get,
             {dInitial, 0},
             rWrites};
 }
 
-Setting onOff(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int),
-              KestrovaError (*pfnGet)(KestrovaContext, int*), bool bInitial)
+/** A switch, or with codes a byte. */
+template<class Out>
+Setting single(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int),
+               KestrovaError (*pfnGet)(KestrovaContext, Out*), double dInitial)
 {
-    return single(pszName, pfnSet, pfnGet, bInitial, {yes(0), yes(1), reads(256, 1), reads(-1, 1), yes(!bInitial)});
-}
-
-Setting code(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int),
-             KestrovaError (*pfnGet)(KestrovaContext, uint8_t*), int nInitial)
-{
-    return single(pszName, pfnSet, pfnGet, nInitial, {yes(0), reads(-1, 255), reads(263, 7)});
+    const bool bCode = sizeof(Out) == 1;
+    return single(pszName, pfnSet, pfnGet, dInitial,
+                  bCode ? std::vector{yes(0), reads(-1, 255), reads(263, 7)}
+                        : std::vector{yes(0), yes(1), reads(256, 1), reads(-1, 1), yes(dInitial == 0)});
 }
 
 template<class Out>
@@ -76,17 +72,17 @@ Setting pair(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int, 
              KestrovaError (*pfnGet)(KestrovaContext, Out*, Out*), std::pair<double, double> initial,
              const std::vector<Write>& rWrites)
 {
-    return {pszName,
-            [=](KestrovaContext c, double a, double b) { return pfnSet(c, static_cast<int>(a), static_cast<int>(b)); },
-            [=](KestrovaContext c, double* a, double* b) {
-                Out first = static_cast<Out>(*a);
-                Out second = static_cast<Out>(*b);
-                const KestrovaError eError = pfnGet(c, &first, &second);
-                *a = first;
-                *b = second;
-                return eError;
-            },
-            initial, rWrites};
+    const auto set = [=](KestrovaContext c, double a, double b) {
+        return pfnSet(c, static_cast<int>(a), static_cast<int>(b));
+    };
+    const auto get = [=](KestrovaContext c, double* a, double* b) {
+        Out aValues[] = {static_cast<Out>(*a), static_cast<Out>(*b)};
+        const KestrovaError eError = pfnGet(c, &aValues[0], &aValues[1]);
+        *a = aValues[0];
+        *b = aValues[1];
+        return eError;
+    };
+    return {pszName, set, get, initial, rWrites};
 }
 
 KestrovaError setQuality(KestrovaContext context, int n)
@@ -102,22 +98,16 @@ KestrovaError setStereoQuality(KestrovaContext context, int n)
 #define BOTH(name) #name, kestrovaSet##name, kestrovaGet##name // spelt once, so that the two cannot differ
 
 const Setting sk_aSettings[] = {
-    onOff(BOTH(EdgeCorrelation), true),
-    onOff(BOTH(DoStereo), true),
-    onOff(BOTH(SubpixelInterpolation), true),
-    onOff(BOTH(DisparityMappingOn), false),
-    onOff(BOTH(Lowpass), true),
-    onOff(BOTH(Rectify), true),
-    onOff(BOTH(TextureValidation), true),
-    onOff(BOTH(UniquenessValidation), true),
-    onOff(BOTH(BackForthValidation), false),
-    onOff(BOTH(SurfaceValidation), true),
-    onOff(BOTH(StrictSubpixelValidation), false),
-    code(BOTH(TextureValidationMapping), 255),
-    code(BOTH(UniquenessValidationMapping), 254),
-    code(BOTH(BackForthValidationMapping), 251),
-    code(BOTH(SurfaceValidationMapping), 252),
-    code(BOTH(SubpixelValidationMapping), 253),
+    // clang-format off
+    single(BOTH(EdgeCorrelation), true), single(BOTH(DoStereo), true),
+    single(BOTH(SubpixelInterpolation), true), single(BOTH(DisparityMappingOn), false),
+    single(BOTH(Lowpass), true), single(BOTH(Rectify), true),
+    single(BOTH(TextureValidation), true), single(BOTH(UniquenessValidation), true),
+    single(BOTH(BackForthValidation), false), single(BOTH(SurfaceValidation), true),
+    single(BOTH(StrictSubpixelValidation), false), single(BOTH(TextureValidationMapping), 255),
+    single(BOTH(UniquenessValidationMapping), 254), single(BOTH(BackForthValidationMapping), 251),
+    single(BOTH(SurfaceValidationMapping), 252), single(BOTH(SubpixelValidationMapping), 253),
+    // clang-format on
     single(BOTH(TextureValidationThreshold), 0.5, {yes(0), yes(128), no(128.5), no(-0.5), no(std::nan(""))}),
     single(BOTH(UniquenessValidationThreshold), 0.5, {yes(0), yes(10), no(10.5), no(-0.5), no(std::nan(""))}),
     single(BOTH(SurfaceValidationDifference), 1, {yes(0), yes(1000), no(-0.5), no(std::nan(""))}),
@@ -192,35 +182,34 @@ TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
     }
 }
 
-TEST(Settings, PrepareRegionsAndAnyMask)
+TEST(Settings, PrepareRegionsAnyMaskAndRanges)
 {
     const Handle handle = open(Shape::Horizontal);
     KestrovaContext c = handle.get();
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 41, 60, 80), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 81), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaSetRectImgQuality(c, KestrovaRectEnhanced1), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(nullptr, 30, 41, 60, 80), KestrovaErrorInvalidContext);
-
     KestrovaROI* pROIs = nullptr;
-    int nValue = 0;
-    EXPECT_EQ(kestrovaGetROIs(c, &pROIs, &nValue), KestrovaErrorOk);
-    EXPECT_EQ(nValue, 100);
+    int nMost = 0;
+    int nMask = 0;
+    int nOffset = 0;
+    EXPECT_EQ(kestrovaSetResolutionAndPrepare(nullptr, 30, 41, 60, 80), KestrovaErrorInvalidContext);
+    EXPECT_EQ(kestrovaGetROIs(nullptr, &pROIs, &nMost), KestrovaErrorInvalidContext);
+    expectOk({kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), kestrovaSetRectImgQuality(c, KestrovaRectEnhanced1),
+              kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), kestrovaGetROIs(c, &pROIs, &nMost),
+              kestrovaSetNumberOfROIs(c, 100), kestrovaSetAnyStereoMask(c, 24), kestrovaGetStereoMask(c, &nMask),
+              kestrovaSetResolution(c, 1200, 1600), kestrovaSetDisparity(c, 800, 1024),
+              kestrovaGetDisparityOffset(c, &nOffset)});
+    EXPECT_TRUE(nMost == 100 && nMask == 24 && nOffset == 784);
     pROIs[99] = {1, 2, 3, 4};
-    EXPECT_EQ(kestrovaSetNumberOfROIs(c, 100), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetNumberOfROIs(c, 101), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaSetNumberOfROIs(c, -1), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaGetROIs(nullptr, &pROIs, &nValue), KestrovaErrorInvalidContext);
-
-    EXPECT_EQ(kestrovaSetAnyStereoMask(c, 24), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetAnyStereoMask(c, 0), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaGetStereoMask(c, &nValue), KestrovaErrorOk);
-    EXPECT_EQ(nValue, 24);
-    EXPECT_EQ(kestrovaSetResolution(c, 960, 1280), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetDisparity(c, 10, 250), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaGetDisparityOffset(c, &nValue), KestrovaErrorOk);
-    EXPECT_EQ(nValue, 10);
+    for (const KestrovaError eError :
+         {kestrovaSetResolutionAndPrepare(c, 30, 41, 60, 80), kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 81),
+          kestrovaSetNumberOfROIs(c, 101), kestrovaSetNumberOfROIs(c, -1), kestrovaSetAnyStereoMask(c, 0),
+          kestrovaSetDisparity(c, 800, 1025)}) {
+        EXPECT_EQ(eError, KestrovaErrorInvalidSetting);
+    }
+    for (const Shape eShape : {Shape::Vertical, Shape::L}) { // the window needs rows too
+        const Handle other = open(eShape);
+        expectOk({kestrovaSetDisparity(other.get(), 0, 233)});
+        EXPECT_EQ(kestrovaSetDisparity(other.get(), 0, 234), KestrovaErrorInvalidSetting);
+    }
 }
 
 } // namespace
