@@ -157,7 +157,6 @@ TEST(Pixels, MapThroughTheNamedCameraOnceTheSourceSizeIsKnown)
         {kestrovaRectifyPixel, KestrovaCamTop, 1, 2, KestrovaErrorInvalidCamera, 7, 7}, // from here on it is known
         {kestrovaRectifyPixel, KestrovaCamLeft, 0.5F, 20.5F, KestrovaErrorOk, 29, 10},
         {kestrovaRectifyPixel, KestrovaCamColor, 0.5F, 20.5F, KestrovaErrorOk, 0, 29},
-        {kestrovaRectifyPixel, KestrovaCamLeft, 999, -999, KestrovaErrorOk, -0.5F, -0.5F},
         {kestrovaUnrectifyPixel, KestrovaCamLeft, 29, 39, KestrovaErrorOk, 0.5F, 78.5F},
         {kestrovaUnrectifyPixel, KestrovaCamColor, 29, 39, KestrovaErrorOk, 58.5F, 0.5F},
         {kestrovaUnrectifyPixel, KestrovaCamColor, 29.25F, 39.25F, KestrovaErrorOk, 59, 0}, // by the search

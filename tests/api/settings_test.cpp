@@ -85,16 +85,6 @@ Setting pair(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int, 
     return {pszName, set, get, initial, rWrites};
 }
 
-KestrovaError setQuality(KestrovaContext context, int n)
-{
-    return kestrovaSetRectImgQuality(context, static_cast<KestrovaRectImgQuality>(n));
-}
-
-KestrovaError setStereoQuality(KestrovaContext context, int n)
-{
-    return kestrovaSetStereoQuality(context, static_cast<KestrovaStereoQuality>(n));
-}
-
 #define BOTH(name) #name, kestrovaSet##name, kestrovaGet##name // spelt once, so that the two cannot differ
 
 const Setting sk_aSettings[] = {
@@ -114,8 +104,8 @@ const Setting sk_aSettings[] = {
     single(BOTH(SurfaceValidationSize), 200, {yes(0), yes(1000000), no(-1)}),
     single(BOTH(EdgeMask), 7, {yes(3), yes(5), yes(11), no(1), no(4), no(13), no(-3)}),
     single(BOTH(StereoMask), 7, {yes(1), yes(13), yes(23), no(0), no(2), no(25), no(-1)}),
-    single("RectImgQuality", setQuality, kestrovaGetRectImgQuality, 1, {yes(0), yes(2), yes(3), reads(9, 1)}),
-    single("StereoQuality", setStereoQuality, kestrovaGetStereoQuality, 0, {yes(1), yes(1), reads(7, 0), yes(1)}),
+    single(BOTH(RectImgQuality), 1, {yes(0), yes(2), yes(3), reads(9, 1)}),
+    single(BOTH(StereoQuality), 0, {yes(1), yes(1), reads(7, 0), yes(1)}),
     pair(BOTH(Disparity), {0, 32},
          {yes(0, 240), yes(73, 313), no(73, 314), no(0, 241), no(5, 5), no(-1, 5),
           no(std::numeric_limits<int>::min(), std::numeric_limits<int>::max())}),
@@ -162,23 +152,35 @@ TEST(Settings, KeepWhatTheyAcceptAndOnlyThat)
 
 TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
 {
-    const Handle handle = open(Shape::Horizontal);
-    for (const auto& [set, get] : {std::pair{&kestrovaSetRectAdjustment, &kestrovaGetRectAdjustment},
-                                   {&kestrovaSetRawAdjustment, &kestrovaGetRawAdjustment}}) {
+    const std::pair<Shape, std::array<int, 5>> aSets[] = {{Shape::L, {0, 0, 1, 2, -1}}, // slots by camera
+                                                          {Shape::Horizontal, {0, 0, -1, 1, -1}},
+                                                          {Shape::Vertical, {0, 0, 1, -1, -1}}};
+    for (const auto& [eShape, slots] : aSets) {
+        CalibrationText text(eShape);
+        for (CameraText& rCamera : text.cameras) {
+            rCamera.extra = "RectFactor 0 0.5\nRawFactor 0." + std::to_string(rCamera.nId) + " 1\n";
+        }
+        const Handle handle = openText(text.text());
+        KestrovaContext c = handle.get();
         double x = 7;
         double y = 7;
-        EXPECT_EQ(get(handle.get(), KestrovaCamRight, &x, &y), KestrovaErrorOk);
-        EXPECT_TRUE(x == 0 && y == 0) << "setting the other side left this one alone";
-        EXPECT_EQ(set(handle.get(), KestrovaCamRight, 1.0, -1.0), KestrovaErrorOk);
-        EXPECT_EQ(set(handle.get(), KestrovaCamLeft, 0.25, 0.5), KestrovaErrorOk);
-        EXPECT_EQ(set(handle.get(), KestrovaCamReference, 1.5, 0), KestrovaErrorInvalidRequest);
-        EXPECT_EQ(get(handle.get(), KestrovaCamReference, &x, &y), KestrovaErrorOk);
-        EXPECT_TRUE(x == 1.0 && y == -1.0);
-        for (const KestrovaCamera eNone : {KestrovaCamTop, KestrovaCamColor}) { // before the values are looked at
-            EXPECT_EQ(set(handle.get(), eNone, 9, 9), KestrovaErrorInvalidCamera);
-            EXPECT_EQ(get(handle.get(), eNone, &x, &y), KestrovaErrorInvalidCamera);
+        for (std::size_t n = 0; n < slots.size(); ++n) {
+            const auto eCamera = static_cast<KestrovaCamera>(n);
+            const auto eExpected = slots[n] >= 0 ? KestrovaErrorOk : KestrovaErrorInvalidCamera;
+            EXPECT_EQ(kestrovaGetRawAdjustment(c, eCamera, &x, &y), eExpected);
+            EXPECT_TRUE(slots[n] < 0 || (x == slots[n] / 10.0 && y == 1)) << x;
+            EXPECT_EQ(kestrovaGetRectAdjustment(c, eCamera, &x, &y), eExpected);
+            EXPECT_TRUE(slots[n] < 0 || (x == 0 && y == 0.5));
         }
-        EXPECT_EQ(set(nullptr, KestrovaCamRight, 9, 9), KestrovaErrorInvalidContext);
+        for (const auto& [set, get] : {std::pair{&kestrovaSetRectAdjustment, &kestrovaGetRectAdjustment},
+                                       {&kestrovaSetRawAdjustment, &kestrovaGetRawAdjustment}}) {
+            expectOk({set(c, KestrovaCamRight, 1.0, -1.0)});
+            EXPECT_EQ(set(c, KestrovaCamReference, 1.5, 0), KestrovaErrorInvalidRequest);
+            EXPECT_EQ(set(c, KestrovaCamColor, 9, 9), KestrovaErrorInvalidCamera); // before the values are looked at
+            EXPECT_EQ(set(nullptr, KestrovaCamRight, 9, 9), KestrovaErrorInvalidContext);
+            expectOk({get(c, KestrovaCamReference, &x, &y)});
+            EXPECT_TRUE(x == 1.0 && y == -1.0);
+        }
     }
 }
 

@@ -109,20 +109,16 @@ TEST(CalibrationWrite, TextsThatCannotBeFollowedEndEarly)
     const std::string pair = CalibrationText(Shape::Horizontal).text();
     CalibrationText color(Shape::Horizontal);
     color.cameras.push_back({100, "9 9 9", "COLOR"});
-    const struct
-    {
-        std::string text;
-        std::string tail; // of what is written
-    } aCases[] = {
+    const std::pair<std::string, std::string> aCases[] = {
+        // the text, and the tail of what is written
         {replaced(replaced(pair, "Begin", "BEGIN"), "End", "END"), "BaseLine   0.12\n\n\n"}, // no block is seen
         {color.text(), "Iwarp 1002 1003\n"},
         {replaced(pair, "Position", "POSITION"), "Iwarp 2 3\n"},
         {replaced(pair, "EndCamera", "ENDCAMERA"), "EndWarp\n"}, // the block takes all, and its cameras' warps too
         {pair + "BeginCamera\nPosition 0 0\nEndCamera\n", "\n\nBeginCamera\n"},
     };
-    for (const auto& rCase : aCases) {
-        const std::string text = written(kestrovaWriteCurrentContextToFile, openFile(rCase.text).get());
-        EXPECT_TRUE(text.ends_with(rCase.tail)) << text.substr(text.size() - std::min<std::size_t>(text.size(), 80));
+    for (const auto& [from, tail] : aCases) {
+        EXPECT_THAT(written(kestrovaWriteCurrentContextToFile, openFile(from).get()), testing::EndsWith(tail));
     }
     const Handle handle = open(Shape::Horizontal);
     for (const auto pfnWrite : {kestrovaWriteDefaultContextToFile, kestrovaWriteCurrentContextToFile}) {
@@ -130,9 +126,7 @@ TEST(CalibrationWrite, TextsThatCannotBeFollowedEndEarly)
         EXPECT_EQ(pfnWrite(handle.get(), "/no such folder/file"), KestrovaErrorSystem);
     }
     StereoContext empty;
-    EXPECT_FALSE(stereoContextWriteDefaultToStream(nullptr, stdout));
     EXPECT_FALSE(stereoContextWriteDefaultToStream(&empty, stdout));
-    EXPECT_FALSE(CalibrationWriter(empty, stdout).writeSection1GeneralInfo());
 }
 
 } // namespace

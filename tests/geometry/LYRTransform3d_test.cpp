@@ -3,8 +3,7 @@
 
 #include "support/CalibrationText.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <Eigen/Geometry>
 
 #include <cmath>
 #include <limits>
@@ -14,56 +13,34 @@ using namespace kestrova;
 
 namespace {
 
-using Matrix = std::array<std::array<double, 4>, 4>;
+using Matrix = Eigen::Matrix4d;
 
 constexpr double sk_dHalfPi = std::numbers::pi / 2;
 
 // A right-handed turn about axis 0, 1 or 2.
 Matrix turn(int nAxis, double dAngle)
 {
-    Matrix m{};
-    for (int i = 0; i < 4; ++i) {
-        m[i][i] = 1;
-    }
-    const int p = (nAxis + 1) % 3;
-    const int q = (nAxis + 2) % 3;
-    m[p][p] = m[q][q] = std::cos(dAngle);
-    m[q][p] = std::sin(dAngle);
-    m[p][q] = -m[q][p];
-    return m;
-}
-
-Matrix operator*(const Matrix& a, const Matrix& b)
-{
-    Matrix m{};
-    for (int r = 0; r < 4; ++r) {
-        for (int c = 0; c < 4; ++c) {
-            m[r][c] = a[r][0] * b[0][c] + a[r][1] * b[1][c] + a[r][2] * b[2][c] + a[r][3] * b[3][c];
-        }
-    }
-    return m;
+    return Eigen::Affine3d(Eigen::AngleAxisd(dAngle, Eigen::Vector3d::Unit(nAxis))).matrix();
 }
 
 Matrix moved(Matrix m, double x, double y, double z)
 {
-    m[0][3] = x;
-    m[1][3] = y;
-    m[2][3] = z;
+    m.col(3).head<3>() = Eigen::Vector3d(x, y, z);
     return m;
 }
 
 // What six parameters keep of a rotation. A quarter turn down about Y turns the other way about X afterwards.
 Matrix described(const Matrix& m)
 {
-    const bool bDown = m[2][0] > 1 - 1e-14;
-    return bDown ? moved(turn(1, -sk_dHalfPi) * turn(0, std::atan2(m[0][1], m[1][1])), m[0][3], m[1][3], m[2][3]) : m;
+    const Matrix down = turn(1, -sk_dHalfPi) * turn(0, std::atan2(m(0, 1), m(1, 1)));
+    return m(2, 0) > 1 - 1e-14 ? moved(down, m(0, 3), m(1, 3), m(2, 3)) : m;
 }
 
 void expectMatrix(LYRTransform3d transform, const Matrix& rExpected, const char* pszWhat)
 {
     for (int r = 0; r < 4; ++r) {
         for (int c = 0; c < 4; ++c) {
-            ASSERT_NEAR(transform.elementAt(r, c), rExpected[r][c], 1e-12) << pszWhat << " (" << r << ", " << c << ")";
+            ASSERT_NEAR(transform.elementAt(r, c), rExpected(r, c), 1e-12) << pszWhat << " (" << r << ", " << c << ")";
         }
     }
 }
@@ -81,8 +58,8 @@ TEST(LYRTransform3d, MatricesAreProductsOfTurns)
                 LYRTransform3d transform(4, 5, 6, a, b, c);
                 expectMatrix(transform, zyx, "constructor");
                 transform.setEulerXYZ(a, b, c, 4, 5, 6);
-                EXPECT_NEAR(transform.elementAt(1, 0), xyz[1][0], 1e-12);
-                EXPECT_NEAR(transform.elementAt(0, 1), xyz[0][1], 1e-12);
+                EXPECT_NEAR(transform.elementAt(1, 0), xyz(1, 0), 1e-12);
+                EXPECT_NEAR(transform.elementAt(0, 1), xyz(0, 1), 1e-12);
                 expectMatrix(transform, described(xyz), "a copy, which has the derived parameters only");
                 transform.setEulerZYX(a, b, c, 4, 5, 6);
                 EXPECT_EQ(transform.elementAt(1, 0), LYRTransform3d(4, 5, 6, a, b, c).elementAt(1, 0));

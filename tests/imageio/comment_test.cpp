@@ -3,6 +3,8 @@
 #include "imageio/imageInfo.h"
 #include "support/allSettings.h"
 
+#include <gmock/gmock.h>
+
 namespace kestrova::test {
 using namespace std::string_literals;
 namespace {
@@ -116,13 +118,15 @@ TEST(ImageComment, HeadersOfOtherImagesLineByLine)
     const char* const pszNowhere = "/no such folder/file";
     KestrovaImage read{9, 9, 9, nullptr};
     KestrovaImageInfo info{};
-    EXPECT_EQ(kestrovaSaveImageExtra(h, KestrovaImgRaw, KestrovaCamTop, pszNowhere), KestrovaErrorSystem);
-    EXPECT_EQ(kestrovaSaveImageExtra(nullptr, KestrovaImgRaw, KestrovaCamTop, file.path()),
-              KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaReadImageExtra(pszNowhere, &read, &info), KestrovaErrorImageFileRead);
-    EXPECT_EQ(kestrovaReadImageExtra(nullptr, &read, &info), KestrovaErrorInvalidParameter);
-    EXPECT_EQ(kestrovaReadImageExtra(file.path(), nullptr, &info), KestrovaErrorInvalidParameter);
-    EXPECT_EQ(kestrovaReadImageExtra(file.path(), &read, nullptr), KestrovaErrorInvalidParameter);
+    const KestrovaError aErrors[] = {kestrovaSaveImageExtra(h, KestrovaImgRaw, KestrovaCamTop, pszNowhere),
+                                     kestrovaSaveImageExtra(nullptr, KestrovaImgRaw, KestrovaCamTop, file.path()),
+                                     kestrovaReadImageExtra(pszNowhere, &read, &info),
+                                     kestrovaReadImageExtra(nullptr, &read, &info),
+                                     kestrovaReadImageExtra(file.path(), nullptr, &info),
+                                     kestrovaReadImageExtra(file.path(), &read, nullptr)};
+    constexpr auto sk_eBad = KestrovaErrorInvalidParameter;
+    EXPECT_THAT(aErrors, testing::ElementsAre(KestrovaErrorSystem, KestrovaErrorInvalidContext,
+                                              KestrovaErrorImageFileRead, sk_eBad, sk_eBad, sk_eBad));
     EXPECT_TRUE(read.nrows == 9 && !info.hasComment);
 }
 
@@ -166,20 +170,19 @@ TEST(ImageComment, TextsThatParseAndThoseThatDoNot)
         {disparity + "EdgeMask=3\n DisparityMapping=Maybe\n TextureValidation=On", sk_eOk, 77, 3},
     };
     for (const auto& rCase : aCases) {
+        SCOPED_TRACE(rCase.text);
         std::string text = rCase.text;
         KestrovaImageInfo info{};
         info.parameters.disparity.rectQuality = static_cast<KestrovaRectImgQuality>(77);
-        info.parameters.edge.edgeMask = 77;
-        info.parameters.disparity.edgeMask = 77;
+        info.parameters.edge.edgeMask = info.parameters.disparity.edgeMask = 77;
         testing::internal::CaptureStdout();
-        EXPECT_EQ(parseImageInfo(text.data(), &info), rCase.eError) << rCase.text;
+        EXPECT_EQ(parseImageInfo(text.data(), &info), rCase.eError);
         const bool bMaybe = rCase.text.find("Maybe") != std::string::npos;
         EXPECT_EQ(testing::internal::GetCapturedStdout(), bMaybe ? "Error in stringToBool!\n" : "");
         const bool bEdge = rCase.text.find("Edge Left") != std::string::npos;
-        EXPECT_EQ(info.hasComment, rCase.bComment) << rCase.text;
-        EXPECT_EQ(info.parameters.rectified.rectQuality, rCase.nQuality) << rCase.text;
-        EXPECT_EQ(bEdge ? info.parameters.edge.edgeMask : info.parameters.disparity.edgeMask, rCase.nEdgeMask)
-            << rCase.text;
+        EXPECT_EQ(info.hasComment, rCase.bComment);
+        EXPECT_EQ(info.parameters.rectified.rectQuality, rCase.nQuality);
+        EXPECT_EQ(bEdge ? info.parameters.edge.edgeMask : info.parameters.disparity.edgeMask, rCase.nEdgeMask);
     }
     // A file whose comment is damaged still gives its pixels.
     const TempFile file("P5\n#LYRComment\n1 1 255 a");
