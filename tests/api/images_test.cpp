@@ -1,11 +1,5 @@
 // Views of the context's images, and caller's memory as their storage.
-#include "kestrova.h"
 #include "support/StereoFrame.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
 
 namespace {
 
@@ -15,69 +9,66 @@ constexpr auto sk_eOk = KestrovaErrorOk;
 constexpr auto sk_eCamera = KestrovaErrorInvalidCamera;
 constexpr auto sk_eRequest = KestrovaErrorInvalidRequest;
 
-std::string withColour(Shape eShape)
+Handle openColour()
 {
-    CalibrationText text(eShape);
+    CalibrationText text(Shape::Horizontal);
     text.cameras.push_back({100, "0 0 0", "COLOR"});
-    return text.text();
+    return openText(text.text());
 }
 
 TEST(Images, ErrorsComeInOrder)
 {
-    struct Case
+    const struct
     {
-        const char* pszText;
-        int nType;
-        int nCamera;
+        char cSet; // pair, L, or pair with colour
+        int nType, nCamera;
         bool bStereo, bSubpixel, bEdge;
         KestrovaError eGet, eGet16, eSet, eSet16;
+    } aCases[] = {
+        {'2', 0, 0, true, false, true, sk_eOk, sk_eRequest, sk_eOk, sk_eOk},
+        {'2', 0, 1, true, true, true, sk_eRequest, sk_eOk, sk_eOk, sk_eOk},
+        {'2', 0, 3, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},
+        {'2', 0, 2, true, false, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},  // no such camera
+        {'L', 0, 2, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera}, // but not this image
+        {'2', 1, 3, true, true, true, sk_eOk, sk_eRequest, sk_eRequest, sk_eCamera},      // no source size yet
+        {'2', 3, 3, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
+        {'2', 3, 3, true, true, false, sk_eRequest, sk_eRequest, sk_eOk, sk_eCamera},
+        {'2', 4, 1, true, true, true, sk_eRequest, sk_eRequest, sk_eRequest, sk_eCamera},
+        {'2', -1, 2, true, true, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},
+        {'2', 2, 4, true, true, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},
+        {'C', 2, 4, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
+        {'C', 0, 4, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},
     };
-    const Case aCases[] = {
-        {"pair", 0, 0, true, false, true, sk_eOk, sk_eRequest, sk_eOk, sk_eOk},
-        {"pair", 0, 1, true, true, true, sk_eRequest, sk_eOk, sk_eOk, sk_eOk},
-        {"pair", 0, 3, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},
-        {"pair", 0, 2, true, false, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera}, // no such camera
-        {"L", 0, 2, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},   // but not this image
-        {"pair", 1, 3, true, true, true, sk_eOk, sk_eRequest, sk_eRequest, sk_eCamera},     // no source size yet
-        {"pair", 3, 3, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
-        {"pair", 3, 3, true, true, false, sk_eRequest, sk_eRequest, sk_eOk, sk_eCamera},
-        {"pair", 4, 1, true, true, true, sk_eRequest, sk_eRequest, sk_eRequest, sk_eCamera},
-        {"pair", -1, 2, true, true, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},
-        {"pair", 2, 4, true, true, true, sk_eCamera, sk_eRequest, sk_eCamera, sk_eCamera},
-        {"colour", 2, 4, true, true, true, sk_eOk, sk_eRequest, sk_eOk, sk_eCamera},
-        {"colour", 0, 4, true, false, true, sk_eRequest, sk_eRequest, sk_eCamera, sk_eCamera},
-    };
-    for (const Case& rCase : aCases) {
-        const std::string text = rCase.pszText;
-        const Handle handle = text == "colour" ? openText(withColour(Shape::Horizontal))
-                                               : open(text == "L" ? Shape::L : Shape::Horizontal);
-        EXPECT_EQ(kestrovaSetDoStereo(handle.get(), rCase.bStereo), sk_eOk);
-        EXPECT_EQ(kestrovaSetSubpixelInterpolation(handle.get(), rCase.bSubpixel), sk_eOk);
-        EXPECT_EQ(kestrovaSetEdgeCorrelation(handle.get(), rCase.bEdge), sk_eOk);
+    unsigned char ucCanary = 0;
+    unsigned short usCanary = 0;
+    for (const auto& rCase : aCases) {
+        SCOPED_TRACE(&rCase - aCases);
+        const Handle handle = rCase.cSet == 'C' ? openColour() : open(rCase.cSet == 'L' ? Shape::L : Shape::Horizontal);
+        KestrovaContext c = handle.get();
+        expectOk({kestrovaSetDoStereo(c, rCase.bStereo), kestrovaSetSubpixelInterpolation(c, rCase.bSubpixel),
+                  kestrovaSetEdgeCorrelation(c, rCase.bEdge)});
         const auto eType = static_cast<KestrovaImageType>(rCase.nType);
         const auto eType16 = static_cast<KestrovaImage16Type>(rCase.nType);
         const auto eCamera = static_cast<KestrovaCamera>(rCase.nCamera);
-        unsigned char ucCanary = 0;
-        unsigned short usCanary = 0;
         KestrovaImage image{9, 9, 9, &ucCanary};
         KestrovaImage16 image16{9, 9, 9, &usCanary};
-        const auto name = testing::Message() << text << ' ' << rCase.nType << ' ' << rCase.nCamera;
-        EXPECT_EQ(kestrovaGetImage(handle.get(), eType, eCamera, &image), rCase.eGet) << name;
-        EXPECT_EQ(kestrovaGetImage16(handle.get(), eType16, eCamera, &image16), rCase.eGet16) << name;
+        EXPECT_EQ(kestrovaGetImage(c, eType, eCamera, &image), rCase.eGet);
+        EXPECT_EQ(kestrovaGetImage16(c, eType16, eCamera, &image16), rCase.eGet16);
         // Nothing was made yet: a success describes an empty image, a failure leaves the record.
-        EXPECT_EQ(image.nrows == 0 && image.rowinc == 0 && image.data == nullptr, rCase.eGet == sk_eOk) << name;
-        EXPECT_EQ(image16.data == nullptr, rCase.eGet16 == sk_eOk) << name;
-        EXPECT_EQ(kestrovaUnsetImageBuffer(handle.get(), eType, eCamera), rCase.eSet) << name;
-        EXPECT_EQ(kestrovaUnsetImage16Buffer(handle.get(), eType16, eCamera), rCase.eSet16) << name;
+        EXPECT_EQ(image.nrows == 0 && image.rowinc == 0 && image.data == nullptr, rCase.eGet == sk_eOk);
+        EXPECT_EQ(image16.data == nullptr, rCase.eGet16 == sk_eOk);
+        EXPECT_EQ(kestrovaUnsetImageBuffer(c, eType, eCamera), rCase.eSet);
+        EXPECT_EQ(kestrovaUnsetImage16Buffer(c, eType16, eCamera), rCase.eSet16);
     }
     KestrovaImage image{};
     KestrovaImage16 image16{};
-    EXPECT_EQ(kestrovaGetImage(nullptr, KestrovaImgRaw, KestrovaCamRight, &image), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaGetImage16(nullptr, KestrovaImg16Disparity, KestrovaCamRight, &image16),
-              KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaSetImageBuffer(nullptr, nullptr, KestrovaImgRaw, KestrovaCamRight), KestrovaErrorInvalidContext);
-    EXPECT_EQ(kestrovaSetImage16Buffer(nullptr, nullptr, KestrovaImg16Disparity, KestrovaCamRight),
-              KestrovaErrorInvalidContext);
+    for (const KestrovaError eError :
+         {kestrovaGetImage(nullptr, KestrovaImgRaw, KestrovaCamRight, &image),
+          kestrovaGetImage16(nullptr, KestrovaImg16Disparity, KestrovaCamRight, &image16),
+          kestrovaSetImageBuffer(nullptr, nullptr, KestrovaImgRaw, KestrovaCamRight),
+          kestrovaSetImage16Buffer(nullptr, nullptr, KestrovaImg16Disparity, KestrovaCamRight)}) {
+        EXPECT_EQ(eError, KestrovaErrorInvalidContext);
+    }
 }
 
 TEST(Images, RawImagesSkipTheErrorOfTheLastRun)
@@ -88,9 +79,8 @@ TEST(Images, RawImagesSkipTheErrorOfTheLastRun)
     EXPECT_EQ(kestrovaStereo(handle.get()), sk_eRequest); // nothing was preprocessed
     EXPECT_EQ(kestrovaGetImage(handle.get(), KestrovaImgRectified, KestrovaCamRight, &image), sk_eRequest);
     EXPECT_EQ(kestrovaGetImage16(handle.get(), KestrovaImg16Disparity, KestrovaCamRight, &image16), sk_eRequest);
-    EXPECT_EQ(image.nrows, 9);
-    EXPECT_EQ(image16.nrows, 9);
-    EXPECT_EQ(kestrovaGetImage(handle.get(), KestrovaImgRaw, KestrovaCamRight, &image), sk_eOk);
+    EXPECT_TRUE(image.nrows == 9 && image16.nrows == 9);
+    expectOk({kestrovaGetImage(handle.get(), KestrovaImgRaw, KestrovaCamRight, &image)});
     EXPECT_EQ(image.nrows, 0);
 }
 
@@ -105,52 +95,47 @@ TEST(Images, CallersBuffersReceiveEveryImage)
         {KestrovaImgRectified, KestrovaCamRight}, {KestrovaImgRectified, KestrovaCamLeft},
         {KestrovaImgEdge, KestrovaCamRight},      {KestrovaImgEdge, KestrovaCamLeft},
         {KestrovaImgRaw, KestrovaCamRight},       {KestrovaImgDisparity, KestrovaCamReference}};
-    std::vector<std::vector<std::uint8_t>> results[2];
-    std::vector<std::uint16_t> result16[2];
+    std::vector<std::vector<std::uint8_t>> results;
+    std::vector<std::uint16_t> result16;
     std::vector<std::vector<std::uint8_t>> buffers(std::size(aImages), std::vector<std::uint8_t>(nRows * nCols + 1, 7));
     std::vector<std::uint16_t> buffer16(nRows * nCols + 1, 7);
     for (const bool bLent : {false, true}) {
         const Handle handle = open(Shape::Horizontal);
         KestrovaContext c = handle.get();
-        EXPECT_EQ(kestrovaSetResolution(c, nRows, nCols), sk_eOk);
-        EXPECT_EQ(kestrovaSetSourceResolution(c, nRows, nCols), sk_eOk);
-        EXPECT_EQ(kestrovaSetDisparity(c, 0, 12), sk_eOk);
+        expectOk({kestrovaSetResolution(c, nRows, nCols), kestrovaSetSourceResolution(c, nRows, nCols),
+                  kestrovaSetDisparity(c, 0, 12)});
         for (std::size_t i = 0; bLent && i < std::size(aImages); ++i) {
-            EXPECT_EQ(kestrovaSetImageBuffer(c, buffers[i].data(), aImages[i].first, aImages[i].second), sk_eOk);
+            expectOk({kestrovaSetImageBuffer(c, buffers[i].data(), aImages[i].first, aImages[i].second),
+                      kestrovaSetImage16Buffer(c, buffer16.data(), KestrovaImg16Disparity, KestrovaCamRight)});
         }
-        if (bLent) {
-            EXPECT_EQ(kestrovaSetImage16Buffer(c, buffer16.data(), KestrovaImg16Disparity, KestrovaCamRight), sk_eOk);
-        }
-        EXPECT_EQ(kestrovaPreprocess(c, &input), sk_eOk);
-        EXPECT_EQ(kestrovaStereo(c), sk_eOk);
-        result16[bLent] = disparity16(c);
-        EXPECT_TRUE(!bLent || std::equal(result16[1].begin(), result16[1].end(), buffer16.begin()));
-        EXPECT_EQ(kestrovaSetSubpixelInterpolation(c, 0), sk_eOk);
-        EXPECT_EQ(kestrovaStereo(c), sk_eOk);
-        for (const auto& [eType, eCamera] : aImages) {
+        expectOk({kestrovaPreprocess(c, &input), kestrovaStereo(c)});
+        result16 = bLent ? result16 : disparity16(c);
+        EXPECT_EQ(disparity16(c), result16);
+        EXPECT_TRUE(!bLent || std::equal(result16.begin(), result16.end(), buffer16.begin()));
+        expectOk({kestrovaSetSubpixelInterpolation(c, 0), kestrovaStereo(c)});
+        for (std::size_t i = 0; i < std::size(aImages); ++i) {
             KestrovaImage record{};
-            EXPECT_EQ(kestrovaGetImage(c, eType, eCamera, &record), sk_eOk);
+            expectOk({kestrovaGetImage(c, aImages[i].first, aImages[i].second, &record)});
             EXPECT_EQ(record.rowinc, bLent ? nCols : 64); // no gaps, or rows on 32 bytes
-            results[bLent].push_back(pixelsOf(record));
+            if (!bLent) {
+                results.push_back(pixelsOf(record));
+            }
+            EXPECT_EQ(pixelsOf(record), results[i]) << i;
         }
         // Of another size, or unset, the context has storage of its own again and leaves the buffer alone.
-        EXPECT_EQ(kestrovaUnsetImageBuffer(c, KestrovaImgDisparity, KestrovaCamRight), sk_eOk);
-        EXPECT_EQ(kestrovaSetResolution(c, 30, 40), sk_eOk);
-        EXPECT_EQ(kestrovaPreprocess(c, &input), sk_eOk);
-        EXPECT_EQ(kestrovaStereo(c), sk_eOk);
+        expectOk({kestrovaUnsetImageBuffer(c, KestrovaImgDisparity, KestrovaCamRight), kestrovaSetResolution(c, 30, 40),
+                  kestrovaPreprocess(c, &input), kestrovaStereo(c)});
         for (const KestrovaImageType eType : {KestrovaImgDisparity, KestrovaImgRectified, KestrovaImgEdge}) {
             KestrovaImage record{};
-            EXPECT_EQ(kestrovaGetImage(c, eType, KestrovaCamRight, &record), sk_eOk);
+            expectOk({kestrovaGetImage(c, eType, KestrovaCamRight, &record)});
             EXPECT_TRUE(record.nrows == 30 && record.rowinc == 64);
         }
     }
-    EXPECT_EQ(results[0], results[1]);
-    EXPECT_EQ(result16[0], result16[1]);
+    EXPECT_EQ(buffer16.back(), 7); // what follows the last pixel
     for (std::size_t i = 0; i < std::size(aImages); ++i) {
-        results[0][i].push_back(7); // what follows the last pixel
-        EXPECT_EQ(buffers[i], results[0][i]) << i;
+        results[i].push_back(7);
+        EXPECT_EQ(buffers[i], results[i]) << i;
     }
-    EXPECT_EQ(buffer16.back(), 7);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // The point functions: where each takes its disparity from, and what an error leaves in the outputs.
 #include "api/MultiContext.h"
-#include "kestrova.h"
 
 #include <gtest/gtest.h>
 
@@ -15,12 +14,10 @@ protected:
     Points()
     {
         auto pContext = std::make_unique<StereoContext>();
-        pContext->m_dFocalLength = 0.8;
-        pContext->m_nCols = 640;
-        pContext->m_dBaseline = 0.125;
-        pContext->m_dImageCenterRow = 100;
-        pContext->m_dImageCenterCol = 200;
         m_pContext = pContext.get();
+        std::tie(m_pContext->m_dFocalLength, m_pContext->m_nCols, m_pContext->m_dBaseline) =
+            std::tuple(0.8, 640, 0.125);
+        std::tie(m_pContext->m_dImageCenterRow, m_pContext->m_dImageCenterCol) = std::pair(100, 200);
         EXPECT_TRUE(addContextToMultiContext(&m_multi, std::move(pContext)));
     }
 
@@ -33,9 +30,7 @@ protected:
     MultiContext m_multi{1};
     KestrovaContext m_handle = handleOf(&m_multi);
     StereoContext* m_pContext;
-    float x = 7;
-    float y = 7;
-    float z = 7;
+    float x = 7, y = 7, z = 7;
 };
 
 } // namespace
@@ -56,11 +51,8 @@ TEST_F(Points, EachFormReadsItsDisparityItsOwnWay)
 
     m_pContext->m_nCols = 1280;
     expectPoint(kestrovaRCDFloatToXYZ(m_handle, 164, 72, 16, &x, &y, &z), -1, 0.5f, 2 * fHalfZ, "the new resolution");
-    float fRow = 0;
-    float fCol = 0;
-    float fDisparity = 0;
-    EXPECT_EQ(kestrovaXYZToRCD(m_handle, x, y, z, &fRow, &fCol, &fDisparity), KestrovaErrorOk);
-    EXPECT_TRUE(fRow == 164 && fCol == 72 && fDisparity == 16) << "neither offset nor mapping is undone";
+    EXPECT_EQ(kestrovaXYZToRCD(m_handle, x, y, z, &x, &y, &z), KestrovaErrorOk);
+    EXPECT_TRUE(x == 164 && y == 72 && z == 16) << "neither offset nor mapping is undone";
 }
 
 TEST_F(Points, ErrorsLeaveTheOutputsButForOneForm)
@@ -68,13 +60,12 @@ TEST_F(Points, ErrorsLeaveTheOutputsButForOneForm)
     m_pContext->m_nDisparityMappingMin = 4;
     m_pContext->m_nDisparityMappingMax = 36;
     const auto expectAll = [&](unsigned char ucDisparity, KestrovaError eExpected) {
-        const KestrovaError aErrors[] = {kestrovaRCDFloatToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
-                                         kestrovaRCD8ToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
-                                         kestrovaRCD16ToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
-                                         kestrovaRCDMappedToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
-                                         kestrovaXYZToRCD(m_handle, 1, 2, ucDisparity, &x, &y, &z)};
-        for (const KestrovaError& rError : aErrors) {
-            EXPECT_EQ(rError, eExpected) << &rError - aErrors;
+        for (const KestrovaError eError : {kestrovaRCDFloatToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                           kestrovaRCD8ToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                           kestrovaRCD16ToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                           kestrovaRCDMappedToXYZ(m_handle, 1, 2, ucDisparity, &x, &y, &z),
+                                           kestrovaXYZToRCD(m_handle, 1, 2, ucDisparity, &x, &y, &z)}) {
+            EXPECT_EQ(eError, eExpected);
         }
     };
     expectAll(0, KestrovaErrorInvalidRequest);

@@ -1,17 +1,13 @@
 // Every setting through its setter and getter: defaults, edges of the range, what is refused.
-#include "kestrova.h"
 #include "support/StereoFrame.h"
 
 #include <cmath>
 #include <functional>
-#include <gtest/gtest.h>
 #include <limits>
 
 namespace {
 
-using kestrova::test::Handle;
-using kestrova::test::open;
-using kestrova::test::Shape;
+using namespace kestrova::test;
 
 struct Write
 {
@@ -47,28 +43,28 @@ template<class In, class Out>
 Setting single(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, In),
                KestrovaError (*pfnGet)(KestrovaContext, Out*), double dInitial, const std::vector<Write>& rWrites)
 {
+    const auto get = [=](KestrovaContext c, double* a, double*) {
+        Out value = static_cast<Out>(*a);
+        const KestrovaError eError = pfnGet(c, &value);
+        *a = static_cast<double>(value);
+        return eError;
+    };
     return {pszName,
             [=](KestrovaContext c, double a, double) { return pfnSet(c, static_cast<In>(a)); },
-            [=](KestrovaContext c, double* a, double*) {
-                Out value = static_cast<Out>(*a);
-                const KestrovaError eError = pfnGet(c, &value);
-                *a = static_cast<double>(value);
-                return eError;
-            },
+            get,
             {dInitial, 0},
             rWrites};
 }
 
-Setting onOff(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int),
-              KestrovaError (*pfnGet)(KestrovaContext, int*), bool bInitial)
+/** A switch, or with codes a byte. */
+template<class Out>
+Setting single(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int),
+               KestrovaError (*pfnGet)(KestrovaContext, Out*), double dInitial)
 {
-    return single(pszName, pfnSet, pfnGet, bInitial, {yes(0), yes(1), reads(256, 1), reads(-1, 1), yes(!bInitial)});
-}
-
-Setting code(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int),
-             KestrovaError (*pfnGet)(KestrovaContext, uint8_t*), int nInitial)
-{
-    return single(pszName, pfnSet, pfnGet, nInitial, {yes(0), reads(-1, 255), reads(263, 7)});
+    const bool bCode = sizeof(Out) == 1;
+    return single(pszName, pfnSet, pfnGet, dInitial,
+                  bCode ? std::vector{yes(0), reads(-1, 255), reads(263, 7)}
+                        : std::vector{yes(0), yes(1), reads(256, 1), reads(-1, 1), yes(dInitial == 0)});
 }
 
 template<class Out>
@@ -76,56 +72,40 @@ Setting pair(const char* pszName, KestrovaError (*pfnSet)(KestrovaContext, int, 
              KestrovaError (*pfnGet)(KestrovaContext, Out*, Out*), std::pair<double, double> initial,
              const std::vector<Write>& rWrites)
 {
-    return {pszName,
-            [=](KestrovaContext c, double a, double b) { return pfnSet(c, static_cast<int>(a), static_cast<int>(b)); },
-            [=](KestrovaContext c, double* a, double* b) {
-                Out first = static_cast<Out>(*a);
-                Out second = static_cast<Out>(*b);
-                const KestrovaError eError = pfnGet(c, &first, &second);
-                *a = first;
-                *b = second;
-                return eError;
-            },
-            initial, rWrites};
-}
-
-KestrovaError setQuality(KestrovaContext context, int n)
-{
-    return kestrovaSetRectImgQuality(context, static_cast<KestrovaRectImgQuality>(n));
-}
-
-KestrovaError setStereoQuality(KestrovaContext context, int n)
-{
-    return kestrovaSetStereoQuality(context, static_cast<KestrovaStereoQuality>(n));
+    const auto set = [=](KestrovaContext c, double a, double b) {
+        return pfnSet(c, static_cast<int>(a), static_cast<int>(b));
+    };
+    const auto get = [=](KestrovaContext c, double* a, double* b) {
+        Out aValues[] = {static_cast<Out>(*a), static_cast<Out>(*b)};
+        const KestrovaError eError = pfnGet(c, &aValues[0], &aValues[1]);
+        *a = aValues[0];
+        *b = aValues[1];
+        return eError;
+    };
+    return {pszName, set, get, initial, rWrites};
 }
 
 #define BOTH(name) #name, kestrovaSet##name, kestrovaGet##name // spelt once, so that the two cannot differ
 
 const Setting sk_aSettings[] = {
-    onOff(BOTH(EdgeCorrelation), true),
-    onOff(BOTH(DoStereo), true),
-    onOff(BOTH(SubpixelInterpolation), true),
-    onOff(BOTH(DisparityMappingOn), false),
-    onOff(BOTH(Lowpass), true),
-    onOff(BOTH(Rectify), true),
-    onOff(BOTH(TextureValidation), true),
-    onOff(BOTH(UniquenessValidation), true),
-    onOff(BOTH(BackForthValidation), false),
-    onOff(BOTH(SurfaceValidation), true),
-    onOff(BOTH(StrictSubpixelValidation), false),
-    code(BOTH(TextureValidationMapping), 255),
-    code(BOTH(UniquenessValidationMapping), 254),
-    code(BOTH(BackForthValidationMapping), 251),
-    code(BOTH(SurfaceValidationMapping), 252),
-    code(BOTH(SubpixelValidationMapping), 253),
+    // clang-format off
+    single(BOTH(EdgeCorrelation), true), single(BOTH(DoStereo), true),
+    single(BOTH(SubpixelInterpolation), true), single(BOTH(DisparityMappingOn), false),
+    single(BOTH(Lowpass), true), single(BOTH(Rectify), true),
+    single(BOTH(TextureValidation), true), single(BOTH(UniquenessValidation), true),
+    single(BOTH(BackForthValidation), false), single(BOTH(SurfaceValidation), true),
+    single(BOTH(StrictSubpixelValidation), false), single(BOTH(TextureValidationMapping), 255),
+    single(BOTH(UniquenessValidationMapping), 254), single(BOTH(BackForthValidationMapping), 251),
+    single(BOTH(SurfaceValidationMapping), 252), single(BOTH(SubpixelValidationMapping), 253),
+    // clang-format on
     single(BOTH(TextureValidationThreshold), 0.5, {yes(0), yes(128), no(128.5), no(-0.5), no(std::nan(""))}),
     single(BOTH(UniquenessValidationThreshold), 0.5, {yes(0), yes(10), no(10.5), no(-0.5), no(std::nan(""))}),
     single(BOTH(SurfaceValidationDifference), 1, {yes(0), yes(1000), no(-0.5), no(std::nan(""))}),
     single(BOTH(SurfaceValidationSize), 200, {yes(0), yes(1000000), no(-1)}),
     single(BOTH(EdgeMask), 7, {yes(3), yes(5), yes(11), no(1), no(4), no(13), no(-3)}),
     single(BOTH(StereoMask), 7, {yes(1), yes(13), yes(23), no(0), no(2), no(25), no(-1)}),
-    single("RectImgQuality", setQuality, kestrovaGetRectImgQuality, 1, {yes(0), yes(2), yes(3), reads(9, 1)}),
-    single("StereoQuality", setStereoQuality, kestrovaGetStereoQuality, 0, {yes(1), yes(1), reads(7, 0), yes(1)}),
+    single(BOTH(RectImgQuality), 1, {yes(0), yes(2), yes(3), reads(9, 1)}),
+    single(BOTH(StereoQuality), 0, {yes(1), yes(1), reads(7, 0), yes(1)}),
     pair(BOTH(Disparity), {0, 32},
          {yes(0, 240), yes(73, 313), no(73, 314), no(0, 241), no(5, 5), no(-1, 5),
           no(std::numeric_limits<int>::min(), std::numeric_limits<int>::max())}),
@@ -172,55 +152,66 @@ TEST(Settings, KeepWhatTheyAcceptAndOnlyThat)
 
 TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
 {
-    const Handle handle = open(Shape::Horizontal);
-    for (const auto& [set, get] : {std::pair{&kestrovaSetRectAdjustment, &kestrovaGetRectAdjustment},
-                                   {&kestrovaSetRawAdjustment, &kestrovaGetRawAdjustment}}) {
+    const std::pair<Shape, std::array<int, 5>> aSets[] = {{Shape::L, {0, 0, 1, 2, -1}}, // slots by camera
+                                                          {Shape::Horizontal, {0, 0, -1, 1, -1}},
+                                                          {Shape::Vertical, {0, 0, 1, -1, -1}}};
+    for (const auto& [eShape, slots] : aSets) {
+        CalibrationText text(eShape);
+        for (CameraText& rCamera : text.cameras) {
+            rCamera.extra = "RectFactor 0 0.5\nRawFactor 0." + std::to_string(rCamera.nId) + " 1\n";
+        }
+        const Handle handle = openText(text.text());
+        KestrovaContext c = handle.get();
         double x = 7;
         double y = 7;
-        EXPECT_EQ(get(handle.get(), KestrovaCamRight, &x, &y), KestrovaErrorOk);
-        EXPECT_TRUE(x == 0 && y == 0) << "setting the other side left this one alone";
-        EXPECT_EQ(set(handle.get(), KestrovaCamRight, 1.0, -1.0), KestrovaErrorOk);
-        EXPECT_EQ(set(handle.get(), KestrovaCamLeft, 0.25, 0.5), KestrovaErrorOk);
-        EXPECT_EQ(set(handle.get(), KestrovaCamReference, 1.5, 0), KestrovaErrorInvalidRequest);
-        EXPECT_EQ(get(handle.get(), KestrovaCamReference, &x, &y), KestrovaErrorOk);
-        EXPECT_TRUE(x == 1.0 && y == -1.0);
-        for (const KestrovaCamera eNone : {KestrovaCamTop, KestrovaCamColor}) { // before the values are looked at
-            EXPECT_EQ(set(handle.get(), eNone, 9, 9), KestrovaErrorInvalidCamera);
-            EXPECT_EQ(get(handle.get(), eNone, &x, &y), KestrovaErrorInvalidCamera);
+        for (std::size_t n = 0; n < slots.size(); ++n) {
+            const auto eCamera = static_cast<KestrovaCamera>(n);
+            const auto eExpected = slots[n] >= 0 ? KestrovaErrorOk : KestrovaErrorInvalidCamera;
+            EXPECT_EQ(kestrovaGetRawAdjustment(c, eCamera, &x, &y), eExpected);
+            EXPECT_TRUE(slots[n] < 0 || (x == slots[n] / 10.0 && y == 1)) << x;
+            EXPECT_EQ(kestrovaGetRectAdjustment(c, eCamera, &x, &y), eExpected);
+            EXPECT_TRUE(slots[n] < 0 || (x == 0 && y == 0.5));
         }
-        EXPECT_EQ(set(nullptr, KestrovaCamRight, 9, 9), KestrovaErrorInvalidContext);
+        for (const auto& [set, get] : {std::pair{&kestrovaSetRectAdjustment, &kestrovaGetRectAdjustment},
+                                       {&kestrovaSetRawAdjustment, &kestrovaGetRawAdjustment}}) {
+            expectOk({set(c, KestrovaCamRight, 1.0, -1.0)});
+            EXPECT_EQ(set(c, KestrovaCamReference, 1.5, 0), KestrovaErrorInvalidRequest);
+            EXPECT_EQ(set(c, KestrovaCamColor, 9, 9), KestrovaErrorInvalidCamera); // before the values are looked at
+            EXPECT_EQ(set(nullptr, KestrovaCamRight, 9, 9), KestrovaErrorInvalidContext);
+            expectOk({get(c, KestrovaCamReference, &x, &y)});
+            EXPECT_TRUE(x == 1.0 && y == -1.0);
+        }
     }
 }
 
-TEST(Settings, PrepareRegionsAndAnyMask)
+TEST(Settings, PrepareRegionsAnyMaskAndRanges)
 {
     const Handle handle = open(Shape::Horizontal);
     KestrovaContext c = handle.get();
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 41, 60, 80), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 81), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaSetRectImgQuality(c, KestrovaRectEnhanced1), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetResolutionAndPrepare(nullptr, 30, 41, 60, 80), KestrovaErrorInvalidContext);
-
     KestrovaROI* pROIs = nullptr;
-    int nValue = 0;
-    EXPECT_EQ(kestrovaGetROIs(c, &pROIs, &nValue), KestrovaErrorOk);
-    EXPECT_EQ(nValue, 100);
+    int nMost = 0;
+    int nMask = 0;
+    int nOffset = 0;
+    EXPECT_EQ(kestrovaSetResolutionAndPrepare(nullptr, 30, 41, 60, 80), KestrovaErrorInvalidContext);
+    EXPECT_EQ(kestrovaGetROIs(nullptr, &pROIs, &nMost), KestrovaErrorInvalidContext);
+    expectOk({kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), kestrovaSetRectImgQuality(c, KestrovaRectEnhanced1),
+              kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), kestrovaGetROIs(c, &pROIs, &nMost),
+              kestrovaSetNumberOfROIs(c, 100), kestrovaSetAnyStereoMask(c, 24), kestrovaGetStereoMask(c, &nMask),
+              kestrovaSetResolution(c, 1200, 1600), kestrovaSetDisparity(c, 800, 1024),
+              kestrovaGetDisparityOffset(c, &nOffset)});
+    EXPECT_TRUE(nMost == 100 && nMask == 24 && nOffset == 784);
     pROIs[99] = {1, 2, 3, 4};
-    EXPECT_EQ(kestrovaSetNumberOfROIs(c, 100), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetNumberOfROIs(c, 101), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaSetNumberOfROIs(c, -1), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaGetROIs(nullptr, &pROIs, &nValue), KestrovaErrorInvalidContext);
-
-    EXPECT_EQ(kestrovaSetAnyStereoMask(c, 24), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetAnyStereoMask(c, 0), KestrovaErrorInvalidSetting);
-    EXPECT_EQ(kestrovaGetStereoMask(c, &nValue), KestrovaErrorOk);
-    EXPECT_EQ(nValue, 24);
-    EXPECT_EQ(kestrovaSetResolution(c, 960, 1280), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaSetDisparity(c, 10, 250), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaGetDisparityOffset(c, &nValue), KestrovaErrorOk);
-    EXPECT_EQ(nValue, 10);
+    for (const KestrovaError eError :
+         {kestrovaSetResolutionAndPrepare(c, 30, 41, 60, 80), kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 81),
+          kestrovaSetNumberOfROIs(c, 101), kestrovaSetNumberOfROIs(c, -1), kestrovaSetAnyStereoMask(c, 0),
+          kestrovaSetDisparity(c, 800, 1025)}) {
+        EXPECT_EQ(eError, KestrovaErrorInvalidSetting);
+    }
+    for (const Shape eShape : {Shape::Vertical, Shape::L}) { // the window needs rows too
+        const Handle other = open(eShape);
+        expectOk({kestrovaSetDisparity(other.get(), 0, 233)});
+        EXPECT_EQ(kestrovaSetDisparity(other.get(), 0, 234), KestrovaErrorInvalidSetting);
+    }
 }
 
 } // namespace

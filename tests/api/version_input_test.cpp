@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 #include <string>
 
@@ -21,7 +22,7 @@ TEST(Errors, EveryCodeHasItsText)
                      "A system error occurred\nUnknown Error\n");
 }
 
-TEST(Version, TextAndNumbersAgree)
+TEST(Version, NumbersAgreeWithTheText)
 {
     EXPECT_STREQ(kestrovaVersion(), "Kestrova Stereo Vision SDK 3.4 Alpha 2");
     EXPECT_EQ(kestrovaGetVersionMajor() * 1000 + kestrovaGetVersionMinor() * 100 +
@@ -33,23 +34,18 @@ TEST(Version, TextAndNumbersAgree)
 TEST(Input, DestroyFreesWhatItSays)
 {
     int nNotFromHeap = 0;
-    const KestrovaInput aRefused[] = {{0, 0, 0, 2, 2, 2, &nNotFromHeap, nullptr, nullptr},
-                                      {3, 0, 0, 2, 2, 2, &nNotFromHeap, nullptr, nullptr},
-                                      {1, 0, 0, 0, 2, 2, &nNotFromHeap, nullptr, nullptr},
-                                      {2, 0, 0, 2, 0, 2, &nNotFromHeap, nullptr, nullptr}};
-    for (KestrovaInput input : aRefused) {
+    for (const auto& [nType, nRows, nCols] : {std::array{0, 2, 2}, {3, 2, 2}, {1, 0, 2}, {2, 2, 0}}) {
+        KestrovaInput input{nType, 0, 0, nRows, nCols, 2, &nNotFromHeap, nullptr, nullptr};
         EXPECT_EQ(kestrovaDestroyInput(&input), KestrovaErrorInvalidParameter);
         EXPECT_EQ(input.pPlane0, &nNotFromHeap);
     }
-    void* pPixels = std::malloc(16);
-    KestrovaInput packed{1, 0, 0, 1, 1, 8, pPixels, &nNotFromHeap, &nNotFromHeap};
+    KestrovaInput packed{1, 0, 0, 1, 1, 8, std::malloc(16), &nNotFromHeap, &nNotFromHeap};
     EXPECT_EQ(kestrovaDestroyInput(&packed), KestrovaErrorOk);
     EXPECT_EQ(packed.pPlane1, &nNotFromHeap) << "the record stays as it is";
 
     KestrovaInput planes{2, 0, 0, 1, 1, 2, std::malloc(4), std::malloc(4), nullptr};
-    EXPECT_EQ(kestrovaDestroyInput(&planes), KestrovaErrorOk);
-    EXPECT_TRUE(planes.pPlane0 == nullptr && planes.pPlane1 == nullptr);
     KestrovaInput third{2, 0, 0, 2, 2, 2, nullptr, nullptr, &nNotFromHeap};
+    EXPECT_EQ(kestrovaDestroyInput(&planes), KestrovaErrorOk);
     EXPECT_EQ(kestrovaDestroyInput(&third), KestrovaErrorOk) << "the third plane is never freed";
-    EXPECT_EQ(third.pPlane2, nullptr);
+    EXPECT_TRUE(planes.pPlane0 == nullptr && planes.pPlane1 == nullptr && third.pPlane2 == nullptr);
 }

@@ -1,5 +1,4 @@
 // The world frame: which transform each function uses, and what an error leaves behind.
-#include "kestrova.h"
 #include "support/StereoFrame.h"
 
 #include <array>
@@ -109,24 +108,24 @@ TEST_F(World, TransformsAreKeptOrRefused)
 
 TEST_F(World, TransformFilesKeepSixNumbers)
 {
-    const TempFile name("");
-    const std::string file = std::string(name.path()) + ".trans";
+    const TempFile file("", ".trans");
     KestrovaTransform read{};
-    EXPECT_EQ(kestrovaGetTransformFromFile(name.path(), &read), KestrovaErrorTransformFileCorrupt);
+    EXPECT_EQ(kestrovaGetTransformFromFile(file.stem(), &read), KestrovaErrorTransformFileCorrupt);
     Elements written = sk_turned;
     written[10] = 5; // lost, as is the last row
     written[3] = 1.23456789;
     const auto transform = std::bit_cast<KestrovaTransform>(written);
-    EXPECT_EQ(kestrovaWriteTransformToFile(name.path(), &transform), KestrovaErrorOk);
-    EXPECT_EQ(kestrovaGetTransformFromFile(name.path(), &read), KestrovaErrorOk);
-    std::ofstream(file) << "Rx 0 Ry 0 Rz 0 Tx 0 Ty 0 Tz nothing\n";
-    EXPECT_EQ(kestrovaGetTransformFromFile(name.path(), &read), KestrovaErrorTransformFileCorrupt);
+    expectOk({kestrovaWriteTransformToFile(file.stem(), &transform), kestrovaGetTransformFromFile(file.stem(), &read)});
+    EXPECT_EQ(file.content(), "Rx\t0.000000\nRy\t-0.000000\nRz\t1.570796\nTx\t1.234568\nTy\t4.000000\nTz\t6.000000\n");
+    std::ofstream(file.path()) << "Rx 0 Ry 0 Rz 0 Tx 0 Ty 0 Tz nothing\n";
+    EXPECT_EQ(kestrovaGetTransformFromFile(file.stem(), &read), KestrovaErrorTransformFileCorrupt);
     Elements wanted{0, -1, 0, 1.234568, 1, 0, 0, 4, 0, 0, 1, 6, 0, 0, 0, 1};
     for (std::size_t i = 0; i < wanted.size(); ++i) { // the bad file changed nothing
         EXPECT_NEAR(std::bit_cast<Elements>(read)[i], wanted[i], i % 4 == 3 ? 0 : 1e-6) << i;
     }
-    EXPECT_EQ(kestrovaWriteTransformToFile("/no such folder/pose", &read), KestrovaErrorTransformFileCorrupt);
-    std::remove(file.c_str());
+    for (const std::string& rStem : {std::string("/no such folder/pose"), std::string(194, 'p')}) { // or too long
+        EXPECT_EQ(kestrovaWriteTransformToFile(rStem.c_str(), &read), KestrovaErrorTransformFileCorrupt);
+    }
 }
 
 } // namespace

@@ -3,31 +3,20 @@
 #include "calibration/load.h"
 
 #include "api/StereoContext.h"
+#include "pgm/FilePtr.h"
 #include "support/CalibrationText.h"
-
-#include <gtest/gtest.h>
 
 namespace kestrova::test {
 namespace {
-
-bool load(bool bMemory, std::string text, StereoContext& rContext)
-{
-    if (bMemory) {
-        return loadContextFromMemory(text.c_str(), &rContext, 0);
-    }
-    if (text.empty()) {
-        return false; // an empty stream cannot be opened over memory
-    }
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pStream(fmemopen(text.data(), text.size(), "rb"),
-                                                                  &std::fclose);
-    return loadContextFromStream(pStream.get(), &rContext, 0);
-}
 
 /** Loads, and checks that the context is whole or empty. */
 bool loadsSafely(bool bMemory, const std::string& rText)
 {
     StereoContext context;
-    const bool bOk = load(bMemory, rText, context);
+    const TempFile file(rText);
+    const FilePtr pStream(std::fopen(file.path(), "rb"));
+    const bool bOk =
+        bMemory ? loadContextFromMemory(rText.c_str(), &context, 0) : loadContextFromStream(pStream.get(), &context, 0);
     EXPECT_EQ(context.m_pCalibration->m_calibrationLines.empty(), !bOk);
     for (int nIndex = 0; nIndex < 3; ++nIndex) {
         EXPECT_EQ(context.m_apCameras[nIndex] != nullptr, bOk && nIndex < context.m_nCameraCount);
@@ -69,13 +58,11 @@ TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
         bool bMemory;
     } aCases[] = {
         {"NumberKnots 8", "NumberKnots 2147483647", false, false},
-        {"NumberKnots 8", "NumberKnots 99999999999999999999", false, false},
         {"NumberKnots 8", "NumberKnots 7", false, false}, // one less than the spline reads
         {"NumberKnots 8", "NumberKnots 9", false, false}, // one more than the line has
         {knots, knots + " 1", true, true},
         {coefs, "NumberCoefs 46341 46341", false, false},
         {coefs, "NumberCoefs -4 -4", false, false},
-        {coefs, "NumberCoefs 0 0", false, false},
         {coefs, "NumberCoefs 3 3", true, true},
         {"Coefs 0 ", "Coefs ", false, false},
         {knots, "KnotsX 5 5 5 5 5 5 5 5", true, true},

@@ -1,9 +1,8 @@
 #include "calibration/lines.h"
+#include "pgm/FilePtr.h"
 #include "support/CalibrationText.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <memory>
 
 namespace kestrova::test {
 namespace {
@@ -11,21 +10,17 @@ namespace {
 using Lines = std::vector<std::string>;
 using testing::ElementsAreArray;
 
-struct Case
-{
-    const char* pszName;
-    std::string text;
-    int nSection;
-    Lines stream;
-    Lines memory;
-};
-
 const std::string sk_long(4096, 'k');
 
 // clang-format off
 // No entry in a list means that the section does not exist for that reader.
-const Case sk_aCases[] = {
-    {"empty", "", 0, {}, {}},
+const struct
+{
+    const char* pszName;
+    std::string text;
+    int nSection;
+    Lines stream, memory;
+} sk_aCases[] = {
     {"no section", "Alpha\nBeta\n", 0, {}, {}},
     {"cleaning", "# front\n\n  front\nVersion 1 # c\r\n\t a b \v\f\n\n# all\n \r\nend", 0,
      {"Version 1", "a b", "", "", "", "end"}, {"Version 1", "a b", "", "end"}},
@@ -50,9 +45,9 @@ const Case sk_aCases[] = {
 
 TEST(CalibrationLines, ReadersCleanAlikeAndFindTheirSections)
 {
-    for (const Case& rCase : sk_aCases) {
+    for (const auto& rCase : sk_aCases) {
         const TempFile file(rCase.text);
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pStream(std::fopen(file.path(), "rb"), &std::fclose);
+        const FilePtr pStream(std::fopen(file.path(), "rb"));
         Lines lines = {"left over"};
         EXPECT_EQ(loadFileToMemory(pStream.get(), lines, rCase.nSection), static_cast<int>(rCase.stream.size()));
         EXPECT_THAT(lines, ElementsAreArray(rCase.stream)) << rCase.pszName;

@@ -13,7 +13,7 @@ namespace {
 struct Loaded
 {
     bool bOk = false;
-    std::string output;
+    std::string output{};
     std::unique_ptr<StereoContext> pContext = std::make_unique<StereoContext>();
 };
 

@@ -1,6 +1,5 @@
 #include "calibration/blocks.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 #include <optional>
 
@@ -33,18 +32,14 @@ TEST(CalibrationTokens, ValuesAndTheLookupRule)
     EXPECT_EQ(value(parseTokenInt, {"key .5"}), std::nullopt);
     EXPECT_EQ(value(parseTokenDouble, {"key e", "key 1e1 9"}), "10.000000");
     EXPECT_EQ(value(parseTokenBool, {"key onward", "key OFF x", "key on"}), "0");
-    const struct
-    {
-        const char* pszLine;
-        Text expected;
-    } aStrings[] = {
+    const std::pair<const char*, Text> aStrings[] = {
         // clang-format off
         {"key  word more", "word"}, {"key", std::nullopt}, {"key \"a b\" c", "a b"}, {"key \"open end", "open end"},
         {"key \"\"", ""}, {"key \"a\\\"b\"", "a\"b"}, {"key \"a\\b\"", std::nullopt}, {"key a\"b\"", "a\"b\""},
         {"key \"a\\", std::nullopt},
     }; // clang-format on
-    for (const auto& rCase : aStrings) {
-        EXPECT_EQ(value(parseTokenString, {rCase.pszLine}), rCase.expected) << rCase.pszLine;
+    for (const auto& [pszLine, expected] : aStrings) {
+        EXPECT_EQ(value(parseTokenString, {pszLine}), expected) << pszLine;
     }
     EXPECT_TRUE(parseTokenToken("KEY", "BLUE", Lines{"key red", "key blue rest"}));
     EXPECT_FALSE(parseTokenToken("KEY", "BLUE", Lines{"key bluer", "blue"}));

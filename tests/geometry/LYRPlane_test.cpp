@@ -4,7 +4,6 @@
 #include "geometry/LYRTransform3d.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

@@ -1,83 +1,48 @@
 // Rigid motions against products of textbook rotations, and their files.
 #include "geometry/LYRTransform3d.h"
 
-#include "support/TempName.h"
+#include "support/CalibrationText.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <Eigen/Geometry>
 
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <numbers>
-#include <string>
 
 using namespace kestrova;
-using support::tempName;
 
 namespace {
 
-using Matrix = std::array<std::array<double, 4>, 4>;
+using Matrix = Eigen::Matrix4d;
 
 constexpr double sk_dHalfPi = std::numbers::pi / 2;
 
 // A right-handed turn about axis 0, 1 or 2.
 Matrix turn(int nAxis, double dAngle)
 {
-    Matrix m{};
-    for (int i = 0; i < 4; ++i) {
-        m[i][i] = 1;
-    }
-    const int p = (nAxis + 1) % 3;
-    const int q = (nAxis + 2) % 3;
-    m[p][p] = m[q][q] = std::cos(dAngle);
-    m[q][p] = std::sin(dAngle);
-    m[p][q] = -m[q][p];
-    return m;
-}
-
-Matrix operator*(const Matrix& a, const Matrix& b)
-{
-    Matrix m{};
-    for (int r = 0; r < 4; ++r) {
-        for (int c = 0; c < 4; ++c) {
-            m[r][c] = a[r][0] * b[0][c] + a[r][1] * b[1][c] + a[r][2] * b[2][c] + a[r][3] * b[3][c];
-        }
-    }
-    return m;
+    return Eigen::Affine3d(Eigen::AngleAxisd(dAngle, Eigen::Vector3d::Unit(nAxis))).matrix();
 }
 
 Matrix moved(Matrix m, double x, double y, double z)
 {
-    m[0][3] = x;
-    m[1][3] = y;
-    m[2][3] = z;
+    m.col(3).head<3>() = Eigen::Vector3d(x, y, z);
     return m;
 }
 
 // What six parameters keep of a rotation. A quarter turn down about Y turns the other way about X afterwards.
 Matrix described(const Matrix& m)
 {
-    const bool bDown = m[2][0] > 1 - 1e-14;
-    return bDown ? moved(turn(1, -sk_dHalfPi) * turn(0, std::atan2(m[0][1], m[1][1])), m[0][3], m[1][3], m[2][3]) : m;
+    const Matrix down = turn(1, -sk_dHalfPi) * turn(0, std::atan2(m(0, 1), m(1, 1)));
+    return m(2, 0) > 1 - 1e-14 ? moved(down, m(0, 3), m(1, 3), m(2, 3)) : m;
 }
 
 void expectMatrix(LYRTransform3d transform, const Matrix& rExpected, const char* pszWhat)
 {
     for (int r = 0; r < 4; ++r) {
         for (int c = 0; c < 4; ++c) {
-            ASSERT_NEAR(transform.elementAt(r, c), rExpected[r][c], 1e-12) << pszWhat << " (" << r << ", " << c << ")";
+            ASSERT_NEAR(transform.elementAt(r, c), rExpected(r, c), 1e-12) << pszWhat << " (" << r << ", " << c << ")";
         }
     }
-}
-
-bool readText(LYRTransform3d& rTransform, const std::string& rText)
-{
-    const std::string name = tempName("transform");
-    std::ofstream(name + ".trans", std::ios::binary) << rText;
-    const bool bRead = rTransform.read(name.c_str());
-    std::remove((name + ".trans").c_str());
-    return bRead;
 }
 
 } // namespace
@@ -93,8 +58,8 @@ TEST(LYRTransform3d, MatricesAreProductsOfTurns)
                 LYRTransform3d transform(4, 5, 6, a, b, c);
                 expectMatrix(transform, zyx, "constructor");
                 transform.setEulerXYZ(a, b, c, 4, 5, 6);
-                EXPECT_NEAR(transform.elementAt(1, 0), xyz[1][0], 1e-12);
-                EXPECT_NEAR(transform.elementAt(0, 1), xyz[0][1], 1e-12);
+                EXPECT_NEAR(transform.elementAt(1, 0), xyz(1, 0), 1e-12);
+                EXPECT_NEAR(transform.elementAt(0, 1), xyz(0, 1), 1e-12);
                 expectMatrix(transform, described(xyz), "a copy, which has the derived parameters only");
                 transform.setEulerZYX(a, b, c, 4, 5, 6);
                 EXPECT_EQ(transform.elementAt(1, 0), LYRTransform3d(4, 5, 6, a, b, c).elementAt(1, 0));
@@ -155,51 +120,37 @@ TEST(LYRTransform3d, ParametersAndMatrixGoTheirOwnWays)
     EXPECT_DOUBLE_EQ(std::abs(transform.rX()), std::numbers::pi) << "both signs turned around for NaN";
 }
 
-TEST(LYRTransform3dFile, WritesSixLinesAndReadsThemBack)
-{
-    const std::string name = tempName("pose");
-    ASSERT_TRUE(LYRTransform3d(1.25, -2, 3e-7, 0.1, 0.2, 0.3).write(name.c_str()));
-    std::ifstream stream(name + ".trans");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}),
-              "Rx\t0.100000\nRy\t0.200000\nRz\t0.300000\nTx\t1.250000\nTy\t-2.000000\nTz\t0.000000\n");
-    LYRTransform3d built;
-    EXPECT_EQ(built.elementAt(0, 3), 0);
-    ASSERT_TRUE(built.read(name.c_str()));
-    EXPECT_TRUE(built.tX() == 1.25 && built.elementAt(0, 3) == 0) << "a built matrix stays until a setter runs";
-    std::remove((name + ".trans").c_str());
-    EXPECT_FALSE(built.read(name.c_str()));
-    EXPECT_FALSE(built.write("/no such folder/pose"));
-    EXPECT_FALSE(built.write(std::string(194, 'p').c_str())) << "one byte more than a path may have";
-}
-
 TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
 {
+    LYRTransform3d built;
+    EXPECT_EQ(built.elementAt(0, 3), 0);
     const std::string good = "Rx 1 Ry 2 Rz 3 Tx 4 Ty 5 Tz 6";
     const std::string word(499, 'w');
-    struct Case
+    const struct
     {
         const char* pszWhat;
         std::string text;
-        bool bRead;
-        double dRotX = 1;
+        double dRotX; // 0: refused
+    } aCases[] = {
+        {"reverse order, the first of two", "Tz 6\nTy\t5\nTx\t4\nRz\t3\nRy\t2\nRx\t1\nRx 9", 1},
+        {"comment glued to a word", "//Rx 5\n" + good, 1},
+        {"comment without a line end", "Ry 2 //", 0},
+        {"comment longer than its step", "// " + word + " Rx 5\n" + good, 5},
+        {"word too long", word + "w " + good, 0},
+        {"zero bytes", std::string(100000, '\0') + good, 0},
+        {"not a number", "Rx abc Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", 0},
+        {"empty", "", 0},
     };
-    const Case aCases[] = {
-        {"reverse order, the first of two", "Tz 6\nTy\t5\nTx\t4\nRz\t3\nRy\t2\nRx\t1\nRx 9", true},
-        {"comment glued to a word", "//Rx 5\n" + good, true},
-        {"comment without a line end", "Ry 2 //", false},
-        {"comment longer than its step", "// " + word + " Rx 5\n" + good, true, 5},
-        {"word too long", word + "w " + good, false},
-        {"zero bytes", std::string(100000, '\0') + good, false},
-        {"not a number", "Rx abc Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", false},
-        {"empty", "", false},
-    };
-    for (const Case& c : aCases) {
-        SCOPED_TRACE(c.pszWhat);
+    for (const auto& c : aCases) {
         LYRTransform3d transform;
-        ASSERT_EQ(readText(transform, c.text), c.bRead);
-        if (c.bRead) {
-            EXPECT_TRUE(transform.rY() == 2 && transform.rZ() == 3 && transform.tX() == 4 && transform.tZ() == 6);
-            EXPECT_EQ(transform.rX(), c.dRotX);
+        const test::TempFile file(c.text, ".trans");
+        ASSERT_EQ(transform.read(file.stem()), c.dRotX != 0) << c.pszWhat;
+        if (c.dRotX != 0) {
+            EXPECT_TRUE(transform.rX() == c.dRotX && transform.rY() == 2 && transform.rZ() == 3 &&
+                        transform.tX() == 4 && transform.tY() == 5 && transform.tZ() == 6)
+                << c.pszWhat;
+            ASSERT_TRUE(built.read(file.stem()));
         }
     }
+    EXPECT_TRUE(built.tX() == 4 && built.elementAt(0, 3) == 0) << "a built matrix stays until a setter runs";
 }

@@ -1,12 +1,9 @@
 // Image files byte for byte, and what each reader makes of whole, odd and damaged ones.
 #include "imageio/pnmRead.h"
 #include "imageio/pnmWrite.h"
-#include "kestrova.h"
 #include "support/CalibrationText.h"
 
 #include <cmath>
-#include <functional>
-#include <limits>
 #include <numeric>
 
 namespace kestrova::test {
@@ -134,7 +131,6 @@ TEST(PnmFiles, HeadersThatReadAndThoseThatDoNot)
         {"P5x 1 1 255 a", "null", 0},
         {"P5 0 1 255 a", "null", 0},
         {"P5 1 -1 255 a", "null", 0},
-        {"P5 one 1 255 a", "null", 0},
         {"P5 1 1 255", "null", 0},
         {"P5 1 1 #", "null", 0},
         {"P5 2147483647 2147483647 255 a", "null", 0},
@@ -170,11 +166,11 @@ TEST(PnmFiles, HeadersThatReadAndThoseThatDoNot)
 
 TEST(PnmFiles, EveryCutOfAFileFails)
 {
-    const TempFile file("");
+    const TempFile file;
     const auto colors = imageOf<Pixel8x4>(3, 1500, std::vector<Pixel8x4>(4500, Pixel8x4{7, 8, 9, 10}));
     ASSERT_TRUE(dump_ppm(file.path(), colors)); // triples lie across every power of two
     const auto pWhole = load_ppm(file.path());
-    const TempFile again("");
+    const TempFile again;
     ASSERT_TRUE(pWhole != nullptr && dump_ppm(again.path(), *pWhole));
     EXPECT_TRUE(again.content() == file.content() && (*pWhole)[2][1499].m_ucFourth == 0);
     for (std::size_t u = 0; u < file.content().size(); u += 1 + u / 20) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 
 using testing::Each;
 using testing::ElementsAre;
@@ -85,9 +86,8 @@ TEST(ImageSizes, TwoThirdsOfWholeBlocks)
     EXPECT_THAT(out, ElementsAre(32, 56, 104, 128, -7)); // 0.5625 * 16 + 0.1875 * (64 + 32) + 0.0625 * 80
     std::vector<float> ramp(54);
     out.resize(24);
-    std::generate(ramp.begin(), ramp.end(), [f = 0.0f]() mutable { return f++; });
+    std::iota(ramp.begin(), ramp.end(), 0.0f);
     LYRFloatImageBilinearSubsample(ramp.data(), 6, 9, out.data());
-    EXPECT_THAT(out, Each(testing::AllOf(testing::Ge(2.5f), testing::Le(50.5f))));
     EXPECT_TRUE(out[0] == 2.5f && out[5] == 10 && out[11] == 23.5f && out[23] == 50.5f);
     std::fill(ramp.begin(), ramp.end(), 0.003f);
     LYRFloatImageBilinearSubsample(ramp.data(), 6, 9, out.data());

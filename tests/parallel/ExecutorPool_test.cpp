@@ -1,9 +1,7 @@
 #include "parallel/ExecutorPool.h"
 
-#include <atomic>
 #include <boost/thread/barrier.hpp>
 #include <gtest/gtest.h>
-#include <vector>
 
 namespace kestrova {
 namespace {

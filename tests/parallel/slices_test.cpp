@@ -11,18 +11,16 @@ namespace {
 
 constexpr int sk_nMax = std::numeric_limits<int>::max();
 
-struct SliceCase
-{
-    const char* pszName;
-    int nRows;
-    unsigned nThreads;
-    std::vector<KestrovaROI> regions;
-    std::vector<std::vector<std::pair<int, int>>> expected; // first row and height, by slice
-};
-
 TEST(Slices, CutFrameAndRegions)
 {
-    const SliceCase aCases[] = {
+    const struct
+    {
+        const char* pszName;
+        int nRows;
+        unsigned nThreads;
+        std::vector<KestrovaROI> regions;
+        std::vector<std::vector<std::pair<int, int>>> expected; // first row and height, by slice
+    } aCases[] = {
         {"the last one takes the rest", 10, 3, {}, {{{0, 3}}, {{3, 3}}, {{6, 4}}}},
         {"more threads than rows", 2, 4, {}, {{{0, 1}}, {{1, 1}}, {}, {}}},
         {"a region of the whole frame skips the middle", 40, 4, {{0, 2, 40, 5}}, {{{0, 10}}, {}, {}, {{30, 10}}}},
@@ -34,25 +32,23 @@ TEST(Slices, CutFrameAndRegions)
         {"past the frame", 40, 2, {{30, 2, sk_nMax, 5}}, {{}, {{30, 10}}}},
         {"a sum beyond the integers", 40, 2, {{39, 2, sk_nMax, 5}, {sk_nMax, 2, sk_nMax, 5}}, {{}, {{39, 1}}}},
     };
-    for (const SliceCase& rCase : aCases) {
+    for (const auto& rCase : aCases) {
         StereoContext main;
         main.m_nRows = rCase.nRows;
         main.m_nCols = 50;
         main.m_nROICount = static_cast<int>(rCase.regions.size());
         std::copy(rCase.regions.begin(), rCase.regions.end(), main.m_aROIs.begin());
-
         std::vector<StereoContext> contexts(rCase.nThreads);
         ExecutorPool::Task::initThreadContexts(contexts.data(), rCase.nThreads, main);
+        const std::pair columns = rCase.regions.empty() ? std::pair(0, 50) : std::pair(2, 5);
         for (std::size_t nSlice = 0; nSlice < contexts.size(); ++nSlice) {
-            const StereoContext& rContext = contexts[nSlice];
-            ASSERT_EQ(static_cast<std::size_t>(rContext.m_nROICount), rCase.expected[nSlice].size())
-                << rCase.pszName << ", slice " << nSlice;
-            for (std::size_t nROI = 0; nROI < rCase.expected[nSlice].size(); ++nROI) {
-                const KestrovaROI& rROI = rContext.m_aROIs[nROI];
-                const bool bWhole = rCase.regions.empty();
-                EXPECT_EQ(std::pair(rROI.m_nRowOffset, rROI.m_nRows), rCase.expected[nSlice][nROI]) << rCase.pszName;
-                EXPECT_EQ(std::pair(rROI.m_nColOffset, rROI.m_nCols), bWhole ? std::pair(0, 50) : std::pair(2, 5));
+            std::vector<std::pair<int, int>> rows;
+            for (int nROI = 0; nROI < contexts[nSlice].m_nROICount; ++nROI) {
+                const KestrovaROI& rROI = contexts[nSlice].m_aROIs[static_cast<std::size_t>(nROI)];
+                rows.emplace_back(rROI.m_nRowOffset, rROI.m_nRows);
+                EXPECT_EQ(std::pair(rROI.m_nColOffset, rROI.m_nCols), columns);
             }
+            EXPECT_EQ(rows, rCase.expected[nSlice]) << rCase.pszName << ", slice " << nSlice;
         }
     }
 }

@@ -78,20 +78,19 @@ public:
 
     explicit CalibrationText(Shape eShape)
     {
-        const bool bL = eShape == Shape::L;
-        const bool bVertical = eShape == Shape::Vertical;
+        static const char* const s_apszNames[][2] = {
+            {"PEMBERLOW", "2CameraHorizontal"}, {"TANDRELL", "2CameraVertical"}, {"HALVORINE", "L"}};
+        const auto& [pszProduct, pszConfiguration] = s_apszNames[static_cast<int>(eShape)];
         settings = {{"Version", "\"Kestrova 3.0\""},
-                    {"Product", bL ? "HALVORINE" : (bVertical ? "TANDRELL" : "PEMBERLOW")},
+                    {"Product", pszProduct},
                     {"SerialNumber", "4711"},
                     {"FocalLength", "0.75 1"},
                     {"Baseline", "0.12"},
-                    {"CameraConfiguration", bL ? "L" : (bVertical ? "2CameraVertical" : "2CameraHorizontal")},
+                    {"CameraConfiguration", pszConfiguration},
                     {"Disparity", "0 32"}};
-        const char* pszTop = "0 -1 0";
-        const char* pszLeft = "-1 0 0";
-        cameras = {{0, "0 0 0", "RED"}, {1, bL || bVertical ? pszTop : pszLeft, "GREEN"}};
-        if (bL) {
-            cameras.push_back({2, pszLeft, "BLUE"});
+        cameras = {{0, "0 0 0", "RED"}, {1, eShape == Shape::Horizontal ? "-1 0 0" : "0 -1 0", "GREEN"}};
+        if (eShape == Shape::L) {
+            cameras.push_back({2, "-1 0 0", "BLUE"});
         }
     }
 
@@ -161,16 +160,18 @@ inline std::string replaced(std::string text, const std::string& rFrom, const st
 class TempFile
 {
 public:
-    explicit TempFile(const std::string& rContent)
+    explicit TempFile(const std::string& rContent = "", const std::string& rSuffix = "")
     {
         static int nCount = 0;
-        m_path = testing::TempDir() + "kestrova_" + std::to_string(::getpid()) + "_" + std::to_string(++nCount);
+        m_stem = testing::TempDir() + "kestrova_" + std::to_string(::getpid()) + "_" + std::to_string(++nCount);
+        m_path = m_stem + rSuffix;
         std::ofstream(m_path, std::ios::binary) << rContent;
     }
     TempFile(const TempFile&) = delete;
     TempFile& operator=(const TempFile&) = delete;
     ~TempFile() { std::remove(m_path.c_str()); }
     [[nodiscard]] const char* path() const { return m_path.c_str(); }
+    [[nodiscard]] const char* stem() const { return m_stem.c_str(); }
     [[nodiscard]] std::string content() const
     {
         std::ostringstream bytes;
@@ -179,6 +180,7 @@ public:
     }
 
 private:
+    std::string m_stem;
     std::string m_path;
 };
 

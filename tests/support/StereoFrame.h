@@ -21,6 +21,14 @@ struct HandleCloser
 };
 using Handle = std::unique_ptr<std::remove_pointer_t<KestrovaContext>, HandleCloser>;
 
+/** The calls of a list, made in order, all went well. */
+inline void expectOk(std::initializer_list<KestrovaError> errors, int nLine = __builtin_LINE())
+{
+    for (const KestrovaError& rError : errors) {
+        EXPECT_EQ(rError, KestrovaErrorOk) << "call " << &rError - errors.begin() << " from line " << nLine;
+    }
+}
+
 inline Handle openText(const std::string& rText)
 {
     KestrovaContext handle = nullptr;
