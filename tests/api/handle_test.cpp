@@ -18,13 +18,6 @@ std::string pairText(const char* pszBaseline, const char* pszSerial = "4711", co
     return text.set("Baseline", pszBaseline).set("SerialNumber", pszSerial).text();
 }
 
-int serial(const Handle& rHandle)
-{
-    int nSerial = -1;
-    expectOk({kestrovaGetSerialNumber(rHandle.get(), &nSerial)});
-    return nSerial;
-}
-
 TEST(Handle, ComesFromFileAndMemoryAlike)
 {
     const std::string good = pairText("0.12");
@@ -58,8 +51,8 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
             EXPECT_EQ(eError, rCase.nSections > 0 ? KestrovaErrorOk : KestrovaErrorConfigFileCorrupt);
             ASSERT_EQ(context != nullptr, rCase.nSections > 0);
             if (handle != nullptr) {
-                EXPECT_EQ(slotOf(*multiContextOf(handle.get()), nullptr), rCase.nSections % 10 ? rCase.nSections : -1);
-                EXPECT_EQ(multiContextOf(handle.get())->m_nActiveIndex, 0);
+                EXPECT_EQ(slotOf(*multiContextOf(handle), nullptr), rCase.nSections % 10 ? rCase.nSections : -1);
+                EXPECT_EQ(multiContextOf(handle)->m_nActiveIndex, 0);
             }
         }
     }
@@ -86,13 +79,9 @@ TEST(Handle, SourcesAndHandlesThatAreNotThere)
 }
 
 /** The configuration in use and that of the device. */
-std::pair<int, int> configurations(const Handle& rHandle)
+std::pair<int, int> configurations(KestrovaContext context)
 {
-    KestrovaCameraConfiguration eNow{};
-    KestrovaCameraConfiguration eDevice{};
-    expectOk({kestrovaGetCameraConfiguration(rHandle.get(), &eNow),
-              kestrovaGetDeviceConfiguration(rHandle.get(), &eDevice)});
-    return {eNow, eDevice};
+    return {got(kestrovaGetCameraConfiguration, context), got(kestrovaGetDeviceConfiguration, context)};
 }
 
 TEST(Handle, ConfigurationsMoveBetweenSections)
@@ -114,15 +103,15 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
         {-1, KestrovaErrorInvalidParameter, 2, nNarrow},
         {nWide, KestrovaErrorOk, 1, nWide},
     };
-    expectOk({kestrovaSetDisparity(handle.get(), 3, 99)});
+    expectOk({kestrovaSetDisparity(handle, 3, 99)});
     for (const auto& rCase : aCases) {
         const auto eAsked = static_cast<KestrovaCameraConfiguration>(rCase.nConfiguration);
-        EXPECT_EQ(kestrovaSetCameraConfiguration(handle.get(), eAsked), rCase.eExpected) << rCase.nConfiguration;
-        EXPECT_EQ(serial(handle), rCase.nSerialAfter) << rCase.nConfiguration;
+        EXPECT_EQ(kestrovaSetCameraConfiguration(handle, eAsked), rCase.eExpected) << rCase.nConfiguration;
+        EXPECT_EQ(got(kestrovaGetSerialNumber, handle), rCase.nSerialAfter) << rCase.nConfiguration;
         EXPECT_EQ(configurations(handle), std::pair(rCase.nAfter, rCase.nAfter)) << rCase.nConfiguration;
         int nMin = 0;
         int nMax = 0;
-        expectOk({kestrovaGetDisparity(handle.get(), &nMin, &nMax)});
+        expectOk({kestrovaGetDisparity(handle, &nMin, &nMax)});
         EXPECT_TRUE(nMin == 3 && nMax == 99) << "settings move along";
     }
 }
@@ -146,7 +135,7 @@ TEST(Handle, DevicesAndTheirConfigurations)
         EXPECT_EQ(configurations(handle), rCase.first);
         for (int nAsked = 0; nAsked < 4; ++nAsked) {
             const bool bAccepted = rCase.accepted.find(static_cast<char>('0' + nAsked)) != std::string::npos;
-            EXPECT_EQ(kestrovaSetCameraConfiguration(handle.get(), static_cast<KestrovaCameraConfiguration>(nAsked)),
+            EXPECT_EQ(kestrovaSetCameraConfiguration(handle, static_cast<KestrovaCameraConfiguration>(nAsked)),
                       bAccepted ? KestrovaErrorOk : KestrovaErrorInvalidRequest)
                 << nAsked;
             EXPECT_TRUE(!bAccepted || configurations(handle).first == nAsked);
@@ -157,43 +146,37 @@ TEST(Handle, DevicesAndTheirConfigurations)
 TEST(Handle, CopyIsItsOwnHandleOnSharedCameras)
 {
     Handle source = openText(pairText("0.12", "1") + pairText("0.24", "2"));
-    expectOk({kestrovaSetCameraConfiguration(source.get(), KestrovaCfg2CameraWide),
-              kestrovaSetMaxThreadCount(source.get(), 3)});
-    EXPECT_EQ(kestrovaStereo(source.get()), KestrovaErrorInvalidRequest); // an error that must not travel
+    expectOk({kestrovaSetCameraConfiguration(source, KestrovaCfg2CameraWide), kestrovaSetMaxThreadCount(source, 3)});
+    EXPECT_EQ(kestrovaStereo(source), KestrovaErrorInvalidRequest); // an error that must not travel
     KestrovaContext context = nullptr;
-    expectOk({kestrovaCopyContext(source.get(), &context)});
+    expectOk({kestrovaCopyContext(source, &context)});
     const Handle copy(context);
-    int nMask = 0;
-    int nThreads = 0;
     double x = 0;
     double y = 0;
-    expectOk({kestrovaSetStereoMask(copy.get(), 5), kestrovaGetStereoMask(source.get(), &nMask),
-              kestrovaSetRawAdjustment(source.get(), KestrovaCamLeft, 0.125, 0)});
+    expectOk({kestrovaSetStereoMask(copy, 5), kestrovaSetRawAdjustment(source, KestrovaCamLeft, 0.125, 0)});
+    EXPECT_EQ(got(kestrovaGetStereoMask, source), 7);
     source.reset();
-    expectOk({kestrovaGetMaxThreadCount(copy.get(), &nThreads),
-              kestrovaGetRawAdjustment(copy.get(), KestrovaCamLeft, &x, &y)});
-    EXPECT_TRUE(nMask == 7 && nThreads == 3 && serial(copy) == 2 && x == 0.125);
+    expectOk({kestrovaGetRawAdjustment(copy, KestrovaCamLeft, &x, &y)});
+    EXPECT_TRUE(x == 0.125 && got(kestrovaGetMaxThreadCount, copy) == 3 && got(kestrovaGetSerialNumber, copy) == 2);
     StereoFrame frame(240, 320, 5);
     KestrovaInput input = frame.planes();
-    expectOk({kestrovaSetCameraConfiguration(copy.get(), KestrovaCfg2CameraHorizontal),
-              kestrovaPreprocess(copy.get(), &input), kestrovaStereo(copy.get())});
-    EXPECT_EQ(serial(copy), 1);
+    expectOk({kestrovaSetCameraConfiguration(copy, KestrovaCfg2CameraHorizontal), kestrovaPreprocess(copy, &input),
+              kestrovaStereo(copy)});
+    EXPECT_EQ(got(kestrovaGetSerialNumber, copy), 1);
 }
 
 TEST(Handle, ThreadCountTestsRangeBeforeHandle)
 {
     const Handle handle = open(Shape::Horizontal);
-    int nCount = 0;
-    expectOk({kestrovaGetMaxThreadCount(handle.get(), &nCount)});
+    int nCount = got(kestrovaGetMaxThreadCount, handle);
     EXPECT_TRUE(nCount >= 1 && nCount <= 4) << nCount;
     for (const int nAsked : {3, 0, 256, 255, 1, -1}) {
         const bool bOk = nAsked >= 1 && nAsked <= 255;
-        const int nExpected = bOk ? nAsked : nCount;
+        nCount = bOk ? nAsked : nCount;
         const auto eNoHandle = bOk ? KestrovaErrorInvalidContext : KestrovaErrorInvalidSetting;
         EXPECT_EQ(kestrovaSetMaxThreadCount(nullptr, nAsked), eNoHandle);
-        EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), nAsked), bOk ? KestrovaErrorOk : KestrovaErrorInvalidSetting);
-        expectOk({kestrovaGetMaxThreadCount(handle.get(), &nCount)});
-        EXPECT_EQ(nCount, nExpected);
+        EXPECT_EQ(kestrovaSetMaxThreadCount(handle, nAsked), bOk ? KestrovaErrorOk : KestrovaErrorInvalidSetting);
+        EXPECT_EQ(got(kestrovaGetMaxThreadCount, handle), nCount);
     }
 }
 
