@@ -25,12 +25,8 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
     for (int nSection = 0; nSection < 12; ++nSection) {
         twelve += good;
     }
-    const struct
-    {
-        const char* pszName;
-        std::string text;
-        int nSections; // none: the text is refused
-    } aCases[] = {
+    const std::tuple<const char*, std::string, int> aCases[] = {
+        // No section: the text is refused.
         {"two", good + pairText("0.24"), 2},
         {"the first ten of twelve", twelve, 10},
         {"no calibration", "hello\nworld\n", 0},
@@ -40,18 +36,18 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
         {"3.1", pairText("0.12", "1", "3.1"), 0},
         {"later one too new", good + pairText("0.12", "1", "3.1"), 0},
     };
-    for (const auto& rCase : aCases) {
-        const TempFile file(rCase.text);
+    for (const auto& [pszName, text, nSections] : aCases) {
+        const TempFile file(text);
         for (const bool bFile : {false, true}) {
-            SCOPED_TRACE(rCase.pszName + std::string(bFile ? ", file" : ", memory"));
+            SCOPED_TRACE(pszName + std::string(bFile ? ", file" : ", memory"));
             KestrovaContext context = sk_stale;
             const KestrovaError eError = bFile ? kestrovaGetDefaultContextFromFile(&context, file.path())
-                                               : kestrovaGetDefaultContextFromMemory(&context, rCase.text.c_str());
+                                               : kestrovaGetDefaultContextFromMemory(&context, text.c_str());
             const Handle handle(context != sk_stale ? context : nullptr);
-            EXPECT_EQ(eError, rCase.nSections > 0 ? KestrovaErrorOk : KestrovaErrorConfigFileCorrupt);
-            ASSERT_EQ(context != nullptr, rCase.nSections > 0);
+            EXPECT_EQ(eError, nSections > 0 ? KestrovaErrorOk : KestrovaErrorConfigFileCorrupt);
+            ASSERT_EQ(context != nullptr, nSections > 0);
             if (handle != nullptr) {
-                EXPECT_EQ(slotOf(*multiContextOf(handle), nullptr), rCase.nSections % 10 ? rCase.nSections : -1);
+                EXPECT_EQ(slotOf(*multiContextOf(handle), nullptr), nSections % 10 ? nSections : -1);
                 EXPECT_EQ(multiContextOf(handle)->m_nActiveIndex, 0);
             }
         }
@@ -90,12 +86,7 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
     const Handle handle = openText(pairText("0.24", "1") + pairText("0.12", "2") + pairText("0.1", "3"));
     const int nNarrow = KestrovaCfg2CameraHorizontal;
     const int nWide = KestrovaCfg2CameraWide;
-    const struct
-    {
-        int nConfiguration;
-        KestrovaError eExpected;
-        int nSerialAfter, nAfter;
-    } aCases[] = {
+    const std::tuple<int, KestrovaError, int, int> aCases[] = {
         {KestrovaCfg2CameraVertical, KestrovaErrorInvalidRequest, 1, nWide},
         {nNarrow, KestrovaErrorOk, 2, nNarrow},
         {nNarrow, KestrovaErrorOk, 2, nNarrow},
@@ -104,11 +95,11 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
         {nWide, KestrovaErrorOk, 1, nWide},
     };
     expectOk({kestrovaSetDisparity(handle, 3, 99)});
-    for (const auto& rCase : aCases) {
-        const auto eAsked = static_cast<KestrovaCameraConfiguration>(rCase.nConfiguration);
-        EXPECT_EQ(kestrovaSetCameraConfiguration(handle, eAsked), rCase.eExpected) << rCase.nConfiguration;
-        EXPECT_EQ(got(kestrovaGetSerialNumber, handle), rCase.nSerialAfter) << rCase.nConfiguration;
-        EXPECT_EQ(configurations(handle), std::pair(rCase.nAfter, rCase.nAfter)) << rCase.nConfiguration;
+    for (const auto& [nAsked, eExpected, nSerialAfter, nAfter] : aCases) {
+        const auto eAsked = static_cast<KestrovaCameraConfiguration>(nAsked);
+        EXPECT_EQ(kestrovaSetCameraConfiguration(handle, eAsked), eExpected) << nAsked;
+        EXPECT_EQ(got(kestrovaGetSerialNumber, handle), nSerialAfter) << nAsked;
+        EXPECT_EQ(configurations(handle), std::pair(nAfter, nAfter)) << nAsked;
         int nMin = 0;
         int nMax = 0;
         expectOk({kestrovaGetDisparity(handle, &nMin, &nMax)});
@@ -118,23 +109,17 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
 
 TEST(Handle, DevicesAndTheirConfigurations)
 {
-    const struct
-    {
-        Shape eShape;
-        const char* pszBaseline;
-        std::pair<int, int> first;
-        std::string accepted;
-    } aCases[] = {
+    const std::tuple<Shape, const char*, std::pair<int, int>, std::string> aCases[] = {
         {Shape::L, "0.12", {0, 0}, "012"},        {Shape::L, "0.24", {0, 0}, "02"},
         {Shape::Vertical, "0.12", {2, 2}, "2"},   {Shape::Horizontal, "0.12", {1, 1}, "1"},
         {Shape::Horizontal, "0.24", {3, 3}, "3"}, {Shape::Horizontal, "0.15", {1, 3}, ""}, // neither narrow nor wide
     };
-    for (const auto& rCase : aCases) {
-        SCOPED_TRACE(&rCase - aCases);
-        const Handle handle = openText(CalibrationText(rCase.eShape).set("Baseline", rCase.pszBaseline).text());
-        EXPECT_EQ(configurations(handle), rCase.first);
+    for (const auto& [eShape, pszBaseline, first, accepted] : aCases) {
+        SCOPED_TRACE(testing::Message() << static_cast<int>(eShape) << pszBaseline);
+        const Handle handle = openText(CalibrationText(eShape).set("Baseline", pszBaseline).text());
+        EXPECT_EQ(configurations(handle), first);
         for (int nAsked = 0; nAsked < 4; ++nAsked) {
-            const bool bAccepted = rCase.accepted.find(static_cast<char>('0' + nAsked)) != std::string::npos;
+            const bool bAccepted = accepted.find(static_cast<char>('0' + nAsked)) != std::string::npos;
             EXPECT_EQ(kestrovaSetCameraConfiguration(handle, static_cast<KestrovaCameraConfiguration>(nAsked)),
                       bAccepted ? KestrovaErrorOk : KestrovaErrorInvalidRequest)
                 << nAsked;
