@@ -25,8 +25,7 @@ Handle openSet(Shape eShape = Shape::Horizontal, bool bColour = true)
         text.cameras.push_back({100, "0 0 0", "COLOR", 1.0, "", mirrored, mirrored});
     }
     Handle handle = openText(text.text());
-    expectOk({kestrovaSetResolution(handle.get(), sk_nRows, sk_nCols),
-              kestrovaSetRectImgQuality(handle.get(), KestrovaRectFast)});
+    expectOk({kestrovaSetResolution(handle, sk_nRows, sk_nCols), kestrovaSetRectImgQuality(handle, KestrovaRectFast)});
     return handle;
 }
 
@@ -55,8 +54,7 @@ void expectColour(StereoFrame& rFrame, int nPad, KestrovaCamera eCamera, const K
 
 TEST(Colour, GoesThroughTheMapsOfTheCameraThatIsNamed)
 {
-    const Handle handle = openSet();
-    KestrovaContext h = handle.get();
+    const Handle h = openSet();
     KestrovaColorImage planes{};
     KestrovaPackedColorImage packed{};
     std::vector<std::uint8_t> lent(3 * sk_uPixels);
@@ -87,7 +85,7 @@ TEST(Colour, GoesThroughTheMapsOfTheCameraThatIsNamed)
     KestrovaContext copy = nullptr;
     expectOk({kestrovaRectifyColorImage(h, KestrovaCamRight, &plainPlanes, &planes), kestrovaCopyContext(h, &copy)});
     EXPECT_EQ(planes.red, pColour);
-    expectOk({kestrovaRectifyColorImage(Handle(copy).get(), KestrovaCamRight, &plainPlanes, &planes)});
+    expectOk({kestrovaRectifyColorImage(Handle(copy), KestrovaCamRight, &plainPlanes, &planes)});
     EXPECT_NE(planes.red, pColour);
 }
 
@@ -97,10 +95,10 @@ TEST(Colour, PaddedPlanesComeFromTheLastPreprocess)
     KestrovaColorImage planes{};
     StereoFrame frame(sk_nRows, sk_nCols, 3, sk_nPad, Shape::L);
     KestrovaInput input = frame.planes();
-    EXPECT_EQ(kestrovaRectifyColorImage(handle.get(), KestrovaCamTop, &input, &planes), KestrovaErrorInvalidRequest);
-    expectOk({kestrovaPreprocess(handle.get(), &input)});
+    EXPECT_EQ(kestrovaRectifyColorImage(handle, KestrovaCamTop, &input, &planes), KestrovaErrorInvalidRequest);
+    expectOk({kestrovaPreprocess(handle, &input)});
     input = StereoFrame(sk_nRows, sk_nCols, 3, sk_nPad, Shape::L).planes(); // these are gone, and are not read
-    expectOk({kestrovaRectifyColorImage(handle.get(), KestrovaCamTop, &input, &planes)});
+    expectOk({kestrovaRectifyColorImage(handle, KestrovaCamTop, &input, &planes)});
     expectColour(frame, sk_nPad, KestrovaCamTop, planes);
 }
 
@@ -123,8 +121,7 @@ TEST(Colour, ErrorsComeInOrder)
         {1, sk_nRows, 160, false, KestrovaCamRight, KestrovaErrorInvalidParameter, KestrovaErrorInvalidParameter},
         {2, sk_nRows, 40, false, KestrovaCamRight, KestrovaErrorInvalidParameter, KestrovaErrorNotImplemented},
     };
-    const Handle handle = openSet(Shape::Horizontal, false);
-    KestrovaContext h = handle.get();
+    const Handle h = openSet(Shape::Horizontal, false);
     for (const auto& rCase : aCases) {
         void* const p = rCase.bPixels ? &uc : nullptr;
         KestrovaInput input{rCase.nType, 0, 0, rCase.nRows, sk_nCols, rCase.nRowInc, p, p, p};
@@ -165,11 +162,11 @@ TEST(Pixels, MapThroughTheNamedCameraOnceTheSourceSizeIsKnown)
     for (const auto& rCase : aCases) {
         const auto i = &rCase - aCases;
         if (i == 3) {
-            expectOk({kestrovaSetSourceResolution(handle.get(), 60, 80)});
+            expectOk({kestrovaSetSourceResolution(handle, 60, 80)});
         }
         float fRow = 7;
         float fCol = 7;
-        EXPECT_EQ(rCase.pfn(handle.get(), rCase.eCamera, &fRow, &fCol, rCase.fRow, rCase.fCol), rCase.eError) << i;
+        EXPECT_EQ(rCase.pfn(handle, rCase.eCamera, &fRow, &fCol, rCase.fRow, rCase.fCol), rCase.eError) << i;
         EXPECT_NEAR(fRow, rCase.fToRow, 0.002) << i;
         EXPECT_NEAR(fCol, rCase.fToCol, 0.002) << i;
     }

@@ -18,13 +18,6 @@ std::string pairText(const char* pszBaseline, const char* pszSerial = "4711", co
     return text.set("Baseline", pszBaseline).set("SerialNumber", pszSerial).text();
 }
 
-int serial(const Handle& rHandle)
-{
-    int nSerial = -1;
-    expectOk({kestrovaGetSerialNumber(rHandle.get(), &nSerial)});
-    return nSerial;
-}
-
 TEST(Handle, ComesFromFileAndMemoryAlike)
 {
     const std::string good = pairText("0.12");
@@ -32,12 +25,8 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
     for (int nSection = 0; nSection < 12; ++nSection) {
         twelve += good;
     }
-    const struct
-    {
-        const char* pszName;
-        std::string text;
-        int nSections; // none: the text is refused
-    } aCases[] = {
+    const std::tuple<const char*, std::string, int> aCases[] = {
+        // No section: the text is refused.
         {"two", good + pairText("0.24"), 2},
         {"the first ten of twelve", twelve, 10},
         {"no calibration", "hello\nworld\n", 0},
@@ -47,19 +36,19 @@ TEST(Handle, ComesFromFileAndMemoryAlike)
         {"3.1", pairText("0.12", "1", "3.1"), 0},
         {"later one too new", good + pairText("0.12", "1", "3.1"), 0},
     };
-    for (const auto& rCase : aCases) {
-        const TempFile file(rCase.text);
+    for (const auto& [pszName, text, nSections] : aCases) {
+        const TempFile file(text);
         for (const bool bFile : {false, true}) {
-            SCOPED_TRACE(rCase.pszName + std::string(bFile ? ", file" : ", memory"));
+            SCOPED_TRACE(pszName + std::string(bFile ? ", file" : ", memory"));
             KestrovaContext context = sk_stale;
             const KestrovaError eError = bFile ? kestrovaGetDefaultContextFromFile(&context, file.path())
-                                               : kestrovaGetDefaultContextFromMemory(&context, rCase.text.c_str());
+                                               : kestrovaGetDefaultContextFromMemory(&context, text.c_str());
             const Handle handle(context != sk_stale ? context : nullptr);
-            EXPECT_EQ(eError, rCase.nSections > 0 ? KestrovaErrorOk : KestrovaErrorConfigFileCorrupt);
-            ASSERT_EQ(context != nullptr, rCase.nSections > 0);
+            EXPECT_EQ(eError, nSections > 0 ? KestrovaErrorOk : KestrovaErrorConfigFileCorrupt);
+            ASSERT_EQ(context != nullptr, nSections > 0);
             if (handle != nullptr) {
-                EXPECT_EQ(slotOf(*multiContextOf(handle.get()), nullptr), rCase.nSections % 10 ? rCase.nSections : -1);
-                EXPECT_EQ(multiContextOf(handle.get())->m_nActiveIndex, 0);
+                EXPECT_EQ(slotOf(*multiContextOf(handle), nullptr), nSections % 10 ? nSections : -1);
+                EXPECT_EQ(multiContextOf(handle)->m_nActiveIndex, 0);
             }
         }
     }
@@ -86,13 +75,9 @@ TEST(Handle, SourcesAndHandlesThatAreNotThere)
 }
 
 /** The configuration in use and that of the device. */
-std::pair<int, int> configurations(const Handle& rHandle)
+std::pair<int, int> configurations(KestrovaContext context)
 {
-    KestrovaCameraConfiguration eNow{};
-    KestrovaCameraConfiguration eDevice{};
-    expectOk({kestrovaGetCameraConfiguration(rHandle.get(), &eNow),
-              kestrovaGetDeviceConfiguration(rHandle.get(), &eDevice)});
-    return {eNow, eDevice};
+    return {got(kestrovaGetCameraConfiguration, context), got(kestrovaGetDeviceConfiguration, context)};
 }
 
 TEST(Handle, ConfigurationsMoveBetweenSections)
@@ -101,12 +86,7 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
     const Handle handle = openText(pairText("0.24", "1") + pairText("0.12", "2") + pairText("0.1", "3"));
     const int nNarrow = KestrovaCfg2CameraHorizontal;
     const int nWide = KestrovaCfg2CameraWide;
-    const struct
-    {
-        int nConfiguration;
-        KestrovaError eExpected;
-        int nSerialAfter, nAfter;
-    } aCases[] = {
+    const std::tuple<int, KestrovaError, int, int> aCases[] = {
         {KestrovaCfg2CameraVertical, KestrovaErrorInvalidRequest, 1, nWide},
         {nNarrow, KestrovaErrorOk, 2, nNarrow},
         {nNarrow, KestrovaErrorOk, 2, nNarrow},
@@ -114,39 +94,33 @@ TEST(Handle, ConfigurationsMoveBetweenSections)
         {-1, KestrovaErrorInvalidParameter, 2, nNarrow},
         {nWide, KestrovaErrorOk, 1, nWide},
     };
-    expectOk({kestrovaSetDisparity(handle.get(), 3, 99)});
-    for (const auto& rCase : aCases) {
-        const auto eAsked = static_cast<KestrovaCameraConfiguration>(rCase.nConfiguration);
-        EXPECT_EQ(kestrovaSetCameraConfiguration(handle.get(), eAsked), rCase.eExpected) << rCase.nConfiguration;
-        EXPECT_EQ(serial(handle), rCase.nSerialAfter) << rCase.nConfiguration;
-        EXPECT_EQ(configurations(handle), std::pair(rCase.nAfter, rCase.nAfter)) << rCase.nConfiguration;
+    expectOk({kestrovaSetDisparity(handle, 3, 99)});
+    for (const auto& [nAsked, eExpected, nSerialAfter, nAfter] : aCases) {
+        const auto eAsked = static_cast<KestrovaCameraConfiguration>(nAsked);
+        EXPECT_EQ(kestrovaSetCameraConfiguration(handle, eAsked), eExpected) << nAsked;
+        EXPECT_EQ(got(kestrovaGetSerialNumber, handle), nSerialAfter) << nAsked;
+        EXPECT_EQ(configurations(handle), std::pair(nAfter, nAfter)) << nAsked;
         int nMin = 0;
         int nMax = 0;
-        expectOk({kestrovaGetDisparity(handle.get(), &nMin, &nMax)});
+        expectOk({kestrovaGetDisparity(handle, &nMin, &nMax)});
         EXPECT_TRUE(nMin == 3 && nMax == 99) << "settings move along";
     }
 }
 
 TEST(Handle, DevicesAndTheirConfigurations)
 {
-    const struct
-    {
-        Shape eShape;
-        const char* pszBaseline;
-        std::pair<int, int> first;
-        std::string accepted;
-    } aCases[] = {
+    const std::tuple<Shape, const char*, std::pair<int, int>, std::string> aCases[] = {
         {Shape::L, "0.12", {0, 0}, "012"},        {Shape::L, "0.24", {0, 0}, "02"},
         {Shape::Vertical, "0.12", {2, 2}, "2"},   {Shape::Horizontal, "0.12", {1, 1}, "1"},
         {Shape::Horizontal, "0.24", {3, 3}, "3"}, {Shape::Horizontal, "0.15", {1, 3}, ""}, // neither narrow nor wide
     };
-    for (const auto& rCase : aCases) {
-        SCOPED_TRACE(&rCase - aCases);
-        const Handle handle = openText(CalibrationText(rCase.eShape).set("Baseline", rCase.pszBaseline).text());
-        EXPECT_EQ(configurations(handle), rCase.first);
+    for (const auto& [eShape, pszBaseline, first, accepted] : aCases) {
+        SCOPED_TRACE(testing::Message() << static_cast<int>(eShape) << pszBaseline);
+        const Handle handle = openText(CalibrationText(eShape).set("Baseline", pszBaseline).text());
+        EXPECT_EQ(configurations(handle), first);
         for (int nAsked = 0; nAsked < 4; ++nAsked) {
-            const bool bAccepted = rCase.accepted.find(static_cast<char>('0' + nAsked)) != std::string::npos;
-            EXPECT_EQ(kestrovaSetCameraConfiguration(handle.get(), static_cast<KestrovaCameraConfiguration>(nAsked)),
+            const bool bAccepted = accepted.find(static_cast<char>('0' + nAsked)) != std::string::npos;
+            EXPECT_EQ(kestrovaSetCameraConfiguration(handle, static_cast<KestrovaCameraConfiguration>(nAsked)),
                       bAccepted ? KestrovaErrorOk : KestrovaErrorInvalidRequest)
                 << nAsked;
             EXPECT_TRUE(!bAccepted || configurations(handle).first == nAsked);
@@ -157,43 +131,37 @@ TEST(Handle, DevicesAndTheirConfigurations)
 TEST(Handle, CopyIsItsOwnHandleOnSharedCameras)
 {
     Handle source = openText(pairText("0.12", "1") + pairText("0.24", "2"));
-    expectOk({kestrovaSetCameraConfiguration(source.get(), KestrovaCfg2CameraWide),
-              kestrovaSetMaxThreadCount(source.get(), 3)});
-    EXPECT_EQ(kestrovaStereo(source.get()), KestrovaErrorInvalidRequest); // an error that must not travel
+    expectOk({kestrovaSetCameraConfiguration(source, KestrovaCfg2CameraWide), kestrovaSetMaxThreadCount(source, 3)});
+    EXPECT_EQ(kestrovaStereo(source), KestrovaErrorInvalidRequest); // an error that must not travel
     KestrovaContext context = nullptr;
-    expectOk({kestrovaCopyContext(source.get(), &context)});
+    expectOk({kestrovaCopyContext(source, &context)});
     const Handle copy(context);
-    int nMask = 0;
-    int nThreads = 0;
     double x = 0;
     double y = 0;
-    expectOk({kestrovaSetStereoMask(copy.get(), 5), kestrovaGetStereoMask(source.get(), &nMask),
-              kestrovaSetRawAdjustment(source.get(), KestrovaCamLeft, 0.125, 0)});
+    expectOk({kestrovaSetStereoMask(copy, 5), kestrovaSetRawAdjustment(source, KestrovaCamLeft, 0.125, 0)});
+    EXPECT_EQ(got(kestrovaGetStereoMask, source), 7);
     source.reset();
-    expectOk({kestrovaGetMaxThreadCount(copy.get(), &nThreads),
-              kestrovaGetRawAdjustment(copy.get(), KestrovaCamLeft, &x, &y)});
-    EXPECT_TRUE(nMask == 7 && nThreads == 3 && serial(copy) == 2 && x == 0.125);
+    expectOk({kestrovaGetRawAdjustment(copy, KestrovaCamLeft, &x, &y)});
+    EXPECT_TRUE(x == 0.125 && got(kestrovaGetMaxThreadCount, copy) == 3 && got(kestrovaGetSerialNumber, copy) == 2);
     StereoFrame frame(240, 320, 5);
     KestrovaInput input = frame.planes();
-    expectOk({kestrovaSetCameraConfiguration(copy.get(), KestrovaCfg2CameraHorizontal),
-              kestrovaPreprocess(copy.get(), &input), kestrovaStereo(copy.get())});
-    EXPECT_EQ(serial(copy), 1);
+    expectOk({kestrovaSetCameraConfiguration(copy, KestrovaCfg2CameraHorizontal), kestrovaPreprocess(copy, &input),
+              kestrovaStereo(copy)});
+    EXPECT_EQ(got(kestrovaGetSerialNumber, copy), 1);
 }
 
 TEST(Handle, ThreadCountTestsRangeBeforeHandle)
 {
     const Handle handle = open(Shape::Horizontal);
-    int nCount = 0;
-    expectOk({kestrovaGetMaxThreadCount(handle.get(), &nCount)});
+    int nCount = got(kestrovaGetMaxThreadCount, handle);
     EXPECT_TRUE(nCount >= 1 && nCount <= 4) << nCount;
     for (const int nAsked : {3, 0, 256, 255, 1, -1}) {
         const bool bOk = nAsked >= 1 && nAsked <= 255;
-        const int nExpected = bOk ? nAsked : nCount;
+        nCount = bOk ? nAsked : nCount;
         const auto eNoHandle = bOk ? KestrovaErrorInvalidContext : KestrovaErrorInvalidSetting;
         EXPECT_EQ(kestrovaSetMaxThreadCount(nullptr, nAsked), eNoHandle);
-        EXPECT_EQ(kestrovaSetMaxThreadCount(handle.get(), nAsked), bOk ? KestrovaErrorOk : KestrovaErrorInvalidSetting);
-        expectOk({kestrovaGetMaxThreadCount(handle.get(), &nCount)});
-        EXPECT_EQ(nCount, nExpected);
+        EXPECT_EQ(kestrovaSetMaxThreadCount(handle, nAsked), bOk ? KestrovaErrorOk : KestrovaErrorInvalidSetting);
+        EXPECT_EQ(got(kestrovaGetMaxThreadCount, handle), nCount);
     }
 }
 

@@ -43,8 +43,7 @@ TEST(Images, ErrorsComeInOrder)
     unsigned short usCanary = 0;
     for (const auto& rCase : aCases) {
         SCOPED_TRACE(&rCase - aCases);
-        const Handle handle = rCase.cSet == 'C' ? openColour() : open(rCase.cSet == 'L' ? Shape::L : Shape::Horizontal);
-        KestrovaContext c = handle.get();
+        const Handle c = rCase.cSet == 'C' ? openColour() : open(rCase.cSet == 'L' ? Shape::L : Shape::Horizontal);
         expectOk({kestrovaSetDoStereo(c, rCase.bStereo), kestrovaSetSubpixelInterpolation(c, rCase.bSubpixel),
                   kestrovaSetEdgeCorrelation(c, rCase.bEdge)});
         const auto eType = static_cast<KestrovaImageType>(rCase.nType);
@@ -76,11 +75,11 @@ TEST(Images, RawImagesSkipTheErrorOfTheLastRun)
     const Handle handle = open(Shape::Horizontal);
     KestrovaImage image{9, 9, 9, nullptr};
     KestrovaImage16 image16{9, 9, 9, nullptr};
-    EXPECT_EQ(kestrovaStereo(handle.get()), sk_eRequest); // nothing was preprocessed
-    EXPECT_EQ(kestrovaGetImage(handle.get(), KestrovaImgRectified, KestrovaCamRight, &image), sk_eRequest);
-    EXPECT_EQ(kestrovaGetImage16(handle.get(), KestrovaImg16Disparity, KestrovaCamRight, &image16), sk_eRequest);
+    EXPECT_EQ(kestrovaStereo(handle), sk_eRequest); // nothing was preprocessed
+    EXPECT_EQ(kestrovaGetImage(handle, KestrovaImgRectified, KestrovaCamRight, &image), sk_eRequest);
+    EXPECT_EQ(kestrovaGetImage16(handle, KestrovaImg16Disparity, KestrovaCamRight, &image16), sk_eRequest);
     EXPECT_TRUE(image.nrows == 9 && image16.nrows == 9);
-    expectOk({kestrovaGetImage(handle.get(), KestrovaImgRaw, KestrovaCamRight, &image)});
+    expectOk({kestrovaGetImage(handle, KestrovaImgRaw, KestrovaCamRight, &image)});
     EXPECT_EQ(image.nrows, 0);
 }
 
@@ -100,8 +99,7 @@ TEST(Images, CallersBuffersReceiveEveryImage)
     std::vector<std::vector<std::uint8_t>> buffers(std::size(aImages), std::vector<std::uint8_t>(nRows * nCols + 1, 7));
     std::vector<std::uint16_t> buffer16(nRows * nCols + 1, 7);
     for (const bool bLent : {false, true}) {
-        const Handle handle = open(Shape::Horizontal);
-        KestrovaContext c = handle.get();
+        const Handle c = open(Shape::Horizontal);
         expectOk({kestrovaSetResolution(c, nRows, nCols), kestrovaSetSourceResolution(c, nRows, nCols),
                   kestrovaSetDisparity(c, 0, 12)});
         for (std::size_t i = 0; bLent && i < std::size(aImages); ++i) {

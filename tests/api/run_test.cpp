@@ -22,11 +22,11 @@ constexpr int sk_nDisparity = 5; // of the frames here
 Handle prepared(Shape eShape, int nRows, const Prepare& rSetup)
 {
     Handle handle = open(eShape);
-    expectOk({kestrovaSetResolution(handle.get(), nRows, nRows / 3 * 4), kestrovaSetDisparity(handle.get(), 0, 16)});
-    rSetup(handle.get());
+    expectOk({kestrovaSetResolution(handle, nRows, nRows / 3 * 4), kestrovaSetDisparity(handle, 0, 16)});
+    rSetup(handle);
     StereoFrame frame(nRows, nRows / 3 * 4, sk_nDisparity, 0, eShape);
     KestrovaInput input = frame.packed();
-    expectOk({kestrovaPreprocess(handle.get(), &input)});
+    expectOk({kestrovaPreprocess(handle, &input)});
     return handle;
 }
 
@@ -42,11 +42,8 @@ std::vector<int> disparities(KestrovaContext handle)
 
 void setRegions(KestrovaContext context, const std::vector<KestrovaROI>& rRegions)
 {
-    KestrovaROI* pROIs = nullptr;
-    int nMax = 0;
-    expectOk(
-        {kestrovaGetROIs(context, &pROIs, &nMax), kestrovaSetNumberOfROIs(context, static_cast<int>(rRegions.size()))});
-    std::copy(rRegions.begin(), rRegions.end(), pROIs);
+    std::copy(rRegions.begin(), rRegions.end(), getActiveContext(context)->m_aROIs.begin());
+    expectOk({kestrovaSetNumberOfROIs(context, static_cast<int>(rRegions.size()))});
 }
 
 struct RunCase
@@ -86,11 +83,11 @@ TEST(Run, ThreadsDoNotChangeAWholeFrame)
             const Handle handle = prepared(eShape, 96, setup(rRun));
             std::vector<int> expected[2]; // without and with SSE2
             for (const int nThreads : bGeneral ? std::vector{1, 2, 3, 4} : std::vector{1, 2, 3, 4, 7, 100}) {
-                expectOk({kestrovaSetMaxThreadCount(handle.get(), nThreads)});
+                expectOk({kestrovaSetMaxThreadCount(handle, nThreads)});
                 for (const int nSSE2 : {0, 1}) {
                     kestrovaEnableSSE2IfAvailable(nSSE2);
-                    EXPECT_EQ(kestrovaStereo(handle.get()), KestrovaErrorOk) << rRun.pszName;
-                    const std::vector<int> actual = disparities(handle.get());
+                    EXPECT_EQ(kestrovaStereo(handle), KestrovaErrorOk) << rRun.pszName;
+                    const std::vector<int> actual = disparities(handle);
                     expected[nSSE2] = nThreads == 1 ? actual : expected[nSSE2];
                     EXPECT_TRUE(actual == expected[nSSE2]) << rRun.pszName << ", set " << static_cast<int>(eShape)
                                                            << ", " << nThreads << " threads, " << nSSE2;
@@ -124,55 +121,19 @@ TEST(Run, RegionsGiveTheBytesOfTheirBands)
     };
     for (const RunCase& rRun : sk_aRuns) {
         const Handle handle = prepared(Shape::Horizontal, 60, setup(rRun));
-        getActiveContext(handle.get())->m_bEnhancedStereo = false; // one pass tells it all
+        getActiveContext(handle)->m_bEnhancedStereo = false; // one pass tells it all
         for (const std::vector<KestrovaROI>& rRegions : aRegions) {
-            setRegions(handle.get(), rRegions);
+            setRegions(handle, rRegions);
             for (const int nThreads : {1, 2, 4, 9}) {
-                expectOk({kestrovaSetMaxThreadCount(handle.get(), nThreads), kestrovaStereo(handle.get())});
-                const auto actual = disparities(handle.get());
-                runBandByBand(*getActiveContext(handle.get()), static_cast<unsigned>(nThreads));
-                EXPECT_TRUE(actual == disparities(handle.get()))
+                expectOk({kestrovaSetMaxThreadCount(handle, nThreads), kestrovaStereo(handle)});
+                const auto actual = disparities(handle);
+                runBandByBand(*getActiveContext(handle), static_cast<unsigned>(nThreads));
+                EXPECT_TRUE(actual == disparities(handle))
                     << rRun.pszName << ", " << rRegions.size() << " regions from row " << rRegions[0].m_nRowOffset
                     << ", " << nThreads << " threads";
             }
         }
     }
-}
-
-TEST(Run, FindsAShiftInEverySetAndQualityOrFillsTheFrame)
-{
-    constexpr int nInside = 98 * 114;     // pixels off the rims and off what a disparity takes
-    kestrovaEnableSSE2IfAvailable(false); // for the general correlator
-    for (const int nCase : {0, 1, 2, 3, 4, 5}) {
-        SCOPED_TRACE(nCase);
-        const auto eShape = static_cast<Shape>(nCase / 2);
-        const Handle handle =
-            openText(CalibrationText(eShape).set("StereoQuality", nCase % 2 != 0 ? "Enhanced" : "Standard").text());
-        KestrovaContext c = handle.get();
-        StereoFrame frame(120, 160, sk_nDisparity, 3, eShape);
-        KestrovaInput input = frame.packed();
-        // Half a pixel away noise is blurred, which uniqueness would mind.
-        expectOk({kestrovaSetResolution(c, 120, 160), kestrovaSetDisparity(c, 0, 20),
-                  kestrovaSetUniquenessValidation(c, 0), kestrovaSetEdgeCorrelation(c, nCase % 4 == 0),
-                  kestrovaPreprocess(c, &input), kestrovaStereo(c)});
-        const std::vector<int> all = disparities(c);
-        int nShift = 0;
-        int nFound = 0;
-        for (int i = 0; i < nInside; ++i) {
-            const int nValue = all[static_cast<std::size_t>(120 * 160 + (6 + i / 114) * 160 + 6 + i % 114)];
-            nShift += std::abs(nValue - sk_nDisparity * 256) < 48;
-            nFound += nValue < 0xFF00;
-        }
-        EXPECT_GT(nShift, nInside * 95 / 100);
-        EXPECT_LT(nFound, nShift + nInside / 200);
-
-        expectOk({kestrovaSetDoStereo(c, 0), kestrovaSetStereoQuality(c, KestrovaStereoStandard),
-                  kestrovaSetSubpixelValidationMapping(c, 250), kestrovaStereo(c)});
-        std::vector<int> filled(120 * 160, 250); // without stereo all pixels keep the fill
-        filled.resize(2 * filled.size(), 0xFF00 + 250);
-        EXPECT_EQ(disparities(c), filled);
-    }
-    kestrovaEnableSSE2IfAvailable(true);
 }
 
 TEST(Run, EnhancedIsTheFlatAverageOfBothValidatedPasses)
@@ -184,19 +145,25 @@ TEST(Run, EnhancedIsTheFlatAverageOfBothValidatedPasses)
     for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
         const Handle handle = prepared(eShape, 90, smallStrictSurfaces); // 120 columns: only the second image has gaps
         std::vector<std::uint16_t> lent(90 * 120);
-        expectOk({kestrovaSetImage16Buffer(handle.get(), lent.data(), KestrovaImg16Disparity, KestrovaCamReference),
-                  kestrovaStereo(handle.get())});
+        expectOk({kestrovaSetImage16Buffer(handle, lent.data(), KestrovaImg16Disparity, KestrovaCamReference),
+                  kestrovaStereo(handle)});
         const std::vector<std::uint16_t> actual = lent;
 
-        expectOk({kestrovaSetStereoQuality(handle.get(), KestrovaStereoStandard), kestrovaStereo(handle.get())});
-        StereoContext& rSecond = *getActiveContext(handle.get())->m_pFurrowContext;
+        expectOk({kestrovaSetStereoQuality(handle, KestrovaStereoStandard), kestrovaStereo(handle)});
+        StereoContext& rSecond = *getActiveContext(handle)->m_pFurrowContext;
         std::fill_n(rSecond.m_disparityImage16.data(), 90 * rSecond.m_disparityImage16.rowDistance(), 0xFFFD);
         EXPECT_EQ(standardStereoAndValidate(&rSecond), KestrovaErrorOk);
         const auto nRejectedByFirst = std::count(lent.begin(), lent.end(), 0xFF00 + 252);
-        EXPECT_EQ(furrowFixCombineDisparityImages(getActiveContext(handle.get()), &rSecond), KestrovaErrorOk);
+        EXPECT_EQ(furrowFixCombineDisparityImages(getActiveContext(handle), &rSecond), KestrovaErrorOk);
         EXPECT_EQ(actual, lent) << static_cast<int>(eShape);
         EXPECT_GT(nRejectedByFirst, 0);
         EXPECT_GT(std::count(lent.begin(), lent.end(), 0xFF00 + 252), nRejectedByFirst + 20) << "both passes reject";
+
+        expectOk({kestrovaSetDoStereo(handle, 0), kestrovaSetSubpixelValidationMapping(handle, 250),
+                  kestrovaStereo(handle)});
+        std::vector<int> filled(90 * 120, 250); // without stereo all pixels keep the fill
+        filled.resize(2 * filled.size(), 0xFF00 + 250);
+        EXPECT_EQ(disparities(handle), filled);
     }
 }
 
@@ -234,8 +201,7 @@ TEST(Run, ErrorsPersistUntilThePoolIsReplaced)
         SCOPED_TRACE(&rCase - aCases);
         StereoFrame frame(60, 80, sk_nDisparity, 0, rCase.eShape);
         KestrovaInput input = frame.packed();
-        const Handle handle = open(rCase.eShape);
-        KestrovaContext c = handle.get();
+        const Handle c = open(rCase.eShape);
         expectOk({kestrovaSetResolution(c, 60, 80), kestrovaSetMaxThreadCount(c, 2),
                   rCase.bPreprocess ? kestrovaPreprocess(c, &input) : KestrovaErrorOk});
         const auto eConfiguration = getActiveContext(c)->m_eCameraConfiguration;
@@ -247,11 +213,10 @@ TEST(Run, ErrorsPersistUntilThePoolIsReplaced)
         }
         // With the cause gone the error stays, also under the same thread count; another count forgets it.
         getActiveContext(c)->m_eCameraConfiguration = eConfiguration;
-        int nThreads = 0;
         expectOk({kestrovaSetNumberOfROIs(c, 0), kestrovaSetStereoQuality(c, KestrovaStereoStandard),
-                  kestrovaPreprocess(c, &input), kestrovaGetMaxThreadCount(c, &nThreads)});
+                  kestrovaPreprocess(c, &input)});
         EXPECT_EQ(kestrovaStereo(c), rCase.eExpected);
-        expectOk({kestrovaSetMaxThreadCount(c, nThreads)});
+        expectOk({kestrovaSetMaxThreadCount(c, got(kestrovaGetMaxThreadCount, c))});
         EXPECT_EQ(kestrovaStereo(c), rCase.eExpected);
         expectOk({kestrovaSetMaxThreadCount(c, 1), kestrovaStereo(c)});
     }

@@ -123,14 +123,14 @@ TEST(Settings, KeepWhatTheyAcceptAndOnlyThat)
         double a = 1;
         double b = 0;
         const auto expectRead = [&](double aExpected, double bExpected, const char* pszWhen) {
-            EXPECT_EQ(rSetting.get(handle.get(), &a, &b), KestrovaErrorOk);
+            EXPECT_EQ(rSetting.get(handle, &a, &b), KestrovaErrorOk);
             EXPECT_EQ(std::pair(a, b), std::pair(aExpected, bExpected)) << rSetting.pszName << pszWhen;
         };
         expectRead(rSetting.initial.first, rSetting.initial.second, " at first");
         for (const Write& rWrite : rSetting.writes) {
             const double aOld = a;
             const double bOld = b;
-            EXPECT_EQ(rSetting.set(handle.get(), rWrite.a, rWrite.b),
+            EXPECT_EQ(rSetting.set(handle, rWrite.a, rWrite.b),
                       rWrite.bAccepted ? KestrovaErrorOk : KestrovaErrorInvalidSetting)
                 << rSetting.pszName << ' ' << rWrite.a << ' ' << rWrite.b;
             expectRead(rWrite.bAccepted ? rWrite.aRead : aOld, rWrite.bAccepted ? rWrite.bRead : bOld,
@@ -138,7 +138,7 @@ TEST(Settings, KeepWhatTheyAcceptAndOnlyThat)
         }
         for (const Setting& rOther : sk_aSettings) { // no two share a field
             a = b = 0;
-            EXPECT_EQ(rOther.get(handle.get(), &a, &b), KestrovaErrorOk);
+            EXPECT_EQ(rOther.get(handle, &a, &b), KestrovaErrorOk);
             EXPECT_TRUE(&rOther == &rSetting || std::pair(a, b) == rOther.initial)
                 << rSetting.pszName << rOther.pszName;
         }
@@ -160,8 +160,7 @@ TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
         for (CameraText& rCamera : text.cameras) {
             rCamera.extra = "RectFactor 0 0.5\nRawFactor 0." + std::to_string(rCamera.nId) + " 1\n";
         }
-        const Handle handle = openText(text.text());
-        KestrovaContext c = handle.get();
+        const Handle c = openText(text.text());
         double x = 7;
         double y = 7;
         for (std::size_t n = 0; n < slots.size(); ++n) {
@@ -186,20 +185,16 @@ TEST(Settings, AdjustmentsBelongToACameraOfTheProduct)
 
 TEST(Settings, PrepareRegionsAnyMaskAndRanges)
 {
-    const Handle handle = open(Shape::Horizontal);
-    KestrovaContext c = handle.get();
+    const Handle c = open(Shape::Horizontal);
     KestrovaROI* pROIs = nullptr;
     int nMost = 0;
-    int nMask = 0;
-    int nOffset = 0;
     EXPECT_EQ(kestrovaSetResolutionAndPrepare(nullptr, 30, 41, 60, 80), KestrovaErrorInvalidContext);
     EXPECT_EQ(kestrovaGetROIs(nullptr, &pROIs, &nMost), KestrovaErrorInvalidContext);
     expectOk({kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), kestrovaSetRectImgQuality(c, KestrovaRectEnhanced1),
               kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80), kestrovaGetROIs(c, &pROIs, &nMost),
-              kestrovaSetNumberOfROIs(c, 100), kestrovaSetAnyStereoMask(c, 24), kestrovaGetStereoMask(c, &nMask),
-              kestrovaSetResolution(c, 1200, 1600), kestrovaSetDisparity(c, 800, 1024),
-              kestrovaGetDisparityOffset(c, &nOffset)});
-    EXPECT_TRUE(nMost == 100 && nMask == 24 && nOffset == 784);
+              kestrovaSetNumberOfROIs(c, 100), kestrovaSetAnyStereoMask(c, 24), kestrovaSetResolution(c, 1200, 1600),
+              kestrovaSetDisparity(c, 800, 1024)});
+    EXPECT_TRUE(nMost == 100 && got(kestrovaGetStereoMask, c) == 24 && got(kestrovaGetDisparityOffset, c) == 784);
     pROIs[99] = {1, 2, 3, 4};
     for (const KestrovaError eError :
          {kestrovaSetResolutionAndPrepare(c, 30, 41, 60, 80), kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 81),
@@ -209,8 +204,8 @@ TEST(Settings, PrepareRegionsAnyMaskAndRanges)
     }
     for (const Shape eShape : {Shape::Vertical, Shape::L}) { // the window needs rows too
         const Handle other = open(eShape);
-        expectOk({kestrovaSetDisparity(other.get(), 0, 233)});
-        EXPECT_EQ(kestrovaSetDisparity(other.get(), 0, 234), KestrovaErrorInvalidSetting);
+        expectOk({kestrovaSetDisparity(other, 0, 233)});
+        EXPECT_EQ(kestrovaSetDisparity(other, 0, 234), KestrovaErrorInvalidSetting);
     }
 }
 

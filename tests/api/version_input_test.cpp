@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <string>
 
 TEST(Errors, EveryCodeHasItsText)
 {

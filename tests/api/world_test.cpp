@@ -60,8 +60,7 @@ protected:
         return rcd;
     }
 
-    Handle handle = open(Shape::Horizontal);
-    KestrovaContext h = handle.get();
+    const Handle h = open(Shape::Horizontal);
 };
 
 TEST_F(World, EveryFormGoesThroughTheTransform)
@@ -94,7 +93,7 @@ TEST_F(World, TransformsAreKeptOrRefused)
     }
     KestrovaContext copy = nullptr;
     EXPECT_EQ(kestrovaCopyContext(h, &copy), KestrovaErrorOk);
-    EXPECT_EQ(get(Handle(copy).get()), sk_identity) << "not inherited";
+    EXPECT_EQ(get(Handle(copy)), sk_identity) << "not inherited";
 
     // A matrix that stretches goes out as it is and comes back as the rigid motion in it.
     Elements stretched = sk_identity;

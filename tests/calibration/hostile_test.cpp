@@ -50,13 +50,7 @@ TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
 {
     const std::string knots = "KnotsX 0 0 0 0 1 1 1 1";
     const std::string coefs = "NumberCoefs 4 4";
-    const struct
-    {
-        std::string from;
-        std::string to;
-        bool bStream;
-        bool bMemory;
-    } aCases[] = {
+    const std::tuple<std::string, std::string, bool, bool> aCases[] = {
         {"NumberKnots 8", "NumberKnots 2147483647", false, false},
         {"NumberKnots 8", "NumberKnots 7", false, false}, // one less than the spline reads
         {"NumberKnots 8", "NumberKnots 9", false, false}, // one more than the line has
@@ -77,11 +71,11 @@ TEST_F(Hostile, EachReplacementLoadsOrFailsAsNamed)
         {"BeginCamera", std::string("a\0b\nBeginCamera", 15), true, false},
         {"SerialNumber", "Version\nSerialNumber", false, true}, // a section of the stream ends there
     };
-    for (const auto& rCase : aCases) {
-        const std::string text = replaced(m_text, rCase.from, rCase.to);
-        ASSERT_NE(text, m_text) << rCase.from;
-        EXPECT_EQ(loadsSafely(false, text), rCase.bStream) << rCase.from << " -> " << rCase.to.substr(0, 60);
-        EXPECT_EQ(loadsSafely(true, text), rCase.bMemory) << rCase.from << " -> " << rCase.to.substr(0, 60);
+    for (const auto& [from, to, bStream, bMemory] : aCases) {
+        const std::string text = replaced(m_text, from, to);
+        ASSERT_NE(text, m_text) << from;
+        EXPECT_EQ(loadsSafely(false, text), bStream) << from << " -> " << to.substr(0, 60);
+        EXPECT_EQ(loadsSafely(true, text), bMemory) << from << " -> " << to.substr(0, 60);
     }
 }
 

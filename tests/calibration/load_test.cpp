@@ -5,7 +5,6 @@
 #include "support/CalibrationText.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace kestrova::test {
 namespace {
@@ -116,13 +115,7 @@ TEST(CalibrationLoad, KeywordsAreSetInRangeAndKeepTheirDefaultOutside)
 
 TEST(CalibrationLoad, FailuresSayOneLineWithDebugOnAndReleaseEverything)
 {
-    const struct
-    {
-        Shape eShape;
-        const char* pszFrom;
-        const char* pszTo;
-        const char* pszMessage;
-    } aCases[] = {
+    const std::tuple<Shape, const char*, const char*, const char*> aCases[] = {
         {Shape::L, "\"Kestrova 3.0\"", "Kestrova", "Failed to parse calibration version"},
         {Shape::L, "Product ", "Produce ", "Failed to parse Product field"},
         {Shape::L, "SerialNumber ", "SerialNumber x", "Failed to parse Serial Number field"},
@@ -139,13 +132,13 @@ TEST(CalibrationLoad, FailuresSayOneLineWithDebugOnAndReleaseEverything)
         {Shape::L, "Disparity 0 32", "Disparity 0 234", "Bad disparity range"},
         {Shape::L, "Disparity 0 32", "Disparity 0 32\nResolution 30 40", "Bad disparity range"},
     };
-    for (const auto& rCase : aCases) {
-        const std::string text = replaced(CalibrationText(rCase.eShape).text(), rCase.pszFrom, rCase.pszTo);
+    for (const auto& [eShape, pszFrom, pszTo, pszMessage] : aCases) {
+        const std::string text = replaced(CalibrationText(eShape).text(), pszFrom, pszTo);
         const Loaded silent = load(text);
         const Loaded loaded = load(text + "Debug on\n");
-        EXPECT_FALSE(loaded.bOk || silent.bOk) << rCase.pszMessage;
-        EXPECT_EQ(silent.output, "") << rCase.pszMessage;
-        EXPECT_THAT('\n' + loaded.output, testing::HasSubstr('\n' + std::string(rCase.pszMessage) + '\n'));
+        EXPECT_FALSE(loaded.bOk || silent.bOk) << pszMessage;
+        EXPECT_EQ(silent.output, "") << pszMessage;
+        EXPECT_THAT('\n' + loaded.output, testing::HasSubstr('\n' + std::string(pszMessage) + '\n'));
         const StereoContext& r = *loaded.pContext;
         EXPECT_TRUE(r.m_apCameras[0] == nullptr && r.m_pColorCamera == nullptr && !r.m_bHasColorCamera);
         EXPECT_TRUE(r.m_pCalibration->m_calibrationLines.empty() && r.m_pCalibration->m_apCameras[0] == nullptr);

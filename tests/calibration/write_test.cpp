@@ -77,12 +77,12 @@ TEST(CalibrationWrite, ChangedSettingsByteForByteAndBackAgain)
         all.substr(all.find("BeginWarp"));
     // What was written loads with those settings: written again it is the same, but for the quality that loads higher.
     for (const bool bOn : {true, false}) {
-        changeAll(handle.get(), bOn);
-        const std::string first = written(kestrovaWriteCurrentContextToFile, handle.get());
+        changeAll(handle, bOn);
+        const std::string first = written(kestrovaWriteCurrentContextToFile, handle);
         if (bOn) {
             EXPECT_EQ(first, wanted);
         }
-        EXPECT_EQ(written(kestrovaWriteCurrentContextToFile, openFile(first).get()),
+        EXPECT_EQ(written(kestrovaWriteCurrentContextToFile, openFile(first)),
                   replaced(first, "Enhanced-1", "Enhanced-2"));
     }
 }
@@ -93,15 +93,14 @@ TEST(CalibrationWrite, TheDefaultTextIsTheLoadedOne)
     const std::string wide = CalibrationText(Shape::Horizontal).set("Baseline", "0.2").text();
     const std::string dressed = "# in front\n" + replaced(pair, "Product", "\t Product") + "  # end \n\n" + wide;
     const std::string cleaned = pair + "\n\n" + wide;
-    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openFile(dressed).get()), cleaned);
+    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openFile(dressed)), cleaned);
     // From memory, a section reaches to the end of the block.
-    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openText(dressed).get()), pair + "\n" + wide + wide);
+    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, openText(dressed)), pair + "\n" + wide + wide);
     // A comment takes the first place of a table when the version line in front of it is dropped.
     const std::string odd = replaced(pair, "Version", "Version x\\\n#!\nVERSION");
     const Handle handle = openFile(odd);
-    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, handle.get()),
-              "#!\n\n" + replaced(pair, "Version", "VERSION"));
-    EXPECT_TRUE(written(kestrovaWriteCurrentContextToFile, handle.get()).starts_with("#!\nVERSION"));
+    EXPECT_EQ(written(kestrovaWriteDefaultContextToFile, handle), "#!\n\n" + replaced(pair, "Version", "VERSION"));
+    EXPECT_TRUE(written(kestrovaWriteCurrentContextToFile, handle).starts_with("#!\nVERSION"));
 }
 
 TEST(CalibrationWrite, TextsThatCannotBeFollowedEndEarly)
@@ -118,12 +117,12 @@ TEST(CalibrationWrite, TextsThatCannotBeFollowedEndEarly)
         {pair + "BeginCamera\nPosition 0 0\nEndCamera\n", "\n\nBeginCamera\n"},
     };
     for (const auto& [from, tail] : aCases) {
-        EXPECT_THAT(written(kestrovaWriteCurrentContextToFile, openFile(from).get()), testing::EndsWith(tail));
+        EXPECT_THAT(written(kestrovaWriteCurrentContextToFile, openFile(from)), testing::EndsWith(tail));
     }
     const Handle handle = open(Shape::Horizontal);
     for (const auto pfnWrite : {kestrovaWriteDefaultContextToFile, kestrovaWriteCurrentContextToFile}) {
         EXPECT_EQ(pfnWrite(nullptr, "/dev/null"), KestrovaErrorInvalidContext);
-        EXPECT_EQ(pfnWrite(handle.get(), "/no such folder/file"), KestrovaErrorSystem);
+        EXPECT_EQ(pfnWrite(handle, "/no such folder/file"), KestrovaErrorSystem);
     }
     StereoContext empty;
     EXPECT_FALSE(stereoContextWriteDefaultToStream(&empty, stdout));

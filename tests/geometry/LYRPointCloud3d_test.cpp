@@ -76,13 +76,7 @@ TEST(LYRPointCloud3d, TheCentreIsThatOfInsertionUntilAskedAgain)
 
 TEST(CloudFile, LinesBecomePoints)
 {
-    const struct
-    {
-        std::string m_text;
-        int m_nSize;
-        int m_nType;
-        std::vector<double> m_last;
-    } aCases[] = {
+    const std::tuple<std::string, int, int, std::vector<double>> aCases[] = {
         {"", 0, 1, {}},
         {"x y z\n1 2\n\n1 2 x 4\n", 0, 1, {}},
         {"point\n1 2 3\n", 1, 0, {1, 2, 3, 0, 0, 0, 0, 0}},
@@ -95,13 +89,13 @@ TEST(CloudFile, LinesBecomePoints)
         {std::string(5000, '\0') + "1 2 3\n4 5 6\n", 1, 0, {4, 5, 6, 0, 0, 0, 0, 0}},
         {"1e9999 -1e9999 1e-9999\n", 1, 0, {HUGE_VAL, -HUGE_VAL, 0, 0, 0, 0, 0, 0}},
     };
-    for (const auto& c : aCases) {
+    for (const auto& [text, nSize, nType, last] : aCases) {
         LYRPointCloud3d cloud;
         cloud.insertPoint(new LYRPoint3d(9, 9, 9));
         cloud.setPointType(POINTTYPE_EXTRA);
-        EXPECT_TRUE(cloud.load(test::TempFile(c.m_text).path()));
-        ASSERT_TRUE(cloud.size() == c.m_nSize && cloud.pointType() == c.m_nType) << c.m_text;
-        EXPECT_TRUE(c.m_nSize == 0 || numbersOf(cloud, c.m_nSize - 1) == c.m_last) << c.m_text;
+        EXPECT_TRUE(cloud.load(test::TempFile(text).path()));
+        ASSERT_TRUE(cloud.size() == nSize && cloud.pointType() == nType) << text;
+        EXPECT_TRUE(nSize == 0 || numbersOf(cloud, nSize - 1) == last) << text;
         cloud.indexPoints();
         EXPECT_NE(saved(cloud, 3), "x") << "whatever was read can be written as any type";
     }
@@ -118,23 +112,17 @@ TEST(CloudFile, SavingIsNotTheMirrorOfLoading)
     pPoint->m_adExtra[0] = 51;
     pPoint->m_adExtra[1] = 7.5;
     cloud.insertPoint(pPoint);
-    const struct
-    {
-        int m_nType;
-        std::string m_tail;
-        int m_nTypeBack;
-        double m_dRedBack;
-    } aCases[] = {{-1, "255", 2, 255},
-                  {1, "51.000000 7.500000", 2, 51},
-                  {2, "127 255 -255", 2, 127},
-                  {3, "127 255 -255 51.000000 7.500000", 3, 127}};
-    for (const auto& c : aCases) {
-        const std::string text = saved(cloud, c.m_nType);
-        EXPECT_EQ(text, "1.250000 -2.000000 0.000000 " + c.m_tail + "\n");
+    const std::tuple<int, std::string, int, double> aCases[] = {{-1, "255", 2, 255},
+                                                                {1, "51.000000 7.500000", 2, 51},
+                                                                {2, "127 255 -255", 2, 127},
+                                                                {3, "127 255 -255 51.000000 7.500000", 3, 127}};
+    for (const auto& [nType, tail, nTypeBack, dRedBack] : aCases) {
+        const std::string text = saved(cloud, nType);
+        EXPECT_EQ(text, "1.250000 -2.000000 0.000000 " + tail + "\n");
         LYRPointCloud3d back;
         EXPECT_TRUE(back.load(test::TempFile(text).path()));
-        EXPECT_TRUE(back.pointType() == c.m_nTypeBack && numbersOf(back, 0)[3] == c.m_dRedBack) << c.m_nType;
-        EXPECT_EQ(numbersOf(back, 0)[7], c.m_nType == 3 ? 7.5 : 0);
+        EXPECT_TRUE(back.pointType() == nTypeBack && numbersOf(back, 0)[3] == dRedBack) << nType;
+        EXPECT_EQ(numbersOf(back, 0)[7], nType == 3 ? 7.5 : 0);
     }
     EXPECT_EQ(saved(cloud, sk_nVRML), "#VRML V1.0 ascii\nMaterial {diffuseColor 0 1 0 }\nSeparator {\n"
                                       "   Translation { translation 1.250000 -2.000000 0.000000 }\n"

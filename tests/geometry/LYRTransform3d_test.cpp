@@ -126,12 +126,7 @@ TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
     EXPECT_EQ(built.elementAt(0, 3), 0);
     const std::string good = "Rx 1 Ry 2 Rz 3 Tx 4 Ty 5 Tz 6";
     const std::string word(499, 'w');
-    const struct
-    {
-        const char* pszWhat;
-        std::string text;
-        double dRotX; // 0: refused
-    } aCases[] = {
+    const std::tuple<const char*, std::string, double> aCases[] = {
         {"reverse order, the first of two", "Tz 6\nTy\t5\nTx\t4\nRz\t3\nRy\t2\nRx\t1\nRx 9", 1},
         {"comment glued to a word", "//Rx 5\n" + good, 1},
         {"comment without a line end", "Ry 2 //", 0},
@@ -141,14 +136,14 @@ TEST(LYRTransform3dFile, WhateverAFileHoldsIsReadOrRefused)
         {"not a number", "Rx abc Ry 2 Rz 3 Tx 4 Ty 5 Tz 6", 0},
         {"empty", "", 0},
     };
-    for (const auto& c : aCases) {
+    for (const auto& [pszWhat, text, dRotX] : aCases) {
         LYRTransform3d transform;
-        const test::TempFile file(c.text, ".trans");
-        ASSERT_EQ(transform.read(file.stem()), c.dRotX != 0) << c.pszWhat;
-        if (c.dRotX != 0) {
-            EXPECT_TRUE(transform.rX() == c.dRotX && transform.rY() == 2 && transform.rZ() == 3 &&
-                        transform.tX() == 4 && transform.tY() == 5 && transform.tZ() == 6)
-                << c.pszWhat;
+        const test::TempFile file(text, ".trans");
+        ASSERT_EQ(transform.read(file.stem()), dRotX != 0) << pszWhat;
+        if (dRotX != 0) {
+            EXPECT_TRUE(transform.rX() == dRotX && transform.rY() == 2 && transform.rZ() == 3 && transform.tX() == 4 &&
+                        transform.tY() == 5 && transform.tZ() == 6)
+                << pszWhat;
             ASSERT_TRUE(built.read(file.stem()));
         }
     }

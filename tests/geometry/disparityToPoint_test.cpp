@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <vector>
 
 using namespace kestrova;
 
@@ -33,12 +32,10 @@ TEST(DisparityToPoint, EachFormRoundsInItsOwnOrder)
 
 TEST(DisparityToPoint, NothingAtOrBelowZeroButNaNPasses)
 {
-    CameraPoint point{7, 7, 7};
+    CameraPoint point{};
     EXPECT_FALSE(pointOfDisparity(sk_geometry, {1, 2, -0.0f}, &point));
     EXPECT_FALSE(pointThroughDepth(sk_geometry, {1, 2, -1e-30f}, &point));
-    EXPECT_EQ(point.m_fZ, 7);
-    EXPECT_TRUE(pointOfDisparity(sk_geometry, {1, 2, NAN}, &point));
-    EXPECT_TRUE(std::isnan(point.m_fZ));
+    EXPECT_TRUE(pointOfDisparity(sk_geometry, {1, 2, NAN}, &point) && std::isnan(point.m_fZ));
 }
 
 TEST(DisparityToPoint, StoredValuesTurnIntoPixels)

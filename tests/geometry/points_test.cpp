@@ -5,7 +5,6 @@
 #include "geometry/LYRVector.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 

@@ -55,8 +55,7 @@ TEST(ImageComment, EveryFieldComesBackFromTheFile)
     for (const int nCase : {0, 1, 2, 3}) {
         const bool bOn = nCase % 2 != 0;
         const bool b16 = nCase / 2 != 0;
-        const Handle handle = open(Shape::Horizontal);
-        KestrovaContext h = handle.get();
+        const Handle h = open(Shape::Horizontal);
         StereoFrame frame(240, 320, 5);
         KestrovaInput input = frame.planes();
         setAll(h, bOn);
@@ -81,8 +80,7 @@ TEST(ImageComment, HeadersOfOtherImagesLineByLine)
 {
     CalibrationText text(Shape::L);
     text.cameras.push_back({100, "0 0 0", "COLOR"});
-    const Handle handle = openText(text.text());
-    KestrovaContext h = handle.get();
+    const Handle h = openText(text.text());
     StereoFrame frame(240, 320, 5);
     KestrovaInput input = frame.planes();
     expectOk({kestrovaPreprocess(h, &input)});

@@ -3,7 +3,6 @@
 #include "kestrova.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <numeric>

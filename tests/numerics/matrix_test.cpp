@@ -4,7 +4,6 @@
 
 #include <Eigen/Dense>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
@@ -127,22 +126,16 @@ TEST(LU, SolvesAndInvertsAtEverySize)
 
 TEST(LU, PivotsAreScaledAndTheLastOfEqualsWins)
 {
-    const struct
-    {
-        Matrix A;
-        std::vector<int> index;
-        double dParity;
-        Matrix factors;
-    } aCases[] = {
+    const std::tuple<Matrix, std::vector<int>, double, Matrix> aCases[] = {
         {Matrix{{2, 4}, {1, 2}}, {1, 1}, -1, Matrix{{1, 2}, {2, 1e-20}}},    // equal once scaled; singular
         {Matrix{{10, 1000}, {1, 1}}, {1, 1}, -1, Matrix{{1, 1}, {10, 990}}}, // scaled, not largest
         {Matrix{{49, 0}, {49, 1}}, {1, 1}, -1, Matrix{{49, 1}, {1, -1}}},    // no product with an inverse
         {Matrix{{1, 4, 8}, {2, 2, 2}, {1, 3, 2}}, {1, 2, 2}, 1, Matrix{{2, 2, 2}, {0.5, 2, 1}, {0.5, 1.5, 5.5}}},
     };
-    for (const auto& c : aCases) {
-        const Factors f(c.A);
-        EXPECT_TRUE(f.m_nResult == 0 && f.m_index == c.index && f.m_dParity == c.dParity) << c.A;
-        EXPECT_EQ(f.m_factors, c.factors);
+    for (const auto& [A, index, dParity, factors] : aCases) {
+        const Factors f(A);
+        EXPECT_TRUE(f.m_nResult == 0 && f.m_index == index && f.m_dParity == dParity) << A;
+        EXPECT_EQ(f.m_factors, factors);
     }
 }
 

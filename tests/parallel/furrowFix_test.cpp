@@ -57,8 +57,7 @@ TEST(FurrowFix, WalksThroughGapsAndRefusesWhatDoesNotFit)
 TEST(FurrowFix, SecondContextSharesTheRightCameraAndFollowsTheSettings)
 {
     for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
-        const Handle handle = open(eShape);
-        KestrovaContext c = handle.get();
+        const Handle c = open(eShape);
         StereoContext& rMain = *getActiveContext(c);
         StereoFrame frame(60, 80, 5, 0, eShape);
         KestrovaInput input = frame.planes();

@@ -19,7 +19,12 @@ struct HandleCloser
 {
     void operator()(KestrovaContext handle) const { kestrovaDestroyContext(handle); }
 };
-using Handle = std::unique_ptr<std::remove_pointer_t<KestrovaContext>, HandleCloser>;
+/** Goes wherever a context is asked for. */
+struct Handle : std::unique_ptr<std::remove_pointer_t<KestrovaContext>, HandleCloser>
+{
+    using unique_ptr::unique_ptr;
+    operator KestrovaContext() const { return get(); }
+};
 
 /** The calls of a list, made in order, all went well. */
 inline void expectOk(std::initializer_list<KestrovaError> errors, int nLine = __builtin_LINE())
@@ -27,6 +32,15 @@ inline void expectOk(std::initializer_list<KestrovaError> errors, int nLine = __
     for (const KestrovaError& rError : errors) {
         EXPECT_EQ(rError, KestrovaErrorOk) << "call " << &rError - errors.begin() << " from line " << nLine;
     }
+}
+
+/** What a getter of one value gives. */
+template<class T>
+T got(KestrovaError (*pfnGet)(KestrovaContext, T*), KestrovaContext context)
+{
+    T value{};
+    EXPECT_EQ(pfnGet(context, &value), KestrovaErrorOk);
+    return value;
 }
 
 inline Handle openText(const std::string& rText)
