@@ -29,6 +29,7 @@ TEST(PnmFiles, EveryWriterByteForByte)
     std::vector<Pixel8x4> packed = {{'b', 'g', 'r', 'x'}, {'1', '2', '3', '4'}};
     const Image<unsigned char> part = Image<unsigned char>(4, 6, bytes.data()).region(1, 2, 2, 3);
     const auto wide = imageOf<unsigned short>(1, 5, {600, 0x1234, 255, 256, 65535});
+    const auto tall = imageOf<unsigned short>(2, 1, {0x1234, 0x61});
     const auto reals = imageOf<double>(1, 8, {3.99, -1.0, -0.5, 256.5, 1e300, std::nan(""), -2147483648.5, 513.0});
     const KestrovaImage image{2, 3, 6, bytes.data()};
     const KestrovaImage16 image16{2, 3, 9, shorts.data()}; // steps of 8 bytes
@@ -37,21 +38,12 @@ TEST(PnmFiles, EveryWriterByteForByte)
     const auto saved = [](auto pfnSave, const auto& rRecord) {
         return [=, &rRecord](const char* p) { return pfnSave(&rRecord, p) == KestrovaErrorOk; };
     };
-    const struct
-    {
-        const char* pszName;
-        std::function<bool(const char*)> write;
-        std::string bytes;
-    } aCases[] = {
+    const std::tuple<const char*, std::function<bool(const char*)>, std::string> aCases[] = {
         {"a view's own pixels", [&](auto p) { return dump_pgm(p, part, nullptr); }, "P5\n\n3 2\n255\nijkopq"},
         {"mark added", [&](auto p) { return dump_pgm(p, part, "me\n#you"); }, "P5\n#me\n#you\n3 2\n255\nijkopq"},
         {"line end kept", [&](auto p) { return dump_pgm(p, part, "#me\n"); }, "P5\n#me\n\n3 2\n255\nijkopq"},
         {"no rows", [&](auto p) { return dump_pgm(p, Image<unsigned char>(), ""); }, "P5\n#\n0 0\n255\n"},
-        {"16 bits",
-         [&](auto p) {
-             return dump_pgm(p, imageOf<unsigned short>(2, 1, {0x1234, 0x61}), "x");
-         },
-         "P5\n#x\n1 2\n65535\n\x34\x12\x61\0"s},
+        {"16 bits", [&](auto p) { return dump_pgm(p, tall, "x"); }, "P5\n#x\n1 2\n65535\n\x34\x12\x61\0"s},
         {"divisor 2", [&](auto p) { return dump_pgm(p, wide, 2); }, "P5\n\n5 1\n255\n\x2c\x1a\x7f\x80\xff"},
         {"divisor 0", [&](auto p) { return dump_pgm(p, wide, 0); }, "P5\n\n5 1\n255\n\x58\x34\xff\0\xff"s},
         {"divisor -5", [&](auto p) { return dump_pgm(p, wide, -5); }, "P5\n\n5 1\n255\n\x58\x34\xff\0\xff"s},
@@ -67,10 +59,10 @@ TEST(PnmFiles, EveryWriterByteForByte)
         {"packed colour", saved(kestrovaSavePackedColorImage, packedColor), "P6\n2 1 255 rgb321"},
     };
     const TempFile file("old");
-    for (const auto& rCase : aCases) {
-        EXPECT_FALSE(rCase.write("/no such folder/file")) << rCase.pszName;
-        EXPECT_TRUE(rCase.write(file.path())) << rCase.pszName;
-        EXPECT_EQ(file.content(), rCase.bytes) << rCase.pszName;
+    for (const auto& [pszName, write, wanted] : aCases) {
+        EXPECT_FALSE(write("/no such folder/file")) << pszName;
+        EXPECT_TRUE(write(file.path())) << pszName;
+        EXPECT_EQ(file.content(), wanted) << pszName;
     }
     EXPECT_STREQ(convertComment(std::string(2046, 'x').c_str()), ("#"s + std::string(2046, 'x')).c_str());
     EXPECT_DEATH(convertComment(std::string(2047, 'x').c_str()), "");

@@ -1,5 +1,6 @@
 #include "parallel/ExecutorPool.h"
 
+#include <atomic>
 #include <boost/thread/barrier.hpp>
 #include <gtest/gtest.h>
 
