@@ -83,6 +83,19 @@ TEST(Images, RawImagesSkipTheErrorOfTheLastRun)
     EXPECT_EQ(image.nrows, 0);
 }
 
+TEST(Images, OfTwoCamerasOfThreeTheOnesConfiguredAreUsed)
+{
+    const Handle c = open(Shape::L);
+    StereoFrame frame(60, 80, 5, 0, Shape::L);
+    KestrovaInput input = frame.packed();
+    expectOk({kestrovaSetResolution(c, 60, 80), kestrovaSetDisparity(c, 0, 12),
+              kestrovaSetCameraConfiguration(c, KestrovaCfg2CameraHorizontal), kestrovaPreprocess(c, &input),
+              kestrovaStereo(c)}); // cameras 0 and 2, as images 0 and 1
+    const auto pixels = disparity16(c);
+    const auto isShift = [](int n) { return std::abs(n - 5 * 256) < 48; };
+    EXPECT_GT(std::count_if(pixels.begin(), pixels.end(), isShift), 60 * 80 / 2);
+}
+
 /** Lends memory for every image of a run and expects the bytes of an unlent run in it, rows without gaps. */
 TEST(Images, CallersBuffersReceiveEveryImage)
 {
