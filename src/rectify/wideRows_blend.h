@@ -18,10 +18,9 @@ namespace {
 
 template<typename T>
 [[gnu::always_inline]] inline void blendStep(std::uint8_t* pDst, const std::uint8_t* pSrc, const WindowRow& rRow,
-                                             int nCol)
+                                             const std::int32_t* pBases, std::ptrdiff_t nCol)
 {
     using V = typename T::V;
-    const std::int32_t* const pBases = rRow.m_pBases + nCol / sk_nWindow;
     const V flip = T::spread(static_cast<std::int16_t>(0x8080));
     const V first = T::windows(pSrc, pBases);
     const V second = T::windows(pSrc + rRow.m_nStride, pBases);
@@ -44,17 +43,20 @@ template<typename T>
 template<typename T>
 int blendWindows(std::uint8_t* pDst, const std::uint8_t* pSrc, const WindowRow& rRow, int nCol, int nEnd)
 {
-    for (; nCol + T::sk_nLanes <= nEnd; nCol += T::sk_nLanes, pDst += T::sk_nLanes) {
+    const WindowRow row = rRow; // a copy that no store of a byte can change: its pointers stay in registers
+    const std::int32_t* pBases = row.m_pBases + nCol / sk_nWindow;
+    std::ptrdiff_t i = nCol;
+    for (; i + T::sk_nLanes <= nEnd; i += T::sk_nLanes, pBases += T::sk_nLanes / sk_nWindow) {
         std::int32_t nMissing = 0;
-        for (int i = 0; i < T::sk_nLanes / sk_nWindow; ++i) {
-            nMissing |= rRow.m_pBases[nCol / sk_nWindow + i];
+        for (int k = 0; k < T::sk_nLanes / sk_nWindow; ++k) {
+            nMissing |= pBases[k];
         }
         if (nMissing < 0) {
             break;
         }
-        blendStep<T>(pDst, pSrc, rRow, nCol);
+        blendStep<T>(pDst + (i - nCol), pSrc, row, pBases, i);
     }
-    return nCol;
+    return static_cast<int>(i);
 }
 
 } // namespace

@@ -55,17 +55,17 @@ struct Groups
  * overlaps the one before; groups that fill no vector are left to giveGroup(i), and all other pixels to giveSingle(i).
  */
 template<typename T, typename Give, typename GiveGroup, typename GiveSingle>
-[[gnu::always_inline]] inline void forEachSum(const ColumnRow& rRow, const Groups& rGroups, Give give,
-                                              GiveGroup giveGroup, GiveSingle giveSingle)
+[[gnu::always_inline]] inline void forEachSum(ColumnRow row, Groups groups, Give give, GiveGroup giveGroup,
+                                              GiveSingle giveSingle)
 {
     const auto sums = [&]<int K>(int i, std::integral_constant<int, K>) {
         typename T::V aSums[K];
         for (int k = 0; k < K; ++k) {
-            aSums[k] = T::loadWords(rRow.m_pColumns + i + k * T::sk_nLanes);
+            aSums[k] = T::loadWords(row.m_pColumns + i + k * T::sk_nLanes);
         }
-        for (int j = 1; j < rRow.m_nMaskCols; ++j) {
+        for (int j = 1; j < row.m_nMaskCols; ++j) {
             for (int k = 0; k < K; ++k) {
-                aSums[k] = T::add(aSums[k], T::loadWords(rRow.m_pColumns + i + j + k * T::sk_nLanes));
+                aSums[k] = T::add(aSums[k], T::loadWords(row.m_pColumns + i + j + k * T::sk_nLanes));
             }
         }
         for (int k = 0; k < K; ++k) {
@@ -74,24 +74,24 @@ template<typename T, typename Give, typename GiveGroup, typename GiveSingle>
     };
     constexpr std::integral_constant<int, 4> sk_four;
     constexpr std::integral_constant<int, 1> sk_one;
-    int i = rGroups.m_nBegin;
-    for (; i + 4 * T::sk_nLanes <= rGroups.m_nEnd; i += 4 * T::sk_nLanes) {
+    int i = groups.m_nBegin;
+    for (; i + 4 * T::sk_nLanes <= groups.m_nEnd; i += 4 * T::sk_nLanes) {
         sums(i, sk_four);
     }
-    for (; i + T::sk_nLanes <= rGroups.m_nEnd; i += T::sk_nLanes) {
+    for (; i + T::sk_nLanes <= groups.m_nEnd; i += T::sk_nLanes) {
         sums(i, sk_one);
     }
-    if (i < rGroups.m_nEnd && rGroups.m_nEnd - rGroups.m_nBegin >= T::sk_nLanes) {
-        sums(rGroups.m_nEnd - T::sk_nLanes, sk_one);
-        i = rGroups.m_nEnd;
+    if (i < groups.m_nEnd && groups.m_nEnd - groups.m_nBegin >= T::sk_nLanes) {
+        sums(groups.m_nEnd - T::sk_nLanes, sk_one);
+        i = groups.m_nEnd;
     }
-    for (; i < rGroups.m_nEnd; ++i) {
+    for (; i < groups.m_nEnd; ++i) {
         giveGroup(i);
     }
-    for (i = 0; i < rGroups.m_nBegin; ++i) {
+    for (i = 0; i < groups.m_nBegin; ++i) {
         giveSingle(i);
     }
-    for (i = rGroups.m_nEnd; i < rRow.m_nOut; ++i) {
+    for (i = groups.m_nEnd; i < row.m_nOut; ++i) {
         giveSingle(i);
     }
 }
