@@ -9,7 +9,7 @@ namespace kestrova {
 
 namespace {
 
-constexpr int sk_nNoWindow = -1;
+constexpr int sk_nWideBytes = 2 * sk_nWindowBytes;
 constexpr int sk_nWindowRows = 3;
 
 /** The window over source rows nTop to nTop + 2, pushed back into the source where it would leave it. */
@@ -21,39 +21,36 @@ std::int64_t windowBase(std::span<const int> positions, const WarperKey& rKey, i
     }
     const std::int64_t nStride = rKey.m_nStride;
     const std::int64_t nPixels = (rKey.m_nSourceRows - 1) * nStride + rKey.m_nSourceCols;
-    return std::min(nTop * nStride + nLeft, nPixels - sk_nWindowBytes - (sk_nWindowRows - 1) * nStride);
+    return std::min(nTop * nStride + nLeft, nPixels - sk_nWideBytes - (sk_nWindowRows - 1) * nStride);
 }
 
-/** Place of the pixel in the window's first two rows, or negative. */
-int indexInWindow(std::int64_t nFromBase, int nStride)
+/** Fills the pixels' places in the first two rows of a window. The furthest along a row; too far if they do not fit. */
+std::int64_t fillIndices(std::span<const int> positions, std::int64_t nBase, int nStride, unsigned char* pIndices)
 {
-    const bool bLower = nFromBase >= nStride;
-    const std::int64_t nIndex = bLower ? nFromBase - nStride : nFromBase;
-    const bool bFits = nIndex >= 0 && nIndex <= sk_nWindowBytes - 2; // the neighbour is in the window as well
-    return bFits ? static_cast<int>(nIndex) | (bLower ? sk_uLowerRow : 0) : -1;
-}
-
-bool fillIndices(std::span<const int> positions, std::int64_t nBase, int nStride, unsigned char* pIndices)
-{
+    std::int64_t nFurthest = 0;
     for (std::size_t u = 0; u < positions.size(); ++u) {
-        const int nIndex = indexInWindow(positions[u] - nBase, nStride);
-        if (nIndex < 0) {
-            return false;
-        }
-        pIndices[u] = static_cast<unsigned char>(nIndex);
+        const std::int64_t nFromBase = positions[u] - nBase;
+        const bool bLower = nFromBase >= nStride;
+        const std::int64_t nIndex = bLower ? nFromBase - nStride : nFromBase;
+        pIndices[u] = static_cast<unsigned char>(nIndex | (bLower ? sk_uLowerRow : 0));
+        nFurthest = std::max(nFurthest, nIndex < 0 ? sk_nWideBytes : nIndex);
     }
-    return true;
+    return nFurthest;
 }
 
-/** The base of a window for these pixels, with their indices; negative without one. */
+/** The window for these pixels as WindowRow has it, with their indices. */
 int findWindow(std::span<const int> positions, const WarperKey& rKey, unsigned char* pIndices)
 {
     const int nTop = *std::min_element(positions.begin(), positions.end()) / rKey.m_nStride;
     // At the bottom of the source a window begins a row higher, so that its third row exists.
     for (const int nFirst : {nTop, nTop - 1}) {
         const std::int64_t nBase = windowBase(positions, rKey, nFirst);
-        if (nBase >= 0 && fillIndices(positions, nBase, rKey.m_nStride, pIndices)) {
-            return static_cast<int>(nBase);
+        if (nBase >= 0) {
+            // The right neighbour lies in the window as well.
+            const std::int64_t nPixels = fillIndices(positions, nBase, rKey.m_nStride, pIndices) + 2;
+            if (nPixels <= sk_nWideBytes) {
+                return static_cast<int>(nPixels <= sk_nWindowBytes ? nBase : ~nBase);
+            }
         }
     }
     return sk_nNoWindow;

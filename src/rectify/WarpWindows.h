@@ -1,9 +1,9 @@
 // Windows of the source for groups of neighbouring destination pixels: the table of a bilinear warp in the form that
 // wide registers want. See wideRows_blend.h.
 //
-// A window is three rows of 16 bytes, a stride apart, and lies between the first and the last pixel of the source. A
-// group whose pixels need more (a map that shrinks more than twice, or tilts steeply) has none and is warped pixel by
-// pixel.
+// A window is three rows of 16 or 32 bytes, a stride apart. With 32 it lies between the first and the last pixel of the
+// source, whatever its own width. A group whose pixels need more (a map that shrinks more than four times, or tilts
+// steeply) has none and is warped pixel by pixel.
 #pragma once
 
 #include "image/Image.h"

@@ -15,13 +15,14 @@
 namespace kestrova {
 
 constexpr int sk_nWindow = 8;       // destination pixels that share a window of the source
-constexpr int sk_nWindowBytes = 16; // of each row of a window
+constexpr int sk_nWindowBytes = 16; // of each row of a narrow window; a wide one has twice as many
+constexpr std::int32_t sk_nNoWindow = INT32_MIN;
 constexpr std::uint8_t sk_uLowerRow = 0x80;
 
 /** One destination row of a bilinear warp, from table column 0 on. */
 struct WindowRow
 {
-    const std::int32_t* m_pBases;   // source index of each window's first pixel; negative: not in one window
+    const std::int32_t* m_pBases;   // source index of each window's first pixel; of a wide one the complement
     const std::uint8_t* m_pIndices; // place in the window's row, with sk_uLowerRow for its second row
     const std::uint8_t* m_pRowFraction;
     const std::uint8_t* m_pColFraction;

@@ -49,6 +49,8 @@ struct Avx2
     static V exclusiveOr(V a, V b) { return _mm256_xor_si256(a, b); }
     static V either(V a, V b) { return _mm256_or_si256(a, b); }
     static V both(V a, V b) { return _mm256_and_si256(a, b); }
+    /** Bytes of a where the top bit of mask is set. */
+    static V whereTop(V mask, V a, V b) { return _mm256_blendv_epi8(b, a, mask); }
     static V multiplyPairs(V weights, V pixels) { return _mm256_maddubs_epi16(weights, pixels); }
     template<int nBits>
     static V shiftLeft(V v)

@@ -53,6 +53,8 @@ struct Avx512
     static V exclusiveOr(V a, V b) { return _mm512_xor_si512(a, b); }
     static V either(V a, V b) { return _mm512_or_si512(a, b); }
     static V both(V a, V b) { return _mm512_and_si512(a, b); }
+    /** Bytes of a where the top bit of mask is set. */
+    static V whereTop(V mask, V a, V b) { return _mm512_mask_blend_epi8(_mm512_movepi8_mask(mask), b, a); }
     static V multiplyPairs(V weights, V pixels) { return _mm512_maddubs_epi16(weights, pixels); }
     template<int nBits>
     static V shiftLeft(V v)
