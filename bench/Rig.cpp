@@ -9,14 +9,6 @@
 
 namespace bench {
 
-namespace {
-
-struct Point
-{
-    double m_dRow;
-    double m_dCol;
-};
-
 // Normalised coordinates, 4 by 3, around the centre.
 Point distort(double dRow, double dCol, double dStrength)
 {
@@ -25,6 +17,8 @@ Point distort(double dRow, double dCol, double dStrength)
     const double dScale = 1 - dStrength * (0.4 - dX * dX - dY * dY); // shrinks towards the centre: stays in the frame
     return {0.5 + (dRow - 0.5) * dScale, 0.5 + dX * dScale};
 }
+
+namespace {
 
 std::string calibration(double dStrength)
 {
@@ -68,18 +62,21 @@ KestrovaInput makeInput(const cv::Mat& rRight, const cv::Mat& rLeft)
     return input;
 }
 
-void remapTables(int nRows, int nCols, double dRadialDistortion, cv::Mat& rFixed, cv::Mat& rFractions)
+void remapTables(cv::Size size, cv::Size raw, double dRadialDistortion, bool bNearest, cv::Mat& rFixed,
+                 cv::Mat& rFractions)
 {
+    const int nRows = size.height;
+    const int nCols = size.width;
     cv::Mat columns(nRows, nCols, CV_32F);
     cv::Mat rows(nRows, nCols, CV_32F);
     for (int nRow = 0; nRow < nRows; ++nRow) {
         for (int nCol = 0; nCol < nCols; ++nCol) {
-            const Point raw = distort((nRow + 0.5) / nRows, (nCol + 0.5) / nCols, dRadialDistortion);
-            rows.at<float>(nRow, nCol) = static_cast<float>(raw.m_dRow * nRows - 0.5);
-            columns.at<float>(nRow, nCol) = static_cast<float>(raw.m_dCol * nCols - 0.5);
+            const Point point = distort((nRow + 0.5) / nRows, (nCol + 0.5) / nCols, dRadialDistortion);
+            rows.at<float>(nRow, nCol) = static_cast<float>(point.m_dRow * raw.height - 0.5);
+            columns.at<float>(nRow, nCol) = static_cast<float>(point.m_dCol * raw.width - 0.5);
         }
     }
-    cv::convertMaps(columns, rows, rFixed, rFractions, CV_16SC2);
+    cv::convertMaps(columns, rows, rFixed, rFractions, CV_16SC2, bNearest);
 }
 
 } // namespace bench

@@ -24,7 +24,16 @@ Context makeContext(int nRows, int nCols, int nDisparities, double dRadialDistor
 /** The raw frame of a pair: right on red, left on green. The images must outlive it. */
 KestrovaInput makeInput(const cv::Mat& rRight, const cv::Mat& rLeft);
 
-/** A map for cv::remap of the same kind as the rig's. */
-void remapTables(int nRows, int nCols, double dRadialDistortion, cv::Mat& rFixed, cv::Mat& rFractions);
+/** Where a lens of that strength takes a point, in fractions of rows and columns. */
+struct Point
+{
+    double m_dRow;
+    double m_dCol;
+};
+Point distort(double dRow, double dCol, double dStrength);
+
+/** A map for cv::remap of the same kind as the rig's, without fractions if it is for the nearest pixel. */
+void remapTables(cv::Size size, cv::Size raw, double dRadialDistortion, bool bNearest, cv::Mat& rFixed,
+                 cv::Mat& rFractions);
 
 } // namespace bench

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
+#include <functional>
 #include <vector>
 
 namespace bench {
@@ -27,6 +29,37 @@ double millisecondsOf(const Work& work)
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+/** Of this process: other programs may run. */
+inline double processorSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/** Median seconds of every piece of work; all in turn, so that a drift of the machine falls on each. */
+inline std::vector<double> medians(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
+{
+    std::vector<std::vector<double>> times(rWorks.size());
+    double dSpent = 0;
+    for (int nRound = -1; nRound < 101 && (nRound < 7 || dSpent < dMaxSeconds); ++nRound) {
+        for (std::size_t u = 0; u < rWorks.size(); ++u) {
+            const double dBegin = processorSeconds();
+            rWorks[u]();
+            const double dSeconds = processorSeconds() - dBegin;
+            dSpent += dSeconds;
+            if (nRound >= 0) { // the first goes through cold memory
+                times[u].push_back(dSeconds);
+            }
+        }
+    }
+    std::vector<double> result;
+    for (const auto& rTimes : times) {
+        result.push_back(median(rTimes));
+    }
+    return result;
 }
 
 /** Runs ours and theirs in turn, one round uncounted, until enough rounds or seconds have passed. */

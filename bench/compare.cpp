@@ -107,7 +107,8 @@ void comparePreprocess(const bench::Frames& rFrames, const Size& rSize)
     KestrovaInput input = bench::makeInput(rFrames.m_right, rFrames.m_left);
     cv::Mat fixed;
     cv::Mat fractions;
-    bench::remapTables(rSize.m_nRows, rSize.m_nCols, sk_dLens, fixed, fractions);
+    const cv::Size size(rSize.m_nCols, rSize.m_nRows);
+    bench::remapTables(size, size, sk_dLens, false, fixed, fractions);
     cv::Mat theirRight;
     cv::Mat theirLeft;
     const auto ours = [&] { bench::check(kestrovaPreprocess(context, &input), "kestrovaPreprocess"); };

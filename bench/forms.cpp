@@ -15,7 +15,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -37,13 +36,6 @@ enum class Work
     Unchecked8,
     Checked8,
 };
-
-double processorSeconds()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
 
 /** Edge images: the rectified pair against its surroundings, around 128, as the correlator sees them. */
 kestrova::Image<unsigned char> edges(const cv::Mat& rImage)
@@ -82,29 +74,6 @@ private:
     kestrova::Image<unsigned char> m_aImages[2];
     kestrova::StereoContext m_context;
 };
-
-/** Median seconds of every piece of work; all in turn, so that a drift of the machine falls on each. */
-std::vector<double> medians(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
-{
-    std::vector<std::vector<double>> times(rWorks.size());
-    double dSpent = 0;
-    for (int nRound = -1; nRound < 101 && (nRound < 7 || dSpent < dMaxSeconds); ++nRound) {
-        for (std::size_t u = 0; u < rWorks.size(); ++u) {
-            const double dBegin = processorSeconds();
-            rWorks[u]();
-            const double dSeconds = processorSeconds() - dBegin;
-            dSpent += dSeconds;
-            if (nRound >= 0) { // the first goes through cold memory
-                times[u].push_back(dSeconds);
-            }
-        }
-    }
-    std::vector<double> result;
-    for (const auto& rTimes : times) {
-        result.push_back(bench::median(rTimes));
-    }
-    return result;
-}
 
 std::function<void()> blockMatcher(const bench::Frames& rFrames, const Size& rSize, int nMask, bool bChecks)
 {
@@ -165,7 +134,7 @@ void compareForms(const bench::Frames& rFrames, const Size& rSize, double dSecon
         for (const auto eSet : sets) {
             works.push_back(ours(rFrames, rSize, 11, rWork.m_eWork, eSet));
         }
-        const auto times = medians(works, dSeconds);
+        const auto times = bench::medians(works, dSeconds);
         std::printf("  %-36s %9.3f", rWork.m_pszName, times[0] / dWork);
         for (std::size_t u = 1; u < times.size(); ++u) {
             std::printf("  %6.3f (%5.2f)", times[u] / dWork, times[0] / times[u]);
@@ -187,7 +156,7 @@ void compareSizes(double dSeconds)
             for (const auto eSet : sets) {
                 works.push_back(ours(frames, rSize, nMask, Work::Checked16, eSet));
             }
-            const auto times = medians(works, dSeconds);
+            const auto times = bench::medians(works, dSeconds);
             std::printf("  %4d x %4d, %3d disparities, window %2d:", rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities,
                         nMask);
             for (std::size_t u = 0; u < times.size(); ++u) {

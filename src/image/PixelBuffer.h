@@ -33,7 +33,7 @@ public:
     PixelBuffer() = default;
 
     /** Allocates rows by cols pixels, uncleared; throws std::bad_alloc. */
-    PixelBuffer(int nRows, int nCols) : m_nRows(nRows), m_nCols(roundUp(nCols))
+    PixelBuffer(int nRows, int nCols) : m_nRows(nRows), m_nCols(strideOf(nCols))
     {
         // Pixels are counted in 32 bits. A count beyond them would wrap to a buffer smaller than its image.
         const std::int64_t nTotal = std::int64_t{m_nRows} * m_nCols + (sk_nGroup - 1);
@@ -62,6 +62,13 @@ public:
     [[nodiscard]] int nCols() const { return m_nCols; }
     [[nodiscard]] bool isOneFrame() const { return m_bOneFrame; }
 
+    /** The stride, in pixels, of own storage for rows of that width. */
+    [[nodiscard]] static std::int32_t strideOf(int nCols)
+    {
+        // Unsigned, so that an absurd width wraps as the product above does instead of being undefined.
+        return static_cast<std::int32_t>((static_cast<std::uint32_t>(nCols) + (sk_nGroup - 1)) & ~(sk_nGroup - 1U));
+    }
+
     T* link()
     {
         atomic_incr(m_nReferenceCount);
@@ -72,12 +79,6 @@ public:
     [[nodiscard]] bool free() { return atomic_decr(m_nReferenceCount) != 0; }
 
 private:
-    static std::int32_t roundUp(int nCols)
-    {
-        // Unsigned, so that an absurd width wraps as the product above does instead of being undefined.
-        return static_cast<std::int32_t>((static_cast<std::uint32_t>(nCols) + (sk_nGroup - 1)) & ~(sk_nGroup - 1U));
-    }
-
     // For an allocation aligned to sizeof(T) this rounds up to 32 bytes; the slack of sk_nGroup - 1 pixels pays for it.
     static T* alignedStart(T* pAllocation)
     {

@@ -1,5 +1,7 @@
 #include "rectify/Camera.h"
 
+#include "rectify/lowpass.h"
+
 #include "rectify/warpSample.h"
 
 #include <utility>
@@ -113,6 +115,17 @@ bool isAdjustment(double dValue)
 }
 
 } // namespace
+
+Image<unsigned char>& Camera::lowpassScratch(const ImageDim& rSize, const ImageDim& rMask)
+{
+    if (m_lowpassScratch.size() != rSize) {
+        m_lowpassScratch = blackScratch<unsigned char>(rSize);
+    } else if (m_scratchMask != rMask) {
+        m_lowpassScratch.init(0);
+    }
+    m_scratchMask = rMask;
+    return m_lowpassScratch;
+}
 
 bool Camera::setRectifiedAdjustment(double dX, double dY)
 {

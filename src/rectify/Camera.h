@@ -4,6 +4,7 @@
 // use warpers that were built before they started.
 #pragma once
 
+#include "image/Image.h"
 #include "rectify/WarpMapFunc.h"
 #include "rectify/WarperList.h"
 
@@ -42,6 +43,13 @@ public:
     [[nodiscard]] const Warper* currentWarper() const { return m_pCurrentWarper; }
 
     /**
+     * An image for the lowpass of a frame of that size, kept from frame to frame. Black before its first frame and
+     * whenever size or mask change: what the fused warp leaves of the border must not depend on earlier frames, and the
+     * rest is written anew each time.
+     */
+    [[nodiscard]] Image<unsigned char>& lowpassScratch(const ImageDim& rSize, const ImageDim& rMask);
+
+    /**
      * Shifts the rectified image, in fractions of its size; the two maps stay inverse to each other and all warpers go.
      * False, and nothing changed, unless both values lie within -1 to 1.
      */
@@ -74,6 +82,8 @@ private:
     std::unique_ptr<WarpMapFunc> m_pForwardMap;
     std::unique_ptr<WarpMapFunc> m_pInverseMap;
     WarperList m_warpers;
+    Image<unsigned char> m_lowpassScratch; // not copied: every camera takes its own
+    ImageDim m_scratchMask{};
 };
 
 } // namespace kestrova

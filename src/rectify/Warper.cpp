@@ -1,9 +1,7 @@
 #include "rectify/Warper.h"
 
+#include "rectify/BoxAverage.h"
 #include "rectify/warpSample.h"
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
-
 #include <limits>
 
 namespace kestrova {
@@ -63,21 +61,19 @@ class LowpassFeed
 public:
     LowpassFeed(const Image<unsigned char>& rSrc, Image<unsigned char>& rTmp, Image<unsigned char>& rInterior,
                 Image<unsigned short>& rSums, BoxFilter& rBox, int nScale, int nMaskRows, int nMaskCols)
-        : m_rSrc(rSrc), m_rInterior(rInterior), m_rSums(rSums), m_rBox(rBox), m_nScale(nScale), m_nTop(nMaskRows / 2),
-          m_nBottom((nMaskRows - 1) / 2), m_nLead(nMaskRows - 1 - nMaskRows / 2), m_nLeft(nMaskCols / 2),
-          m_nRight((nMaskCols - 1) / 2), m_size(rTmp.size()), m_pCursor(rTmp.data()), m_bSSE2(sse2Enabled())
+        : m_average(rInterior, rSrc, rSums, rBox, nScale, nMaskRows, nMaskCols), m_nSrcRows(rSrc.nRows()),
+          m_nTop(nMaskRows / 2), m_nBottom((nMaskRows - 1) / 2), m_nLead(nMaskRows - 1 - nMaskRows / 2),
+          m_nLeft(nMaskCols / 2), m_nRight((nMaskCols - 1) / 2), m_size(rTmp.size()), m_pCursor(rTmp.data())
     {}
 
     /** Filters until row nLast of tmp stands, or the source ends. */
     void fillTo(int nLast)
     {
-        while (m_nNext - m_nLead <= nLast && m_nNext < m_rSrc.nRows()) {
-            const int nDone = m_rBox.add(m_rSrc[m_nNext], m_rSrc.nCols(), m_bSSE2);
+        while (m_nNext - m_nLead <= nLast && m_nNext < m_nSrcRows) {
+            const int nDone = m_average.addRow();
             blackenBorder();
             ++m_nNext;
-            if (nDone >= 0) {
-                row_pack_op(&m_rInterior[nDone][0], m_rInterior.nCols(), &m_rSums[nDone][0], m_nScale);
-            }
+            m_average.writeRow(nDone);
         }
     }
 
@@ -95,11 +91,8 @@ private:
         m_pCursor += nCols;
     }
 
-    const Image<unsigned char>& m_rSrc;
-    Image<unsigned char>& m_rInterior;
-    Image<unsigned short>& m_rSums;
-    BoxFilter& m_rBox;
-    int m_nScale;
+    BoxAverage m_average;
+    int m_nSrcRows;
     int m_nTop;
     int m_nBottom;
     int m_nLead; // source rows that the box needs below the row it is for
@@ -107,7 +100,6 @@ private:
     int m_nRight;
     ImageDim m_size;
     unsigned char* m_pCursor;
-    bool m_bSSE2;
     int m_nNext = 0; // source row
 };
 

@@ -51,8 +51,8 @@ public:
 
     /**
      * Box average, gain and warp in one pass over the source. tmp has source size and a stride that this warper was
-     * built for; tmpInterior is its part that the box can reach; sums is the accumulator that box was reset to; scale
-     * is the 16.16 factor of row_pack_op.
+     * built for; tmpInterior is its part that the box can reach; sums is the accumulator that box was reset to, both
+     * unused where a wide form sums by columns; scale is the 16.16 factor of row_pack_op.
      *
      * Before a destination row is warped, just the source rows that it touches are filtered. The border of tmp is
      * blackened by a cursor that steps by the columns of tmp, not by its stride. Where the two differ (widths that are

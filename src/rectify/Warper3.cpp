@@ -67,6 +67,7 @@ void Warper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nSt
     buildTables(rMap,
                 {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelBilinear, nKernelSize});
     initRange();
+    m_windows.build(m_map, m_key);
 }
 
 void Warper3::initRange()
@@ -142,20 +143,43 @@ void blend4(unsigned char* pDst, const unsigned char* pSrc, int nRowStep, const 
 
 } // namespace
 
-void Warper3::warp(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const
+void Warper3::blendPixels(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const
 {
     const Blend blend(m_key);
     const int* pEntry = &m_map[nRow][nCol];
     const unsigned char* pRowFraction = &m_rowFraction[nRow][nCol];
     const unsigned char* pColFraction = &m_colFraction[nRow][nCol];
     int i = 0;
-    if (blend.m_nColStep == 1) {
+    if (blend.m_nColStep == 1 && instructionSet() != InstructionSet::Plain) {
         for (; i + 4 <= nWidth; i += 4) {
             blend4(pDst + i, pSrc, blend.m_nRowStep, pEntry + i, pRowFraction + i, pColFraction + i);
         }
     }
     for (; i < nWidth; ++i) {
         pDst[i] = blend(pSrc + pEntry[i], pRowFraction[i], pColFraction[i], [](int n) { return n; });
+    }
+}
+
+void Warper3::warp(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const
+{
+    const WideRowsForm* const pForm = wideRows(instructionSet());
+    if (pForm == nullptr || pForm->m_nBlendStep == 0 || !m_windows.isBuilt()) {
+        blendPixels(pDst, pSrc, nRow, nCol, nWidth);
+        return;
+    }
+    const WindowRow row{m_windows.bases(nRow), m_windows.indices(nRow), &m_rowFraction[nRow][0],
+                        &m_colFraction[nRow][0], m_key.m_nStride};
+    // Windows go by columns of the table: a view that begins between two of them has pixels in front.
+    const int nStep = pForm->m_nBlendStep;
+    const int nEnd = nCol + nWidth;
+    const auto blendTo = [&](int nFrom, int nTo) {
+        blendPixels(pDst + (nFrom - nCol), pSrc, nRow, nFrom, nTo - nFrom);
+        return nTo;
+    };
+    int i = blendTo(nCol, std::min((nCol + nStep - 1) / nStep * nStep, nEnd));
+    while (i < nEnd) {
+        i = pForm->blendWindows(pDst + (i - nCol), pSrc, row, i, nEnd);
+        i = blendTo(i, std::min(i + nStep, nEnd));
     }
 }
 
@@ -189,6 +213,7 @@ void BilinearWarper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols,
 void BilinearWarper3::init()
 {
     initRange();
+    m_windows.build(m_map, m_key);
 }
 
 std::unique_ptr<Warper> BilinearWarper3::clone() const

@@ -4,6 +4,7 @@
 // images are warped by the nearest-pixel rule, whatever the class.
 #pragma once
 
+#include "rectify/WarpWindows.h"
 #include "rectify/Warper.h"
 
 namespace kestrova {
@@ -41,6 +42,10 @@ protected:
 
     Image<unsigned char> m_rowFraction;
     Image<unsigned char> m_colFraction;
+    WarpWindows m_windows; // only where this class warps by itself: a kernel warper has none
+
+private:
+    void blendPixels(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const;
 };
 
 /** The same tables and the same pixels; the class for every kernel type without one of its own. */

@@ -1,5 +1,6 @@
 #include "rectify/boxFilters.h"
 
+#include "rectify/ColumnBox.h"
 #include "rectify/fixedPoint.h"
 #include "stereo/BoxFilter.h"
 #include "stereo/kernels.h"
@@ -59,6 +60,17 @@ void boxEdgeFilter(Image<unsigned char>& rDst, const Image<unsigned char>& rSrc,
     const int nSumFactor = truncateToInt(dBase * dGain / (static_cast<double>(uMaskRows) * uMaskCols));
     // The centre takes back what the sum of a flat box gives, truncation of the factor included.
     const auto nCentreFactor = static_cast<int>(0U - static_cast<unsigned>(nSumFactor) * uMaskRows * uMaskCols);
+    if (const WideRowsForm* const pForm = ColumnBox::formFor(nMaskCols)) {
+        ColumnBox box(*pForm, rSrc, nMaskRows, nMaskCols);
+        for (int i = 0; i < rSrc.nRows(); ++i) {
+            const int nRow = box.addRow();
+            if (nRow >= 0) {
+                pForm->bandpassSums(&rDst[nRow][0], &srcInterior[nRow][0], nCentreFactor, box.row(rDst.nCols()),
+                                    nSumFactor);
+            }
+        }
+        return;
+    }
     forEachBoxRow(rSrc, Image<unsigned short>::constImage(rDst.size(), sk_ucNoEdge), uMaskRows, uMaskCols,
                   sse2Enabled(), [&](int nRow, const unsigned short* pSums) {
                       row_bandpass_op(&rDst[nRow][0], rDst.nCols(), &srcInterior[nRow][0], nCentreFactor,

@@ -72,7 +72,7 @@ bool buildWarpers(StereoContext* pContext)
     // frame itself; other frames get their warper when it is asked for.
     int nStride = pContext->m_nSourceCols;
     if (pContext->m_bLowpass) {
-        nStride = Image<unsigned char>(1, nStride).rowDistance();
+        nStride = PixelBuffer<unsigned char>::strideOf(nStride);
     }
     constexpr int nLargest = std::numeric_limits<int>::max() / 4;
     return buildWarpersForStride(pContext, nStride) && nStride <= nLargest &&

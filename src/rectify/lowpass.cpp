@@ -1,10 +1,8 @@
 #include "rectify/lowpass.h"
 
+#include "rectify/BoxAverage.h"
 #include "rectify/Camera.h"
 #include "rectify/fixedPoint.h"
-#include "stereo/BoxFilter.h"
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
 
 namespace kestrova {
 
@@ -37,18 +35,22 @@ bool isPlainCopy(unsigned uMaskRows, unsigned uMaskCols, double dGain)
     return uMaskRows <= 1 && uMaskCols <= 1 && dGain == 1.0;
 }
 
-void boxAverage(Image<unsigned char>& rTmp, Image<unsigned char>& rInterior, Image<unsigned short>& rSums,
-                BoxFilter& rBox, const Image<unsigned char>& rSrc, int nScale, int nMaskRows, int nMaskCols)
+/** The sums of a box where no wide form takes them by columns: of this thread, kept for frames of the same size. */
+struct KeptSums
 {
-    const bool bSSE2 = sse2Enabled();
-    for (int nRow = 0; nRow < rSrc.nRows(); ++nRow) {
-        const int nDone = rBox.add(rSrc[nRow], rSrc.nCols(), bSSE2);
-        if (nDone >= 0) {
-            row_pack_op(&rInterior[nDone][0], rInterior.nCols(), &rSums[nDone][0], nScale);
+    Image<unsigned short> m_row;
+    BoxFilter m_box;
+
+    void begin(const ImageDim& rSize, unsigned uMaskRows, unsigned uMaskCols)
+    {
+        if (m_row.size() != rSize) {
+            m_row = Image<unsigned short>::constImage(rSize, 0);
         }
+        m_box.reset(m_row, uMaskRows, uMaskCols);
     }
-    rTmp.border(0, nMaskRows / 2, nMaskCols / 2, (nMaskRows - 1) / 2, (nMaskCols - 1) / 2);
-}
+};
+
+thread_local KeptSums t_sums;
 
 } // namespace
 
@@ -69,15 +71,17 @@ void lowpassRectify(Image<unsigned char>& rDst, const Warper& rWarper, double dG
     const auto nMaskRows = static_cast<int>(uMaskRows);
     const auto nMaskCols = static_cast<int>(uMaskCols);
     Image<unsigned char> interior(rTmp, rTmp.mask({nMaskRows, nMaskCols}), false);
-    Image<unsigned short> sums = Image<unsigned short>::constImage(interior.size(), 0);
-    BoxFilter box;
-    box.reset(sums, uMaskRows, uMaskCols);
+    t_sums.begin(interior.size(), uMaskRows, uMaskCols);
     const int nScale = averageScale(dGain, uMaskRows, uMaskCols);
     if (rWarper.key().m_eKernelType == KernelBilinear) {
-        rWarper.warp(rDst, rSrc, rTmp, interior, sums, box, nScale, nMaskRows, nMaskCols);
+        rWarper.warp(rDst, rSrc, rTmp, interior, t_sums.m_row, t_sums.m_box, nScale, nMaskRows, nMaskCols);
         return;
     }
-    boxAverage(rTmp, interior, sums, box, rSrc, nScale, nMaskRows, nMaskCols);
+    BoxAverage average(interior, rSrc, t_sums.m_row, t_sums.m_box, nScale, nMaskRows, nMaskCols);
+    for (int nRow = 0; nRow < rSrc.nRows(); ++nRow) {
+        average.writeRow(average.addRow());
+    }
+    rTmp.border(0, nMaskRows / 2, nMaskCols / 2, (nMaskRows - 1) / 2, (nMaskCols - 1) / 2);
     rWarper.warp(rDst, rTmp);
 }
 
@@ -87,8 +91,8 @@ bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<uns
     uMaskRows = resolveMask(uMaskRows, rSrc.nRows(), rDst.nRows());
     uMaskCols = resolveMask(uMaskCols, rSrc.nCols(), rDst.nCols());
     const bool bPlain = isPlainCopy(uMaskRows, uMaskCols, rCamera.gain());
-    // Black from the start: what the fused warp's cursor leaves of the border must not depend on earlier frames.
-    Image<unsigned char> tmp = bPlain ? rSrc : blackScratch<unsigned char>(rSrc.size());
+    const ImageDim mask{static_cast<int>(uMaskRows), static_cast<int>(uMaskCols)};
+    Image<unsigned char> tmp = bPlain ? rSrc : rCamera.lowpassScratch(rSrc.size(), mask);
     const Warper* const pWarper =
         rCamera.getWarper(rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), tmp.rowDistance(), nRowOffset,
                           nColOffset, eKernelType, nKernelSize);

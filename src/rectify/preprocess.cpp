@@ -79,14 +79,31 @@ KestrovaError checkInput(const StereoContext& rContext, const KestrovaInput* pIn
 
 void takePacked(StereoContext* pContext, const KestrovaInput& rInput)
 {
-    pContext->m_packedInputImage =
-        Image<Pixel8x4>(rInput.nrows, rInput.ncols, rInput.rowinc / 4, static_cast<Pixel8x4*>(rInput.pPlane0));
+    auto* const pPixels = static_cast<Pixel8x4*>(rInput.pPlane0);
+    Image<Pixel8x4>& rPacked = pContext->m_packedInputImage;
+    const bool bKnown = rPacked.data() == pPixels && rPacked.size() == ImageDim{rInput.nrows, rInput.ncols} &&
+                        rPacked.rowDistance() == rInput.rowinc / 4;
+    if (!bKnown) {
+        rPacked = Image<Pixel8x4>(rInput.nrows, rInput.ncols, rInput.rowinc / 4, pPixels);
+    }
     for (int nCamera = 0; nCamera < pContext->m_nCameraCount; ++nCamera) {
         Image<unsigned char>& rRaw = pContext->m_rawImages[nCamera];
         if (rRaw.buffer().isOneFrame()) { // planes of an earlier frame: not ours to write into
             rRaw = Image<unsigned char>::defaultImage;
         }
         giveSize(rRaw, {rInput.nrows, rInput.ncols});
+    }
+}
+
+/** The plane with its padding. Frames tend to come back in the same memory, which is wrapped already then. */
+void wrapPlane(Image<unsigned char>& rRaw, const KestrovaInput& rInput, unsigned char* pPixels)
+{
+    const PixelBuffer<unsigned char>& rBuffer = rRaw.buffer();
+    if (rBuffer.isOneFrame() && rRaw.data() == pPixels && rBuffer.nRows() == rInput.nrows &&
+        rBuffer.nCols() == rInput.rowinc) {
+        rRaw = rRaw.region(0, 0, rInput.nrows, rInput.rowinc);
+    } else {
+        rRaw = Image<unsigned char>(rInput.nrows, rInput.rowinc, rInput.rowinc, pPixels, OneFrameMemory{});
     }
 }
 
@@ -98,9 +115,7 @@ void takePlanes(StereoContext* pContext, const KestrovaInput& rInput)
         if (nCamera < 0) {
             continue;
         }
-        pContext->m_rawImages[nCamera] =
-            Image<unsigned char>(rInput.nrows, rInput.rowinc, rInput.rowinc,
-                                 static_cast<unsigned char*>(apPlanes[nChannel]), OneFrameMemory{});
+        wrapPlane(pContext->m_rawImages[nCamera], rInput, static_cast<unsigned char*>(apPlanes[nChannel]));
         // Padding is cut off by channel number, not by camera. A set whose cameras are not in channel order
         // therefore sees the padding of its last planes as part of the image.
         Image<unsigned char>& rPadded = pContext->m_rawImages[nChannel];
@@ -180,7 +195,7 @@ KestrovaError rectifyCamera(StereoContext* pContext, int nCamera)
     Image<unsigned char>& rRectified = pContext->m_rectifiedImages[nCamera];
     const Image<unsigned char>& rRaw = pContext->m_rawImages[nCamera];
     if (!pContext->m_bRectify) {
-        Image<unsigned char> copy = blackScratch<unsigned char>(rRaw.size());
+        Image<unsigned char> copy(rRaw.size());
         copy.init(rRaw);
         rRectified = copy;
         return KestrovaErrorOk;

@@ -1,5 +1,8 @@
 #include "rectify/unpack.h"
 
+#include "rectify/WideRows.h"
+
+#include <array>
 #include <emmintrin.h>
 
 namespace kestrova {
@@ -75,34 +78,61 @@ const unsigned char* bytes(const Image<Pixel8x4>& rPacked, int nRow)
     return &rPacked[nRow][0].m_ucBlue;
 }
 
+/** By lane, blue first; null where a channel is not wanted. */
+using Planes = std::array<Image<unsigned char>*, 3>;
+
+template<typename Plain>
+void unpackRows(const Planes& rPlanes, int nRows, int nCols, const Image<Pixel8x4>& rPacked, Plain plain)
+{
+    const WideRowsForm* const pForm = wideRows(instructionSet());
+    const bool bWide = pForm != nullptr && pForm->m_nExtractLeast > 0 && nCols >= pForm->m_nExtractLeast;
+    for (int nRow = 0; nRow < nRows; ++nRow) {
+        ChannelRows rows{};
+        for (std::size_t u = 0; u < 3; ++u) {
+            rows.m_apOut[u] = rPlanes[u] == nullptr ? nullptr : &(*rPlanes[u])[nRow][0];
+        }
+        if (bWide) {
+            pForm->extract(rows, nCols, bytes(rPacked, nRow));
+        } else {
+            plain(rows, nCols, bytes(rPacked, nRow));
+        }
+    }
+}
+
+/** Rows of any width. */
+void extract_wanted(const ChannelRows& rRows, int n, const unsigned char* pPacked)
+{
+    static constexpr decltype(&extract_red) sk_aExtract[] = {extract_blu, extract_grn, extract_red};
+    for (int nLane = 0; nLane < 3; ++nLane) {
+        if (rRows.m_apOut[nLane] != nullptr) {
+            sk_aExtract[nLane](rRows.m_apOut[nLane], n, pPacked);
+        }
+    }
+}
+
 } // namespace
 
 void unpackRGB(Image<unsigned char>& rRed, Image<unsigned char>& rGreen, Image<unsigned char>& rBlue,
                const Image<Pixel8x4>& rPacked)
 {
-    for (int nRow = 0; nRow < rRed.nRows(); ++nRow) {
-        extract_rgb(&rRed[nRow][0], &rGreen[nRow][0], &rBlue[nRow][0], rRed.nCols(), bytes(rPacked, nRow));
-    }
+    unpackRows({&rBlue, &rGreen, &rRed}, rRed.nRows(), rRed.nCols(), rPacked,
+               [](const ChannelRows& r, int n, const unsigned char* pPacked) {
+                   extract_rgb(r.m_apOut[sk_nRed], r.m_apOut[sk_nGreen], r.m_apOut[sk_nBlue], n, pPacked);
+               });
 }
 
 void unpack32Bit2Cam(Image<unsigned char>& rRed, Image<unsigned char>& rGreen, const Image<Pixel8x4>& rPacked)
 {
-    for (int nRow = 0; nRow < rRed.nRows(); ++nRow) {
-        extract_red(&rRed[nRow][0], rRed.nCols(), bytes(rPacked, nRow));
-        extract_grn(&rGreen[nRow][0], rRed.nCols(), bytes(rPacked, nRow));
-    }
+    unpackRows({nullptr, &rGreen, &rRed}, rRed.nRows(), rRed.nCols(), rPacked, extract_wanted);
 }
 
 void unpack32Bit(const bool* pbNeeded, Image<unsigned char>* const* ppPlanes, const Image<Pixel8x4>& rPacked)
 {
-    static constexpr decltype(&extract_red) sk_aExtract[] = {extract_red, extract_grn, extract_blu};
-    for (int nRow = 0; nRow < rPacked.nRows(); ++nRow) {
-        for (int nPlane = 0; nPlane < 3; ++nPlane) {
-            if (pbNeeded[nPlane]) {
-                sk_aExtract[nPlane](&(*ppPlanes[nPlane])[nRow][0], rPacked.nCols(), bytes(rPacked, nRow));
-            }
-        }
+    Planes planes{};
+    for (std::size_t u = 0; u < 3; ++u) {
+        planes[2 - u] = pbNeeded[u] ? ppPlanes[u] : nullptr;
     }
+    unpackRows(planes, rPacked.nRows(), rPacked.nCols(), rPacked, extract_wanted);
 }
 
 } // namespace kestrova

@@ -1,4 +1,4 @@
-// Which vector instructions the stereo stages use: the widest that processor and operating system offer together.
+// Which vector instructions the stages use: the widest that processor and operating system offer together.
 //
 // The choice never changes a byte of a result. That is what the SSE2 switch in processor.h is for, and the two know
 // nothing of each other: the switch says how many lanes decide a tie, this file how wide the registers are that find

@@ -2,6 +2,7 @@
 #include "api/StereoContext.h"
 #include "stereo/generalStereo.h"
 #include "stereo/surfaceValidation.h"
+#include "support/StereoFrame.h"
 #include "support/frames.h"
 
 #include <atomic>
@@ -102,6 +103,25 @@ TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
         }
         EXPECT_EQ(r.m_segmentContext.regionCount() + 1, g_nLastTableSize);
         EXPECT_EQ(1000001U, g_nPeakTableSize);
+    }
+}
+
+// Planes and packed frames, from memory as a camera driver gives it; the first frames settle sizes and warpers.
+TEST(Preprocess, AllocatesNothingOnceSizesAreSettled)
+{
+    const kestrova::test::Handle handle = kestrova::test::open(kestrova::test::Shape::Horizontal);
+    kestrova::test::StereoFrame frame(96, 128, 3, 5);
+    ASSERT_EQ(kestrovaSetResolution(handle.get(), 48, 64), KestrovaErrorOk);
+    for (const bool bPacked : {false, true}) {
+        for (const int nLowpass : {0, 1}) {
+            kestrovaSetLowpass(handle.get(), nLowpass);
+            KestrovaInput input = bPacked ? frame.packed() : frame.planes();
+            for (int nFrame = 0; nFrame < 4; ++nFrame) {
+                const unsigned nBefore = g_nAllocations;
+                ASSERT_EQ(kestrovaPreprocess(handle.get(), &input), KestrovaErrorOk);
+                EXPECT_TRUE(nFrame == 0 || g_nAllocations == nBefore) << bPacked << nLowpass << nFrame;
+            }
+        }
     }
 }
 

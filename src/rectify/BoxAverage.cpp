@@ -1,0 +1,38 @@
+#include "rectify/BoxAverage.h"
+
+#include "stereo/kernels.h"
+#include "stereo/processor.h"
+
+namespace kestrova {
+
+BoxAverage::BoxAverage(Image<unsigned char>& rInterior, const Image<unsigned char>& rSrc, Image<unsigned short>& rSums,
+                       BoxFilter& rBox, int nScale, int nMaskRows, int nMaskCols)
+    : m_rInterior(rInterior), m_rSrc(rSrc), m_rSums(rSums), m_rBox(rBox), m_nScale(nScale), m_bSSE2(sse2Enabled()),
+      m_pForm(ColumnBox::formFor(nMaskCols))
+{
+    if (m_pForm != nullptr) {
+        m_columns.emplace(*m_pForm, rSrc, nMaskRows, nMaskCols);
+    }
+}
+
+int BoxAverage::addRow()
+{
+    const int nRow = m_nNext++;
+    return m_columns ? m_columns->addRow() : m_rBox.add(m_rSrc[nRow], m_rSrc.nCols(), m_bSSE2);
+}
+
+void BoxAverage::writeRow(int nRow)
+{
+    if (nRow < 0) {
+        return;
+    }
+    std::uint8_t* const pOut = &m_rInterior[nRow][0];
+    const int nOut = m_rInterior.nCols();
+    if (m_columns) {
+        m_pForm->packSums(pOut, m_columns->row(nOut), m_nScale);
+    } else {
+        row_pack_op(pOut, nOut, &m_rSums[nRow][0], m_nScale);
+    }
+}
+
+} // namespace kestrova
