@@ -1,5 +1,6 @@
 #include "stereo/generalStereo.h"
 
+#include "stereo/InstructionSet.h"
 #include "support/NaiveGeneral.h"
 #include "support/frames.h"
 
@@ -46,7 +47,11 @@ struct Case
 
     void expectAsNaive(bool bSSE2)
     {
-        expectAsModel(r, bSSE2, NaiveGeneral(r, m_frame.m_aViews, r.m_nConfiguredCameraCount, bSSE2), correlator());
+        for (const InstructionSet eSet : supportedInstructionSets()) { // plain makes passes, all others go by rows
+            SCOPED_TRACE(nameOf(eSet));
+            forceInstructionSet(eSet);
+            expectAsModel(r, bSSE2, NaiveGeneral(r, m_frame.m_aViews, r.m_nConfiguredCameraCount, bSSE2), correlator());
+        }
     }
 
     std::mt19937 m_random;
