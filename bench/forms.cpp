@@ -3,7 +3,7 @@
 // Times are those of the processor, not of the clock on the wall: one thread everywhere, and other programs may run.
 // Arguments: seconds for each comparison, and two files with a rectified pair, left and right, to be compared on too.
 #include "Frames.h"
-#include "SideBySide.h"
+#include "Matching.h"
 
 #include "api/StereoContext.h"
 #include "stereo/InstructionSet.h"
@@ -15,7 +15,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,12 +22,10 @@
 
 namespace {
 
-struct Size
-{
-    int m_nRows;
-    int m_nCols;
-    int m_nDisparities;
-};
+using bench::blockMatcher;
+using bench::edges;
+using bench::medians;
+using bench::Size;
 
 enum class Work
 {
@@ -37,27 +34,6 @@ enum class Work
     Unchecked8,
     Checked8,
 };
-
-double processorSeconds()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
-
-/** Edge images: the rectified pair against its surroundings, around 128, as the correlator sees them. */
-kestrova::Image<unsigned char> edges(const cv::Mat& rImage)
-{
-    cv::Mat mean;
-    cv::boxFilter(rImage, mean, CV_16S, {7, 7});
-    kestrova::Image<unsigned char> out(rImage.rows, rImage.cols);
-    for (int y = 0; y < rImage.rows; ++y) {
-        for (int x = 0; x < rImage.cols; ++x) {
-            out[y][x] = cv::saturate_cast<unsigned char>(rImage.at<unsigned char>(y, x) - mean.at<short>(y, x) + 128);
-        }
-    }
-    return out;
-}
 
 class Ours
 {
@@ -82,42 +58,6 @@ private:
     kestrova::Image<unsigned char> m_aImages[2];
     kestrova::StereoContext m_context;
 };
-
-/** Median seconds of every piece of work; all in turn, so that a drift of the machine falls on each. */
-std::vector<double> medians(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
-{
-    std::vector<std::vector<double>> times(rWorks.size());
-    double dSpent = 0;
-    for (int nRound = -1; nRound < 101 && (nRound < 7 || dSpent < dMaxSeconds); ++nRound) {
-        for (std::size_t u = 0; u < rWorks.size(); ++u) {
-            const double dBegin = processorSeconds();
-            rWorks[u]();
-            const double dSeconds = processorSeconds() - dBegin;
-            dSpent += dSeconds;
-            if (nRound >= 0) { // the first goes through cold memory
-                times[u].push_back(dSeconds);
-            }
-        }
-    }
-    std::vector<double> result;
-    for (const auto& rTimes : times) {
-        result.push_back(bench::median(rTimes));
-    }
-    return result;
-}
-
-std::function<void()> blockMatcher(const bench::Frames& rFrames, const Size& rSize, int nMask, bool bChecks)
-{
-    const auto matcher = cv::StereoBM::create(rSize.m_nDisparities, nMask);
-    matcher->setTextureThreshold(bChecks ? 10 : 0);
-    matcher->setUniquenessRatio(bChecks ? 15 : 0);
-    // A block matcher measures from the left image; mirrored and swapped, it measures from the right one as we do.
-    cv::Mat left;
-    cv::Mat right;
-    cv::flip(rFrames.m_right, left, 1);
-    cv::flip(rFrames.m_left, right, 1);
-    return [=, out = cv::Mat()]() mutable { matcher->compute(left, right, out); };
-}
 
 std::function<void()> ours(const bench::Frames& rFrames, const Size& rSize, int nMask, Work eWork,
                            kestrova::InstructionSet eSet)
