@@ -21,7 +21,7 @@ constexpr int wholeRegisters(int n)
 void ViewSums::reset(int nMask, int nCols, bool bSSE2)
 {
     m_nMask = nMask;
-    m_bSSE2 = bSSE2;
+    m_pKernels = &kernelForm(bSSE2);
     for (std::uint8_t* pRow : {m_pArriving, m_pLeaving, m_pNone}) {
         std::fill_n(pRow, padded(nCols), std::uint8_t{0});
     }
@@ -39,9 +39,10 @@ const std::uint8_t* ViewSums::differences(std::uint8_t* pOut, const SummedView& 
         const SummedView::Source& rSource = rView.m_aSources[static_cast<std::size_t>(n)];
         return rSource.m_pPixels + rSource.m_nRowDistance * nRow;
     };
-    abs_diff(pOut, row(0), row(1), rView.m_nCols);
+    m_pKernels->abs_diff(pOut, row(0), row(1), rView.m_nCols);
     for (int n = 2; n < rView.m_nSources; ++n) {
-        (m_nMask > sk_nLargestAddingMask ? acc_abs_diff_over2 : acc_abs_diff)(pOut, row(0), row(n), rView.m_nCols);
+        (m_nMask > sk_nLargestAddingMask ? m_pKernels->acc_abs_diff_over2
+                                         : m_pKernels->acc_abs_diff)(pOut, row(0), row(n), rView.m_nCols);
     }
     return pOut;
 }
@@ -51,10 +52,10 @@ void ViewSums::add(SummedView& rView, int nRow) const
     const std::uint8_t* pArriving = differences(m_pArriving, rView, nRow);
     const std::uint8_t* pLeaving = nRow < m_nMask ? m_pNone : differences(m_pLeaving, rView, nRow - m_nMask);
     std::uint16_t* const pRunning = m_pRunning + sk_nPadding;
-    box_add_sub16(pRunning, 0, pArriving, pLeaving, wholeRegisters(rView.m_nCols), m_bSSE2);
+    m_pKernels->box_add_sub16(pRunning, 0, pArriving, pLeaving, wholeRegisters(rView.m_nCols));
     // Windows end at column m - 1 and on; in front of the first one lies the zero.
-    box_add_sub16ptr(rView.m_pSums, rView.m_pSums, pRunning + m_nMask - 1, pRunning - 1,
-                     wholeRegisters(rView.m_nSumCols));
+    m_pKernels->box_add_sub16ptr(rView.m_pSums, rView.m_pSums, pRunning + m_nMask - 1, pRunning - 1,
+                                 wholeRegisters(rView.m_nSumCols));
 }
 
 } // namespace kestrova

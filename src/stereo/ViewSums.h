@@ -33,6 +33,8 @@ struct SummedView
     std::uint16_t* m_pSums; // one for each window of the row; the next view's lie behind it
 };
 
+struct KernelForm;
+
 class ViewSums
 {
 public:
@@ -62,7 +64,7 @@ private:
     const std::uint8_t* differences(std::uint8_t* pOut, const SummedView& rView, int nRow) const;
 
     int m_nMask = 1;
-    bool m_bSSE2 = true;
+    const KernelForm* m_pKernels = nullptr;
     std::uint8_t* m_pArriving = nullptr;
     std::uint8_t* m_pLeaving = nullptr;
     std::uint8_t* m_pNone = nullptr;

@@ -40,6 +40,7 @@ private:
     EarlySeeds m_seeds;
     RowInterpolation m_fit;
     bool m_bSSE2;
+    const KernelForm& m_rKernels;
     bool m_bTexture; // measured in every row
 
     ViewSums m_sums;
@@ -57,7 +58,7 @@ private:
 
 RowSearch::RowSearch(const GeneralSearch& rSearch)
     : s(rSearch), r(rSearch.m_rContext), m_output(s.output(s.viewsAt(s.m_nFirst))), m_seeds(s.seeds()), m_fit(s.fit()),
-      m_bSSE2(sse2Enabled()), m_bTexture(s.validates() && m_seeds.m_bTests)
+      m_bSSE2(sse2Enabled()), m_rKernels(kernelForm(m_bSSE2)), m_bTexture(s.validates() && m_seeds.m_bTests)
 {
     ScratchCount count;
     take(count);
@@ -167,7 +168,7 @@ void RowSearch::merge8(int nView)
         row_copy16(pBest, rView.m_pSums, rView.m_nSumCols);
         std::fill_n(m_pLabels, rView.m_nSumCols, ucLabel);
     } else { // a disparity has to beat the seed to be seen at all, the first one like the others
-        stereo_min(pBest, m_pLabels, rView.m_pSums, ucLabel, rView.m_nSumCols, m_bSSE2);
+        m_rKernels.stereo_min(pBest, m_pLabels, rView.m_pSums, ucLabel, rView.m_nSumCols);
     }
 }
 
@@ -182,8 +183,8 @@ void RowSearch::merge16(int nView)
         std::fill_n(m_pBefore + nCol, rView.m_nSumCols, sk_uNeverSeen);
         std::fill_n(m_pAfter + nCol, rView.m_nSumCols, sk_uNeverSeen);
     } else { // the table has the scores of the disparity before
-        stereo_min_subpix(m_pBest + nCol, m_pLabels, m_pBefore + nCol, m_pAfter + nCol, m_pViews[nView - 1].m_pSums,
-                          rView.m_pSums, ucLabel, rView.m_nSumCols, m_bSSE2);
+        m_rKernels.stereo_min_subpix(m_pBest + nCol, m_pLabels, m_pBefore + nCol, m_pAfter + nCol,
+                                     m_pViews[nView - 1].m_pSums, rView.m_pSums, ucLabel, rView.m_nSumCols);
     }
 }
 
