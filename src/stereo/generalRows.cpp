@@ -191,8 +191,9 @@ void RowSearch::merge16(int nView)
 void RowSearch::fit(int nRow)
 {
     const int nCol = m_output.m_nColOffset;
-    row_interpolation(&r.m_disparityImage16[m_output.m_nRowOffset + nRow][nCol], m_output.m_nCols, m_pBest + nCol,
-                      m_pBefore + nCol, m_pAfter + nCol, m_pLabels, m_pValidation + nCol, m_fit);
+    m_rKernels.row_interpolation(&r.m_disparityImage16[m_output.m_nRowOffset + nRow][nCol], m_output.m_nCols,
+                                 m_pBest + nCol, m_pBefore + nCol, m_pAfter + nCol, m_pLabels, m_pValidation + nCol,
+                                 m_fit);
 }
 
 } // namespace

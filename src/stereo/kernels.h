@@ -10,6 +10,7 @@
 #pragma once
 
 #include "image/pixels.h"
+#include "stereo/row_interpolation.h"
 
 #include <cstdint>
 #include <span>
@@ -106,6 +107,7 @@ struct KernelForm
                               const std::uint16_t*, std::uint8_t, int);
     decltype(&kestrova::row_pack_op) row_pack_op;
     decltype(&kestrova::row_scale_op) row_scale_op;
+    decltype(&kestrova::row_interpolation) row_interpolation;
 };
 
 /** Every form that this processor can run. The plain ones come first. */

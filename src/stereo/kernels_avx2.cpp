@@ -1,6 +1,7 @@
 // Row kernels in registers of 256 bits. Compiled for processors that have them, and reached on no other. What is left
 // of a row goes through the narrower form, from where the wide steps end: always a boundary of its groups.
 #include "stereo/kernel_forms.h"
+#include "stereo/row_interpolation_wide.h"
 
 #include <immintrin.h>
 
@@ -217,6 +218,7 @@ void widenToAvx2(KernelForm& r)
     r.box_add_sub16ptr = box_add_sub16ptr_avx2;
     r.stereo_min = r.m_bSSE2 ? stereo_min_avx2<true> : stereo_min_avx2<false>;
     r.stereo_min_subpix = r.m_bSSE2 ? stereo_min_subpix_avx2<true> : stereo_min_subpix_avx2<false>;
+    r.row_interpolation = row_interpolation_lanes<8>;
 }
 
 } // namespace kestrova

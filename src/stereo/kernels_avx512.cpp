@@ -1,6 +1,7 @@
 // Row kernels in registers of 512 bits, ends of rows by masks. Compiled for processors that have them, and reached on
 // no other.
 #include "stereo/kernel_forms.h"
+#include "stereo/row_interpolation_wide.h"
 
 #include <immintrin.h>
 
@@ -11,51 +12,117 @@ namespace {
 constexpr int sk_nBytes = 64; // of a register
 constexpr int sk_nWords = 32;
 
-/** The first n of a register's lanes, all of them if there are more. */
-__mmask64 firstBytes(int n)
+/** All lanes of a register; whole stores are there for the next load at once, masked ones are not. */
+struct All
 {
-    return n >= sk_nBytes ? ~__mmask64{0} : _bzhi_u64(~0ULL, static_cast<unsigned>(n));
+};
+
+/** Its first lanes. */
+struct Some
+{
+    std::uint64_t m_uMask;
+};
+
+/** Steps of nWidth from nBegin on, the last one maybe of fewer lanes. */
+template<int nWidth, typename Step>
+[[gnu::always_inline]] inline void steps(int nBegin, int nEnd, const Step& step)
+{
+    int i = nBegin;
+    for (; i + nWidth <= nEnd; i += nWidth) {
+        step(i, All{});
+    }
+    if (i < nEnd) {
+        step(i, Some{_bzhi_u64(~0ULL, static_cast<unsigned>(nEnd - i))});
+    }
 }
 
-__mmask32 firstWords(int n)
+__m512i words(const std::uint16_t* p, All)
 {
-    return n >= sk_nWords ? ~__mmask32{0} : _bzhi_u32(~0U, static_cast<unsigned>(n));
+    return _mm512_loadu_si512(p);
 }
 
-__m512i words(const std::uint16_t* p, __mmask32 uLanes)
+__m512i words(const std::uint16_t* p, Some lanes)
 {
-    return _mm512_maskz_loadu_epi16(uLanes, p);
+    return _mm512_maskz_loadu_epi16(static_cast<__mmask32>(lanes.m_uMask), p);
 }
 
-__m512i widened(const std::uint8_t* p, __mmask32 uLanes)
+void storeWords(std::uint16_t* p, All, __m512i v)
 {
-    return _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(uLanes, p));
+    _mm512_storeu_si512(p, v);
 }
 
-__m512i difference(const std::uint8_t* pA, const std::uint8_t* pB, __mmask64 uLanes)
+void storeWords(std::uint16_t* p, Some lanes, __m512i v)
 {
-    const __m512i a = _mm512_maskz_loadu_epi8(uLanes, pA);
-    const __m512i b = _mm512_maskz_loadu_epi8(uLanes, pB);
+    _mm512_mask_storeu_epi16(p, static_cast<__mmask32>(lanes.m_uMask), v);
+}
+
+__m512i bytes(const std::uint8_t* p, All)
+{
+    return _mm512_loadu_si512(p);
+}
+
+__m512i bytes(const std::uint8_t* p, Some lanes)
+{
+    return _mm512_maskz_loadu_epi8(lanes.m_uMask, p);
+}
+
+void storeBytes(std::uint8_t* p, All, __m512i v)
+{
+    _mm512_storeu_si512(p, v);
+}
+
+void storeBytes(std::uint8_t* p, Some lanes, __m512i v)
+{
+    _mm512_mask_storeu_epi8(p, lanes.m_uMask, v);
+}
+
+__m256i halfBytes(const std::uint8_t* p, All)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
+__m256i halfBytes(const std::uint8_t* p, Some lanes)
+{
+    return _mm256_maskz_loadu_epi8(static_cast<__mmask32>(lanes.m_uMask), p);
+}
+
+void storeHalfBytes(std::uint8_t* p, All, __m256i v)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+}
+
+void storeHalfBytes(std::uint8_t* p, Some lanes, __m256i v)
+{
+    _mm256_mask_storeu_epi8(p, static_cast<__mmask32>(lanes.m_uMask), v);
+}
+
+template<typename Lanes>
+__m512i widened(const std::uint8_t* p, Lanes lanes)
+{
+    return _mm512_cvtepu8_epi16(halfBytes(p, lanes));
+}
+
+template<typename Lanes>
+__m512i difference(const std::uint8_t* pA, const std::uint8_t* pB, Lanes lanes)
+{
+    const __m512i a = bytes(pA, lanes);
+    const __m512i b = bytes(pB, lanes);
     return _mm512_or_si512(_mm512_subs_epu8(a, b), _mm512_subs_epu8(b, a));
 }
 
 void abs_diff_avx512(std::uint8_t* pOut, const std::uint8_t* pA, const std::uint8_t* pB, int n)
 {
-    for (int i = 0; i < n; i += sk_nBytes) {
-        const __mmask64 uLanes = firstBytes(n - i);
-        _mm512_mask_storeu_epi8(pOut + i, uLanes, difference(pA + i, pB + i, uLanes));
-    }
+    steps<sk_nBytes>(0, n, [&](int i, auto lanes) { storeBytes(pOut + i, lanes, difference(pA + i, pB + i, lanes)); });
 }
 
 template<bool bStops>
 void accumulate(std::uint8_t* pAcc, const std::uint8_t* pA, const std::uint8_t* pB, int nBegin, int nEnd)
 {
-    for (int i = nBegin; i < nEnd; i += sk_nBytes) {
-        const __mmask64 uLanes = firstBytes(nEnd - i);
-        const __m512i acc = _mm512_maskz_loadu_epi8(uLanes, pAcc + i);
-        const __m512i more = difference(pA + i, pB + i, uLanes);
-        _mm512_mask_storeu_epi8(pAcc + i, uLanes, bStops ? _mm512_adds_epu8(acc, more) : _mm512_add_epi8(acc, more));
-    }
+    steps<sk_nBytes>(nBegin, nEnd, [&](int i, auto lanes) {
+        const __m512i acc = bytes(pAcc + i, lanes);
+        const __m512i more = difference(pA + i, pB + i, lanes);
+        storeBytes(pAcc + i, lanes, bStops ? _mm512_adds_epu8(acc, more) : _mm512_add_epi8(acc, more));
+    });
 }
 
 void acc_abs_diff_avx512(std::uint8_t* pAcc, const std::uint8_t* pA, const std::uint8_t* pB, int n)
@@ -70,16 +137,15 @@ template<bool bStops>
 void average(std::uint8_t* pAcc, const std::uint8_t* pA, const std::uint8_t* pB, int nBegin, int nEnd)
 {
     const __m512i low = _mm512_set1_epi8(0x7F);
-    for (int i = nBegin; i < nEnd; i += sk_nBytes) {
-        const __mmask64 uLanes = firstBytes(nEnd - i);
-        const __m512i acc = _mm512_maskz_loadu_epi8(uLanes, pAcc + i);
-        const __m512i more = difference(pA + i, pB + i, uLanes);
+    steps<sk_nBytes>(nBegin, nEnd, [&](int i, auto lanes) {
+        const __m512i acc = bytes(pAcc + i, lanes);
+        const __m512i more = difference(pA + i, pB + i, lanes);
         const __m512i stopped = _mm512_and_si512(_mm512_srli_epi16(_mm512_adds_epu8(acc, more), 1), low);
         // Half of the full sum: the average that rounds up, less the bit that it rounded.
         const __m512i odd = _mm512_and_si512(_mm512_xor_si512(acc, more), _mm512_set1_epi8(1));
         const __m512i full = _mm512_sub_epi8(_mm512_avg_epu8(acc, more), odd);
-        _mm512_mask_storeu_epi8(pAcc + i, uLanes, bStops ? stopped : full);
-    }
+        storeBytes(pAcc + i, lanes, bStops ? stopped : full);
+    });
 }
 
 void acc_abs_diff_over2_avx512(std::uint8_t* pAcc, const std::uint8_t* pA, const std::uint8_t* pB, int n)
@@ -92,10 +158,9 @@ void acc_abs_diff_over2_avx512(std::uint8_t* pAcc, const std::uint8_t* pA, const
 
 void row_add_avx512(std::uint16_t* pOut, const std::uint16_t* pA, const std::uint16_t* pB, int n)
 {
-    for (int i = 0; i < n; i += sk_nWords) {
-        const __mmask32 uLanes = firstWords(n - i);
-        _mm512_mask_storeu_epi16(pOut + i, uLanes, _mm512_add_epi16(words(pA + i, uLanes), words(pB + i, uLanes)));
-    }
+    steps<sk_nWords>(0, n, [&](int i, auto lanes) {
+        storeWords(pOut + i, lanes, _mm512_add_epi16(words(pA + i, lanes), words(pB + i, lanes)));
+    });
 }
 
 // Sums run within quarters of the register first; then each quarter gets the totals of those in front of it. Only the
@@ -106,9 +171,8 @@ void box_add_sub16_avx512(std::uint16_t* pOut, unsigned uStart, const std::uint8
     const __m512i zero = _mm512_setzero_si512();
     const __m512i top = _mm512_set1_epi16(0x0F0E);
     __m512i carry = _mm512_set1_epi16(static_cast<short>(uStart));
-    for (int i = 0; i < n; i += sk_nWords) {
-        const __mmask32 uLanes = firstWords(n - i);
-        __m512i sums = _mm512_sub_epi16(widened(pAdd + i, uLanes), widened(pSub + i, uLanes));
+    steps<sk_nWords>(0, n, [&](int i, auto lanes) {
+        __m512i sums = _mm512_sub_epi16(widened(pAdd + i, lanes), widened(pSub + i, lanes));
         sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 2));
         sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 4));
         sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 8));
@@ -116,29 +180,27 @@ void box_add_sub16_avx512(std::uint16_t* pOut, unsigned uStart, const std::uint8
         totals = _mm512_add_epi16(totals, _mm512_alignr_epi64(totals, zero, 6));
         totals = _mm512_add_epi16(totals, _mm512_alignr_epi64(totals, zero, 4));
         sums = _mm512_add_epi16(sums, _mm512_alignr_epi64(totals, zero, 6));
-        _mm512_mask_storeu_epi16(pOut + i, uLanes, _mm512_add_epi16(sums, carry));
+        storeWords(pOut + i, lanes, _mm512_add_epi16(sums, carry));
         carry = _mm512_add_epi16(carry, _mm512_shuffle_i64x2(totals, totals, 0xFF));
-    }
+    });
 }
 
 void box_add_sub8ptr_avx512(std::uint16_t* pOut, const std::uint16_t* pIn, const std::uint8_t* pAdd,
                             const std::uint8_t* pSub, int n)
 {
-    for (int i = 0; i < n; i += sk_nWords) {
-        const __mmask32 uLanes = firstWords(n - i);
-        const __m512i change = _mm512_sub_epi16(widened(pAdd + i, uLanes), widened(pSub + i, uLanes));
-        _mm512_mask_storeu_epi16(pOut + i, uLanes, _mm512_add_epi16(words(pIn + i, uLanes), change));
-    }
+    steps<sk_nWords>(0, n, [&](int i, auto lanes) {
+        const __m512i change = _mm512_sub_epi16(widened(pAdd + i, lanes), widened(pSub + i, lanes));
+        storeWords(pOut + i, lanes, _mm512_add_epi16(words(pIn + i, lanes), change));
+    });
 }
 
 void box_add_sub16ptr_avx512(std::uint16_t* pOut, const std::uint16_t* pIn, const std::uint16_t* pAdd,
                              const std::uint16_t* pSub, int n)
 {
-    for (int i = 0; i < n; i += sk_nWords) {
-        const __mmask32 uLanes = firstWords(n - i);
-        const __m512i change = _mm512_sub_epi16(words(pAdd + i, uLanes), words(pSub + i, uLanes));
-        _mm512_mask_storeu_epi16(pOut + i, uLanes, _mm512_add_epi16(words(pIn + i, uLanes), change));
-    }
+    steps<sk_nWords>(0, n, [&](int i, auto lanes) {
+        const __m512i change = _mm512_sub_epi16(words(pAdd + i, lanes), words(pSub + i, lanes));
+        storeWords(pOut + i, lanes, _mm512_add_epi16(words(pIn + i, lanes), change));
+    });
 }
 
 /** Whole labels, or those of eight-lane groups: 0 in lanes 4 to 7. */
@@ -163,23 +225,22 @@ void keep_minimum(const Minimum& r, std::uint8_t ucNewLabel, bool bWhole, int nB
 {
     const __m256i newLabels = label_constant(ucNewLabel, bWhole);
     const __m256i labelsBehind = label_constant(static_cast<std::uint8_t>(ucNewLabel - 1), bWhole);
-    for (int i = nBegin; i < nEnd; i += sk_nWords) {
-        const __mmask32 uLanes = firstWords(nEnd - i);
-        const __m512i scores = words(r.m_pScores + i, uLanes);
-        const __m512i best = words(r.m_pBest + i, uLanes);
+    steps<sk_nWords>(nBegin, nEnd, [&](int i, auto lanes) {
+        const __m512i scores = words(r.m_pScores + i, lanes);
+        const __m512i best = words(r.m_pBest + i, lanes);
         const __mmask32 uLower = _mm512_cmplt_epu16_mask(scores, best);
-        _mm512_mask_storeu_epi16(r.m_pBest + i, uLanes, _mm512_min_epu16(scores, best));
-        const __m256i labels = _mm256_mask_mov_epi8(_mm256_maskz_loadu_epi8(uLanes, r.m_pLabel + i), uLower, newLabels);
-        _mm256_mask_storeu_epi8(r.m_pLabel + i, uLanes, labels);
+        storeWords(r.m_pBest + i, lanes, _mm512_min_epu16(scores, best));
+        const __m256i labels = _mm256_mask_mov_epi8(halfBytes(r.m_pLabel + i, lanes), uLower, newLabels);
+        storeHalfBytes(r.m_pLabel + i, lanes, labels);
         if constexpr (bSubpixel) {
-            const __m512i before = words(r.m_pBefore + i, uLanes);
-            const __m512i last = words(r.m_pLast + i, uLanes);
-            _mm512_mask_storeu_epi16(r.m_pBefore + i, uLanes, _mm512_mask_mov_epi16(before, uLower, last));
+            const __m512i before = words(r.m_pBefore + i, lanes);
+            const __m512i last = words(r.m_pLast + i, lanes);
+            storeWords(r.m_pBefore + i, lanes, _mm512_mask_mov_epi16(before, uLower, last));
             const __mmask32 uBehind = _mm256_cmpeq_epi8_mask(labels, labelsBehind);
-            const __m512i after = words(r.m_pAfter + i, uLanes);
-            _mm512_mask_storeu_epi16(r.m_pAfter + i, uLanes, _mm512_mask_mov_epi16(after, uBehind, scores));
+            const __m512i after = words(r.m_pAfter + i, lanes);
+            storeWords(r.m_pAfter + i, lanes, _mm512_mask_mov_epi16(after, uBehind, scores));
         }
-    }
+    });
 }
 
 template<bool bSSE2, bool bSubpixel>
@@ -219,6 +280,7 @@ void widenToAvx512(KernelForm& r)
     r.box_add_sub16ptr = box_add_sub16ptr_avx512;
     r.stereo_min = r.m_bSSE2 ? stereo_min_avx512<true> : stereo_min_avx512<false>;
     r.stereo_min_subpix = r.m_bSSE2 ? stereo_min_subpix_avx512<true> : stereo_min_subpix_avx512<false>;
+    r.row_interpolation = row_interpolation_lanes<16>;
 }
 
 } // namespace kestrova

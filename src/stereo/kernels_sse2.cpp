@@ -4,6 +4,7 @@
 // results depend on. Where no result depends on them a body starts at the first pixel. The two forms differ only in
 // the label constants of stereo_min, so they share everything else.
 #include "stereo/kernel_forms.h"
+#include "stereo/row_interpolation_wide.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -429,7 +430,8 @@ constexpr KernelForm vectorForm(const char* pszName)
             stereo_min_lanes<bSSE2>,
             stereo_min_subpix_lanes<bSSE2>,
             row_pack_op_sse2,
-            row_scale_op_sse2};
+            row_scale_op_sse2,
+            row_interpolation_lanes<4>};
 }
 
 } // namespace
