@@ -47,12 +47,32 @@ const std::uint8_t* ViewSums::differences(std::uint8_t* pOut, const SummedView& 
     return pOut;
 }
 
+DifferenceRows ViewSums::rows(const SummedView& rView, int nRow) const
+{
+    const int nGroup = m_nMask > sk_nLargestAddingMask ? 8 : 16; // of acc_abs_diff_over2 and acc_abs_diff
+    DifferenceRows rows{{},
+                        {},
+                        rView.m_nSources,
+                        rView.m_nCols,
+                        rView.m_nCols / nGroup * nGroup,
+                        nRow >= m_nMask,
+                        m_nMask > sk_nLargestAddingMask};
+    for (int n = 0; n < rView.m_nSources; ++n) {
+        const SummedView::Source& rSource = rView.m_aSources[static_cast<std::size_t>(n)];
+        rows.m_apArriving[n] = rSource.m_pPixels + rSource.m_nRowDistance * nRow;
+        rows.m_apLeaving[n] = rows.m_apArriving[n] - (rows.m_bLeaving ? rSource.m_nRowDistance * m_nMask : 0);
+    }
+    return rows;
+}
+
 void ViewSums::add(SummedView& rView, int nRow) const
 {
-    const std::uint8_t* pArriving = differences(m_pArriving, rView, nRow);
-    const std::uint8_t* pLeaving = nRow < m_nMask ? m_pNone : differences(m_pLeaving, rView, nRow - m_nMask);
     std::uint16_t* const pRunning = m_pRunning + sk_nPadding;
-    m_pKernels->box_add_sub16(pRunning, 0, pArriving, pLeaving, wholeRegisters(rView.m_nCols));
+    if (m_pKernels->running_differences == nullptr || !m_pKernels->running_differences(pRunning, rows(rView, nRow))) {
+        const std::uint8_t* pArriving = differences(m_pArriving, rView, nRow);
+        const std::uint8_t* pLeaving = nRow < m_nMask ? m_pNone : differences(m_pLeaving, rView, nRow - m_nMask);
+        m_pKernels->box_add_sub16(pRunning, 0, pArriving, pLeaving, wholeRegisters(rView.m_nCols));
+    }
     // Windows end at column m - 1 and on; in front of the first one lies the zero.
     m_pKernels->box_add_sub16ptr(rView.m_pSums, rView.m_pSums, pRunning + m_nMask - 1, pRunning - 1,
                                  wholeRegisters(rView.m_nSumCols));

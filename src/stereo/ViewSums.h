@@ -33,6 +33,7 @@ struct SummedView
     std::uint16_t* m_pSums; // one for each window of the row; the next view's lie behind it
 };
 
+struct DifferenceRows;
 struct KernelForm;
 
 class ViewSums
@@ -62,6 +63,8 @@ private:
     static constexpr int sk_nPadding = 64;
 
     const std::uint8_t* differences(std::uint8_t* pOut, const SummedView& rView, int nRow) const;
+
+    [[nodiscard]] DifferenceRows rows(const SummedView& rView, int nRow) const;
 
     int m_nMask = 1;
     const KernelForm* m_pKernels = nullptr;

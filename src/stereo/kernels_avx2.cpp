@@ -2,6 +2,7 @@
 // of a row goes through the narrower form, from where the wide steps end: always a boundary of its groups.
 #include "stereo/kernel_forms.h"
 #include "stereo/row_interpolation_wide.h"
+#include "stereo/running_differences.h"
 
 #include <immintrin.h>
 
@@ -88,22 +89,26 @@ void row_add_avx2(std::uint16_t* pOut, const std::uint16_t* pA, const std::uint1
     g_sse2Form.row_add(pOut + nEnd, pA + nEnd, pB + nEnd, n - nEnd);
 }
 
-// Sums run within halves of the register first. Only the last addition waits for the register before.
-void box_add_sub16_avx2(std::uint16_t* pOut, unsigned uStart, const std::uint8_t* pAdd, const std::uint8_t* pSub, int n)
+/** Sums run within halves of the register first. Only the last addition waits for the register before. */
+__m256i store_running(std::uint16_t* p, __m256i changes, __m256i carry)
 {
     const __m256i top = _mm256_set1_epi16(0x0F0E);
+    __m256i sums = _mm256_add_epi16(changes, _mm256_bslli_epi128(changes, 2));
+    sums = _mm256_add_epi16(sums, _mm256_bslli_epi128(sums, 4));
+    sums = _mm256_add_epi16(sums, _mm256_bslli_epi128(sums, 8));
+    const __m256i totals = _mm256_shuffle_epi8(sums, top);
+    const __m256i lower = _mm256_permute2x128_si256(totals, totals, 0x08); // nothing, and the lower total
+    store(p, _mm256_add_epi16(_mm256_add_epi16(sums, lower), carry));
+    const __m256i total = _mm256_add_epi16(totals, lower);
+    return _mm256_add_epi16(carry, _mm256_permute2x128_si256(total, total, 0x11));
+}
+
+void box_add_sub16_avx2(std::uint16_t* pOut, unsigned uStart, const std::uint8_t* pAdd, const std::uint8_t* pSub, int n)
+{
     __m256i carry = _mm256_set1_epi16(static_cast<short>(uStart));
     const int nEnd = lastStep(0, n, sk_nWords);
     for (int i = 0; i < nEnd; i += sk_nWords) {
-        __m256i sums = _mm256_sub_epi16(widened(pAdd + i), widened(pSub + i));
-        sums = _mm256_add_epi16(sums, _mm256_bslli_epi128(sums, 2));
-        sums = _mm256_add_epi16(sums, _mm256_bslli_epi128(sums, 4));
-        sums = _mm256_add_epi16(sums, _mm256_bslli_epi128(sums, 8));
-        const __m256i totals = _mm256_shuffle_epi8(sums, top);
-        const __m256i lower = _mm256_permute2x128_si256(totals, totals, 0x08); // nothing, and the lower total
-        store(pOut + i, _mm256_add_epi16(_mm256_add_epi16(sums, lower), carry));
-        const __m256i total = _mm256_add_epi16(totals, lower);
-        carry = _mm256_add_epi16(carry, _mm256_permute2x128_si256(total, total, 0x11));
+        carry = store_running(pOut + i, _mm256_sub_epi16(widened(pAdd + i), widened(pSub + i)), carry);
     }
     g_sse2Form.box_add_sub16(pOut + nEnd, static_cast<unsigned>(_mm256_extract_epi16(carry, 0)), pAdd + nEnd,
                              pSub + nEnd, n - nEnd);
@@ -204,6 +209,43 @@ void stereo_min_subpix_avx2(std::uint16_t* pBest, std::uint8_t* pLabel, std::uin
                                         ucNewLabel, n - i);
 }
 
+struct Registers
+{
+    using V = __m256i;
+    using Carry = __m256i;
+    static constexpr int sk_nBytes = 32;
+
+    static V bytesAt(const std::uint8_t* p) { return load(p); }
+    static V none() { return _mm256_setzero_si256(); }
+    static V apart(V a, V b) { return _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a)); }
+    static V addStopping(V a, V b) { return _mm256_adds_epu8(a, b); }
+    static V add(V a, V b) { return _mm256_add_epi8(a, b); }
+    static V halved(V v) { return _mm256_and_si256(_mm256_srli_epi16(v, 1), _mm256_set1_epi8(0x7F)); }
+    /** The average that rounds up, less the bit that it rounded. */
+    static V halfOfSum(V a, V b)
+    {
+        return _mm256_sub_epi8(_mm256_avg_epu8(a, b), _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_set1_epi8(1)));
+    }
+    static V firstBytes(int n, V first, V rest)
+    {
+        const V places = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
+        const V end = _mm256_set1_epi8(static_cast<char>(n < sk_nBytes ? n : sk_nBytes));
+        return _mm256_blendv_epi8(rest, first, _mm256_cmpgt_epi8(end, places));
+    }
+    static Carry carryOf(std::uint16_t u) { return _mm256_set1_epi16(static_cast<short>(u)); }
+    static Carry storeHalf(std::uint16_t* p, __m128i arriving, __m128i leaving, Carry carry)
+    {
+        return store_running(p, _mm256_sub_epi16(_mm256_cvtepu8_epi16(arriving), _mm256_cvtepu8_epi16(leaving)), carry);
+    }
+    static Carry storeSums(std::uint16_t* p, V arriving, V leaving, Carry carry)
+    {
+        carry = storeHalf(p, _mm256_castsi256_si128(arriving), _mm256_castsi256_si128(leaving), carry);
+        return storeHalf(p + sk_nWords, _mm256_extracti128_si256(arriving, 1), _mm256_extracti128_si256(leaving, 1),
+                         carry);
+    }
+};
+
 } // namespace
 
 void widenToAvx2(KernelForm& r)
@@ -219,6 +261,7 @@ void widenToAvx2(KernelForm& r)
     r.stereo_min = r.m_bSSE2 ? stereo_min_avx2<true> : stereo_min_avx2<false>;
     r.stereo_min_subpix = r.m_bSSE2 ? stereo_min_subpix_avx2<true> : stereo_min_subpix_avx2<false>;
     r.row_interpolation = row_interpolation_lanes<8>;
+    r.running_differences = running_differences_lanes<Registers>;
 }
 
 } // namespace kestrova

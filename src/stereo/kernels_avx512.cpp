@@ -2,6 +2,7 @@
 // no other.
 #include "stereo/kernel_forms.h"
 #include "stereo/row_interpolation_wide.h"
+#include "stereo/running_differences.h"
 
 #include <immintrin.h>
 
@@ -163,25 +164,32 @@ void row_add_avx512(std::uint16_t* pOut, const std::uint16_t* pA, const std::uin
     });
 }
 
-// Sums run within quarters of the register first; then each quarter gets the totals of those in front of it. Only the
-// last addition waits for the register before.
+/**
+ * Sums run within quarters of the register first; then each quarter gets the totals of those in front of it. Only the
+ * last addition waits for the register before.
+ */
+template<typename Lanes>
+__m512i store_running(std::uint16_t* p, Lanes lanes, __m512i changes, __m512i carry)
+{
+    const __m512i zero = _mm512_setzero_si512();
+    __m512i sums = _mm512_add_epi16(changes, _mm512_bslli_epi128(changes, 2));
+    sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 4));
+    sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 8));
+    __m512i totals = _mm512_shuffle_epi8(sums, _mm512_set1_epi16(0x0F0E));
+    totals = _mm512_add_epi16(totals, _mm512_alignr_epi64(totals, zero, 6));
+    totals = _mm512_add_epi16(totals, _mm512_alignr_epi64(totals, zero, 4));
+    sums = _mm512_add_epi16(sums, _mm512_alignr_epi64(totals, zero, 6));
+    storeWords(p, lanes, _mm512_add_epi16(sums, carry));
+    return _mm512_add_epi16(carry, _mm512_shuffle_i64x2(totals, totals, 0xFF));
+}
+
 void box_add_sub16_avx512(std::uint16_t* pOut, unsigned uStart, const std::uint8_t* pAdd, const std::uint8_t* pSub,
                           int n)
 {
-    const __m512i zero = _mm512_setzero_si512();
-    const __m512i top = _mm512_set1_epi16(0x0F0E);
     __m512i carry = _mm512_set1_epi16(static_cast<short>(uStart));
     steps<sk_nWords>(0, n, [&](int i, auto lanes) {
-        __m512i sums = _mm512_sub_epi16(widened(pAdd + i, lanes), widened(pSub + i, lanes));
-        sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 2));
-        sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 4));
-        sums = _mm512_add_epi16(sums, _mm512_bslli_epi128(sums, 8));
-        __m512i totals = _mm512_shuffle_epi8(sums, top);
-        totals = _mm512_add_epi16(totals, _mm512_alignr_epi64(totals, zero, 6));
-        totals = _mm512_add_epi16(totals, _mm512_alignr_epi64(totals, zero, 4));
-        sums = _mm512_add_epi16(sums, _mm512_alignr_epi64(totals, zero, 6));
-        storeWords(pOut + i, lanes, _mm512_add_epi16(sums, carry));
-        carry = _mm512_add_epi16(carry, _mm512_shuffle_i64x2(totals, totals, 0xFF));
+        const __m512i changes = _mm512_sub_epi16(widened(pAdd + i, lanes), widened(pSub + i, lanes));
+        carry = store_running(pOut + i, lanes, changes, carry);
     });
 }
 
@@ -266,6 +274,41 @@ void stereo_min_subpix_avx512(std::uint16_t* pBest, std::uint8_t* pLabel, std::u
     keep_minimum<bSSE2, true>({pBest, pLabel, pBefore, pAfter, pLast, pScores}, ucNewLabel, n);
 }
 
+struct Registers
+{
+    using V = __m512i;
+    using Carry = __m512i;
+    static constexpr int sk_nBytes = kestrova::sk_nBytes;
+
+    static V bytesAt(const std::uint8_t* p) { return bytes(p, All{}); }
+    static V none() { return _mm512_setzero_si512(); }
+    static V apart(V a, V b) { return _mm512_or_si512(_mm512_subs_epu8(a, b), _mm512_subs_epu8(b, a)); }
+    static V addStopping(V a, V b) { return _mm512_adds_epu8(a, b); }
+    static V add(V a, V b) { return _mm512_add_epi8(a, b); }
+    static V halved(V v) { return _mm512_and_si512(_mm512_srli_epi16(v, 1), _mm512_set1_epi8(0x7F)); }
+    /** The average that rounds up, less the bit that it rounded. */
+    static V halfOfSum(V a, V b)
+    {
+        return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
+    }
+    static V firstBytes(int n, V first, V rest)
+    {
+        return _mm512_mask_mov_epi8(rest, _bzhi_u64(~0ULL, static_cast<unsigned>(n < 0 ? 0 : n)), first);
+    }
+    static Carry carryOf(std::uint16_t u) { return _mm512_set1_epi16(static_cast<short>(u)); }
+    static Carry storeHalf(std::uint16_t* p, __m256i arriving, __m256i leaving, Carry carry)
+    {
+        const V changes = _mm512_sub_epi16(_mm512_cvtepu8_epi16(arriving), _mm512_cvtepu8_epi16(leaving));
+        return store_running(p, All{}, changes, carry);
+    }
+    static Carry storeSums(std::uint16_t* p, V arriving, V leaving, Carry carry)
+    {
+        carry = storeHalf(p, _mm512_castsi512_si256(arriving), _mm512_castsi512_si256(leaving), carry);
+        return storeHalf(p + sk_nWords, _mm512_extracti64x4_epi64(arriving, 1), _mm512_extracti64x4_epi64(leaving, 1),
+                         carry);
+    }
+};
+
 } // namespace
 
 void widenToAvx512(KernelForm& r)
@@ -281,6 +324,7 @@ void widenToAvx512(KernelForm& r)
     r.stereo_min = r.m_bSSE2 ? stereo_min_avx512<true> : stereo_min_avx512<false>;
     r.stereo_min_subpix = r.m_bSSE2 ? stereo_min_subpix_avx512<true> : stereo_min_subpix_avx512<false>;
     r.row_interpolation = row_interpolation_lanes<16>;
+    r.running_differences = running_differences_lanes<Registers>;
 }
 
 } // namespace kestrova
