@@ -64,7 +64,7 @@ TEST(GeneralStereo, AllocatesNothingOnceSizesAreSettled)
             clearDisparityImages(r);
             const unsigned nBefore = g_nAllocations;
             EXPECT_EQ(KestrovaErrorOk, generalStereo(r, {0, 0, nSize, nSize}, frame.m_aViews, 3));
-            EXPECT_EQ(nBefore + (nSize == 90 && !b16 ? 1 : 0), g_nAllocations);
+            EXPECT_LE(g_nAllocations - nBefore, nSize == 90 && !b16 ? 1U : 0U); // the first is the largest
         }
     }
 }
