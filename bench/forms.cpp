@@ -3,6 +3,7 @@
 // Times are those of the processor, not of the clock on the wall: one thread everywhere, and other programs may run.
 // Arguments: seconds for each comparison, and two files with a rectified pair, left and right, to be compared on too.
 #include "Frames.h"
+#include "Matching.h"
 #include "SideBySide.h"
 
 #include "api/StereoContext.h"
@@ -22,12 +23,10 @@
 
 namespace {
 
-struct Size
-{
-    int m_nRows;
-    int m_nCols;
-    int m_nDisparities;
-};
+using bench::blockMatcher;
+using bench::edges;
+using bench::medians;
+using bench::Size;
 
 enum class Work
 {
@@ -36,20 +35,6 @@ enum class Work
     Unchecked8,
     Checked8,
 };
-
-/** Edge images: the rectified pair against its surroundings, around 128, as the correlator sees them. */
-kestrova::Image<unsigned char> edges(const cv::Mat& rImage)
-{
-    cv::Mat mean;
-    cv::boxFilter(rImage, mean, CV_16S, {7, 7});
-    kestrova::Image<unsigned char> out(rImage.rows, rImage.cols);
-    for (int y = 0; y < rImage.rows; ++y) {
-        for (int x = 0; x < rImage.cols; ++x) {
-            out[y][x] = cv::saturate_cast<unsigned char>(rImage.at<unsigned char>(y, x) - mean.at<short>(y, x) + 128);
-        }
-    }
-    return out;
-}
 
 class Ours
 {
@@ -74,19 +59,6 @@ private:
     kestrova::Image<unsigned char> m_aImages[2];
     kestrova::StereoContext m_context;
 };
-
-std::function<void()> blockMatcher(const bench::Frames& rFrames, const Size& rSize, int nMask, bool bChecks)
-{
-    const auto matcher = cv::StereoBM::create(rSize.m_nDisparities, nMask);
-    matcher->setTextureThreshold(bChecks ? 10 : 0);
-    matcher->setUniquenessRatio(bChecks ? 15 : 0);
-    // A block matcher measures from the left image; mirrored and swapped, it measures from the right one as we do.
-    cv::Mat left;
-    cv::Mat right;
-    cv::flip(rFrames.m_right, left, 1);
-    cv::flip(rFrames.m_left, right, 1);
-    return [=, out = cv::Mat()]() mutable { matcher->compute(left, right, out); };
-}
 
 std::function<void()> ours(const bench::Frames& rFrames, const Size& rSize, int nMask, Work eWork,
                            kestrova::InstructionSet eSet)

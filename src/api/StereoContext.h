@@ -214,7 +214,6 @@ public:
     Image<unsigned char> m_edgeImages[3];
     Image<unsigned char> m_disparityImage;
     Image<unsigned short> m_disparityImage16;
-    Image<unsigned int> m_surfaceLabelImage;
     Image<unsigned char> m_stereoImages[3]; // what a correlator reads, packed from index 0
 
     std::array<std::int32_t, 3> m_anCameraOfChannel{-1, -1, -1}; // camera index on red, green, blue

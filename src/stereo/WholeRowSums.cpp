@@ -1,5 +1,7 @@
 #include "stereo/WholeRowSums.h"
 
+#include "stereo/Scratch.h"
+
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -11,59 +13,8 @@ namespace kestrova {
 
 namespace {
 
-constexpr std::size_t sk_uAlignment = 64;
 constexpr int sk_nWidestColumn = 256;
 constexpr int sk_nWidestInverse = 0x7FFF; // its columns are kept in 16 bits
-
-struct AlignedDelete
-{
-    void operator()(std::byte* p) const { ::operator delete[](p, std::align_val_t(sk_uAlignment)); }
-};
-
-/** Memory of a thread that is handed out from its start again in every call. Grows, and goes with the thread. */
-class Scratch
-{
-public:
-    /** Everything that was handed out before is void. */
-    void reset(std::size_t uBytes)
-    {
-        if (uBytes > m_uSize) {
-            m_pBytes.reset();
-            m_uSize = 0;
-            m_pBytes.reset(new (std::align_val_t(sk_uAlignment)) std::byte[uBytes]);
-            m_uSize = uBytes;
-        }
-        m_uUsed = 0;
-    }
-
-    template<typename T>
-    T* take(std::size_t uCount)
-    {
-        auto* const p = reinterpret_cast<T*>(m_pBytes.get() + m_uUsed);
-        m_uUsed += (uCount * sizeof(T) + sk_uAlignment - 1) / sk_uAlignment * sk_uAlignment;
-        return p;
-    }
-
-private:
-    std::unique_ptr<std::byte[], AlignedDelete> m_pBytes;
-    std::size_t m_uSize = 0;
-    std::size_t m_uUsed = 0;
-};
-
-/** Counts what take() would hand out. */
-struct ScratchCount
-{
-    template<typename T>
-    T* take(std::size_t uCount)
-    {
-        m_uBytes += (uCount * sizeof(T) + sk_uAlignment - 1) / sk_uAlignment * sk_uAlignment;
-        return nullptr;
-    }
-
-    std::size_t m_uBytes = 0;
-};
-
-thread_local Scratch t_scratch;
 
 } // namespace
 
@@ -154,8 +105,8 @@ void WholeRowSums::takeScratch()
     ScratchCount count;
     hand(count);
     m_uScratchBytes = count.m_uBytes;
-    t_scratch.reset(m_uScratchBytes);
-    hand(t_scratch);
+    threadScratch().reset(m_uScratchBytes);
+    hand(threadScratch());
     m_row.m_pWindows += sk_nLaneSlack;
     // What begins at zero: sums, and what lies behind the ends of rows.
     std::fill_n(m_row.m_pColumnSums, uWidth * uLanes, std::uint16_t{0});

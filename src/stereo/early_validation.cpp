@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::uint16_t sk_uNoLimit = 32767;
 constexpr std::uint16_t sk_uIdleSeed = 255; // both thresholds vanish: any score would do as well
-constexpr unsigned char sk_ucZeroLevel = 128;
 constexpr int sk_nFirstAveragedMask = 16;
 
 // The texture measure is a sum of differences like any other: from an image that is grey all over.
@@ -45,18 +44,30 @@ void earlyValidation(Image<unsigned short>& rScore, Image<unsigned char>& rLabel
     if (K < 1 || pViews == nullptr || m < 1) {
         return;
     }
-    if (fTexture <= 0 && fUniqueness <= 0) {
-        rScore.init(sk_uNoLimit);
-        rLabel.init(ucUniquenessMapping);
+    const EarlySeeds seeds = EarlySeeds::make(K, m, fTexture, ucTextureMapping, fUniqueness, ucUniquenessMapping);
+    if (seeds.m_bTests) {
+        textureMeasure(rScore, pViews[0], m);
+    }
+    for (int nRow = 0; nRow < rScore.nRows(); ++nRow) {
+        seeds.seed(&rScore[nRow][0], &rLabel[nRow][0], static_cast<unsigned>(rScore.nCols()));
+    }
+}
+
+EarlySeeds EarlySeeds::make(int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
+                            std::uint8_t ucUniquenessMapping)
+{
+    return {fTexture > 0 || fUniqueness > 0, scaledTexture(fTexture, m), ucTextureMapping,
+            scaledUniqueness(fUniqueness, K, m), ucUniquenessMapping};
+}
+
+void EarlySeeds::seed(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n) const
+{
+    if (!m_bTests) {
+        std::fill_n(pScore, n, sk_uNoLimit);
+        std::fill_n(pLabel, n, m_ucUniquenessMapping);
         return;
     }
-    textureMeasure(rScore, pViews[0], m);
-    const std::uint16_t uTexture = scaledTexture(fTexture, m);
-    const int nUniqueness = scaledUniqueness(fUniqueness, K, m);
-    for (int nRow = 0; nRow < rScore.nRows(); ++nRow) {
-        early_validation(&rScore[nRow][0], &rLabel[nRow][0], static_cast<unsigned>(rScore.nCols()), uTexture,
-                         ucTextureMapping, nUniqueness, ucUniquenessMapping);
-    }
+    early_validation(pScore, pLabel, n, m_uTexture, m_ucTextureMapping, m_nUniqueness, m_ucUniquenessMapping);
 }
 
 void early_validation(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n, std::uint16_t uTexture,

@@ -7,6 +7,8 @@
 
 namespace kestrova {
 
+constexpr unsigned char sk_ucZeroLevel = 128; // grey without any texture
+
 /**
  * Fills score and label with the seeds of a frame, from the texture of the reference view views[0].
  *
@@ -16,6 +18,22 @@ namespace kestrova {
 void earlyValidation(Image<unsigned short>& rScore, Image<unsigned char>& rLabel, const Image<unsigned char>* pViews,
                      int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
                      std::uint8_t ucUniquenessMapping);
+
+/** The scaled thresholds of a frame, and how one row of it is seeded. */
+struct EarlySeeds
+{
+    static EarlySeeds make(int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
+                           std::uint8_t ucUniquenessMapping);
+
+    /** pScore holds the texture measures before, unless no test is on. */
+    void seed(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n) const;
+
+    bool m_bTests;
+    std::uint16_t m_uTexture;
+    std::uint8_t m_ucTextureMapping;
+    int m_nUniqueness;
+    std::uint8_t m_ucUniquenessMapping;
+};
 
 /** Turns one row of texture measures into seeds. uTexture and nUniqueness are the scaled thresholds. */
 void early_validation(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n, std::uint16_t uTexture,

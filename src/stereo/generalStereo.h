@@ -1,7 +1,8 @@
 // The correlator of the L set and of the vertical pair, as the run control calls it: one region of one frame.
 //
-// It makes one pass over the region for each disparity, in ascending order, and keeps the best score per pixel with its
-// label in working images as large as the frame. The frame was cleared before: what no pass reaches keeps the fill.
+// Of each pixel it keeps the best score with its label, disparities in ascending order. It searches all of them row by
+// row; a pass over the region for each disparity, with working images as large as the frame, is the plain way that the
+// results are held to. The frame was cleared before: what no disparity reaches keeps the fill.
 #pragma once
 
 #include "image/Image.h"

@@ -36,6 +36,10 @@ extern const KernelForm g_plainSse2Form;
 extern const KernelForm g_mmxForm;
 extern const KernelForm g_sse2Form;
 
+// Puts the wider kernels there are into a form, in place of narrower ones with the same results.
+void widenToAvx2(KernelForm& rForm);
+void widenToAvx512(KernelForm& rForm);
+
 /** The step of single pixels: the low 32 bits of the product suffice, since at most bits 16 to 31 are kept. */
 [[nodiscard]] std::uint16_t scaled_sum(std::uint16_t uSum, int nScale);
 

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "image/pixels.h"
+#include "stereo/row_interpolation.h"
 
 #include <cstdint>
 #include <span>
@@ -81,6 +82,18 @@ void row_pack_op(std::uint8_t* pDst, int n, const std::uint16_t* pSums, int nSca
 /** As row_pack_op, but keeps the low 16 bits of every pixel. dst may be src. */
 void row_scale_op(std::uint16_t* pDst, int n, const std::uint16_t* pSrc, int nScale);
 
+/** Two rows of two or three images each, the reference first, whose differences enter and leave a window. */
+struct DifferenceRows
+{
+    const std::uint8_t* m_apArriving[3];
+    const std::uint8_t* m_apLeaving[3];
+    int m_nImages;
+    int m_nPixels;
+    int m_nStopping; // pixels whose sum of differences stops at 255
+    bool m_bLeaving; // or nothing leaves yet
+    bool m_bAverage; // of both differences
+};
+
 /**
  * One way to compute all kernels. The entries above pick one; tests and benchmarks walk kernelForms().
  *
@@ -106,6 +119,9 @@ struct KernelForm
                               const std::uint16_t*, std::uint8_t, int);
     decltype(&kestrova::row_pack_op) row_pack_op;
     decltype(&kestrova::row_scale_op) row_scale_op;
+    decltype(&kestrova::row_interpolation) row_interpolation;
+    /** Sums of all changes up to each pixel; false, and nothing is done, for rows that are too short. May be null. */
+    bool (*running_differences)(std::uint16_t*, const DifferenceRows&);
 };
 
 /** Every form that this processor can run. The plain ones come first. */

@@ -193,7 +193,9 @@ constexpr KernelForm plainForm(const char* pszName, bool bSSE2)
             bSSE2 ? stereo_min_plain<true> : stereo_min_plain<false>,
             bSSE2 ? stereo_min_subpix_plain<true> : stereo_min_subpix_plain<false>,
             row_pack_op_plain,
-            row_scale_op_plain};
+            row_scale_op_plain,
+            row_interpolation,
+            nullptr};
 }
 
 } // namespace

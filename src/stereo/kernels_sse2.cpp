@@ -4,6 +4,8 @@
 // results depend on. Where no result depends on them a body starts at the first pixel. The two forms differ only in
 // the label constants of stereo_min, so they share everything else.
 #include "stereo/kernel_forms.h"
+#include "stereo/row_interpolation_wide.h"
+#include "stereo/running_differences.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -412,6 +414,42 @@ void row_scale_op_sse2(std::uint16_t* pDst, int n, const std::uint16_t* pSrc, in
     }
 }
 
+// ---- running_differences ----
+
+struct Registers
+{
+    using V = __m128i;
+    using Carry = __m128i;
+    static constexpr int sk_nBytes = 16;
+
+    static V bytesAt(const std::uint8_t* p) { return load(p); }
+    static V none() { return _mm_setzero_si128(); }
+    static V apart(V a, V b) { return difference(a, b); }
+    static V addStopping(V a, V b) { return _mm_adds_epu8(a, b); }
+    static V add(V a, V b) { return _mm_add_epi8(a, b); }
+    static V halved(V v) { return _mm_and_si128(_mm_srli_epi16(v, 1), _mm_set1_epi8(0x7F)); }
+    /** The average that rounds up, less the bit that it rounded. */
+    static V halfOfSum(V a, V b)
+    {
+        return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
+    }
+    static V firstBytes(int n, V first, V rest)
+    {
+        const V places = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+        return choose(_mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(std::min(n, sk_nBytes))), places), first, rest);
+    }
+    static Carry carryOf(std::uint16_t u) { return _mm_set1_epi16(static_cast<short>(u)); }
+    static Carry storeSums(std::uint16_t* p, V arriving, V leaving, Carry carry)
+    {
+        const V low = running_sum(_mm_sub_epi16(widen(arriving), widen(leaving)));
+        const V high = running_sum(_mm_sub_epi16(widen_high(arriving), widen_high(leaving)));
+        const V lowTop = broadcast_top(low);
+        store(p, _mm_add_epi16(low, carry));
+        store(p + 8, _mm_add_epi16(_mm_add_epi16(high, lowTop), carry));
+        return _mm_add_epi16(carry, _mm_add_epi16(lowTop, broadcast_top(high)));
+    }
+};
+
 template<bool bSSE2>
 constexpr KernelForm vectorForm(const char* pszName)
 {
@@ -429,7 +467,9 @@ constexpr KernelForm vectorForm(const char* pszName)
             stereo_min_lanes<bSSE2>,
             stereo_min_subpix_lanes<bSSE2>,
             row_pack_op_sse2,
-            row_scale_op_sse2};
+            row_scale_op_sse2,
+            row_interpolation_lanes<4>,
+            running_differences_lanes<Registers>};
 }
 
 } // namespace

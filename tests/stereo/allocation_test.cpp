@@ -21,6 +21,21 @@ static std::atomic<unsigned> g_nAllocations{0};
     throw std::bad_alloc();
 }
 
+[[gnu::noinline]] void* operator new(std::size_t uBytes, std::align_val_t alignment)
+{
+    ++g_nAllocations;
+    const auto uAlignment = static_cast<std::size_t>(alignment);
+    if (void* const p = std::aligned_alloc(uAlignment, (uBytes / uAlignment + 1) * uAlignment)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* p, std::align_val_t) noexcept
+{
+    std::free(p);
+}
+
 [[gnu::noinline]] void operator delete(void* p) noexcept
 {
     std::free(p);
@@ -36,12 +51,11 @@ using namespace support;
 
 namespace {
 
-// Working memory is taken once for a call, not for a row or for a disparity.
-TEST(GeneralStereo, AllocatesAsOftenForAnyFrame)
+// Working memory belongs to the thread: once frames of a size have been, more of them allocate nothing.
+TEST(GeneralStereo, AllocatesNothingOnceSizesAreSettled)
 {
     for (const bool b16 : {false, true}) {
-        std::vector<unsigned> counts;
-        for (const auto& [nSize, nMax] : {std::pair{60, 4}, {60, 28}, {90, 28}}) {
+        for (const auto& [nSize, nMax] : {std::pair{90, 28}, {60, 28}, {60, 4}}) {
             std::mt19937 random(1);
             StereoContext r;
             r.m_nRows = r.m_nCols = nSize;
@@ -51,9 +65,8 @@ TEST(GeneralStereo, AllocatesAsOftenForAnyFrame)
             clearDisparityImages(r);
             const unsigned nBefore = g_nAllocations;
             EXPECT_EQ(KestrovaErrorOk, generalStereo(r, {0, 0, nSize, nSize}, frame.m_aViews, 3));
-            counts.push_back(g_nAllocations - nBefore);
+            EXPECT_LE(g_nAllocations - nBefore, nSize == 90 && !b16 ? 1U : 0U); // the first is the largest
         }
-        EXPECT_EQ(std::vector<unsigned>(3, counts[0]), counts);
     }
 }
 

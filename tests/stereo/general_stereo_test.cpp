@@ -1,5 +1,6 @@
 #include "stereo/generalStereo.h"
 
+#include "stereo/InstructionSet.h"
 #include "support/NaiveGeneral.h"
 #include "support/frames.h"
 
@@ -46,7 +47,13 @@ struct Case
 
     void expectAsNaive(bool bSSE2)
     {
+        // Plain makes passes, all others go by rows.
+        const auto sets = supportedInstructionSets();
+        const InstructionSet eSet = sets[m_random() % sets.size()];
+        SCOPED_TRACE(nameOf(eSet));
+        forceInstructionSet(eSet);
         expectAsModel(r, bSSE2, NaiveGeneral(r, m_frame.m_aViews, r.m_nConfiguredCameraCount, bSSE2), correlator());
+        forceInstructionSet(sets.back());
     }
 
     std::mt19937 m_random;

@@ -64,7 +64,6 @@ TEST(SegmentIntoRegions, MatchesSetsOfConnectedPixels)
         const double dDifference = below(9) / 4.0;
         Bytes bytes(nRows, nCols), expected8(nRows, nCols);
         Words words(nRows, nCols), expected16(nRows, nCols);
-        Image<unsigned int> labels = seededImage<unsigned int>(nRows, nCols, uSeed);
         for (int p = 0; p < nRows * nCols; ++p) {
             const unsigned uHigh = below(8) == 0 ? 0xFEF0 + below(0x30) : 0xFF00 - 100 * (1 + below(uLevels * 4));
             bytes[p / nCols][p % nCols] = static_cast<unsigned char>(below(8) == 0 ? 253 : 9 + below(uLevels));
@@ -76,8 +75,8 @@ TEST(SegmentIntoRegions, MatchesSetsOfConnectedPixels)
         rejectNaively<unsigned char>(expected8, static_cast<int>(dDifference + 0.5), 10, 240, uMinSize, 252, 0);
         rejectNaively<unsigned short>(expected16, static_cast<int>(dDifference * 256), 0, 0xFEFF, uMinSize, 0xFFFC,
                                       nMargin);
-        context.SegmentIntoRegions(bytes, labels, dDifference, 10, 240, uMinSize, 252);
-        context.SegmentIntoRegions(words, labels, dDifference, uMinSize, 0xFFFC, uBorder);
+        context.SegmentIntoRegions(bytes, dDifference, 10, 240, uMinSize, 252);
+        context.SegmentIntoRegions(words, dDifference, uMinSize, 0xFFFC, uBorder);
         expectSame(expected8, bytes);
         expectSame(expected16, words);
     }

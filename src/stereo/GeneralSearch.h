@@ -1,0 +1,65 @@
+// One region of a frame as the general correlator searches it: the range, where the images are cut for each disparity,
+// and what a label or a seed looks like. The two ways to search it, by passes and by rows, share this and no more.
+//
+// Indices are disparities less the context's offset. A search borrows everything and lasts for a call.
+#pragma once
+
+#include "api/StereoContext.h"
+#include "stereo/aligned_views.h"
+#include "stereo/early_validation.h"
+#include "stereo/row_interpolation.h"
+
+#include <cstdint>
+
+namespace kestrova {
+
+constexpr int sk_nMostCameras = 3;
+constexpr std::uint16_t sk_uNeverSeen = 32767; // a neighbour in disparity that no pass has scored
+constexpr std::uint16_t sk_uAnyScore = 65535;  // validation value that rejects nothing
+
+class GeneralSearch
+{
+public:
+    GeneralSearch(StereoContext& rContext, const RegionGeometry& rGeometry, const CameraSteps& rSteps,
+                  const Image<unsigned char>* pImages, int nImages, int nHighest)
+        : m_rContext(rContext), m_pImages(pImages), m_nImages(nImages),
+          m_nFirst(rContext.m_nMinDisparity - rContext.m_nDisparityOffset),
+          m_nLast(nHighest - rContext.m_nDisparityOffset), m_rGeometry(rGeometry), m_rSteps(rSteps)
+    {}
+
+    /** True when all views of the range lie in the images with room for a window. */
+    [[nodiscard]] bool hasRoom() const;
+
+    [[nodiscard]] int halfMask() const { return m_rContext.m_nStereoMaskSize / 2; }
+    [[nodiscard]] const ImageDim& frame() const { return m_rGeometry.m_frame; }
+    [[nodiscard]] AlignedViews viewsAt(int i) const;
+    [[nodiscard]] ImageROI output(const AlignedViews& rViews) const { return rViews.output(halfMask()); }
+
+    /** The tests measure the distance from an edge image's zero level. */
+    [[nodiscard]] bool validates() const;
+    [[nodiscard]] float textureThreshold() const;
+    [[nodiscard]] float uniquenessThreshold() const;
+    [[nodiscard]] EarlySeeds seeds() const;
+
+    /** What the 8-bit image shows for an index. */
+    [[nodiscard]] std::uint8_t label8(int i) const;
+    [[nodiscard]] RowInterpolation fit() const;
+
+    StereoContext& m_rContext;
+    const Image<unsigned char>* m_pImages;
+    int m_nImages;
+    int m_nFirst;
+    int m_nLast;
+
+private:
+    const RegionGeometry& m_rGeometry;
+    const CameraSteps& m_rSteps;
+};
+
+/** One pass over the region for each disparity: the plain way, which any other has to agree with. */
+void searchByPasses(const GeneralSearch& rSearch);
+
+/** All disparities of a row before the next one. The lowest disparity must not be negative. */
+void searchByRows(const GeneralSearch& rSearch);
+
+} // namespace kestrova
