@@ -1,5 +1,5 @@
 // The calibration text, the reader that explains it, and the session that loads it through the library.
-#include "AppError.h"
+#include "basics/AppError.h"
 
 #include "app/fixtures.h"
 

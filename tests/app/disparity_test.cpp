@@ -1,7 +1,7 @@
 // From the library's integers to disparities and reasons, and how they compare with a known truth.
-#include "Furrows.h"
-#include "Report.h"
-#include "TruthComparison.h"
+#include "demo/Furrows.h"
+#include "outputs/Report.h"
+#include "outputs/TruthComparison.h"
 
 #include <gmock/gmock.h>
 

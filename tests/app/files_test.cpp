@@ -1,9 +1,10 @@
 // What goes in and comes out: clouds, float images, folders, pictures, and frames fitted to the canvas.
-#include "AppError.h"
-#include "CloudWriter.h"
-#include "FrameFit.h"
-#include "OutputFolder.h"
-#include "Pictures.h"
+#include "basics/AppError.h"
+#include "basics/OutputFolder.h"
+#include "basics/Units.h"
+#include "outputs/CloudWriter.h"
+#include "outputs/Pictures.h"
+#include "session/FrameFit.h"
 
 #include "app/fixtures.h"
 

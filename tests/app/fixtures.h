@@ -1,9 +1,9 @@
 // What the tests of the program share: a folder, and the demo room's cameras with their calibration.
 #pragma once
 
-#include "CalibrationText.h"
-#include "Results.h"
-#include "SceneRenderer.h"
+#include "cameras/CalibrationText.h"
+#include "outputs/Results.h"
+#include "demo/SceneRenderer.h"
 
 #include <opencv2/calib3d.hpp>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // Planes of clouds as a stereo camera sees them: noise in disparity, wrong matches.
-#include "PlaneSearch.h"
+#include "outputs/PlaneSearch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 // The program as people call it: what it prints, what it leaves behind, how it fails.
 #include "app/fixtures.h"
+#include "basics/AppError.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
@@ -94,37 +95,38 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     std::ofstream(m_folder / "cut.pgm") << slurp(m_folder / "again/raw_right.pgm").substr(0, 2000);
     std::ofstream(m_folder / "cut.png") << slurp(m_folder / "demo/raw_right.png").substr(0, 2000);
 
-    // Bad wishes: one line that names what is wrong, status 1, and no folder.
-    const std::pair<std::string, const char*> aBad[] = {
-        {frames + "--out x --stereo-mask 24", "--stereo-mask"},
-        {frames + "--out x --planes 101", "--planes"},
-        {pair + "--rectified --out x --planes 1", "--focal"},
-        {frames + "--out x --no-such-option", "--no-such-option"},
-        {frames + "--out x --quality best", "standard, enhanced"},
-        {right + "--calibration demo/calibration.txt --out x", "--left, --top"},
-        {right + "--top demo/raw_left.png --calibration demo/calibration.txt --out x", "one above the other"},
-        {frames + "--top demo/side_by_side.png --out x", "side_by_side"},
-        {"demo --cameras three --out x", "--cameras"},
-        {frames + "--out x --resolution 1284x963", "1280"},
-        {frames + "--out x --resize 9000x9", "--resize"},
-        {frames + "--out x --rectify off --resize 160x120", "160x120"},
-        {frames + "--out x --rectified", "--rectified"},
-        {frames + "--out x/y --region 240 0 5 5", "--region"},
-        {frames + "--out ''", "--out"},
-        {frames + "--out way", "report.txt: is a folder"},
-        {pair + "--calibration demo/report.txt --out x", "VERSION"},
-        {pair + "--rectified --out x --focal 9 --baseline 12", "--baseline"},
-        {right + "--left cut.png --rectified --out x", "cut.png"},
-        {right + "--left demo/side_by_side.png --rectified --out x", "side_by_side"},
-        {"demo --size 640x400 --out x", "--size"},
-        {"info none.txt", "none.txt"},
-        {"info cut.pgm", "cut.pgm"},
-        {"info again/raw_left.pgm --write x", "--write"},
-        {"info demo/calibration.txt --write no/x", "no/x"},
-        {"", "subcommand"}};
-    for (const auto& [rArguments, pszWord] : aBad) {
+    // Bad wishes: one line that names what is wrong, the documented status, and no folder.
+    const std::tuple<std::string, const char*, ExitStatus> aBad[] = {
+        {frames + "--out x --stereo-mask 24", "--stereo-mask", ExitStatus::Usage},
+        {frames + "--out x --planes 101", "--planes", ExitStatus::Usage},
+        {pair + "--rectified --out x --planes 1", "--focal", ExitStatus::Usage},
+        {frames + "--out x --no-such-option", "--no-such-option", ExitStatus::Usage},
+        {frames + "--out x --quality best", "standard, enhanced", ExitStatus::Usage},
+        {right + "--calibration demo/calibration.txt --out x", "--left, --top", ExitStatus::Usage},
+        {right + "--top demo/raw_left.png --calibration demo/calibration.txt --out x", "one above the other",
+         ExitStatus::Content},
+        {frames + "--top demo/side_by_side.png --out x", "side_by_side", ExitStatus::Content},
+        {"demo --cameras three --out x", "--cameras", ExitStatus::Usage},
+        {frames + "--out x --resolution 1284x963", "1280", ExitStatus::Usage},
+        {frames + "--out x --resize 9000x9", "--resize", ExitStatus::Usage},
+        {frames + "--out x --rectify off --resize 160x120", "160x120", ExitStatus::Failed},
+        {frames + "--out x --rectified", "--rectified", ExitStatus::Usage},
+        {frames + "--out x/y --region 240 0 5 5", "--region", ExitStatus::Usage},
+        {frames + "--out ''", "--out", ExitStatus::Usage},
+        {frames + "--out way", "report.txt: is a folder", ExitStatus::File},
+        {pair + "--calibration demo/report.txt --out x", "VERSION", ExitStatus::Content},
+        {pair + "--rectified --out x --focal 9 --baseline 12", "--baseline", ExitStatus::Usage},
+        {right + "--left cut.png --rectified --out x", "cut.png", ExitStatus::Content},
+        {right + "--left demo/side_by_side.png --rectified --out x", "side_by_side", ExitStatus::Content},
+        {"demo --size 640x400 --out x", "--size", ExitStatus::Usage},
+        {"info none.txt", "none.txt", ExitStatus::File},
+        {"info cut.pgm", "cut.pgm", ExitStatus::Content},
+        {"info again/raw_left.pgm --write x", "--write", ExitStatus::Usage},
+        {"info demo/calibration.txt --write no/x", "no/x", ExitStatus::File},
+        {"", "subcommand", ExitStatus::Usage}};
+    for (const auto& [rArguments, pszWord, eStatus] : aBad) {
         const Outcome bad = call(rArguments);
-        EXPECT_EQ(bad.m_nStatus, 1) << rArguments;
+        EXPECT_EQ(bad.m_nStatus, static_cast<int>(eStatus)) << rArguments;
         EXPECT_EQ(std::count(bad.m_error.begin(), bad.m_error.end(), '\n'), 1) << rArguments << '\n' << bad.m_error;
         EXPECT_THAT(bad.m_error, HasSubstr(pszWord)) << rArguments;
     }

@@ -1,7 +1,7 @@
 // The demo's cameras and room: plan and spline fit, scene and truth, and the whole road through the library.
-#include "AppError.h"
-#include "Report.h"
-#include "TruthComparison.h"
+#include "basics/AppError.h"
+#include "outputs/Report.h"
+#include "outputs/TruthComparison.h"
 
 #include "app/fixtures.h"
 

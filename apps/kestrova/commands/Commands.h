@@ -1,0 +1,19 @@
+// The sub-commands. Each file reads options and calls the units; errors travel as AppError to main.
+#pragma once
+
+#include "outputs/PlaneSearch.h"
+#include "session/StereoSettings.h"
+
+#include <CLI/CLI.hpp>
+
+namespace kestrova::app {
+
+void addDemoCommand(CLI::App& rProgram);
+void addRunCommand(CLI::App& rProgram);
+void addInfoCommand(CLI::App& rProgram);
+
+/// One option of the command for each row of the table of settings.
+void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
+void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes);
+
+} // namespace kestrova::app

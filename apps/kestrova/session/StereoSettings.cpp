@@ -1,0 +1,230 @@
+#include "session/StereoSettings.h"
+
+#include "basics/AppError.h"
+#include "basics/Units.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+namespace kestrova::app {
+
+// ---- setters and getters of different types, brought to one form ----
+
+template<auto Set>
+static KestrovaError setWhole(KestrovaContext context, double dValue)
+{
+    return Set(context, static_cast<int>(dValue)); // a whole number in the range of int: see parseValue
+}
+
+template<auto Set>
+static KestrovaError setReal(KestrovaContext context, double dValue)
+{
+    return Set(context, static_cast<float>(dValue));
+}
+
+template<typename Word, auto Set>
+static KestrovaError setWord(KestrovaContext context, double dValue)
+{
+    return Set(context, static_cast<Word>(static_cast<int>(dValue)));
+}
+
+static KestrovaError checkByte(double dValue)
+{
+    return dValue < 0 || dValue > 255 ? KestrovaErrorInvalidSetting
+                                      : KestrovaErrorOk; // the library keeps the low 8 bits
+}
+
+template<auto Set>
+static KestrovaError setByte(KestrovaContext context, double dValue)
+{
+    const KestrovaError error = checkByte(dValue);
+    return error == KestrovaErrorOk ? setWhole<Set>(context, dValue) : error;
+}
+
+template<typename Value, auto Get>
+static double get(KestrovaContext context)
+{
+    Value value{};
+    Get(context, &value);
+    return static_cast<double>(value);
+}
+
+const std::vector<Setting>& allSettings()
+{
+    using enum SettingKind;
+    static const std::vector<Setting> s_settings{
+        {"edge-correlation", Switch, "match edge images rather than grey ones: on, off (default on)",
+         setWhole<kestrovaSetEdgeCorrelation>, get<int, kestrovaGetEdgeCorrelation>},
+        {"lowpass", Switch, "smooth raw frames that are shrunk: on, off (default on)", setWhole<kestrovaSetLowpass>,
+         get<int, kestrovaGetLowpass>},
+        {"rectify", Switch,
+         "rectify; when off, frames must have the size of the rectified images: on, off (default on)",
+         setWhole<kestrovaSetRectify>, get<int, kestrovaGetRectify>},
+        {"rectification", Rectification,
+         "resampling: fast takes the nearest pixel, standard is bilinear, the enhanced ones are sinc kernels of 3 by 3 "
+         "and 5 by 5 pixels (default standard)",
+         setWord<KestrovaRectImgQuality, kestrovaSetRectImgQuality>,
+         get<KestrovaRectImgQuality, kestrovaGetRectImgQuality>},
+        {"quality", Quality,
+         "enhanced matches twice, half a pixel apart, against furrows in 16-bit disparity (default standard)",
+         setWord<KestrovaStereoQuality, kestrovaSetStereoQuality>,
+         get<KestrovaStereoQuality, kestrovaGetStereoQuality>},
+        {"edge-mask", Whole, "side of the edge filter in pixels: odd, 3 to 11 (default 7)",
+         setWhole<kestrovaSetEdgeMask>, get<int, kestrovaGetEdgeMask>},
+        {"stereo-mask", Whole, "side of the correlation window in pixels: odd, 1 to 23 (default 7)",
+         setWhole<kestrovaSetStereoMask>, get<int, kestrovaGetStereoMask>},
+        {"texture-validation", Switch, "reject windows with too little signal: on, off (default on)",
+         setWhole<kestrovaSetTextureValidation>, get<int, kestrovaGetTextureValidation>},
+        {"texture-threshold", Real, "mean edge strength that a window must exceed: 0 to 128 (default 0.5)",
+         setReal<kestrovaSetTextureValidationThreshold>, get<float, kestrovaGetTextureValidationThreshold>},
+        {"texture-mapping", Whole, "byte of pixels without texture: 0 to 255 (default 255)",
+         setByte<kestrovaSetTextureValidationMapping>, get<std::uint8_t, kestrovaGetTextureValidationMapping>},
+        {"uniqueness-validation", Switch, "reject matches that are poor for their signal: on, off (default on)",
+         setWhole<kestrovaSetUniquenessValidation>, get<int, kestrovaGetUniquenessValidation>},
+        {"uniqueness-threshold", Real, "largest share of difference in the signal of a match: 0 to 10 (default 0.5)",
+         setReal<kestrovaSetUniquenessValidationThreshold>, get<float, kestrovaGetUniquenessValidationThreshold>},
+        {"uniqueness-mapping", Whole, "byte of pixels without a unique match: 0 to 255 (default 254)",
+         setByte<kestrovaSetUniquenessValidationMapping>, get<std::uint8_t, kestrovaGetUniquenessValidationMapping>},
+        {"back-forth-validation", Switch, "reject matches that the way back does not confirm: on, off (default off)",
+         setWhole<kestrovaSetBackForthValidation>, get<int, kestrovaGetBackForthValidation>},
+        {"back-forth-mapping", Whole, "byte of pixels that fail the way back: 0 to 255 (default 251)",
+         setByte<kestrovaSetBackForthValidationMapping>, get<std::uint8_t, kestrovaGetBackForthValidationMapping>},
+        {"surface-validation", Switch, "reject small surfaces: on, off (default on)",
+         setWhole<kestrovaSetSurfaceValidation>, get<int, kestrovaGetSurfaceValidation>},
+        {"surface-size", Whole, "pixels that a surface must have: 0 or more (default 200)",
+         setWhole<kestrovaSetSurfaceValidationSize>, get<int, kestrovaGetSurfaceValidationSize>},
+        {"surface-difference", Real, "largest step between neighbours of one surface, in pixels: 0 or more (default 1)",
+         setReal<kestrovaSetSurfaceValidationDifference>, get<float, kestrovaGetSurfaceValidationDifference>},
+        {"surface-mapping", Whole, "byte of pixels of small surfaces: 0 to 255 (default 252)",
+         setByte<kestrovaSetSurfaceValidationMapping>, get<std::uint8_t, kestrovaGetSurfaceValidationMapping>},
+        {"subpixel-mapping", Whole, "byte of pixels without a fit, and of rims: 0 to 255 (default 253)",
+         setByte<kestrovaSetSubpixelValidationMapping>, get<std::uint8_t, kestrovaGetSubpixelValidationMapping>},
+        {"strict-subpixel", Switch, "kept for older calibrations, without effect: on, off (default off)",
+         setWhole<kestrovaSetStrictSubpixelValidation>, get<int, kestrovaGetStrictSubpixelValidation>},
+        {"disparity-mapping", Switch, "spread the range over bytes in the 8-bit image: on, off (default off)",
+         setWhole<kestrovaSetDisparityMappingOn>, get<int, kestrovaGetDisparityMappingOn>},
+    };
+    return s_settings;
+}
+
+const std::vector<std::string>& wordsOf(SettingKind eKind)
+{
+    static const std::vector<std::string> s_switch{"off", "on"};
+    static const std::vector<std::string> s_quality{"standard", "enhanced"};
+    static const std::vector<std::string> s_rectification{"fast", "standard", "enhanced1", "enhanced2"};
+    static const std::vector<std::string> s_none;
+    return eKind == SettingKind::Switch          ? s_switch
+           : eKind == SettingKind::Quality       ? s_quality
+           : eKind == SettingKind::Rectification ? s_rectification
+                                                 : s_none;
+}
+
+// ---- applying ----
+
+static double parseValue(const Setting& rSetting, const std::string& rText)
+{
+    const std::vector<std::string>& rWords = wordsOf(rSetting.m_eKind);
+    if (const auto word = std::find(rWords.begin(), rWords.end(), rText); word != rWords.end())
+        return static_cast<double>(word - rWords.begin());
+    char* pEnd = nullptr;
+    const double dValue = std::strtod(rText.c_str(), &pEnd);
+    const bool bNumber = !rText.empty() && *pEnd == '\0' && rWords.empty();
+    const bool bWhole = dValue == std::floor(dValue) && std::abs(dValue) <= std::numeric_limits<int>::max();
+    if (!bNumber || (rSetting.m_eKind == SettingKind::Whole && !bWhole))
+        return std::nan("");
+    return dValue;
+}
+
+static void applySetting(KestrovaContext context, const Setting& rSetting, const std::string& rText)
+{
+    const double dValue = parseValue(rSetting, rText);
+    if (!std::isnan(dValue) && rSetting.m_pfnSet(context, dValue) == KestrovaErrorOk)
+        return;
+    std::string words;
+    for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+        words += (words.empty() ? "" : ", ") + rWord;
+    throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " +
+                       (words.empty() ? rSetting.m_pszHelp : "give one of " + words),
+                   ExitStatus::Usage);
+}
+
+static void require(KestrovaError error, const std::string& rMessage)
+{
+    if (error != KestrovaErrorOk)
+        throw AppError(rMessage, ExitStatus::Usage);
+}
+
+static void applyRegions(KestrovaContext context, const SettingWishes& rWishes)
+{
+    KestrovaROI* pRegions = nullptr;
+    int nMost = 0;
+    require(kestrovaGetROIs(context, &pRegions, &nMost), "--region: refused");
+    const int nCount = static_cast<int>(rWishes.m_regions.size());
+    require(kestrovaSetNumberOfROIs(context, nCount), "--region: at most " + std::to_string(nMost) + " regions");
+    cv::Size image;
+    require(kestrovaGetResolution(context, &image.height, &image.width), "--region: refused");
+    for (const auto& [nRow, nCol, nRows, nCols] : rWishes.m_regions) {
+        if (nRow < 0 || nCol < 0 || nRows < 1 || nCols < 1 || nRow >= image.height || nCol >= image.width)
+            throw AppError("--region: needs a first row and column within the rectified image and at least one of each",
+                           ExitStatus::Usage);
+        *pRegions++ = {nRow, nCol, nRows, nCols};
+    }
+}
+
+void applySettings(KestrovaContext context, const SettingWishes& rWishes)
+{
+    if (rWishes.m_resolution) { // first: the disparity range is checked against it
+        const cv::Size size = parseSize(*rWishes.m_resolution, "--resolution");
+        const std::string rule = "--resolution: rectified images must be 4 by 3 and at most 1280 columns wide";
+        require(size.width > 1280 ? KestrovaErrorInvalidSetting
+                                  : kestrovaSetResolution(context, size.height, size.width),
+                rule);
+    }
+    for (const Setting& rSetting : allSettings())
+        if (const auto found = rWishes.m_values.find(rSetting.m_pszName); found != rWishes.m_values.end())
+            applySetting(context, rSetting, found->second);
+    if (!rWishes.m_anDisparity.empty())
+        require(kestrovaSetDisparity(context, rWishes.m_anDisparity.at(0), rWishes.m_anDisparity.at(1)),
+                "--disparity: needs 0 <= MIN < MAX <= 1024, at most 240 apart, and MAX + window within the image");
+    if (!rWishes.m_anMapping.empty()) {
+        const int nMin = rWishes.m_anMapping.at(0);
+        const int nMax = rWishes.m_anMapping.at(1);
+        if (nMin < 0 || nMax > 255 || kestrovaSetDisparityMapping(context, nMin, nMax) != KestrovaErrorOk)
+            throw AppError("--mapping-range: needs 0 <= MIN < MAX <= 255", ExitStatus::Usage);
+    }
+    if (rWishes.m_threads)
+        require(kestrovaSetMaxThreadCount(context, *rWishes.m_threads), "--threads: 1 to 255");
+    applyRegions(context, rWishes);
+}
+
+std::string describeSettings(KestrovaContext context)
+{
+    std::string text;
+    char acLine[200];
+    const auto add = [&](const char* pszName, const std::string& rValue) {
+        std::snprintf(acLine, sizeof acLine, "  %-24s %s\n", pszName, rValue.c_str());
+        text += acLine;
+    };
+    for (const Setting& rSetting : allSettings()) {
+        char acValue[40];
+        const double dValue = rSetting.m_pfnGet(context);
+        std::snprintf(acValue, sizeof acValue, "%.6g", dValue);
+        const std::vector<std::string>& rWords = wordsOf(rSetting.m_eKind);
+        const auto nWord = static_cast<std::size_t>(dValue);
+        add(rSetting.m_pszName, nWord < rWords.size() ? rWords[nWord] : acValue);
+    }
+    int nMin = 0;
+    int nMax = 0;
+    kestrovaGetDisparity(context, &nMin, &nMax);
+    add("disparity", std::to_string(nMin) + " to " + std::to_string(nMax) + " pixels");
+    std::uint8_t ucMin = 0;
+    std::uint8_t ucMax = 0;
+    kestrovaGetDisparityMapping(context, &ucMin, &ucMax);
+    add("mapping-range", std::to_string(ucMin) + " to " + std::to_string(ucMax));
+    return text;
+}
+
+} // namespace kestrova::app
