@@ -2,8 +2,8 @@
 #pragma once
 
 #include "cameras/CalibrationText.h"
-#include "outputs/Results.h"
 #include "demo/SceneRenderer.h"
+#include "outputs/Results.h"
 
 #include <opencv2/calib3d.hpp>
 #include <unistd.h>

@@ -1,30 +1,13 @@
 // The program as people call it: what it prints, what it leaves behind, how it fails.
-#include "app/fixtures.h"
+#include "app/program.h"
 #include "basics/AppError.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
-#include <sys/wait.h>
 
 namespace kestrova::app {
 
 using testing::ElementsAre, testing::HasSubstr, testing::Lt, testing::Not;
-
-struct Program : testing::Test
-{
-    struct Outcome
-    {
-        int m_nStatus;
-        std::string m_out, m_error;
-    };
-    Outcome call(const std::string& rArguments, const char* pszProgram = KESTROVA_PROGRAM) const
-    {
-        const std::string line = "cd '" + m_folder.m_name + "' && '" + pszProgram + "' " + rArguments + " >out 2>err";
-        const int nStatus = std::system(line.c_str());
-        return {WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1, slurp(m_folder / "out"), slurp(m_folder / "err")};
-    }
-    const TempFolder m_folder;
-};
 
 TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
 {

@@ -17,7 +17,8 @@ static CalibrationDescription describe(const Rig& rRig, const RigWishes& rWishes
     description.m_dFocal = rRig.m_plan.m_dFocal;
     description.m_centre = rRig.m_plan.m_centre;
     description.m_dBaseline = rRig.m_plan.m_dBaseline;
-    const cv::Vec2i disparity = rWishes.m_disparity.value_or(cv::Vec2i(0, rRig.m_plan.m_canvas.width / 10));
+    const cv::Vec2i disparity = rWishes.m_disparity.value_or(disparityOf(
+        rWishes.m_depth, rRig.m_plan.m_dFocal * rRig.m_plan.m_dBaseline, {0, rRig.m_plan.m_canvas.width / 10}));
     description.m_nMinDisparity = disparity[0];
     description.m_nMaxDisparity = disparity[1];
     description.m_nSerialNumber = rWishes.m_nSerialNumber;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "cameras/CalibrationText.h"
+#include "cameras/DepthRange.h"
 
 #include <optional>
 
@@ -11,11 +12,11 @@ namespace kestrova::app {
 
 struct RigWishes
 {
-    std::optional<cv::Size> m_canvas;      // 4 by 3; without it the size of the raw frames, cut to this shape
-    double m_dAlpha = 0.0;                 // 0 shows only what every ray reaches, 1 keeps each raw pixel
-    std::optional<cv::Vec2i> m_disparity;  // default: 0 to a tenth of the width
-    std::optional<double> m_dNear, m_dFar; // metres; another way to say the disparity
-    PerCamera<double> m_gains;             // 1 where none is given
+    std::optional<cv::Size> m_canvas;     // 4 by 3; without it the size of the raw frames, cut to this shape
+    double m_dAlpha = 0.0;                // 0 shows only what every ray reaches, 1 keeps each raw pixel
+    std::optional<cv::Vec2i> m_disparity; // default: 0 to a tenth of the width
+    DepthRange m_depth;                   // another way to say the disparity
+    PerCamera<double> m_gains;            // 1 where none is given
     int m_nSerialNumber = 0;
     std::string m_note; // one line, a comment of the text
 };
