@@ -1,6 +1,7 @@
 // The general correlator and surface validation in every form that this processor runs, beside OpenCV's, in one run.
 //
-// Times are those of the processor, one thread everywhere. Argument: seconds for each comparison.
+// Times are those of the processor, one thread everywhere. Arguments: seconds for each comparison, and "surfaces" for
+// that part alone.
 #include "Frames.h"
 #include "Matching.h"
 #include "SideBySide.h"
@@ -193,8 +194,11 @@ int main(int argc, char** argv)
     const double dSeconds = argc > 1 ? std::stod(argv[1]) : 3;
     cv::setNumThreads(1);
     std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    const bool bAll = argc < 3 || std::string(argv[2]) != "surfaces";
     for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}}) {
-        compareGeneral(rSize, dSeconds);
+        if (bAll) {
+            compareGeneral(rSize, dSeconds);
+        }
     }
     std::printf("\nSurface validation, 16-bit: time, and as a share of the two-camera correlation\n");
     for (const Size& rSize : {Size{480, 640, 64}, Size{960, 1280, 128}}) {

@@ -18,9 +18,11 @@ std::uint64_t stepped(std::uint64_t uBits, std::uint64_t& ruCarry)
     return uStepped;
 }
 
-bool has(std::uint64_t uBits, unsigned n)
+/** The first where bit n is set, else the second. A jump would be guessed wrong at every other speck. */
+unsigned select(std::uint64_t uBits, unsigned n, unsigned nSet, unsigned nClear)
 {
-    return (uBits >> n & 1) != 0;
+    const auto uMask = static_cast<unsigned>(0 - (uBits >> n & 1));
+    return nClear ^ ((nSet ^ nClear) & uMask);
 }
 
 /** May write up to sk_nFill - 1 pixels behind the end. */
@@ -81,20 +83,20 @@ void SurfaceRuns::labelWord(RowState& rRow, SurfaceTables& rTables, unsigned nWo
     const std::uint64_t uHeard = bits.m_uUp & ~(stepped(bits.m_uUp, rRow.m_uUpCarry) & ~uStarts & ~m_changes[nWord]);
     const std::uint64_t uBackground = (uStarts & bits.m_uLeft) | uGaps;
     std::uint64_t uChanges = 0;
-    Run run = *rRow.m_pRun;
+    Run* pRun = rRow.m_pRun;
+    unsigned nLabel = pRun->m_nLabel;
     SurfaceTables tables = rTables; // in registers: stores into the tables could change it elsewhere
     for (std::uint64_t uPlaces = uStarts | uGaps | uHeard; uPlaces != 0; uPlaces &= uPlaces - 1) {
         const auto n = static_cast<unsigned>(std::countr_zero(uPlaces));
-        const unsigned nStart = has(uStarts, n) ? tables.none() : run.m_nLabel;
-        const unsigned nLeft = has(uBackground, n) ? 0 : nStart;
-        const unsigned nAbove = pUpper[n];
-        const unsigned nLabel = tables.label(nLeft, has(bits.m_uUp, n) ? nAbove : tables.none());
-        const bool bChanges = nLabel != run.m_nLabel;
-        uChanges |= std::uint64_t{bChanges} << n;
-        rRow.m_pRun += bChanges ? 1 : 0;
-        run = {bChanges ? 64 * nWord + n : run.m_nBegin, nLabel};
-        *rRow.m_pRun = run;
+        const unsigned nLeft = select(uBackground, n, 0, select(uStarts, n, tables.none(), nLabel));
+        const unsigned nUp = select(bits.m_uUp, n, pUpper[n], tables.none());
+        const unsigned nBefore = std::exchange(nLabel, tables.label(nLeft, nUp));
+        pRun[1] = {64 * nWord + n, nLabel};
+        const unsigned nChanges = nLabel != nBefore ? 1 : 0;
+        pRun += nChanges;
+        uChanges |= std::uint64_t{nChanges} << n;
     }
+    rRow.m_pRun = pRun;
     rTables = tables;
     m_changes[nWord] = uChanges;
     rRow.m_nValid += static_cast<unsigned>(std::popcount(bits.m_uValid));

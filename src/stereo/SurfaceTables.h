@@ -7,6 +7,7 @@
 #include "stereo/KesUIntVector.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace kestrova {
 
@@ -50,9 +51,13 @@ public:
     /** The label of a pixel with these offers of its neighbours. The pixel is not counted yet. */
     unsigned label(unsigned nLeft, unsigned nUp)
     {
-        unsigned nLabel = std::min(nLeft, nUp);
-        if (nLeft != nUp && std::max(nLeft, nUp) != m_nNext) {
-            nLabel = merged(nLeft, nUp);
+        // One jump, for two labels that differ: what the offers are is guessed wrong too often for more.
+        const auto nApart = static_cast<std::int64_t>(nLeft) - static_cast<std::int64_t>(nUp);
+        const auto nBelow = static_cast<unsigned>(nApart & (nApart >> 63)); // left less up where that is negative
+        unsigned nLabel = nUp + nBelow;
+        const unsigned nGreater = nLeft - nBelow;
+        if (std::uint64_t{nGreater - nLabel} * (m_nNext - nGreater) != 0) {
+            nLabel = merged(nLabel, nGreater);
         }
         m_pnTable[m_nNext] = m_nNext; // written in any case: whether it is taken cannot be foreseen
         m_pnSizes[m_nNext] = 0;
