@@ -115,7 +115,7 @@ void drawStages(const char* pszFile, const std::vector<Bar>& rBars)
 {
     constexpr std::array<const char*, Stages> apszColours = {"#8c6bb1", "#41b6c4", "#2c7fb8", "#253494",
                                                              "#bdbdbd", "#d95f0e", "#fec44f", "#737373"};
-    constexpr double dLeft = 250, dWidth = 640, dStep = 34;
+    constexpr double dLeft = 240, dWidth = 640, dStep = 34;
     const double dHeight = 70 + dStep * static_cast<double>(rBars.size());
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(pszFile, "w"), &std::fclose);
     if (pFile == nullptr) {

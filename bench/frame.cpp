@@ -223,8 +223,8 @@ void printStages(const bench::Frames& rFrames, const Size& rSize, double dSecond
             kestrova::forceInstructionSet(eSet);
             const bench::StageTimes times = bench::stageTimes(ours.context(), ours.m_input, dSeconds);
             const std::string szName = std::to_string(rSize.m_nCols) + "x" + std::to_string(rSize.m_nRows) + "x" +
-                                       std::to_string(rSize.m_nDisparities) + ", " + kestrova::nameOf(eSet) +
-                                       (rDelivery.m_bPacked ? ", from packed 2x2" : "");
+                                       std::to_string(rSize.m_nDisparities) + " " + kestrova::nameOf(eSet) +
+                                       (rDelivery.m_bPacked ? ", packed 2x2" : "");
             std::printf("  %-40s", szName.c_str());
             for (const double dTime : times) {
                 std::printf(" %8.3f", dTime * 1e3);
@@ -304,7 +304,7 @@ int main(int argc, char** argv)
     std::printf("\n");
     std::vector<bench::Bar> bars;
     for (const Size& rSize : {aSizes[1], aSizes[2]}) {
-        printStages(framesOf(rSize), rSize, dSeconds / 4, bars);
+        printStages(framesOf(rSize), rSize, dSeconds, bars);
     }
     if (pszPicture != nullptr) {
         bench::drawStages(pszPicture, bars);

@@ -181,9 +181,10 @@ void compareSurfaces(const Size& rSize, double dSeconds)
                                           dSeconds);
         const double dOurs = times[0] - times[1];
         std::printf("  %4d x %4d, %-7s %7.3f ms, of a run with 8 disparities %5.2f, of 8 among %3d %5.2f, faster than "
-                    "filterSpeckles %5.2f\n",
+                    "filterSpeckles %5.2f, tables %.2f MB\n",
                     nCols, rSize.m_nRows, bNoise ? "specks" : "plane", 1000 * dOurs, dOurs / times[5],
-                    rSize.m_nDisparities, dOurs / (times[4] * 8 / rSize.m_nDisparities), (times[2] - times[3]) / dOurs);
+                    rSize.m_nDisparities, dOurs / (times[4] * 8 / rSize.m_nDisparities), (times[2] - times[3]) / dOurs,
+                    static_cast<double>(r.m_segmentContext.bytes()) / (1 << 20));
     }
 }
 

@@ -56,8 +56,10 @@ const unsigned* SurfaceRuns::labelRow(SurfaceTables& rTables)
     rTables.makeRoom(static_cast<int>(m_nPixels));
     const std::size_t nFirst = m_rows.back(),
                       nNeeded = nFirst + m_nPixels + 3; // the first, a gap at the end, and the end
-    if (nNeeded > m_runs.size()) {
-        m_runs.resize(std::max(nNeeded, 2 * m_runs.size()));
+    if (nNeeded > m_runs.size()) {                      // by a share, as the tables
+        const std::size_t nRoom = std::max(nNeeded, m_runs.size() + m_runs.size() / 8);
+        m_runs.reserve(nRoom);
+        m_runs.resize(nRoom);
     }
     m_runs[nFirst] = {0, 0};
     RowState row{&m_runs[nFirst], 0, 0, 0};

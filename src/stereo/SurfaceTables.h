@@ -29,7 +29,8 @@ public:
     {
         const unsigned nNeeded = m_nNext + static_cast<unsigned>(nLabels) + 1;
         if (nNeeded > m_pTable->capacity()) {
-            const unsigned nRoom = std::max(nNeeded, 2 * m_pTable->capacity()); // copying stays linear in the labels
+            // By a share, so that copying stays linear in the labels; a small one, as the memory is kept.
+            const unsigned nRoom = std::max(nNeeded, m_pTable->capacity() + m_pTable->capacity() / 8);
             close();
             m_pTable->resize(nRoom);
             m_pSizes->resize(nRoom);
