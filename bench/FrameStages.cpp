@@ -91,24 +91,28 @@ StageTimes stageTimes(KestrovaContext context, KestrovaInput& rInput, double dMa
     const bool bLowpass = r.m_bLowpass && rInput.nrows > r.m_nRows;
     Steps steps(r);
     runFrame(context, rInput);
-    const std::vector<std::function<void()>> works = {[&] { bPacked ? steps.unpack() : void(); },
-                                                      [&] { bLowpass ? steps.rectify(1) : void(); },
-                                                      [&] { steps.rectify(bLowpass ? 0 : 1); },
-                                                      [&] { steps.filter(); },
-                                                      [&] { steps.clear(); },
-                                                      [&] { steps.correlate(); },
-                                                      [&] { steps.validate(); },
-                                                      [&] { runFrame(context, rInput); }};
-    const std::vector<double> medianTimes = medians(works, dMaxSeconds);
-    StageTimes times{};
-    std::copy(medianTimes.begin(), medianTimes.end(), times.begin());
-    if (bLowpass) { // with the average and without it were timed
-        times[Lowpass] = std::max(0.0, medianTimes[Warp] - medianTimes[Lowpass]);
-        times[Warp] = medianTimes[Lowpass];
+    const auto unpack = [&] { bPacked ? steps.unpack() : void(); };
+    // The warp without an average comes last, after another unpacking: it finds the caches as the one with it does.
+    const auto times =
+        rounds({unpack, [&] { steps.rectify(bLowpass ? 0 : 1); }, [&] { steps.filter(); }, [&] { steps.clear(); },
+                [&] { steps.correlate(); }, [&] { steps.validate(); }, [&] { runFrame(context, rInput); }, unpack,
+                [&] { bLowpass ? steps.rectify(1) : void(); }},
+               dMaxSeconds);
+    constexpr std::size_t uFrame = 6;
+    std::vector<double> rest = times[uFrame]; // in the same round, as the machine's speed drifts
+    for (std::size_t uStage = 0; uStage < uFrame; ++uStage) {
+        std::transform(rest.begin(), rest.end(), times[uStage].begin(), rest.begin(), std::minus<>());
     }
-    const double dStages = std::accumulate(times.begin(), times.begin() + Other, 0.0);
-    times[Other] = std::max(0.0, medianTimes[Other] - dStages);
-    return times;
+    const double dRectify = median(times[1]);
+    const double dWarp = bLowpass ? std::min(dRectify, median(times.back())) : dRectify;
+    return {bPacked ? median(times[0]) : 0,
+            dRectify - dWarp,
+            dWarp,
+            median(times[2]),
+            median(times[3]),
+            median(times[4]),
+            median(times[5]),
+            std::max(0.0, median(rest))};
 }
 
 void drawStages(const char* pszFile, const std::vector<Bar>& rBars)
