@@ -92,26 +92,27 @@ StageTimes stageTimes(KestrovaContext context, KestrovaInput& rInput, double dMa
     Steps steps(r);
     runFrame(context, rInput);
     const auto unpack = [&] { bPacked ? steps.unpack() : void(); };
-    // The warp without an average comes last, after another unpacking: it finds the caches as the one with it does.
-    const auto times =
-        rounds({unpack, [&] { steps.rectify(bLowpass ? 0 : 1); }, [&] { steps.filter(); }, [&] { steps.clear(); },
-                [&] { steps.correlate(); }, [&] { steps.validate(); }, [&] { runFrame(context, rInput); }, unpack,
-                [&] { bLowpass ? steps.rectify(1) : void(); }},
-               dMaxSeconds);
-    constexpr std::size_t uFrame = 6;
+    // Waiting for the pool leaves this thread's core cold, so a correlation comes before the stages that are timed. The
+    // warp without an average comes last, after another unpacking: it finds the caches as the one with it does.
+    constexpr std::size_t uFrame = 0, uFirst = 2, uEnd = 8;
+    const auto times = rounds({[&] { runFrame(context, rInput); }, [&] { steps.correlate(); }, unpack,
+                               [&] { steps.rectify(bLowpass ? 0 : 1); }, [&] { steps.filter(); },
+                               [&] { steps.clear(); }, [&] { steps.correlate(); }, [&] { steps.validate(); }, unpack,
+                               [&] { bLowpass ? steps.rectify(1) : void(); }},
+                              dMaxSeconds);
     std::vector<double> rest = times[uFrame]; // in the same round, as the machine's speed drifts
-    for (std::size_t uStage = 0; uStage < uFrame; ++uStage) {
+    for (std::size_t uStage = uFirst; uStage < uEnd; ++uStage) {
         std::transform(rest.begin(), rest.end(), times[uStage].begin(), rest.begin(), std::minus<>());
     }
-    const double dRectify = median(times[1]);
+    const double dRectify = median(times[3]);
     const double dWarp = bLowpass ? std::min(dRectify, median(times.back())) : dRectify;
-    return {bPacked ? median(times[0]) : 0,
+    return {bPacked ? median(times[2]) : 0,
             dRectify - dWarp,
             dWarp,
-            median(times[2]),
-            median(times[3]),
             median(times[4]),
             median(times[5]),
+            median(times[6]),
+            median(times[7]),
             std::max(0.0, median(rest))};
 }
 
