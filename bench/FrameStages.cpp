@@ -129,7 +129,7 @@ void drawStages(const char* pszFile, const std::vector<Bar>& rBars)
     }
     std::fprintf(pFile.get(),
                  "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"960\" height=\"%.0f\" font-family=\"sans-serif\" "
-                 "font-size=\"13\">\n<rect width=\"960\" height=\"%.0f\" fill=\"white\"/>\n",
+                 "font-size=\"12\">\n<rect width=\"960\" height=\"%.0f\" fill=\"white\"/>\n",
                  dHeight, dHeight);
     for (std::size_t n = 0; n < Stages; ++n) {
         const double dX = 10 + 118 * static_cast<double>(n);
