@@ -171,6 +171,7 @@ TEST(ValidateSurfaces, KeepsSurfacesOfEnoughPixels)
             r.m_disparityImage16[nRow][nCol] = static_cast<unsigned short>(nValue * 256);
         }
         EXPECT_TRUE(validateSurfaces(&r));
+        EXPECT_EQ((ImageDim{120, 130}), StereoContext(r).m_surfaceLabelImage.size()); // copies of a context look at it
         const auto bytes = pixelsOf(r.m_disparityImage);
         const auto words = pixelsOf(r.m_disparityImage16);
         const int nRejected = rCase.bStands ? 0 : rCase.nPixels;
