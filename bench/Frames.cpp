@@ -1,5 +1,6 @@
 #include "Frames.h"
 
+#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 namespace bench {
@@ -52,6 +53,16 @@ Frames makeFrames(int nRows, int nCols, int nDisparities)
     frames.m_right = withNoise(right, random);
     frames.m_left = withNoise(wall.colRange(0, nCols).clone(), random);
     return frames;
+}
+
+Frames readFrames(int nRows, int nCols, const char* pszLeft, const char* pszRight)
+{
+    const auto read = [&](const char* pszFile) {
+        cv::Mat image;
+        cv::resize(cv::imread(pszFile, cv::IMREAD_GRAYSCALE), image, {nCols, nRows}, 0, 0, cv::INTER_AREA);
+        return image;
+    };
+    return {read(pszRight), read(pszLeft), {}};
 }
 
 } // namespace bench

@@ -15,4 +15,7 @@ struct Frames
 /** Disparity runs from a quarter to three quarters of nDisparities, down the rows and across the columns. */
 Frames makeFrames(int nRows, int nCols, int nDisparities);
 
+/** A rectified pair of files, brought to a size; its disparities are not known. */
+Frames readFrames(int nRows, int nCols, const char* pszLeft, const char* pszRight);
+
 } // namespace bench

@@ -79,4 +79,25 @@ void remapTables(cv::Size size, cv::Size raw, double dRadialDistortion, bool bNe
     cv::convertMaps(columns, rows, rFixed, rFractions, CV_16SC2, bNearest);
 }
 
+cv::Mat rawFrame(const cv::Mat& rRectified, cv::Size raw, double dRadialDistortion)
+{
+    cv::Mat columns(raw, CV_32F);
+    cv::Mat rows(raw, CV_32F);
+    for (int nRow = 0; nRow < raw.height; ++nRow) {
+        for (int nCol = 0; nCol < raw.width; ++nCol) {
+            const Point seen{(nRow + 0.5) / raw.height, (nCol + 0.5) / raw.width};
+            Point point = seen;
+            for (int n = 0; n < 12; ++n) { // the lens is mild: this converges
+                const Point there = distort(point.m_dRow, point.m_dCol, dRadialDistortion);
+                point = {point.m_dRow + seen.m_dRow - there.m_dRow, point.m_dCol + seen.m_dCol - there.m_dCol};
+            }
+            rows.at<float>(nRow, nCol) = static_cast<float>(point.m_dRow * rRectified.rows - 0.5);
+            columns.at<float>(nRow, nCol) = static_cast<float>(point.m_dCol * rRectified.cols - 0.5);
+        }
+    }
+    cv::Mat result;
+    cv::remap(rRectified, result, columns, rows, cv::INTER_CUBIC, cv::BORDER_REPLICATE);
+    return result;
+}
+
 } // namespace bench

@@ -36,4 +36,7 @@ Point distort(double dRow, double dCol, double dStrength);
 void remapTables(cv::Size size, cv::Size raw, double dRadialDistortion, bool bNearest, cv::Mat& rFixed,
                  cv::Mat& rFractions);
 
+/** What a camera with that lens sees of a rectified image. */
+cv::Mat rawFrame(const cv::Mat& rRectified, cv::Size raw, double dRadialDistortion);
+
 } // namespace bench

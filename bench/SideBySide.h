@@ -39,8 +39,8 @@ inline double processorSeconds()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/** Median seconds of every piece of work; all in turn, so that a drift of the machine falls on each. */
-inline std::vector<double> medians(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
+/** Seconds of every piece of work in every round; all in turn, so that a drift of the machine falls on each. */
+inline std::vector<std::vector<double>> rounds(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
 {
     std::vector<std::vector<double>> times(rWorks.size());
     double dSpent = 0;
@@ -55,8 +55,13 @@ inline std::vector<double> medians(const std::vector<std::function<void()>>& rWo
             }
         }
     }
+    return times;
+}
+
+inline std::vector<double> medians(const std::vector<std::function<void()>>& rWorks, double dMaxSeconds)
+{
     std::vector<double> result;
-    for (const auto& rTimes : times) {
+    for (const auto& rTimes : rounds(rWorks, dMaxSeconds)) {
         result.push_back(median(rTimes));
     }
     return result;

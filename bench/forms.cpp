@@ -12,8 +12,6 @@
 #include "stereo/twoCameraStereo.h"
 
 #include <opencv2/calib3d.hpp>
-#include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include <cstdio>
 #include <functional>
@@ -68,17 +66,6 @@ std::function<void()> ours(const bench::Frames& rFrames, const Size& rSize, int 
         kestrova::forceInstructionSet(eSet);
         (*pOurs)();
     };
-}
-
-bench::Frames readFrames(const Size& rSize, const char* pszLeft, const char* pszRight)
-{
-    const auto read = [&](const char* pszFile) {
-        cv::Mat image;
-        cv::resize(cv::imread(pszFile, cv::IMREAD_GRAYSCALE), image, {rSize.m_nCols, rSize.m_nRows}, 0, 0,
-                   cv::INTER_AREA);
-        return image;
-    };
-    return {read(pszRight), read(pszLeft), {}};
 }
 
 void compareForms(const bench::Frames& rFrames, const Size& rSize, double dSeconds)
@@ -167,7 +154,7 @@ int main(int argc, char** argv)
         compareForms(bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities), rSize, dSeconds);
         if (argc > 3) {
             std::printf("\nThe pair of the two files:");
-            compareForms(readFrames(rSize, argv[2], argv[3]), rSize, dSeconds);
+            compareForms(bench::readFrames(rSize.m_nRows, rSize.m_nCols, argv[2], argv[3]), rSize, dSeconds);
         }
     }
     compareSizes(dSeconds / 4);

@@ -1,6 +1,7 @@
 // The general correlator and surface validation in every form that this processor runs, beside OpenCV's, in one run.
 //
-// Times are those of the processor, one thread everywhere. Argument: seconds for each comparison.
+// Times are those of the processor, one thread everywhere. Arguments: seconds for each comparison, and "surfaces" for
+// that part alone.
 #include "Frames.h"
 #include "Matching.h"
 #include "SideBySide.h"
@@ -180,9 +181,10 @@ void compareSurfaces(const Size& rSize, double dSeconds)
                                           dSeconds);
         const double dOurs = times[0] - times[1];
         std::printf("  %4d x %4d, %-7s %7.3f ms, of a run with 8 disparities %5.2f, of 8 among %3d %5.2f, faster than "
-                    "filterSpeckles %5.2f\n",
+                    "filterSpeckles %5.2f, tables %.2f MB\n",
                     nCols, rSize.m_nRows, bNoise ? "specks" : "plane", 1000 * dOurs, dOurs / times[5],
-                    rSize.m_nDisparities, dOurs / (times[4] * 8 / rSize.m_nDisparities), (times[2] - times[3]) / dOurs);
+                    rSize.m_nDisparities, dOurs / (times[4] * 8 / rSize.m_nDisparities), (times[2] - times[3]) / dOurs,
+                    static_cast<double>(r.m_segmentContext.bytes()) / (1 << 20));
     }
 }
 
@@ -193,8 +195,11 @@ int main(int argc, char** argv)
     const double dSeconds = argc > 1 ? std::stod(argv[1]) : 3;
     cv::setNumThreads(1);
     std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    const bool bAll = argc < 3 || std::string(argv[2]) != "surfaces";
     for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}}) {
-        compareGeneral(rSize, dSeconds);
+        if (bAll) {
+            compareGeneral(rSize, dSeconds);
+        }
     }
     std::printf("\nSurface validation, 16-bit: time, and as a share of the two-camera correlation\n");
     for (const Size& rSize : {Size{480, 640, 64}, Size{960, 1280, 128}}) {

@@ -24,8 +24,8 @@ StereoContext::StereoContext()
       m_packedInputImage(Image<Pixel8x4>::defaultImage), m_rawImages{emptyImage(), emptyImage(), emptyImage()},
       m_rectifiedImages{emptyImage(), emptyImage(), emptyImage()}, m_edgeImages{emptyImage(), emptyImage(),
                                                                                 emptyImage()},
-      m_disparityImage(emptyImage()),
-      m_disparityImage16(Image<unsigned short>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()},
+      m_disparityImage(emptyImage()), m_disparityImage16(Image<unsigned short>::defaultImage),
+      m_surfaceLabelImage(Image<unsigned int>::defaultImage), m_stereoImages{emptyImage(), emptyImage(), emptyImage()},
       m_colorPlaneImages{emptyPlanes(), emptyPlanes(), emptyPlanes()},
       m_packedColorImages{Image<Pixel8x4>::defaultImage, Image<Pixel8x4>::defaultImage, Image<Pixel8x4>::defaultImage}
 {
@@ -55,6 +55,7 @@ StereoContext& StereoContext::operator=(const StereoContext& rOther)
     m_bHasColorCamera = rOther.m_bHasColorCamera;
 
     m_packedInputImage = rOther.m_packedInputImage;
+    m_surfaceLabelImage = rOther.m_surfaceLabelImage;
     for (int nCamera = 0; nCamera < 3; ++nCamera) {
         m_rawImages[nCamera] = rOther.m_rawImages[nCamera];
         m_rectifiedImages[nCamera] = rOther.m_rectifiedImages[nCamera];

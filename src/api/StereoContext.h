@@ -214,7 +214,8 @@ public:
     Image<unsigned char> m_edgeImages[3];
     Image<unsigned char> m_disparityImage;
     Image<unsigned short> m_disparityImage16;
-    Image<unsigned char> m_stereoImages[3]; // what a correlator reads, packed from index 0
+    Image<unsigned int> m_surfaceLabelImage; // after surface validation, labels before merging
+    Image<unsigned char> m_stereoImages[3];  // what a correlator reads, packed from index 0
 
     std::array<std::int32_t, 3> m_anCameraOfChannel{-1, -1, -1}; // camera index on red, green, blue
     std::array<std::int32_t, 3> m_anChannelOfCamera{-1, -1, -1};

@@ -1,8 +1,9 @@
 // Cuts a disparity image into regions of connected pixels with smoothly varying values, and rejects the small ones.
 //
-// One raster pass cuts rows into runs of connected pixels, gives them provisional labels and notes in a table which of
-// those turned out to be one region; a pass over the table then sums the sizes, and one over the runs rejects. Pixels
-// are looked at once, 64 at a time, as bits. The tables stay with the object: frames after the first allocate nothing.
+// One raster pass gives provisional labels and notes in a table which of them turned out to be one region; a pass over
+// the table then sums the sizes, and one over the pixels rejects. The plain instruction set labels pixel by pixel, the
+// others by runs: labels, tables and results are the same. The tables stay with the object: frames after the first
+// allocate nothing.
 //
 // Label 0 is the background, and a region that joins it is never rejected, whatever its size. A pixel joins it by
 // having nearly the value of a neighbour outside the range, or of one that the pass does not label: see the two forms.
@@ -10,12 +11,12 @@
 
 #include "image/Image.h"
 #include "stereo/KesUIntVector.h"
-#include "stereo/surface_bits.h"
+#include "stereo/SurfaceRuns.h"
+#include "stereo/SurfaceTables.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <vector>
 
 namespace kestrova {
 
@@ -47,17 +48,20 @@ public:
      * Column 0 counts down the image by itself, below the corner. Its pixels are never rejected there, and what
      * connects to one of them from column 1 is background.
      *
+     * @param rLabels  as large as the image; receives the labels as they were before any two became one, 0 for
+     *                 background, for pixels that do not take part, and for column 0 below the corner
      * @return the number of labels marked as rejected
      */
-    unsigned SegmentIntoRegions(Image<unsigned char>& rImage, double dDifference, std::uint8_t ucMinValue,
-                                std::uint8_t ucMaxValue, unsigned uMinSize, std::uint8_t ucInvalid);
+    unsigned SegmentIntoRegions(Image<unsigned char>& rImage, Image<unsigned int>& rLabels, double dDifference,
+                                std::uint8_t ucMinValue, std::uint8_t ucMaxValue, unsigned uMinSize,
+                                std::uint8_t ucInvalid);
 
     /**
      * As above for values in 1/256, with the difference in whole units; values below 0xFF00 take part. A margin of half
      * of uBorder, rounded up and at least 1, is neither labelled nor changed; what connects to it is background.
      */
-    unsigned SegmentIntoRegions(Image<unsigned short>& rImage, double dDifference, unsigned uMinSize,
-                                std::uint16_t uInvalid, unsigned uBorder);
+    unsigned SegmentIntoRegions(Image<unsigned short>& rImage, Image<unsigned int>& rLabels, double dDifference,
+                                unsigned uMinSize, std::uint16_t uInvalid, unsigned uBorder);
 
     /**
      * Sums the sizes of labels that are one region. Afterwards the table holds 0 for each label of a region of at least
@@ -69,35 +73,29 @@ public:
 
     /** Result of the last segmentation. */
     [[nodiscard]] unsigned regionCount() const { return m_nRegionCount; }
+    /** For each label of the last segmentation what compressLabels left. */
+    [[nodiscard]] const KesUIntVector& labelTable() const { return m_labelTable; }
+    [[nodiscard]] const KesUIntVector& sizeTable() const { return m_sizeTable; }
+    /** Kept for the next frame beside the label image, in bytes. */
+    [[nodiscard]] std::size_t bytes() const;
 
 private:
-    class Pass;
-
-    /** Pixels of a row that connect side by side. */
-    struct Run
-    {
-        int m_nRow;
-        int m_nBegin;
-        int m_nEnd;
-        unsigned m_nLabel;
-    };
-
-    /** 64 pixels of the row above: which have a label, and where runs begin. */
-    struct UpperRow
-    {
-        std::uint64_t m_uValid = 0;
-        std::uint64_t m_uStarts = 0;
-    };
-
+    /** Rows and columns whose pixels look at their left and their upper neighbours. */
     template<typename T>
-    unsigned reject(Pass& rPass, Image<T>& rImage, unsigned uMinSize, T invalid);
+    void label(const Image<T>& rImage, Image<unsigned int>& rLabels, const ImageROI& rInner,
+               const SurfaceRange<T>& rRange, SurfaceTables& rTables);
+    template<typename T>
+    void labelByRuns(const Image<T>& rImage, Image<unsigned int>& rLabels, const ImageROI& rInner,
+                     const SurfaceRange<T>& rRange, SurfaceTables& rTables);
+    template<typename T>
+    void rejectMarked(Image<T>& rImage, const Image<unsigned int>& rLabels, const ImageROI& rInner, T invalid);
+    unsigned compress(SurfaceTables& rTables, unsigned uMinSize);
 
     unsigned m_nRegionCount = 0;
     KesUIntVector m_labelTable; // for each label the one it was merged into, itself for a root
     KesUIntVector m_sizeTable;  // pixels of each label
-    std::vector<Run> m_runs;
-    std::vector<SurfaceBits> m_bits;
-    std::vector<UpperRow> m_upperRow;
+    SurfaceRuns m_runs;
+    bool m_bByRuns = false; // the form of the pass at work
 };
 
 } // namespace kestrova

@@ -24,6 +24,7 @@ public:
     [[nodiscard]] unsigned size() const { return m_nSize; }
     [[nodiscard]] unsigned capacity() const { return m_nCapacity; }
     [[nodiscard]] unsigned* data() { return m_pnData.get(); }
+    [[nodiscard]] const unsigned* data() const { return m_pnData.get(); }
     [[nodiscard]] unsigned& operator[](unsigned n) { return m_pnData[n]; }
 
 private:

@@ -8,6 +8,13 @@ namespace {
 
 constexpr unsigned sk_uReject = 0xFF00; // plus a code
 
+void prepareLabels(Image<unsigned int>& rLabels, const ImageDim& rDim)
+{
+    if (!(rLabels.size() == rDim)) {
+        rLabels = Image<unsigned int>(rDim);
+    }
+}
+
 /** Where the labels of the 8-bit image lie, and what a step of one disparity is there. */
 struct LabelScale
 {
@@ -39,12 +46,14 @@ bool validateSurfaces(StereoContext* pContext)
     if (r.m_bSubpixelInterpolation) {
         // The edge mask counts whether or not edge images were correlated.
         const int nBorder = r.m_nStereoMaskSize / 2 + r.m_nEdgeMaskSize / 2;
-        r.m_segmentContext.SegmentIntoRegions(r.m_disparityImage16, r.m_dSurfaceValidationDifference, uMinSize,
-                                              static_cast<std::uint16_t>(sk_uReject + r.m_ucSurfaceValidationMapping),
-                                              static_cast<unsigned>(nBorder));
+        prepareLabels(r.m_surfaceLabelImage, r.m_disparityImage16.size());
+        r.m_segmentContext.SegmentIntoRegions(
+            r.m_disparityImage16, r.m_surfaceLabelImage, r.m_dSurfaceValidationDifference, uMinSize,
+            static_cast<std::uint16_t>(sk_uReject + r.m_ucSurfaceValidationMapping), static_cast<unsigned>(nBorder));
     } else {
         const LabelScale scale = labelScale(r);
-        r.m_segmentContext.SegmentIntoRegions(r.m_disparityImage,
+        prepareLabels(r.m_surfaceLabelImage, r.m_disparityImage.size());
+        r.m_segmentContext.SegmentIntoRegions(r.m_disparityImage, r.m_surfaceLabelImage,
                                               r.m_dSurfaceValidationDifference * scale.m_dPerDisparity, scale.m_ucMin,
                                               scale.m_ucMax, uMinSize, r.m_ucSurfaceValidationMapping);
     }

@@ -1,5 +1,6 @@
 #include "stereo/surfaceValidation.h"
 
+#include "stereo/InstructionSet.h"
 #include "support/frames.h"
 
 #include <utility>
@@ -59,7 +60,7 @@ TEST(SegmentIntoRegions, MatchesSetsOfConnectedPixels)
         SCOPED_TRACE(testing::Message() << "seed " << uSeed);
         std::mt19937 random(uSeed);
         const auto below = [&](unsigned u) { return static_cast<unsigned>(random() % u); };
-        const int nRows = static_cast<int>(below(24)), nCols = static_cast<int>(below(45));
+        const int nRows = static_cast<int>(below(24)), nCols = static_cast<int>(below(uSeed % 8 == 0 ? 200 : 45));
         const unsigned uLevels = 2 + below(6), uMinSize = below(40), uBorder = below(9);
         const double dDifference = below(9) / 4.0;
         Bytes bytes(nRows, nCols), expected8(nRows, nCols);
@@ -75,11 +76,49 @@ TEST(SegmentIntoRegions, MatchesSetsOfConnectedPixels)
         rejectNaively<unsigned char>(expected8, static_cast<int>(dDifference + 0.5), 10, 240, uMinSize, 252, 0);
         rejectNaively<unsigned short>(expected16, static_cast<int>(dDifference * 256), 0, 0xFEFF, uMinSize, 0xFFFC,
                                       nMargin);
-        context.SegmentIntoRegions(bytes, dDifference, 10, 240, uMinSize, 252);
-        context.SegmentIntoRegions(words, dDifference, uMinSize, 0xFFFC, uBorder);
-        expectSame(expected8, bytes);
-        expectSame(expected16, words);
+        const auto run = [&](InstructionSet eSet, bool b16) {
+            forceInstructionSet(eSet);
+            Bytes result8(nRows, nCols);
+            Words result16(nRows, nCols);
+            result8.init(bytes);
+            result16.init(words);
+            auto labels = seededImage<unsigned int>(nRows, nCols, uSeed + static_cast<unsigned>(eSet));
+            if (b16) {
+                context.SegmentIntoRegions(result16, labels, dDifference, uMinSize, 0xFFFC, uBorder);
+                expectSame(expected16, result16);
+            } else {
+                context.SegmentIntoRegions(result8, labels, dDifference, 10, 240, uMinSize, 252);
+                expectSame(expected8, result8);
+            }
+            auto result = pixelsOf(labels); // and the tables
+            for (const KesUIntVector* p : {&context.labelTable(), &context.sizeTable()}) {
+                result.insert(result.end(), p->data(), p->data() + p->size());
+            }
+            result.push_back(context.regionCount());
+            return result;
+        };
+        for (const bool b16 : {false, true}) {
+            ASSERT_EQ(run(InstructionSet::Plain, b16), run(InstructionSet::Sse2, b16));
+        }
     }
+    forceInstructionSet(supportedInstructionSets().back());
+}
+
+// A pixel between two surfaces takes the lesser root; those before it, and their other neighbours, keep what they have.
+TEST(SegmentIntoRegions, LeavesLabelsAsTheyWereBeforeMerging)
+{
+    unsigned char aucImage[] = {5, 5, 9, 7, 9, 9, 3, 8, 9, 5, 9, 9, 9, 7, 8, 8, 9, 9, 9, 0, 9, 7, 8, 8};
+    const std::vector<unsigned> labels8 = {1, 1, 2, 3, 4, 4, 5, 6, 0, 1, 2, 2, 2, 8, 9, 6, 0, 0, 0, 0, 2, 8, 9, 6};
+    unsigned short ausImage[] = {5, 5, 5, 5, 5, 5, 7, 5, 6, 6, 9, 9, 7, 9, 9, 6, 6, 1, 4, 4, 4, 4, 4, 4};
+    const std::vector<unsigned> labels16 = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 2, 0, 0, 3, 3, 1, 1, 0, 0, 0, 0, 0, 0, 0};
+    KesSegmentContext context;
+    Bytes bytes(3, 8, aucImage);
+    Words words(4, 6, ausImage);
+    Image<unsigned int> labels(3, 8), innerLabels(4, 6);
+    context.SegmentIntoRegions(bytes, labels, 0, 1, 9, 0, 252);
+    context.SegmentIntoRegions(words, innerLabels, 0, 0, 0xFFFC, 2);
+    EXPECT_EQ(labels8, pixelsOf(labels));
+    EXPECT_EQ(labels16, pixelsOf(innerLabels));
 }
 
 enum Shape
@@ -132,6 +171,7 @@ TEST(ValidateSurfaces, KeepsSurfacesOfEnoughPixels)
             r.m_disparityImage16[nRow][nCol] = static_cast<unsigned short>(nValue * 256);
         }
         EXPECT_TRUE(validateSurfaces(&r));
+        EXPECT_EQ((ImageDim{120, 130}), StereoContext(r).m_surfaceLabelImage.size()); // copies of a context look at it
         const auto bytes = pixelsOf(r.m_disparityImage);
         const auto words = pixelsOf(r.m_disparityImage16);
         const int nRejected = rCase.bStands ? 0 : rCase.nPixels;
