@@ -15,4 +15,8 @@ struct Frames
 /** Disparity runs from a quarter to three quarters of nDisparities, down the rows and across the columns. */
 Frames makeFrames(int nRows, int nCols, int nDisparities);
 
+/** What a camera displaced along rows sees of the frames; pixels that none of the reference's covers stay the left
+ * ones. */
+cv::Mat displacedAlongRows(const Frames& rFrames);
+
 } // namespace bench
