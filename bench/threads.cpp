@@ -2,7 +2,8 @@
 // costs.
 //
 // Rounds go through all thread counts in turn; ratios are those of medians and, since other programs may hold a
-// processor for a while, of the shortest times. Argument: seconds for each comparison.
+// processor for a while, of the shortest times. Rounds are counted as undisturbed/all. Arguments: seconds for each
+// comparison, and "start" or "runs" for one part only.
 #include "Frames.h"
 #include "Rig.h"
 #include "SideBySide.h"
@@ -18,6 +19,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -36,33 +38,59 @@ using Work = std::function<void()>;
 constexpr std::array sk_anThreads{1, 2, 4};
 constexpr int sk_nMask = 11;
 
+std::size_t s_uCalm = 0; // rounds of the last comparison
+std::size_t s_uAll = 0;
+
 struct Times
 {
     double m_dMedian;
     double m_dShortest;
 };
 
-/** Milliseconds on the wall of every piece of work, all in turn, each after a pause. */
+/** Whether a thread other than this one wants a processor just now. */
+bool isDisturbed()
+{
+    std::ifstream load("/proc/loadavg");
+    std::string word;
+    load >> word >> word >> word >> word; // running/all
+    return load.good() && std::atoi(word.c_str()) > 1;
+}
+
+/**
+ * Milliseconds on the wall of every piece of work, all in turn, each after a pause. Rounds that other programs disturb
+ * do not count, unless there are hardly any others.
+ */
 std::vector<Times> wallTimes(const std::vector<Work>& rWorks, double dSeconds, std::chrono::microseconds pause = {})
 {
-    std::vector<std::vector<double>> times(rWorks.size());
-    const auto start = std::chrono::steady_clock::now();
-    const auto isOver = [&] {
-        return std::chrono::steady_clock::now() - start > std::chrono::duration<double>(dSeconds);
-    };
-    for (int nRound = -1; nRound < 20 || !isOver(); ++nRound) {
-        for (std::size_t u = 0; u < rWorks.size(); ++u) {
-            if (pause.count() > 0) {
+    constexpr std::size_t uEnough = 15;
+    std::vector<std::vector<double>> calm(rWorks.size());
+    std::vector<std::vector<double>> all(rWorks.size());
+    double dCalmSeconds = 0;
+    double dAllSeconds = 0;
+    for (int nRound = 0; (dCalmSeconds < dSeconds || calm[0].size() < uEnough) && dAllSeconds < 10 * dSeconds;
+         ++nRound) {
+        std::vector<double> round;
+        bool bCalm = !isDisturbed();
+        const double dMs = bench::millisecondsOf([&] {
+            for (const Work& rWork : rWorks) {
                 std::this_thread::sleep_for(pause);
+                round.push_back(bench::millisecondsOf(rWork));
+                bCalm = !isDisturbed() && bCalm;
             }
-            const double dTime = bench::millisecondsOf(rWorks[u]);
-            if (nRound >= 0) { // the first goes through cold memory
-                times[u].push_back(dTime);
+        });
+        dAllSeconds += 1e-3 * dMs;
+        dCalmSeconds += bCalm ? 1e-3 * dMs : 0;
+        for (std::size_t u = 0; u < rWorks.size() && nRound > 0; ++u) { // the first goes through cold memory
+            all[u].push_back(round[u]);
+            if (bCalm) {
+                calm[u].push_back(round[u]);
             }
         }
     }
+    s_uCalm = calm[0].size();
+    s_uAll = all[0].size();
     std::vector<Times> result;
-    for (const auto& rTimes : times) {
+    for (const auto& rTimes : s_uCalm < uEnough ? all : calm) {
         result.push_back({bench::median(rTimes), *std::min_element(rTimes.begin(), rTimes.end())});
     }
     return result;
@@ -160,7 +188,7 @@ void printRatios(const char* pszWork, const std::vector<Times>& rTimes)
                         rTimes[0].m_dShortest / rTimes[u].m_dShortest);
         }
     }
-    std::printf("\n");
+    std::printf("  %zu/%zu\n", s_uCalm, s_uAll);
 }
 
 void compareThreads(const Size& rSize, double dSeconds)
@@ -240,7 +268,8 @@ void compareStart(double dSeconds)
                     std::printf("    %6.1f (%6.1f)", 1e3 * (times[u].m_dMedian - times[0].m_dMedian),
                                 1e3 * (times[u].m_dShortest - times[0].m_dShortest));
                 }
-                std::printf("    %6.1f (%6.1f)\n", 1e3 * times.back().m_dMedian, 1e3 * times.back().m_dShortest);
+                std::printf("    %6.1f (%6.1f)  %zu/%zu\n", 1e3 * times.back().m_dMedian,
+                            1e3 * times.back().m_dShortest, s_uCalm, s_uAll);
             }
         }
     }
@@ -253,7 +282,13 @@ int main(int nArguments, char** apszArguments)
     const double dSeconds = nArguments > 1 ? std::atof(apszArguments[1]) : 2;
     std::printf("%u processors, %s\n", std::thread::hardware_concurrency(),
                 kestrova::nameOf(kestrova::instructionSet()));
-    compareStart(dSeconds);
+    const std::string part = nArguments > 2 ? apszArguments[2] : "";
+    if (part != "runs") {
+        compareStart(dSeconds);
+    }
+    if (part == "start") {
+        return 0;
+    }
     const Size sizes[] = {{240, 320, 32}, {480, 640, 64}, {960, 1280, 128}};
     for (const Size& rSize : sizes) {
         compareThreads(rSize, dSeconds);

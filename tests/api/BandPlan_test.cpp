@@ -35,6 +35,7 @@ void expectSamePixels(StereoContext& rContext, unsigned nThreads, int nRim, cons
     std::set<Pixel> asCut;
     std::set<Pixel> planned;
     std::size_t nPlanned = 0;
+    std::set<std::size_t> sizes; // of the bands that are asked
     for (const StereoContext& rWorker : workers) {
         if (rWorker.m_nROICount == 0) {
             continue; // is not asked
@@ -48,6 +49,7 @@ void expectSamePixels(StereoContext& rContext, unsigned nThreads, int nRim, cons
             ofBand.merge(pixelsOfRegion(rRegion, rContext.m_nRows, nRim));
         }
         nPlanned += ofBand.size();
+        sizes.insert(ofBand.size());
         planned.merge(ofBand);
     }
     EXPECT_TRUE(asCut == planned) << rWhat << ": " << asCut.size() << " and " << planned.size() << " pixels";
