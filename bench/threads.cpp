@@ -47,43 +47,54 @@ struct Times
     double m_dShortest;
 };
 
-/** Whether a thread other than this one wants a processor just now. */
-bool isDisturbed()
+/** Seconds that processors spent on anything but this program, ever, in steps of 10 ms. */
+double secondsOfOthers()
 {
-    std::ifstream load("/proc/loadavg");
+    std::ifstream stat("/proc/stat"); // cpu user nice system idle iowait irq softirq steal, in hundredths
     std::string word;
-    load >> word >> word >> word >> word; // running/all
-    return load.good() && std::atoi(word.c_str()) > 1;
+    stat >> word;
+    double dBusy = 0;
+    double dTime = 0;
+    for (int n = 0; n < 8 && stat >> dTime; ++n) {
+        dBusy += n == 3 || n == 4 ? 0 : dTime;
+    }
+    return 0.01 * dBusy - bench::processorSeconds();
 }
 
 /**
- * Milliseconds on the wall of every piece of work, all in turn, each after a pause. Rounds that other programs disturb
- * do not count, unless there are hardly any others.
+ * Milliseconds on the wall of every piece of work, all in turn, each after a pause. Rounds go by fifths of a second;
+ * those in which other programs took more than a twentieth do not count, unless there are hardly any others.
  */
 std::vector<Times> wallTimes(const std::vector<Work>& rWorks, double dSeconds, std::chrono::microseconds pause = {})
 {
+    using Rounds = std::vector<std::vector<double>>; // by work
     constexpr std::size_t uEnough = 15;
-    std::vector<std::vector<double>> calm(rWorks.size());
-    std::vector<std::vector<double>> all(rWorks.size());
+    const auto seconds = [start = std::chrono::steady_clock::now()] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    for (const Work& rWork : rWorks) {
+        rWork(); // through cold memory
+    }
+    Rounds calm(rWorks.size());
+    Rounds all(rWorks.size());
     double dCalmSeconds = 0;
-    double dAllSeconds = 0;
-    for (int nRound = 0; (dCalmSeconds < dSeconds || calm[0].size() < uEnough) && dAllSeconds < 10 * dSeconds;
-         ++nRound) {
-        std::vector<double> round;
-        bool bCalm = !isDisturbed();
-        const double dMs = bench::millisecondsOf([&] {
-            for (const Work& rWork : rWorks) {
+    while ((dCalmSeconds < dSeconds || calm[0].size() < uEnough) && seconds() < 10 * dSeconds) {
+        Rounds some(rWorks.size());
+        const double dStart = seconds();
+        const double dOthers = secondsOfOthers();
+        while (seconds() - dStart < 0.2) {
+            for (std::size_t u = 0; u < rWorks.size(); ++u) {
                 std::this_thread::sleep_for(pause);
-                round.push_back(bench::millisecondsOf(rWork));
-                bCalm = !isDisturbed() && bCalm;
+                some[u].push_back(bench::millisecondsOf(rWorks[u]));
             }
-        });
-        dAllSeconds += 1e-3 * dMs;
-        dCalmSeconds += bCalm ? 1e-3 * dMs : 0;
-        for (std::size_t u = 0; u < rWorks.size() && nRound > 0; ++u) { // the first goes through cold memory
-            all[u].push_back(round[u]);
+        }
+        const double dSpent = seconds() - dStart;
+        const bool bCalm = secondsOfOthers() - dOthers < 0.05 * dSpent + 0.011;
+        dCalmSeconds += bCalm ? dSpent : 0;
+        for (std::size_t u = 0; u < rWorks.size(); ++u) {
+            all[u].insert(all[u].end(), some[u].begin(), some[u].end());
             if (bCalm) {
-                calm[u].push_back(round[u]);
+                calm[u].insert(calm[u].end(), some[u].begin(), some[u].end());
             }
         }
     }
