@@ -65,4 +65,18 @@ Frames readFrames(int nRows, int nCols, const char* pszLeft, const char* pszRigh
     return {read(pszRight), read(pszLeft), {}};
 }
 
+cv::Mat displacedAlongRows(const Frames& rFrames)
+{
+    cv::Mat image = rFrames.m_left.clone();
+    for (int nRow = 0; nRow < image.rows; ++nRow) {
+        for (int nCol = 0; nCol < image.cols; ++nCol) {
+            const int nSeen = nRow + cvRound(rFrames.m_disparity.at<float>(nRow, nCol));
+            if (nSeen < image.rows) {
+                image.at<unsigned char>(nSeen, nCol) = rFrames.m_right.at<unsigned char>(nRow, nCol);
+            }
+        }
+    }
+    return image;
+}
+
 } // namespace bench

@@ -18,4 +18,8 @@ Frames makeFrames(int nRows, int nCols, int nDisparities);
 /** A rectified pair of files, brought to a size; its disparities are not known. */
 Frames readFrames(int nRows, int nCols, const char* pszLeft, const char* pszRight);
 
+/** What a camera displaced along rows sees of the frames; pixels that none of the reference's covers stay the left
+ * ones. */
+cv::Mat displacedAlongRows(const Frames& rFrames);
+
 } // namespace bench

@@ -26,26 +26,10 @@ using bench::Size;
 using Works = std::vector<std::function<void()>>;
 using Bytes = kestrova::Image<unsigned char>;
 
-/** What a camera displaced along rows sees of the frames; pixels that none of the reference's covers stay as they are.
- */
-cv::Mat displacedAlongRows(const bench::Frames& rFrames)
-{
-    cv::Mat image = rFrames.m_left.clone();
-    for (int nRow = 0; nRow < image.rows; ++nRow) {
-        for (int nCol = 0; nCol < image.cols; ++nCol) {
-            const int nSeen = nRow + cvRound(rFrames.m_disparity.at<float>(nRow, nCol));
-            if (nSeen < image.rows) {
-                image.at<unsigned char>(nSeen, nCol) = rFrames.m_right.at<unsigned char>(nRow, nCol);
-            }
-        }
-    }
-    return image;
-}
-
 struct Rig
 {
     Rig(const bench::Frames& rFrames, const Size& rSize, int nMask)
-        : m_aImages{edges(rFrames.m_right), edges(displacedAlongRows(rFrames)), edges(rFrames.m_left)}
+        : m_aImages{edges(rFrames.m_right), edges(bench::displacedAlongRows(rFrames)), edges(rFrames.m_left)}
     {
         m_context.m_nRows = rSize.m_nRows;
         m_context.m_nCols = rSize.m_nCols;

@@ -1,9 +1,12 @@
-// Which rows each band of a run computes, so that no two threads write the same row.
+// Which rows each band of a run computes: the same work for every thread, and no row from two.
 //
-// The two-camera correlator moves the top of a region inside the rim without making it lower, so the first band of a
-// frame reaches past its end into rows of the next one. The rows down to there are the first band's alone: others leave
-// them out, and what their regions had there it does as well. The image that results is that of the bands as they were
-// cut, since a pixel does not depend on where its region begins.
+// In the two-camera correlator a pixel does not depend on where its region begins or ends. So the regions of all bands
+// are laid together and shared out anew, by pixels, among the threads that are asked. Bands as they were cut would not
+// do: the rim makes the last one lower, and since the correlator moves the top of a region inside the rim without
+// making it lower, the first one would reach into rows of the next. Where regions overlap, the later band counts, as if
+// the bands had been done one after the other.
+//
+// The general correlator keeps a rim in every band and searches what has room below its first row: its bands stay.
 #pragma once
 
 #include "api/StereoContext.h"

@@ -5,6 +5,7 @@
 #include "stereo/surfaceValidation.h"
 #include "stereo/twoCameraStereo.h"
 
+#include <memory>
 #include <span>
 
 namespace kestrova {
@@ -87,10 +88,11 @@ int standardMultithreadedStereo(const BandPlan& rPlan, StereoContext& rWorkerCon
 
 ExecutorPool::SliceFunction bandsOf(const StereoContext& rContext, const ExecutorPool& rPool)
 {
-    return
-        [plan = BandPlan(rContext, rPool.size())](StereoContext& rWorker, StereoContext& rMain, boost::mutex& rMutex) {
-            return standardMultithreadedStereo(plan, rWorker, rMain, rMutex);
-        };
+    // Shared, since functions are copied on their way to the workers.
+    const auto pPlan = std::make_shared<const BandPlan>(rContext, rPool.size());
+    return [pPlan](StereoContext& rWorker, StereoContext& rMain, boost::mutex& rMutex) {
+        return standardMultithreadedStereo(*pPlan, rWorker, rMain, rMutex);
+    };
 }
 
 int standardValidate(StereoContext& rContext)

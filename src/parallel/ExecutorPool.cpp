@@ -37,9 +37,11 @@ bool ExecutorPool::isRunning() const
 void ExecutorPool::kickStart(const SliceFunction& rFunction, StereoContext& rMainContext)
 {
     m_pWorkerPool->wait();
-    m_pTask.reset(); // before the new one is made, so that its buffers are free again
     const unsigned nCount = size();
-    m_pTask = std::make_unique<Task>(rFunction, nCount, rMainContext);
+    if (m_pTask == nullptr) {
+        m_pTask = std::make_unique<Task>(nCount);
+    }
+    m_pTask->renew(rFunction, rMainContext);
     for (unsigned nIndex = 0; nIndex < nCount; ++nIndex) {
         m_pWorkerPool->schedule(boost::bind(&Task::runSubTaskOnExecutorIndex, m_pTask.get(), nIndex));
     }

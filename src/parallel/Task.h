@@ -5,6 +5,7 @@
 
 #include <boost/thread/condition_variable.hpp>
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -13,9 +14,14 @@ namespace kestrova {
 class ExecutorPool::Task
 {
 public:
-    Task(const SliceFunction& rFunction, unsigned nContextCount, StereoContext& rMainContext);
+    explicit Task(unsigned nContextCount);
 
-    /** Makes each context a copy of the main one, with the regions of its own band; those beyond the rows get none. */
+    /** Makes it another task, of which nothing has run. The contexts are kept, to be written over. */
+    void renew(const SliceFunction& rFunction, StereoContext& rMainContext);
+
+    /**
+     * Makes each context a copy of the main one, with the regions of its own band; those beyond the rows become as new.
+     */
     static void initThreadContexts(StereoContext* pContexts, unsigned nCount, const StereoContext& rMainContext);
     /** Runs one slice, if it has regions, and counts it as done. */
     static void runSubTaskOnExecutorIndex(Task* pTask, unsigned nIndex);
@@ -26,16 +32,22 @@ public:
     [[nodiscard]] int result() const;
 
 private:
+    /**
+     * Waits for the slices without sleeping, but not for long: bands are of equal work, so the last one often ends
+     * sooner than a sleeping thread could be woken.
+     */
+    void lookForCompletion() const;
+
     SliceFunction m_function;
     std::unique_ptr<StereoContext[]> m_pThreadContexts;
-    std::vector<int> m_results;    // by slice
-    int m_nEndResult = 0;          // 0 until the end function has run
-    StereoContext* m_pMainContext; // borrowed
+    std::vector<int> m_results;              // by slice
+    int m_nEndResult = 0;                    // 0 until the end function has run
+    StereoContext* m_pMainContext = nullptr; // borrowed
     unsigned m_nContextCount;
     boost::mutex m_sliceMutex;      // for the slice functions; guards nothing here
-    boost::mutex m_completionMutex; // guards m_nCompletedCount
+    boost::mutex m_completionMutex; // guards the counting up of m_nCompletedCount
     boost::condition_variable_any m_completionCondition;
-    unsigned m_nCompletedCount = 0;
+    std::atomic<unsigned> m_nCompletedCount{0}; // looked at without the lock as well
 };
 
 } // namespace kestrova

@@ -62,8 +62,10 @@ void worker_thread::run(const boost::shared_ptr<boost::barrier>& pStarted)
 
 void pool_core::schedule(const pool_function& rFunction)
 {
-    const monitor_lock lock(m_monitor);
-    m_queue.push(rFunction);
+    {
+        const monitor_lock lock(m_monitor);
+        m_queue.push(rFunction);
+    } // first, so that the worker does not wake up only to wait for the lock
     m_taskOrTerminate.notify_one();
 }
 
@@ -96,8 +98,9 @@ bool pool_core::runNext()
             return false;
         }
         while (m_queue.empty()) {
-            --m_nActiveWorkers;
-            m_workerIdle.notify_all();
+            if (--m_nActiveWorkers == 0) { // whoever waits for idleness waits for that
+                m_workerIdle.notify_all();
+            }
             m_taskOrTerminate.wait(lock);
             ++m_nActiveWorkers;
             if (m_nWorkers > m_nTargetWorkers) {

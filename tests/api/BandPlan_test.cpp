@@ -1,4 +1,4 @@
-// Bands write what they would have written as they were cut, and no pixel from two threads.
+// Bands write what they would have written as they were cut, in equal shares and no pixel from two threads.
 #include "api/BandPlan.h"
 
 #include "parallel/Task.h"
@@ -35,6 +35,7 @@ void expectSamePixels(StereoContext& rContext, unsigned nThreads, int nRim, cons
     std::set<Pixel> asCut;
     std::set<Pixel> planned;
     std::size_t nPlanned = 0;
+    std::set<std::size_t> sizes; // of the bands that are asked
     for (const StereoContext& rWorker : workers) {
         if (rWorker.m_nROICount == 0) {
             continue; // is not asked
@@ -48,10 +49,14 @@ void expectSamePixels(StereoContext& rContext, unsigned nThreads, int nRim, cons
             ofBand.merge(pixelsOfRegion(rRegion, rContext.m_nRows, nRim));
         }
         nPlanned += ofBand.size();
+        sizes.insert(ofBand.size());
         planned.merge(ofBand);
     }
     EXPECT_TRUE(asCut == planned) << rWhat << ": " << asCut.size() << " and " << planned.size() << " pixels";
     EXPECT_EQ(nPlanned, planned.size()) << rWhat << ": a pixel from two bands";
+    // Rows are not cut: one more or less, of all regions that may lie side by side.
+    const std::size_t uRow = 2 * 8 * static_cast<std::size_t>(std::max(rContext.m_nROICount, 1));
+    EXPECT_TRUE(sizes.empty() || *sizes.rbegin() - *sizes.begin() <= uRow) << rWhat << ": unequal bands";
 }
 
 } // namespace
