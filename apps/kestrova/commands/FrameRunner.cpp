@@ -4,6 +4,7 @@
 #include "basics/Units.h"
 #include "cameras/CalibrationText.h"
 #include "commands/RunTruth.h"
+#include "outputs/DisparityCodes.h"
 #include "outputs/FrameSummary.h"
 #include "outputs/LeftView.h"
 #include "outputs/Report.h"
