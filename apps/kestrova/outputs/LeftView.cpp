@@ -30,10 +30,26 @@ static std::vector<float> fartherNeighbours(const cv::Mat1f& rRow)
     return neighbours;
 }
 
+// Where disparity rises by one step between two neighbours of the right image, a slope, nothing goes to the column
+// between their places. They tell the disparity there, in 256ths as all others are. A rejected pixel between them would
+// have kept them one column further apart.
+static void closeSlopes(cv::Mat1f row)
+{
+    const cv::Mat1f before = row.clone();
+    for (int nCol = 1; nCol + 1 < row.cols; ++nCol) {
+        const float fFirst = before(0, nCol - 1);
+        const float fSecond = before(0, nCol + 1);
+        if (!std::isfinite(before(0, nCol)) && std::isfinite(fFirst) && std::isfinite(fSecond) &&
+            std::lround(fSecond) == std::lround(fFirst) + 1)
+            row(0, nCol) = std::round(128.0f * (fFirst + fSecond)) / 256.0f;
+    }
+}
+
 DisparityMap mapFromLeft(const DisparityMap& rRightView)
 {
     DisparityMap left{toLeftView(rRightView.m_pixels), cv::Mat1b(rRightView.m_reject.size(), uchar(0))};
     for (int nRow = 0; nRow < left.m_pixels.rows; ++nRow) {
+        closeSlopes(left.m_pixels.row(nRow));
         const std::vector<float> neighbours = fartherNeighbours(left.m_pixels.row(nRow));
         for (int nCol = 0; nCol < left.m_pixels.cols; ++nCol) {
             if (std::isfinite(left.m_pixels(nRow, nCol)))

@@ -51,13 +51,13 @@ const std::vector<Preset>& allPresets();
 struct SettingWishes
 {
     std::map<std::string, std::string> m_values; // by name of the setting
-    std::optional<std::string> m_preset = {};    // m_values win over it
     std::vector<int> m_anDisparity = {};         // minimum, maximum
-    DepthRange m_depth = {};                     // another way to say the disparity
     std::vector<int> m_anMapping = {};
     std::vector<std::tuple<int, int, int, int>> m_regions = {}; // row, column, rows, columns
     std::optional<std::string> m_resolution = {};               // of the rectified images
     std::optional<int> m_threads = {};
+    DepthRange m_depth = {};                  // another way to say the disparity
+    std::optional<std::string> m_preset = {}; // m_values win over it
 };
 
 /// Throws AppError that names the option and its range when the library refuses a value.
