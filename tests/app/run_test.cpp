@@ -143,7 +143,7 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
     }
     // Seen from the left, what lies beside the block is hidden from the right camera.
     const cv::Mat1b reasons = cv::imread((m_folder / "left/f 10/reason_codes_left.png").string(), cv::IMREAD_UNCHANGED);
-    EXPECT_EQ(reasons(60, 71), static_cast<int>(Reject::Hidden));
+    EXPECT_GT(cv::countNonZero(reasons(cv::Rect(66, 40, 12, 40)) == static_cast<int>(Reject::Hidden)), 120);
     EXPECT_FALSE(exists(m_folder / "left/f 8/disparity8_pixels_offset0.png"));
     EXPECT_TRUE(exists(m_folder / "right/f 8/disparity8_pixels_offset0.png"));
 }
@@ -186,7 +186,7 @@ TEST_F(Batch, WhatIsWrongIsSaidInALineWithItsStatus)
     std::ofstream(m_folder / "bad.txt") << "r/a.png l/a.png\nr/b.png\n";
     std::ofstream(m_folder / "many.txt") << "r/a.png l/a.png x y\n";
     std::ofstream(m_folder / "mixed.txt") << "r/a.png l/a.png\nr/a.png - l/a.png\n";
-    std::ofstream(m_folder / "gone.txt") << "'#'\n"
+    std::ofstream(m_folder / "gone.txt") << "#\n"
                                          << "\"r/f 8.png\" l/none.png\n";
     std::ofstream(m_folder / "twice.txt") << "r/a.png l/a.png\nr/a.png l/b.png\n";
     std::ofstream(m_folder / "keep.txt")
@@ -200,7 +200,7 @@ TEST_F(Batch, WhatIsWrongIsSaidInALineWithItsStatus)
     const std::string metres = " --focal 200 --baseline 10cm";
     const auto left = [](const char* pszName) { return std::string("--right 'r/f 8.png' --left l/") + pszName; };
     const std::tuple<std::string, const char*, ExitStatus> aBad[] = {
-        {"--right 'r/*.png' --left 'l/f*.png' --top 'l/f ?.png'" + to, "'f 10.png'", ExitStatus::Content},
+        {"--right 'r/*.png' --left 'l/f*.png' --top 'l/f ?.png'" + to, "--top 2: r/f 10.png is", ExitStatus::Content},
         {"--right 'r/*.png' --left 'q/*.png'" + to, "--left: 'q/*.png' matches no file", ExitStatus::File},
         {"--right r/*.png --left l/f*.png" + to, "in quotes", ExitStatus::Usage},
         {"--right r --left l" + to, "'r/*.png'", ExitStatus::File},
