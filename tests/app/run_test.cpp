@@ -3,6 +3,7 @@
 #include "basics/AppError.h"
 #include "basics/FileGlob.h"
 #include "basics/Json.h"
+#include "outputs/DisparityCodes.h"
 #include "outputs/LeftView.h"
 
 #include <gmock/gmock.h>
@@ -171,6 +172,10 @@ TEST_F(Batch, ShardsPatternsAndPresetsLeadToTheSameFiles)
     EXPECT_EQ(filesIn("dense"), filesIn("named"));
     EXPECT_EQ(filesIn("trusted"), filesIn("one"));
     EXPECT_NE(filesIn("dense"), filesIn("one"));
+    const std::string metres = " --focal 200 --baseline 10cm";
+    EXPECT_EQ(call("run --list list.txt --rectified --out npy --disparity 4 16 --to px" + metres).m_nStatus, 0);
+    EXPECT_EQ(call("run --list list.txt --rectified --out npy --near 1.3m --far 4.5m --to m" + metres).m_nStatus, 0);
+    EXPECT_EQ(filesIn("px"), filesIn("m")); // 20 / 4.5 down, 20 / 1.3 up
     for (const char* pszSide : {"r", "l"}) {
         cv::Mat wide;
         readGrey(m_folder / pszSide / "f 8.png").convertTo(wide, CV_16U, 16);
@@ -303,6 +308,19 @@ TEST(LeftView, PlacesWithoutAPixelHaveTheReasonOfTheSurfaceBehind)
         mapFromLeft({(cv::Mat1f(1, 5) << 0.25f, 1.25f, 1.0f, sk_fNone, sk_fNone), cv::Mat1b(1, 5, uchar(1))});
     EXPECT_THAT(std::vector<float>(slope.m_pixels.begin(), slope.m_pixels.end()),
                 ElementsAre(0.25f, 0.75f, 1.25f, 1.0f, sk_fNone));
+}
+
+TEST(DisparityCodes, EndsOfTheirRanges)
+{
+    DisparityMap map{(cv::Mat1f(1, 6) << 0.0f, 8.0f, 31.5f, 255.75f, sk_fNone, sk_fNone), cv::Mat1b(1, 6, uchar(0))};
+    map.m_reject(0, 4) = static_cast<unsigned char>(Reject::BackForth);
+    map.m_reject(0, 5) = static_cast<unsigned char>(Reject::Outside);
+    const auto values = [](const cv::Mat1w& rCodes) { return std::vector<int>(rCodes.begin(), rCodes.end()); };
+    EXPECT_THAT(values(kittiCodes(map, 256)), ElementsAre(1, 2048, 8064, 65472, 0, 0));
+    EXPECT_THAT(values(kittiCodes(map, 3)), ElementsAre(1, 24, 95, 767, 0, 0));
+    EXPECT_THAT(values(depthMillimetres(map, 525.0)), ElementsAre(0, 0, 16667, 2053, 0, 0)); // 65.625 m is too far
+    EXPECT_THAT(values(nativeCodes(map, 0, {})), ElementsAre(0, 2048, 8064, 65472, 0xFFFB, 0xFFFD));
+    EXPECT_TRUE(fitsKitti({0, 256}, 256) && !fitsKitti({0, 257}, 256) && fitsKitti({0, 512}, 128));
 }
 
 TEST(Json, HoldsWhateverAFileNameHolds)

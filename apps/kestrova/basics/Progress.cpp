@@ -17,7 +17,7 @@ void Progress::done(std::size_t uFrames)
 {
     const Clock::time_point now = Clock::now();
     const bool bOften = now - m_last < std::chrono::milliseconds(100) && uFrames < m_uAll;
-    if (!m_bTerminal || bOften || uFrames == 0)
+    if (!m_bTerminal || bOften || uFrames == 0 || uFrames > m_uAll)
         return;
     m_last = now;
     const double dRate = static_cast<double>(uFrames) / seconds();
