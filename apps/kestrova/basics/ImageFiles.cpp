@@ -81,9 +81,12 @@ cv::Mat1b readGrey(const fs::path& rFile)
     return readImage(rFile, cv::IMREAD_GRAYSCALE);
 }
 
-cv::Mat3b readColour(const fs::path& rFile)
+cv::Mat3b readColour(const fs::path& rFile, std::optional<int> bits)
 {
-    const cv::Mat3b image = readImage(rFile, cv::IMREAD_COLOR);
+    cv::Mat stored = readImage(rFile, cv::IMREAD_COLOR | cv::IMREAD_ANYDEPTH);
+    if (stored.depth() == CV_16U)
+        stored.convertTo(stored, CV_8U, 256.0 / (1 << bits.value_or(16)));
+    const cv::Mat3b image = stored;
     const bool bGrey =
         std::all_of(image.begin(), image.end(), [](const cv::Vec3b& r) { return r[0] == r[1] && r[1] == r[2]; });
     return bGrey ? cv::Mat3b() : image;

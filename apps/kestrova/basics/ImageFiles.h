@@ -15,8 +15,8 @@ void writeText(const std::filesystem::path& rFile, const std::string& rText);
 /// Any image file as grey; of 16 bits the upper 8. Throws AppError that names the file.
 cv::Mat1b readGrey(const std::filesystem::path& rFile);
 
-/// The same file in colour, or an empty image if it has none.
-cv::Mat3b readColour(const std::filesystem::path& rFile);
+/// The same file in colour, or an empty image if it has none. Of 16 bits the camera fills the given number, else all.
+cv::Mat3b readColour(const std::filesystem::path& rFile, std::optional<int> bits = {});
 
 /// A frame of 8 bits, or of 16 of which the camera fills the given number from below. Without a number a frame that is
 /// dark for 16 bits is refused: it may be bright for 10 or 12.

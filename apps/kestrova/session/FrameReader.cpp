@@ -21,7 +21,7 @@ Frames FrameReader::readFiles(const FrameNames& rNames)
                            ExitStatus::Content);
     }
     if (m_wishes.m_bColour)
-        frames.m_colour = readColour(rRight);
+        frames.m_colour = readColour(rRight, m_wishes.m_bits);
     const cv::Size size = frames.m_grey.at(KestrovaCamRight).size();
     if (m_size && size != *m_size)
         throw AppError(rRight.string() + line(": has another size than the frames before, %dx%d and %dx%d; run each "
