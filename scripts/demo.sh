@@ -4,7 +4,7 @@
 #   scripts/demo.sh [OPTIONS OF kestrova demo]   renders a scene, calibrates, matches, compares with the truth
 #   scripts/demo.sh --photos                     a real pair of photographs, beside a block matcher
 #
-# Pictures and clouds go to demo-out/ (or where --out says).
+# Pictures and clouds go to demo-out/ (or where --to says).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -37,7 +37,7 @@ run_photos() {
     echo "== uniqueness threshold $threshold =="
     "$program" run --rectified --resize 640x480 --right "$data/aloeR.jpg" --left "$data/aloeL.jpg" \
       --truth "$data/aloeGT.png" --truth-view left --compare-bm --uniqueness-threshold "$threshold" \
-      --out "$out/uniqueness-$threshold"
+      --to "$out/uniqueness-$threshold"
   done
 }
 

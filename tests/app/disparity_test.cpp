@@ -22,7 +22,7 @@ TEST(PixelMask, ReadsBothFormsWithOffsetMappingAndReasons)
     EXPECT_THAT(std::vector<float>(map.m_pixels.begin() + 3, map.m_pixels.end()), testing::Each(sk_fNone));
     EXPECT_THAT(std::vector<int>(map.m_reject.begin(), map.m_reject.end()), // the last code is nobody's
                 testing::ElementsAre(0, 0, 0, 1, 2, 3, 4, 5, 3));
-    EXPECT_THAT(map.count(), testing::ElementsAre(3, 1, 1, 2, 1, 1, 0));
+    EXPECT_THAT(map.count(), testing::ElementsAre(3, 1, 1, 2, 1, 1, 0, 0));
 
     const cv::Mat1b bytes = (cv::Mat1b(1, 4) << 10, 100, 255, 253);
     const DisparityMap plain = readDisparity8(bytes, {30.0, 1.0, 0}, {});

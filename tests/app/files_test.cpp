@@ -21,12 +21,13 @@ TEST(CloudWriter, WritesWhatReadersOfTheHeadersExpect)
     const auto bytes = [](const std::vector<float>& rFloats) {
         return std::string(reinterpret_cast<const char*>(rFloats.data()), rFloats.size() * sizeof(float));
     };
-    writeCloud(folder / "c.ply", {{{1.5f, -2.0f, 3.25f}, {10, 255, 0}}}, "a\ntest");
+    writeCloud(folder / "c.ply", {{{1.5f, -2.0f, 3.25f}, {10, 255, 0}, 7.5f}}, "a\ntest");
     EXPECT_EQ(slurp(folder / "c.ply"), "ply\nformat binary_little_endian 1.0\n"
                                        "comment frame=right_rectified_optical, unit=m, source=a?test\n"
                                        "element vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
-                                       "property uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n" +
-                                           bytes({1.5f, -2.0f, 3.25f}) + std::string("\x0A\xFF\0", 3));
+                                       "property uchar red\nproperty uchar green\nproperty uchar blue\n"
+                                       "property float disparity\nend_header\n" +
+                                           bytes({1.5f, -2.0f, 3.25f}) + std::string("\x0A\xFF\0", 3) + bytes({7.5f}));
     const float fNone = std::numeric_limits<float>::infinity();
     writePfm(folder / "d.pfm", (cv::Mat1f(2, 3) << 1, 2, 3, 4, 5, fNone)); // rows run upward
     EXPECT_EQ(slurp(folder / "d.pfm"), "Pf\n3 2\n-1.0\n" + bytes({4, 5, fNone, 1, 2, 3}));

@@ -11,7 +11,7 @@ using testing::ElementsAre, testing::HasSubstr, testing::Lt, testing::Not;
 
 TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
 {
-    const Outcome demo = call("demo --out demo --size 320x240 --seed 3 --quality enhanced");
+    const Outcome demo = call("demo --to demo --size 320x240 --seed 3 --quality enhanced");
     ASSERT_EQ(demo.m_nStatus, 0) << demo.m_error;
     EXPECT_THAT(demo.m_out, AllOf(HasSubstr(slurp(m_folder / "demo/report.txt")), Not(HasSubstr("NOT MET"))));
 
@@ -37,12 +37,12 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     const std::string right = "run --right demo/raw_right.png ";
     const std::string pair = right + "--left demo/raw_left.png ";
     const std::string frames = pair + "--calibration demo/calibration.txt ";
-    const Outcome run = call(frames + "--out again --quality enhanced --planes 2");
+    const Outcome run = call(frames + "--out all --to again --quality enhanced --planes 2");
     ASSERT_EQ(run.m_nStatus, 0) << run.m_error;
-    for (const char* pszName :
-         {"raw_right.png", "raw_left.png", "rectified_right.png", "rectified_left.png", "edge_right.png",
-          "edge_left.png", "side_by_side.png", "disparity16_256ths_offset0.png", "disparity8_pixels_offset0.png",
-          "disparity16_colour.png", "disparity8_colour.png", "disparity_pixels.pfm"}) {
+    for (const char* pszName : {"raw_right.png", "raw_left.png", "rectified_right.png", "rectified_left.png",
+                                "edge_right.png", "edge_left.png", "side_by_side.png", "disparity16_256ths_offset0.png",
+                                "disparity8_pixels_offset0.png", "disparity_colour.png", "disparity8_colour.png",
+                                "disparity.pfm", "disparity.npy", "depth_mm.png", "reason_codes.png"}) {
         const std::string before = slurp(m_folder / "demo" / pszName);
         ASSERT_GT(before.size(), 3000u) << pszName;
         EXPECT_EQ(slurp(m_folder / "again" / pszName), before) << pszName;
@@ -80,28 +80,28 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
 
     // Bad wishes: one line that names what is wrong, the documented status, and no folder.
     const std::tuple<std::string, const char*, ExitStatus> aBad[] = {
-        {frames + "--out x --stereo-mask 24", "--stereo-mask", ExitStatus::Usage},
-        {frames + "--out x --planes 101", "--planes", ExitStatus::Usage},
-        {pair + "--rectified --out x --planes 1", "--focal", ExitStatus::Usage},
-        {frames + "--out x --no-such-option", "--no-such-option", ExitStatus::Usage},
-        {frames + "--out x --quality best", "standard, enhanced", ExitStatus::Usage},
-        {right + "--calibration demo/calibration.txt --out x", "--left, --top", ExitStatus::Usage},
-        {right + "--top demo/raw_left.png --calibration demo/calibration.txt --out x", "one above the other",
+        {frames + "--to x --stereo-mask 24", "--stereo-mask", ExitStatus::Usage},
+        {frames + "--to x --planes 101", "--planes", ExitStatus::Usage},
+        {pair + "--rectified --to x --planes 1", "--focal", ExitStatus::Usage},
+        {frames + "--to x --no-such-option", "--no-such-option", ExitStatus::Usage},
+        {frames + "--to x --quality best", "standard, enhanced", ExitStatus::Usage},
+        {right + "--calibration demo/calibration.txt --to x", "--left, --top", ExitStatus::Usage},
+        {right + "--top demo/raw_left.png --calibration demo/calibration.txt --to x", "one above the other",
          ExitStatus::Content},
-        {frames + "--top demo/side_by_side.png --out x", "side_by_side", ExitStatus::Content},
-        {"demo --cameras three --out x", "--cameras", ExitStatus::Usage},
-        {frames + "--out x --resolution 1284x963", "1280", ExitStatus::Usage},
-        {frames + "--out x --resize 9000x9", "--resize", ExitStatus::Usage},
-        {frames + "--out x --rectify off --resize 160x120", "160x120", ExitStatus::Failed},
-        {frames + "--out x --rectified", "--rectified", ExitStatus::Usage},
-        {frames + "--out x/y --region 240 0 5 5", "--region", ExitStatus::Usage},
-        {frames + "--out ''", "--out", ExitStatus::Usage},
-        {frames + "--out way", "report.txt: is a folder", ExitStatus::File},
-        {pair + "--calibration demo/report.txt --out x", "VERSION", ExitStatus::Content},
-        {pair + "--rectified --out x --focal 9 --baseline 12", "--baseline", ExitStatus::Usage},
-        {right + "--left cut.png --rectified --out x", "cut.png", ExitStatus::Content},
-        {right + "--left demo/side_by_side.png --rectified --out x", "side_by_side", ExitStatus::Content},
-        {"demo --size 640x400 --out x", "--size", ExitStatus::Usage},
+        {frames + "--top demo/side_by_side.png --to x", "side_by_side", ExitStatus::Content},
+        {"demo --cameras three --to x", "--cameras", ExitStatus::Usage},
+        {frames + "--to x --resolution 1284x963", "1280", ExitStatus::Usage},
+        {frames + "--to x --resize 9000x9", "--resize", ExitStatus::Usage},
+        {frames + "--to x --rectify off --resize 160x120", "160x120", ExitStatus::Failed},
+        {frames + "--to x --rectified", "--rectified", ExitStatus::Usage},
+        {frames + "--to x/y --region 240 0 5 5", "--region", ExitStatus::Usage},
+        {frames + "--to ''", "--to", ExitStatus::Usage},
+        {frames + "--out text --to way", "report.txt: is a folder", ExitStatus::File},
+        {pair + "--calibration demo/report.txt --to x", "VERSION", ExitStatus::Content},
+        {pair + "--rectified --to x --focal 9 --baseline 12", "--baseline", ExitStatus::Usage},
+        {right + "--left cut.png --rectified --to x", "cut.png", ExitStatus::Content},
+        {right + "--left demo/side_by_side.png --rectified --to x", "side_by_side", ExitStatus::Content},
+        {"demo --size 640x400 --to x", "--size", ExitStatus::Usage},
         {"info none.txt", "none.txt", ExitStatus::File},
         {"info cut.pgm", "cut.pgm", ExitStatus::Content},
         {"info again/raw_left.pgm --write x", "--write", ExitStatus::Usage},
@@ -123,14 +123,14 @@ static long countColoured(const std::string& rCloud)
 {
     const std::string end = "end_header\n";
     long nColoured = 0;
-    for (std::size_t n = rCloud.find(end) + end.size(); n + 15 <= rCloud.size(); n += 15)
+    for (std::size_t n = rCloud.find(end) + end.size(); n + 19 <= rCloud.size(); n += 19)
         nColoured += rCloud[n + 12] != rCloud[n + 13] || rCloud[n + 13] != rCloud[n + 14];
     return nColoured;
 }
 
 TEST_F(Program, ThreeCamerasColoursAndQualities)
 {
-    const Outcome demo = call("demo --out demo --cameras l --size 320x240");
+    const Outcome demo = call("demo --to demo --cameras l --size 320x240");
     ASSERT_EQ(demo.m_nStatus, 0) << demo.m_error;
     const std::size_t nUnrejected = demo.m_out.find("no match rejected");
     ASSERT_NE(nUnrejected, std::string::npos);
@@ -138,7 +138,7 @@ TEST_F(Program, ThreeCamerasColoursAndQualities)
     EXPECT_GT(countColoured(slurp(m_folder / "demo/cloud.ply")), 20000);
 
     // The pictures of the demo are enough for the same again: in colour or grey, three cameras or two of them.
-    const std::string given = " --calibration demo/calibration.txt --out ";
+    const std::string given = " --calibration demo/calibration.txt --out all --to ";
     const std::string top = " --top demo/raw_top.png";
     const std::string left = " --left demo/raw_left.png";
     for (const std::string& rRest : {left + top + given + "l", top + given + "top", left + given + "left"}) {
@@ -186,7 +186,7 @@ TEST_F(Program, RectifiedFramesOfAnotherShapeWithATruth)
     for (const std::string view : {"left", "right"}) {
         writeImage(m_folder / "t.png", view == "left" ? leftTruth : rightTruth);
         const Outcome run =
-            call("run --rectified --right r.png --left l.png --out o --disparity 0 40 --truth t.png --truth-scale 0.5 "
+            call("run --rectified --right r.png --left l.png --to o --disparity 0 40 --truth t.png --truth-scale 0.5 "
                  "--compare-bm --compare-uniqueness 0.8 --focal 300 --baseline 10cm --truth-view " +
                  view);
         ASSERT_EQ(run.m_nStatus, 0) << run.m_error;
@@ -203,7 +203,7 @@ TEST_F(Program, RectifiedFramesOfAnotherShapeWithATruth)
         }
         EXPECT_TRUE(exists(m_folder / "o/cloud.ply") && exists(m_folder / "o/calibration.txt"));
     }
-    const Outcome plain = call("run --rectified --right r.png --left l.png --out p --resize 320x240");
+    const Outcome plain = call("run --rectified --right r.png --left l.png --to p --resize 320x240");
     EXPECT_THAT(plain.m_out, AllOf(HasSubstr("no cloud"), HasSubstr("focal length and baseline not given")));
     EXPECT_EQ(plain.m_out.find("set into"), plain.m_out.rfind("set into")); // said once
     EXPECT_FALSE(exists(m_folder / "p/cloud.ply"));

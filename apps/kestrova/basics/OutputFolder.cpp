@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 OutputFolder::OutputFolder(fs::path target)
 {
     if (target.empty())
-        throw AppError("--out: needs the name of a folder", ExitStatus::Usage);
+        throw AppError("--to: needs the name of a folder", ExitStatus::Usage);
     m_target = fs::absolute(target).lexically_normal();
     if (!m_target.has_filename()) // a trailing slash
         m_target = m_target.parent_path();

@@ -12,8 +12,10 @@ void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
 
-/// One option of the command for each row of the table of settings.
+/// One option of the command for each row of the table of settings, and the presets.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
+/// Range, resolution, regions and threads, for frames of any camera.
+void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes);
 void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes);
 
 } // namespace kestrova::app

@@ -6,9 +6,9 @@
 #include "basics/Units.h"
 #include "cameras/RigBuilder.h"
 #include "commands/Commands.h"
+#include "commands/RunOutputs.h"
 #include "demo/Furrows.h"
 #include "outputs/Report.h"
-#include "session/FrameFit.h"
 
 #include <cstdio>
 
@@ -16,7 +16,7 @@ namespace kestrova::app {
 
 struct DemoOptions
 {
-    std::string m_out = "demo-out";
+    std::string m_to = "demo-out";
     std::string m_size = "640x480";
     std::uint32_t m_uSeed = 1;
     std::string m_cameras = "pair";
@@ -27,6 +27,10 @@ struct DemoOptions
 static constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
 static constexpr double sk_dNoise = 1.2;     // grey levels
 static constexpr double sk_dWorstFit = 0.05; // pixels
+
+// All but the library's own records: its images may be those of a later run by now.
+static constexpr const char* sk_pszOutputs =
+    "disparity.pfm,npy,kitti16,native16,depth-mm,cloud.ply,colour,reason,images,disparity8,text";
 
 static cv::Size demoSize(const std::string& rText)
 {
@@ -125,7 +129,7 @@ static std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& 
 static void runDemo(const DemoOptions& rOptions)
 {
     const cv::Size size = demoSize(rOptions.m_size);
-    OutputFolder folder(rOptions.m_out);
+    OutputFolder folder(rOptions.m_to);
     const CameraSet set = exampleCameraSet(size, sk_cameraSets.at(rOptions.m_cameras));
     const Rig rig = calibrate(set, size);
     const RectificationPlan& plan = rig.m_plan;
@@ -153,18 +157,18 @@ static void runDemo(const DemoOptions& rOptions)
         const CameraSet pair = withoutTop(set);
         report += compareWithPair(runPairAndL(session, frames, rOptions.m_settings), truth, truthOf(scene, pair, plan));
     }
-    writeResult(folder, result, "kestrova demo");
+    const OutputJob job{folder, session, result, "kestrova demo", 256, [&] { return report; }};
+    chooseOutputs(sk_pszOutputs, true, false).write(job);
     writeImage(folder.file("raw_right_colour.png"), frames.m_colour);
-    writeText(folder.file("report.txt"), report);
     folder.commit();
-    std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_out.c_str());
+    std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_to.c_str());
 }
 
 void addDemoCommand(CLI::App& rProgram)
 {
     auto pOptions = std::make_shared<DemoOptions>();
     CLI::App* pCommand = rProgram.add_subcommand("demo", "Shows the whole road on a made-up room with known distances");
-    pCommand->add_option("--out", pOptions->m_out, "folder for images, calibration, cloud and report")
+    pCommand->add_option("--to", pOptions->m_to, "folder for images, calibration, cloud and report")
         ->capture_default_str();
     pCommand->add_option("--size", pOptions->m_size, "size of the frames: 4 by 3, 320x240 to 1280x960")
         ->capture_default_str();

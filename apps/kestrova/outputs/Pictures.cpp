@@ -12,15 +12,23 @@ struct RejectStyle
 {
     const char* m_pszName;
     unsigned char m_ucGrey;
+    std::array<unsigned char, 3> m_aucColour; // blue, green, red
 };
 
-static constexpr std::array<RejectStyle, sk_nRejects> sk_aStyles{{{"found", 0},
-                                                                  {"no texture", 70},
-                                                                  {"not unique", 125},
-                                                                  {"no fit / rim", 170},
-                                                                  {"small surface", 205},
-                                                                  {"back-forth", 240},
-                                                                  {"outside frame", 20}}};
+static constexpr std::array<RejectStyle, sk_nRejects> sk_aStyles{{{"found", 0, {230, 230, 230}},
+                                                                  {"no texture", 70, {220, 120, 30}},
+                                                                  {"not unique", 125, {40, 150, 250}},
+                                                                  {"no fit / rim", 170, {60, 180, 60}},
+                                                                  {"small surface", 205, {60, 60, 220}},
+                                                                  {"back-forth", 240, {190, 80, 170}},
+                                                                  {"outside frame", 20, {40, 40, 40}},
+                                                                  {"hidden", 45, {140, 140, 20}}}};
+
+static cv::Vec3b colourOf(std::size_t uReject)
+{
+    const auto& rColour = sk_aStyles.at(uReject).m_aucColour;
+    return {rColour[0], rColour[1], rColour[2]};
+}
 
 static cv::Mat3b colourTable()
 {
@@ -85,36 +93,74 @@ static void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rec
     }
 }
 
-static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop)
+struct LegendStyle
+{
+    int m_nFirst = 1;       // reject with a box of its own
+    bool m_bColour = false; // boxes in colour, and the number of each reason
+};
+
+static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop, const LegendStyle& rStyle)
 {
     const auto anCount = rMap.count();
     const double dAll = std::max<double>(1.0, static_cast<double>(rMap.m_pixels.total()));
-    write(rLegend, "found", {10, nTop});
-    write(rLegend, format("%5.1f %%", 100.0 * anCount[0] / dAll), {132, nTop});
-    for (int i = 1; i < sk_nRejects; ++i) {
-        const auto& rStyle = sk_aStyles[static_cast<std::size_t>(i)];
+    for (int i = 0; i < sk_nRejects; ++i) {
+        const auto uReject = static_cast<std::size_t>(i);
+        if (i == static_cast<int>(Reject::Hidden) && anCount[uReject] == 0)
+            continue; // only the left camera has such pixels
         const int nRow = nTop + 20 * i;
-        cv::rectangle(rLegend, cv::Rect(10, nRow - 11, 22, 14), cv::Scalar::all(rStyle.m_ucGrey), cv::FILLED);
-        cv::rectangle(rLegend, cv::Rect(10, nRow - 11, 22, 14), cv::Scalar::all(30));
-        write(rLegend, rStyle.m_pszName, {38, nRow});
-        write(rLegend, format("%5.1f %%", 100.0 * anCount[static_cast<std::size_t>(i)] / dAll), {132, nRow});
+        const cv::Vec3b colour = rStyle.m_bColour ? colourOf(uReject) : cv::Vec3b::all(sk_aStyles[uReject].m_ucGrey);
+        if (i >= rStyle.m_nFirst) {
+            cv::rectangle(rLegend, cv::Rect(10, nRow - 11, 22, 14), cv::Scalar(colour), cv::FILLED);
+            cv::rectangle(rLegend, cv::Rect(10, nRow - 11, 22, 14), cv::Scalar::all(30));
+        }
+        const std::string name = rStyle.m_bColour ? format("%d ", i) + sk_aStyles[uReject].m_pszName
+                                                  : std::string(sk_aStyles[uReject].m_pszName);
+        write(rLegend, name, {i >= rStyle.m_nFirst ? 38 : 10, nRow}, rStyle.m_bColour ? 0.38 : 0.42);
+        write(rLegend, format("%5.1f %%", 100.0 * anCount[uReject] / dAll), {132, nRow});
     }
+}
+
+static constexpr int sk_nTitleHeight = 26;
+
+// A picture with its title above and room for a legend beside it; small ones enlarged by whole factors.
+static cv::Mat3b sheetOf(const cv::Mat3b& rPicture, const std::string& rTitle)
+{
+    cv::Mat3b picture;
+    const int nFactor = std::max(1, (400 + rPicture.rows - 1) / rPicture.rows);
+    cv::resize(rPicture, picture, {}, nFactor, nFactor, cv::INTER_NEAREST);
+    cv::Mat3b sheet(picture.rows + sk_nTitleHeight, picture.cols + sk_nLegendWidth, cv::Vec3b::all(245));
+    picture.copyTo(sheet(cv::Rect({0, sk_nTitleHeight}, picture.size())));
+    write(sheet, rTitle, {8, 18}, 0.46);
+    return sheet;
+}
+
+static cv::Mat3b legendOf(cv::Mat3b& rSheet)
+{
+    return rSheet(cv::Rect(rSheet.cols - sk_nLegendWidth, 0, sk_nLegendWidth, rSheet.rows));
 }
 
 cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, const std::string& rTitle)
 {
-    constexpr int nTitle = 26;
-    cv::Mat3b picture = colourDisparity(rMap, rScale);
-    const int nFactor = std::max(1, (400 + picture.rows - 1) / picture.rows);
-    cv::resize(picture, picture, {}, nFactor, nFactor, cv::INTER_NEAREST);
-
-    cv::Mat3b sheet(picture.rows + nTitle, picture.cols + sk_nLegendWidth, cv::Vec3b::all(245));
-    picture.copyTo(sheet(cv::Rect({0, nTitle}, picture.size())));
-    cv::Mat3b legend = sheet(cv::Rect(picture.cols, 0, sk_nLegendWidth, sheet.rows));
-    write(sheet, rTitle, {8, 18}, 0.46);
+    cv::Mat3b sheet = sheetOf(colourDisparity(rMap, rScale), rTitle);
+    cv::Mat3b legend = legendOf(sheet);
     const int nRejects = sheet.rows - 20 * sk_nRejects;
-    drawColourBar(legend, rScale, {10, nTitle + 10, 22, nRejects - nTitle - 40});
-    drawRejects(legend, rMap, nRejects);
+    drawColourBar(legend, rScale, {10, sk_nTitleHeight + 10, 22, nRejects - sk_nTitleHeight - 40});
+    drawRejects(legend, rMap, nRejects, {});
+    return sheet;
+}
+
+cv::Mat3b reasonPicture(const DisparityMap& rMap, const cv::Mat1b& rImage, const std::string& rTitle)
+{
+    cv::Mat3b picture(rMap.m_reject.size());
+    for (int nRow = 0; nRow < picture.rows; ++nRow)
+        for (int nCol = 0; nCol < picture.cols; ++nCol) {
+            const unsigned char ucReject = rMap.m_reject(nRow, nCol);
+            picture(nRow, nCol) = ucReject ? colourOf(ucReject)
+                                           : cv::Vec3b::all(static_cast<unsigned char>(170 + rImage(nRow, nCol) / 3));
+        }
+    cv::Mat3b sheet = sheetOf(picture, rTitle);
+    cv::Mat3b legend = legendOf(sheet);
+    drawRejects(legend, rMap, sk_nTitleHeight + 20, {0, true});
     return sheet;
 }
 
@@ -129,7 +175,7 @@ static cv::Mat3b sheetOfTwo(const cv::Mat1b& rFirst, const char* pszFirst, const
         cv::resize(rRight, right, {}, nFactor, nFactor, cv::INTER_NEAREST);
         return sheetOfTwo(first, pszFirst, right, bBelow);
     }
-    constexpr int nTitle = 26;
+    constexpr int nTitle = sk_nTitleHeight;
     constexpr int nGap = 6;
     const cv::Point firstAt(0, nTitle);
     const cv::Point rightAt =

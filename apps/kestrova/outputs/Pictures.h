@@ -23,6 +23,10 @@ cv::Mat3b colourDisparity(const DisparityMap& rMap, const ColourScale& rScale);
 /// The same with a title above and a legend beside it. Small images are enlarged by whole factors.
 cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, const std::string& rTitle);
 
+/// Why pixels have no disparity: a colour for each reason over the faint image, and a legend with shares and the number
+/// that stands for the reason in a map of reasons.
+cv::Mat3b reasonPicture(const DisparityMap& rMap, const cv::Mat1b& rImage, const std::string& rTitle);
+
 /// Left image at the left, right image at the right, with level lines: a good rectification has each detail on the same
 /// line in both.
 cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight);

@@ -135,6 +135,10 @@ std::string summary(const StereoResult& rResult)
     };
     std::string text = "The right camera is the reference: disparity d at column x, row y of the right image matches\n"
                        "column x + d of the left one, row y + d of the top one.\n";
+    if (rResult.m_bSeenFromLeft)
+        text +=
+            "The results are as the left camera sees them: disparity d at column x of the left image matches column\n"
+            "x - d of the right one.\n";
     const cv::Size size = rResult.m_map16.m_pixels.size();
     const std::string lengths = rOptics.m_fBaseline > 0.0f ? line("focal length %.2f pixels, baseline %.1f mm",
                                                                   rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline)
@@ -145,9 +149,10 @@ std::string summary(const StereoResult& rResult)
     text += rowLines("raw frames", rResult.m_rawRows) + rowLines("rectified", rResult.m_rectifiedRows);
     text += line(
         "\n16-bit disparity: %.1f %% found; rejected: %.1f %% no texture, %.1f %% not unique, %.1f %% no fit or rim, "
-        "%.1f %% small surface, %.1f %% back-forth, %.1f %% outside the frame\n",
+        "%.1f %% small surface, %.1f %% back-forth, %.1f %% outside the frame%s\n",
         share(Reject::None), share(Reject::Texture), share(Reject::Uniqueness), share(Reject::Subpixel),
-        share(Reject::Surface), share(Reject::BackForth), share(Reject::Outside));
+        share(Reject::Surface), share(Reject::BackForth), share(Reject::Outside),
+        rResult.m_bSeenFromLeft ? line(", %.1f %% hidden from the right camera", share(Reject::Hidden)).c_str() : "");
     text += rOptics.m_fBaseline > 0.0f ? line("%zu points in the cloud\n", rResult.m_cloud.size())
                                        : std::string("no cloud: it takes --focal and --baseline\n");
     text += "\nMilliseconds\n";

@@ -1,41 +1,10 @@
 #include "outputs/Results.h"
 
 #include "basics/AppError.h"
-#include "outputs/Pictures.h"
 
-#include <opencv2/imgcodecs.hpp>
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <type_traits>
 
 namespace kestrova::app {
-
-// ---- computing ----
-
-template<typename Work>
-static auto timed(StereoResult& rResult, const char* pszStage, const Work& rWork)
-{
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point start = Clock::now();
-    const auto note = [&] {
-        rResult.m_times.push_back({pszStage, std::chrono::duration<double, std::milli>(Clock::now() - start).count()});
-    };
-    if constexpr (std::is_void_v<decltype(rWork())>) {
-        rWork();
-        note();
-    } else {
-        auto made = rWork();
-        note();
-        return made;
-    }
-}
 
 static std::vector<CloudPoint> makeCloud(const StereoSession& rSession, const StereoResult& rResult)
 {
@@ -48,8 +17,9 @@ static std::vector<CloudPoint> makeCloud(const StereoSession& rSession, const St
                 continue;
             const cv::Vec3b colour = rResult.m_colour.empty() ? cv::Vec3b::all(rGrey(nRow, nCol))
                                                               : rResult.m_colour(nRow, nCol); // blue, green, red
-            cloud.push_back(
-                {rSession.point({nCol, nRow}, rResult.m_disparity16(nRow, nCol)), {colour[2], colour[1], colour[0]}});
+            cloud.push_back({rSession.point({nCol, nRow}, rResult.m_disparity16(nRow, nCol)),
+                             {colour[2], colour[1], colour[0]},
+                             fDisparity});
         }
     return cloud;
 }
@@ -60,8 +30,10 @@ static void maskOutside(StereoResult& rResult, const PerCamera<cv::Mat1b>& rRegi
     const std::uint8_t ucCode = rSession.rejectCodes().m_aucCodes[2]; // that of pixels which no match was tried for
     const auto outside = static_cast<unsigned char>(Reject::Outside);
     rejectOutside(rResult.m_map16, rRegions, nReach);
-    rejectOutside(rResult.m_map8, rRegions, nReach);
     rResult.m_disparity16.setTo(0xFF00 + ucCode, rResult.m_map16.m_reject == outside);
+    if (rResult.m_disparity8.empty())
+        return;
+    rejectOutside(rResult.m_map8, rRegions, nReach);
     rResult.m_disparity8.setTo(ucCode, rResult.m_map8.m_reject == outside);
 }
 
@@ -89,151 +61,79 @@ static void measureAgreement(StereoResult& rResult, const cv::Mat1b& rRightRegio
         }
 }
 
-static void fetchImages(const StereoSession& rSession, const Frames& rFrames, StereoResult& rResult)
+static void fetchImages(const StereoSession& rSession, const Frames& rFrames, const ResultWishes& rWishes,
+                        StereoResult& rResult)
 {
     int nEdge = 0;
     kestrovaGetEdgeCorrelation(rSession.handle(), &nEdge);
     for (const auto& [eCamera, rFrame] : rFrames.m_grey) {
-        rResult.m_raw[eCamera] = rSession.image(KestrovaImgRaw, eCamera);
         rResult.m_rectified[eCamera] = rSession.image(KestrovaImgRectified, eCamera);
-        if (nEdge)
+        if (rWishes.m_bImages || rWishes.m_bRows)
+            rResult.m_raw[eCamera] = rSession.image(KestrovaImgRaw, eCamera);
+        if (rWishes.m_bImages && nEdge)
             rResult.m_edge[eCamera] = rSession.image(KestrovaImgEdge, eCamera);
     }
 }
 
-StereoResult runStereo(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
+void StereoRun::prepare(KestrovaCameraConfiguration eConfiguration)
+{
+    if (m_bPrepared)
+        return;
+    m_rSession.useCameras(eConfiguration);
+    applySettings(m_rSession.handle(), m_settings);
+    m_rSession.fitThreads();
+    m_bPrepared = true;
+}
+
+PerCamera<cv::Mat1b> StereoRun::regionsOf(const Frames& rFrames)
+{
+    if (!rFrames.m_regions.empty())
+        return rFrames.m_regions;
+    if (const cv::Size size = rFrames.m_grey.at(KestrovaCamRight).size(); m_regionSize != size) {
+        for (const auto& [eCamera, rFrame] : rFrames.m_grey)
+            m_regions[eCamera] = m_rSession.region(eCamera, size);
+        m_regionSize = size;
+    }
+    return m_regions;
+}
+
+StereoResult StereoRun::operator()(const Frames& rFrames)
 {
     StereoResult result;
-    rSession.useCameras(configurationOf(rFrames.m_grey));
-    applySettings(rSession.handle(), rWishes);
-    rSession.fitThreads();
-    timed(result, "rectify, first frame (builds the tables)",
-          [&] { rSession.preprocess(rFrames.m_grey, FrameForm::Planes); });
-    timed(result, "rectify and edge images, next frame",
-          [&] { rSession.preprocess(rFrames.m_grey, FrameForm::Planes); });
-    fetchImages(rSession, rFrames, result);
-    result.m_disparity8 = timed(result, "stereo, 8-bit disparity", [&] { return rSession.matchTo8(); });
-    result.m_map8 = rSession.read8(result.m_disparity8);
-    result.m_disparity16 = timed(result, "stereo, 16-bit disparity", [&] { return rSession.matchTo16(); });
-    result.m_map16 = rSession.read16(result.m_disparity16);
-    result.m_optics = rSession.optics();
-    result.m_range = rSession.disparityRange();
-    kestrovaGetDisparityOffset(rSession.handle(), &result.m_nOffset);
+    prepare(configurationOf(rFrames.m_grey));
+    const auto rectify = [&] { m_rSession.preprocess(rFrames.m_grey, FrameForm::Planes); };
+    if (m_wishes.m_bTwice)
+        timed(result.m_times, "rectify, first frame (builds the tables)", "rectify-first", rectify);
+    timed(result.m_times, m_wishes.m_bTwice ? "rectify and edge images, next frame" : "rectify and edge images",
+          "rectify", rectify);
+    fetchImages(m_rSession, rFrames, m_wishes, result);
+    if (m_wishes.m_bBytes) {
+        result.m_disparity8 =
+            timed(result.m_times, "stereo, 8-bit disparity", "stereo8", [&] { return m_rSession.matchTo8(); });
+        result.m_map8 = m_rSession.read8(result.m_disparity8);
+    }
+    result.m_disparity16 =
+        timed(result.m_times, "stereo, 16-bit disparity", "stereo", [&] { return m_rSession.matchTo16(); });
+    result.m_map16 = m_rSession.read16(result.m_disparity16);
+    result.m_optics = m_rSession.optics();
+    result.m_range = m_rSession.disparityRange();
+    kestrovaGetDisparityOffset(m_rSession.handle(), &result.m_nOffset);
     if (!rFrames.m_colour.empty())
-        result.m_colour =
-            timed(result, "rectify the colours", [&] { return rSession.rectifyColour(rFrames.m_colour); });
+        result.m_colour = timed(result.m_times, "rectify the colours", "colours",
+                                [&] { return m_rSession.rectifyColour(rFrames.m_colour); });
 
-    PerCamera<cv::Mat1b> regions = rFrames.m_regions;
-    for (const auto& [eCamera, rFrame] : rFrames.m_grey)
-        if (rFrames.m_regions.empty())
-            regions[eCamera] = rSession.region(eCamera, rFrame.size());
-    maskOutside(result, regions, rSession);
-    measureAgreement(result, regions.at(KestrovaCamRight), rFrames.m_regions.empty());
-    if (result.m_optics.m_fBaseline > 0.0f)
-        result.m_cloud = timed(result, "points", [&] { return makeCloud(rSession, result); });
+    const PerCamera<cv::Mat1b> regions = regionsOf(rFrames);
+    timed(result.m_times, "mask what lies outside", "mask", [&] { maskOutside(result, regions, m_rSession); });
+    if (m_wishes.m_bRows)
+        measureAgreement(result, regions.at(KestrovaCamRight), rFrames.m_regions.empty());
+    if (m_wishes.m_bCloud && result.m_optics.m_fBaseline > 0.0f)
+        result.m_cloud = timed(result.m_times, "points", "points", [&] { return makeCloud(m_rSession, result); });
     return result;
 }
 
-// ---- files ----
-
-void writeImage(const std::filesystem::path& rFile, const cv::Mat& rImage)
+StereoResult runStereo(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
 {
-    if (!cv::imwrite(rFile.string(), rImage))
-        throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
-}
-
-void writeText(const std::filesystem::path& rFile, const std::string& rText)
-{
-    std::ofstream out(rFile, std::ios::binary);
-    if (!(out << rText).flush())
-        throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
-}
-
-/// Keeps standard error shut while it lives: image decoders write there by themselves, and a fault gets our line only.
-class QuietErrors
-{
-public:
-    QuietErrors()
-    {
-        std::fflush(stderr);
-        const int nNowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        ::dup2(nNowhere, STDERR_FILENO);
-        ::close(nNowhere);
-    }
-    ~QuietErrors()
-    {
-        ::dup2(m_nKept, STDERR_FILENO);
-        ::close(m_nKept);
-    }
-    QuietErrors(const QuietErrors&) = delete;
-    QuietErrors& operator=(const QuietErrors&) = delete;
-
-private:
-    int m_nKept = ::dup(STDERR_FILENO);
-};
-
-static cv::Mat decode(const std::string& rFile, int nHow)
-{
-    const QuietErrors quiet;
-    return cv::imread(rFile, nHow);
-}
-
-static cv::Mat readImage(const std::filesystem::path& rFile, int nHow)
-{
-    std::error_code error;
-    if (!std::filesystem::exists(rFile, error))
-        throw AppError(rFile.string() + ": no such file", ExitStatus::File);
-    const cv::Mat image = decode(rFile.string(), nHow);
-    if (image.empty())
-        throw AppError(rFile.string() + ": cannot be read as an image", ExitStatus::Content);
-    return image;
-}
-
-cv::Mat1b readGrey(const std::filesystem::path& rFile)
-{
-    return readImage(rFile, cv::IMREAD_GRAYSCALE);
-}
-
-cv::Mat3b readColour(const std::filesystem::path& rFile)
-{
-    const cv::Mat3b image = readImage(rFile, cv::IMREAD_COLOR);
-    const bool bGrey =
-        std::all_of(image.begin(), image.end(), [](const cv::Vec3b& r) { return r[0] == r[1] && r[1] == r[2]; });
-    return bGrey ? cv::Mat3b() : image;
-}
-
-void writeResult(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rSource)
-{
-    const auto writeEach = [&](const char* pszKind, const PerCamera<cv::Mat1b>& rImages) {
-        for (const auto& [eCamera, rImage] : rImages)
-            writeImage(rFolder.file(std::string(pszKind) + "_" + cameraName(eCamera) + ".png"), rImage);
-    };
-    writeEach("raw", rResult.m_raw);
-    writeEach("rectified", rResult.m_rectified);
-    writeEach("edge", rResult.m_edge);
-    if (!rResult.m_colour.empty())
-        writeImage(rFolder.file("rectified_right_colour.png"), rResult.m_colour);
-    const cv::Mat1b& rRight = rResult.m_rectified.at(KestrovaCamRight);
-    if (const auto left = rResult.m_rectified.find(KestrovaCamLeft); left != rResult.m_rectified.end())
-        writeImage(rFolder.file("side_by_side.png"), sideBySide(left->second, rRight));
-    if (const auto top = rResult.m_rectified.find(KestrovaCamTop); top != rResult.m_rectified.end())
-        writeImage(rFolder.file("one_above_other.png"), oneAboveOther(top->second, rRight));
-
-    // Whole-number files carry their scale in the name; what is no disparity has the codes of the library.
-    const std::string offset = "_offset" + std::to_string(rResult.m_nOffset) + ".png";
-    writeImage(rFolder.file("disparity16_256ths" + offset), rResult.m_disparity16);
-    writeImage(rFolder.file("disparity8_pixels" + offset), rResult.m_disparity8);
-    writePfm(rFolder.file("disparity_pixels.pfm"), rResult.m_map16.m_pixels);
-    const double dFocalTimesBaseline = rResult.m_optics.m_fFocal * rResult.m_optics.m_fBaseline;
-    const ColourScale scale{static_cast<double>(rResult.m_range[0]), static_cast<double>(rResult.m_range[1]),
-                            dFocalTimesBaseline};
-    writeImage(rFolder.file("disparity16_colour.png"),
-               disparityPicture(rResult.m_map16, scale, "16-bit disparity, seen from the right camera"));
-    writeImage(rFolder.file("disparity8_colour.png"),
-               disparityPicture(rResult.m_map8, scale,
-                                "8-bit disparity, seen from the right camera (no texture stands for not unique too)"));
-    if (rResult.m_optics.m_fBaseline > 0.0f) // else there is no length to measure with
-        writeCloud(rFolder.file("cloud.ply"), rResult.m_cloud, rSource);
+    return StereoRun(rSession, rWishes, {})(rFrames);
 }
 
 } // namespace kestrova::app

@@ -1,55 +1,69 @@
-// One frame of each camera all the way through the library, and the files that come of it.
+// One frame of each camera all the way through the library.
 #pragma once
 
-#include "basics/OutputFolder.h"
+#include "basics/ImageFiles.h"
 #include "outputs/CloudWriter.h"
+#include "outputs/StageTime.h"
+#include "session/FrameReader.h"
 #include "session/RowAgreement.h"
 #include "session/StereoSession.h"
 
 namespace kestrova::app {
 
-struct StageTime
-{
-    std::string m_stage;
-    double m_dMilliseconds = 0.0;
-};
-
 struct StereoResult
 {
     PerCamera<cv::Mat1b> m_raw, m_rectified;
-    PerCamera<cv::Mat1b> m_edge; // empty while edge correlation is off
-    cv::Mat3b m_colour;          // rectified, of the right camera; empty for grey frames
-    cv::Mat1w m_disparity16;     // as the library gave it, except that the region outside is marked too
-    cv::Mat1b m_disparity8;
+    PerCamera<cv::Mat1b> m_edge;  // empty while edge correlation is off, or unless wished for
+    cv::Mat3b m_colour;           // rectified, of the right camera; empty for grey frames
+    cv::Mat1w m_disparity16;      // as the library gave it, except that the region outside is marked too
+    cv::Mat1b m_disparity8;       // empty unless wished for
     DisparityMap m_map16, m_map8; // the same, read
     std::vector<CloudPoint> m_cloud;
     Optics m_optics;
     cv::Vec2i m_range;
     int m_nOffset = 0;
+    bool m_bSeenFromLeft = false; // 16-bit disparity, its map and the cloud, see outputs/LeftView.h
     PerCamera<RowAgreement> m_rawRows, m_rectifiedRows; // right to left by rows, right to top by columns
     std::vector<StageTime> m_times;
+
+    double focalTimesBaseline() const { return static_cast<double>(m_optics.m_fFocal) * m_optics.m_fBaseline; }
 };
 
-struct Frames
+/// What a result holds beside the rectified images and 16-bit disparity. All of it takes time.
+struct ResultWishes
 {
-    PerCamera<cv::Mat1b> m_grey;
-    cv::Mat3b m_colour = {};             // of the right camera; may be empty
-    PerCamera<cv::Mat1b> m_regions = {}; // where rectified images show something; without them the maps say it
+    bool m_bBytes = true;  // 8-bit disparity, which takes another match
+    bool m_bImages = true; // raw frames and edge images
+    bool m_bRows = true;   // row agreement, raw and rectified
+    bool m_bCloud = true;  // only if there is a baseline
+    bool m_bTwice = true;  // rectify twice, to tell the building of the tables from what a further frame takes
+};
+
+/// Frame after frame through one session. Settings are applied with the first; what the maps say of the region is kept.
+class StereoRun
+{
+public:
+    StereoRun(StereoSession& rSession, const SettingWishes& rSettings, const ResultWishes& rWishes)
+        : m_rSession(rSession), m_settings(rSettings), m_wishes(rWishes)
+    {}
+
+    /// Throws AppError when the settings do not fit. Goes by itself with the first frame.
+    void prepare(KestrovaCameraConfiguration eConfiguration);
+
+    StereoResult operator()(const Frames& rFrames);
+
+private:
+    PerCamera<cv::Mat1b> regionsOf(const Frames& rFrames);
+
+    StereoSession& m_rSession;
+    SettingWishes m_settings;
+    ResultWishes m_wishes;
+    bool m_bPrepared = false;
+    cv::Size m_regionSize; // of the raw frames that the regions are for
+    PerCamera<cv::Mat1b> m_regions;
 };
 
 /// Matches the cameras that there are frames of, with the given settings.
 StereoResult runStereo(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes);
-
-/// Writes all images, both disparities as data and in colour, and the cloud. rSource goes into the cloud's header.
-void writeResult(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rSource);
-
-void writeImage(const std::filesystem::path& rFile, const cv::Mat& rImage);
-void writeText(const std::filesystem::path& rFile, const std::string& rText);
-
-/// Any image file as grey. Throws AppError that names the file.
-cv::Mat1b readGrey(const std::filesystem::path& rFile);
-
-/// The same file in colour, or an empty image if it has none.
-cv::Mat3b readColour(const std::filesystem::path& rFile);
 
 } // namespace kestrova::app

@@ -10,6 +10,13 @@ namespace kestrova::app {
 
 static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
 
+const char* rejectName(Reject eReject)
+{
+    static constexpr std::array<const char*, sk_nRejects> sk_apszNames{
+        "found", "texture", "uniqueness", "subpixel", "surface", "back-forth", "outside", "hidden"};
+    return sk_apszNames.at(static_cast<std::size_t>(eReject));
+}
+
 Reject RejectCodes::reasonOf(std::uint8_t ucCode) const
 {
     const auto found = std::find(m_aucCodes.begin(), m_aucCodes.end(), ucCode);

@@ -20,9 +20,12 @@ enum class Reject : unsigned char
     Subpixel,
     Surface,
     BackForth,
-    Outside
+    Outside,
+    Hidden // seen from the left camera: what lies there is hidden from the right one
 };
-inline constexpr int sk_nRejects = 7;
+inline constexpr int sk_nRejects = 8;
+
+const char* rejectName(Reject eReject); // one word; that of None is found
 
 /// The byte that stands for each reason in a disparity image, from Texture to BackForth.
 struct RejectCodes

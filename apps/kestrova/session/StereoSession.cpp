@@ -123,8 +123,10 @@ void StereoSession::preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eF
     const cv::Size size = rFrames.at(KestrovaCamRight).size();
     const int nRows = size.height;
     const int nCols = size.width;
-    for (cv::Mat1b& rPlane : m_planes)
-        rPlane = cv::Mat1b(size, uchar(0));
+    for (cv::Mat1b& rPlane : m_planes) {
+        rPlane.create(size); // the same memory for all frames of a batch
+        rPlane.setTo(0);
+    }
     for (const auto& [eCamera, rFrame] : rFrames) {
         if (rFrame.size() != size)
             throw AppError(std::string("the right and the ") + cameraName(eCamera) + " frame have different sizes",

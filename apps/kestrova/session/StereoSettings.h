@@ -3,6 +3,8 @@
 // The commands make one option of each row; info prints each row.
 #pragma once
 
+#include "cameras/DepthRange.h"
+
 #include <kestrova.h>
 
 #include <map>
@@ -36,15 +38,26 @@ const std::vector<Setting>& allSettings();
 /// The values of a setting that takes words, the first standing for 0; none for numbers.
 const std::vector<std::string>& wordsOf(SettingKind eKind);
 
+/// Values for several settings at once, under a name.
+struct Preset
+{
+    const char* m_pszName;
+    const char* m_pszHelp;
+    std::map<std::string, std::string> m_values;
+};
+const std::vector<Preset>& allPresets();
+
 /// What was asked for on the command line; all else stays as the calibration has it.
 struct SettingWishes
 {
     std::map<std::string, std::string> m_values; // by name of the setting
-    std::vector<int> m_anDisparity;              // minimum, maximum
-    std::vector<int> m_anMapping;
-    std::vector<std::tuple<int, int, int, int>> m_regions; // row, column, rows, columns
-    std::optional<std::string> m_resolution;               // of the rectified images
-    std::optional<int> m_threads;
+    std::vector<int> m_anDisparity = {};         // minimum, maximum
+    std::vector<int> m_anMapping = {};
+    std::vector<std::tuple<int, int, int, int>> m_regions = {}; // row, column, rows, columns
+    std::optional<std::string> m_resolution = {};               // of the rectified images
+    std::optional<int> m_threads = {};
+    DepthRange m_depth = {};                  // another way to say the disparity
+    std::optional<std::string> m_preset = {}; // m_values win over it
 };
 
 /// Throws AppError that names the option and its range when the library refuses a value.

@@ -1,0 +1,133 @@
+#include "commands/FrameRunner.h"
+
+#include "basics/Line.h"
+#include "basics/Units.h"
+#include "cameras/CalibrationText.h"
+#include "commands/RunTruth.h"
+#include "outputs/DisparityCodes.h"
+#include "outputs/FrameSummary.h"
+#include "outputs/LeftView.h"
+#include "outputs/Report.h"
+
+#include <cstdio>
+
+namespace kestrova::app {
+
+void SummaryLines::add(const std::string& rLine)
+{
+    if (onOutput()) {
+        std::puts(rLine.c_str());
+        std::fflush(stdout); // whoever reads along gets whole lines
+    } else if (m_to) {
+        if (!m_file.is_open())
+            m_file.open(*m_to, std::ios::binary);
+        if (!(m_file << rLine << '\n').flush())
+            throw AppError("--json: " + *m_to + ": cannot be written", ExitStatus::File);
+    }
+}
+
+static ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOutputs)
+{
+    ReadWishes wishes{rOptions.m_bRectified, {}, rOptions.m_bits, rOutputs.needs(&OutputNeeds::m_bColour)};
+    if (rOptions.m_resize)
+        wishes.m_resize = parseSize(*rOptions.m_resize, "--resize");
+    if (wishes.m_resize && (wishes.m_resize->width > 8192 || wishes.m_resize->height > 8192))
+        throw AppError("--resize: at most 8192 columns and rows", ExitStatus::Usage);
+    return wishes;
+}
+
+FrameRunner::FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs)
+    : m_rOptions(rOptions), m_rOutputs(rOutputs), m_bBatch(rOptions.isBatch()), m_json(rOptions.m_json),
+      m_reader(readWishes(rOptions, rOutputs))
+{}
+
+std::string FrameRunner::calibrationText(const Frames& rFrames) const
+{
+    const FrameFit& rFit = *m_reader.fit();
+    const double dFocal = m_rOptions.m_focal ? *m_rOptions.m_focal * rFit.m_dScale : rFit.m_canvas.width;
+    const double dBaseline = m_rOptions.m_baseline ? parseLength(*m_rOptions.m_baseline, "--baseline") : 0.0;
+    return app::calibrationText(identityCalibration(rFit.m_canvas, dFocal, dBaseline, configurationOf(rFrames.m_grey)));
+}
+
+// The session is made with the first frame that can be read, since rectified frames say how large all of them are.
+void FrameRunner::begin(const Frames& rFrames, const OutputFolder& rFolder)
+{
+    if (m_rOptions.m_bRectified && m_ownCalibration.empty())
+        m_ownCalibration = calibrationText(rFrames);
+    const std::filesystem::path own = rFolder.file("calibration.txt");
+    if (!m_ownCalibration.empty())
+        writeText(own, m_ownCalibration);
+    if (m_pSession)
+        return;
+    m_pSession = std::make_unique<StereoSession>(
+        m_rOptions.m_calibration ? std::filesystem::path(*m_rOptions.m_calibration) : own);
+    ResultWishes wishes;
+    wishes.m_bBytes = m_rOutputs.needs(&OutputNeeds::m_bBytes);
+    wishes.m_bImages = m_rOutputs.needs(&OutputNeeds::m_bImages);
+    wishes.m_bRows = m_rOutputs.needs(&OutputNeeds::m_bRows) || printsText();
+    wishes.m_bCloud = m_rOutputs.has("cloud.ply") || m_rOutputs.has("report") || wishes.m_bRows;
+    wishes.m_bTwice = !m_bBatch;
+    m_pRun = std::make_unique<StereoRun>(*m_pSession, m_rOptions.m_settings, wishes);
+    m_pRun->prepare(configurationOf(rFrames.m_grey));
+    const cv::Vec2i range = m_pSession->disparityRange();
+    if (m_rOutputs.has("kitti16") && !fitsKitti(range, m_rOptions.m_nPngScale))
+        throw AppError(line("--out: kitti16: disparities up to %d times %d do not fit 16 bits; give a smaller "
+                            "--png-scale, such as %d",
+                            range[1], m_rOptions.m_nPngScale, 65536 / range[1]),
+                       ExitStatus::Usage);
+}
+
+std::string FrameRunner::text(const StereoResult& rResult, const StereoResult& rShown)
+{
+    std::string text = m_reader.fit() ? m_reader.fit()->describe() + "\n" : std::string();
+    text += summary(rShown) + reportPlanes(rShown, m_rOptions.m_planes).m_text;
+    if (m_rOptions.m_truth)
+        text += compareTruth(m_rOptions, m_reader.fit(), *m_pSession, rResult);
+    return text;
+}
+
+void FrameRunner::write(const FrameNames& rNames, const OutputFolder& rFolder, const StereoResult& rResult,
+                        StereoResult& rShown)
+{
+    std::optional<std::string> made; // once, for the file and the terminal
+    const auto textOnce = [&] {
+        if (!made)
+            made = text(rResult, rShown);
+        return *made;
+    };
+    const OutputJob job{
+        rFolder, *m_pSession, rShown, rNames.m_files.at(KestrovaCamRight).string(), m_rOptions.m_nPngScale, textOnce};
+    std::vector<StageTime> writing;
+    timed(writing, "write the files", "write", [&] { m_rOutputs.write(job); });
+    rShown.m_times.insert(rShown.m_times.end(), writing.begin(), writing.end());
+    if (printsText())
+        std::printf("%s\n", textOnce().c_str());
+}
+
+std::optional<AppError> FrameRunner::run(const FrameNames& rNames)
+{
+    std::vector<StageTime> times;
+    Frames frames;
+    try {
+        frames = timed(times, "read the files", "read", [&] { return m_reader.read(rNames); });
+    } catch (const AppError& rError) {
+        if (!m_rOptions.m_bKeepGoing)
+            throw;
+        m_json.add(frameFailure(rNames, rError.what()));
+        return rError;
+    }
+    const std::filesystem::path to(m_rOptions.m_to);
+    OutputFolder folder(m_bBatch ? to / rNames.m_name : to);
+    begin(frames, folder);
+    const StereoResult result = (*m_pRun)(frames);
+    StereoResult shown = m_rOptions.m_view == "left" ? seenFromLeft(result, m_pSession->rejectCodes()) : result;
+    shown.m_times.insert(shown.m_times.begin(), times.begin(), times.end());
+    write(rNames, folder, result, shown);
+    folder.commit();
+    m_json.add(frameSummary(rNames, shown));
+    ++m_uDone;
+    m_dDensities += shown.m_map16.count()[0] / static_cast<double>(shown.m_map16.m_pixels.total());
+    return std::nullopt;
+}
+
+} // namespace kestrova::app
