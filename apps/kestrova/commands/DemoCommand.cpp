@@ -8,6 +8,7 @@
 #include "commands/Commands.h"
 #include "demo/Furrows.h"
 #include "outputs/Report.h"
+#include "pages/RunPage.h"
 #include "session/FrameFit.h"
 
 #include <cstdio>
@@ -20,6 +21,7 @@ struct DemoOptions
     std::string m_size = "640x480";
     std::uint32_t m_uSeed = 1;
     std::string m_cameras = "pair";
+    std::optional<std::string> m_report;
     SettingWishes m_settings;
     PlaneWishes m_planes{.m_nPlanes = 2}; // floor and back wall
 };
@@ -137,6 +139,7 @@ static void runDemo(const DemoOptions& rOptions)
     writeText(calibration, rig.text());
     StereoSession session(calibration);
     const StereoResult result = runStereo(session, frames, rOptions.m_settings);
+    const std::string settings = describeSettings(session.handle()); // further runs below change them
     checkPackedAgainstPlanes(session, frames);
     const SceneTruth truth = truthOf(scene, set, plan);
     std::string report = summary(result) + accuracyTable(result, truth);
@@ -156,6 +159,8 @@ static void runDemo(const DemoOptions& rOptions)
     writeResult(folder, result, "kestrova demo");
     writeImage(folder.file("raw_right_colour.png"), frames.m_colour);
     writeText(folder.file("report.txt"), report);
+    if (rOptions.m_report)
+        writeRunPage(*rOptions.m_report, result, "kestrova demo: the made-up room", settings);
     folder.commit();
     std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_out.c_str());
 }
@@ -177,6 +182,10 @@ void addDemoCommand(CLI::App& rProgram)
             "the SSE2 form of their correlator labels half of the improving pixels 0 by design")
         ->check(CLI::IsMember({"pair", "vertical", "l"}))
         ->capture_default_str();
+    pCommand
+        ->add_option("--report", pOptions->m_report,
+                     "also write one web page of everything, with the cloud to turn with the mouse")
+        ->type_name("PAGE.html");
     addPlaneOptions(*pCommand, pOptions->m_planes);
     addSettings(*pCommand, pOptions->m_settings);
     pCommand->callback([pOptions] { runDemo(*pOptions); });

@@ -1,5 +1,5 @@
-// The page of one matched frame: rectified images, disparity, reasons of rejects, times, settings, and the cloud to turn
-// with the mouse.
+// The page of one matched frame: rectified images, disparity, reasons of rejects, times, settings, and the cloud to
+// turn with the mouse.
 //
 // The cloud is drawn by pages/cloudViewer.js, which is part of the page like all else. Above sk_nMostPagePoints it is
 // thinned evenly, and the page says so.
