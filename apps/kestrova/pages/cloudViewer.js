@@ -89,29 +89,41 @@
 
   // ---- where the eye stands ----
 
-  // Stereo clouds have stray points far away, so the middle is that of the middle nine tenths.
-  function middle(axis) {
-    const sample = [];
-    for (let i = 0; i < count; i += Math.max(1, Math.floor(count / 5000))) sample.push(positions[3 * i + axis]);
-    sample.sort((a, b) => a - b);
-    const at = (share) => sample[Math.floor(share * (sample.length - 1))] || 0;
-    return axis === 2 ? at(0.5) : (at(0.05) + at(0.95)) / 2;
+  // Stereo clouds have stray points far away, so a sample without its extremes says where the cloud is.
+  const step = Math.max(1, Math.floor(count / 5000));
+  const sample = [];
+  for (let i = 0; i < count; i += step) sample.push(positions.subarray(3 * i, 3 * i + 3));
+  function quantile(share, measure) {
+    const values = sample.map(measure).sort((a, b) => a - b);
+    return values[Math.floor(share * (values.length - 1))];
   }
-  const home = [middle(0), middle(1), middle(2)];
-  const reach = Math.hypot(home[0], home[1], home[2]) || 1;
-  const views = { tilted: [0.4, 0.25, 1.1], camera: null, side: [1.5, 0.1, 1.3], above: [0, 1.5, 1.3] };
+  const home = [0, 1].map((axis) => (quantile(0.05, (p) => p[axis]) + quantile(0.95, (p) => p[axis])) / 2);
+  home.push(quantile(0.5, (p) => p[2]));
+  const reach = Math.hypot(...home) || 1;
+  const views = { tilted: [0.4, 0.25], side: [1.4, 0.15], above: [0, 1.5] }; // yaw and pitch in radians
   const eye = {};
 
+  // As near as the cloud fits into the canvas.
+  function fittingDistance() {
+    const { forward, right, down } = axes();
+    const half = Math.tan(opening / 2), aspect = canvas.clientWidth / canvas.clientHeight;
+    const wanted = (p) => {
+      const from = home.map((value, i) => p[i] - value);
+      return Math.max(Math.abs(dot(right, from)) / (half * aspect), Math.abs(dot(down, from)) / half) - dot(forward, from);
+    };
+    return 1.05 * quantile(0.98, wanted);
+  }
+
   function lookFrom(name) {
+    eye.pivot = home.slice();
     if (views[name]) {
       [eye.yaw, eye.pitch] = views[name];
-      eye.distance = views[name][2] * reach;
+      eye.distance = fittingDistance();
     } else { // along the line from the camera to the middle
       eye.yaw = Math.atan2(home[0], home[2]);
       eye.pitch = Math.asin(home[1] / reach);
       eye.distance = reach;
     }
-    eye.pivot = home.slice();
     redraw();
   }
 
