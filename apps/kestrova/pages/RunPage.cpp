@@ -81,7 +81,7 @@ static const char* const sk_pszCloudControls = R"html(<canvas tabindex="0" aria-
 </div>
 )html";
 
-static void addCloud(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale)
+static void addCloud(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale, KestrovaCamera eView)
 {
     rPage.heading("The cloud");
     if (rResult.m_cloud.empty()) {
@@ -106,7 +106,9 @@ static void addCloud(HtmlPage& rPage, const StereoResult& rResult, const ColourS
                                   : line("%zu points", points.size());
     rPage.html("<figcaption>" + shown +
                ". Drag turns, the wheel or two fingers zoom, drag with the right button or Shift moves, a double click "
-               "goes back. The orange frame is the right camera. Metres in its rectified frame: x right, y down, z "
+               "goes back. The orange frame is the " +
+               std::string(cameraName(eView)) +
+               " camera. Metres in its rectified frame: x right, y down, z "
                "forward.</figcaption>\n</figure>\n");
     rPage.html(cloudData(points, rScale));
     rPage.script(sk_pszCloudViewer);
@@ -120,7 +122,7 @@ struct ReasonText
     const char* m_pszMeaning;
     cv::Vec3b m_colour; // blue, green, red: told apart by colour-blind readers too
 };
-static const std::array<ReasonText, sk_nRejects> sk_aReasons{{
+static const std::array<ReasonText, 8> sk_aReasons{{
     {"found", "a disparity was measured", {}},
     {"no texture",
      "the window holds too little signal to match, such as a plain wall; add light or pattern",
@@ -134,12 +136,14 @@ static const std::array<ReasonText, sk_nRejects> sk_aReasons{{
     {"small surface", "an island of few pixels, most likely by chance", {115, 158, 0}},
     {"back-forth", "the match from the other image leads elsewhere: hidden from one of the cameras", {66, 228, 240}},
     {"outside", "the window leaves what the cameras saw before rectification", {70, 70, 70}},
+    {"hidden", "seen from the left camera: what lies there is hidden from the right one", {34, 51, 136}},
 }};
+static_assert(sk_aReasons.size() >= sk_nRejects);
 
-static cv::Mat3b reasonPicture(const StereoResult& rResult)
+static cv::Mat3b reasonColours(const StereoResult& rResult, KestrovaCamera eView)
 {
     cv::Mat3b picture;
-    cv::cvtColor(rResult.m_rectified.at(KestrovaCamRight), picture, cv::COLOR_GRAY2BGR);
+    cv::cvtColor(rResult.m_rectified.at(eView), picture, cv::COLOR_GRAY2BGR);
     for (int nRow = 0; nRow < picture.rows; ++nRow)
         for (int nCol = 0; nCol < picture.cols; ++nCol)
             if (const unsigned char ucReject = rResult.m_map16.m_reject(nRow, nCol))
@@ -212,20 +216,31 @@ static const char* const sk_pszDisparityStyle = R"css(<style>
 </style>
 )css";
 
-static void addDisparity(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale)
+static void addDisparity(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale, KestrovaCamera eView)
 {
     DisparityMap greys{cv::Mat1f(1, sk_nRejects, 0.0f), cv::Mat1b(1, sk_nRejects)}; // one pixel of each reason
     for (int i = 0; i < sk_nRejects; ++i)
         greys.m_reject(0, i) = static_cast<unsigned char>(i);
     rPage.heading("Disparity");
+    const std::string scale = " The colours span the searched range, never one frame's own, so pictures of different "
+                              "frames can be compared.";
+    const bool bTop = rResult.m_rectified.count(KestrovaCamTop) > 0;
+    const bool bLeft = rResult.m_rectified.count(KestrovaCamLeft) > 0;
+    const std::string matches = std::string(bLeft ? "column x + d of the left one" : "") +
+                                (bLeft && bTop ? " and " : "") + (bTop ? "row y + d of the top one" : "");
     rPage.paragraph(
-        "Seen from the right camera, the reference: disparity d at column x of the right image matches column "
-        "x + d of the left one. The colours span the searched range, never one frame's own, so pictures of "
-        "different frames can be compared.");
+        eView == KestrovaCamLeft
+            ? "Seen from the left camera: disparity d at column x of the left image matches column x - d of "
+              "the right one, the reference." +
+                  scale
+            : "Seen from the right camera, the reference: disparity d at column x, row y of the right image "
+              "matches " +
+                  matches + "." + scale);
     rPage.html(sk_pszDisparityStyle + std::string("<div class=\"pair\">\n") +
                imageElement(colourDisparity(rResult.m_map16, rScale), "Disparity; greys mark where there is none") +
-               imageElement(reasonPicture(rResult), "Why there is none: each reason has a colour, the picture shows "
-                                                    "through where a disparity was found") +
+               imageElement(reasonColours(rResult, eView),
+                            "Why there is none: each reason has a colour, the picture shows "
+                            "through where a disparity was found") +
                "</div>\n" + disparityLegend(rScale) + reasonTable(rResult, greys));
 }
 
@@ -322,14 +337,14 @@ static std::vector<Fact> factsOf(const StereoResult& rResult)
 }
 
 void writeRunPage(const std::filesystem::path& rFile, const StereoResult& rResult, const std::string& rTitle,
-                  const std::string& rSettings)
+                  const std::string& rSettings, KestrovaCamera eView)
 {
     const ColourScale scale{static_cast<double>(rResult.m_range[0]), static_cast<double>(rResult.m_range[1]),
                             static_cast<double>(rResult.m_optics.m_fFocal) * rResult.m_optics.m_fBaseline};
     HtmlPage page(rTitle);
     page.facts(factsOf(rResult));
-    addCloud(page, rResult, scale);
-    addDisparity(page, rResult, scale);
+    addCloud(page, rResult, scale, eView);
+    addDisparity(page, rResult, scale, eView);
     addRectified(page, rResult);
     addTimes(page, rResult);
     addSettings(page, rResult, rSettings);

@@ -4,7 +4,7 @@
 // elements of base64: cloud-positions (float x y z, metres: right, down, forward), cloud-colours (byte red green blue) and
 // cloud-palette (256 of red green blue, from the smallest disparity to the largest).
 // For whoever checks the page: <html> gets data-drawn, the number of pixels that the points cover in the first picture,
-// or data-failed with the reason.
+// and data-canvas, where the canvas stands; or data-failed with the reason.
 (function () {
   'use strict';
   const figure = document.getElementById('cloud');
@@ -179,6 +179,8 @@
     let drawn = 0;
     for (let i = 0; i < pixels.length; i += 4)
       if (background.some((value, channel) => Math.abs(pixels[i + channel] - value) > 2)) ++drawn;
+    const place = canvas.getBoundingClientRect();
+    mark.canvas = `${canvas.clientWidth}x${canvas.clientHeight}+${Math.round(place.x)}+${Math.round(place.y)}`;
     mark.drawn = drawn;
   }
 
