@@ -291,11 +291,11 @@
   for (const button of figure.querySelectorAll('button')) button.addEventListener('click', () => lookFrom(button.value));
   canvas.addEventListener('webglcontextlost', (event) => event.preventDefault());
   canvas.addEventListener('webglcontextrestored', () => { build(); redraw(); });
-  new ResizeObserver(redraw).observe(canvas);
 
   try {
     build();
     lookFrom('tilted');
+    new ResizeObserver(redraw).observe(canvas);
   } catch (error) {
     giveUp(error.message);
     console.error('cloud viewer: ' + error.message);
