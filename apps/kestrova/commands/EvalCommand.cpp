@@ -60,14 +60,10 @@ static cv::Mat1f truthFor(const EvalOptions& rOptions, cv::Size size, std::strin
     return resizedTruth(rOptions, file.m_pixels, size);
 }
 
-static std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity, bool bMoved)
+static std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity)
 {
     if (!rOptions.m_reasons)
-        return bMoved ? std::nullopt : rDisparity.m_reasons;
-    if (bMoved)
-        throw AppError("--reasons: pixels without a disparity cannot be moved to the other view; give truth of the "
-                       "disparity's own view",
-                       ExitStatus::Usage);
+        return rDisparity.m_reasons;
     const cv::Mat1b reasons = readGrey(*rOptions.m_reasons);
     if (reasons.size() != rDisparity.m_pixels.size())
         throw AppError(*rOptions.m_reasons + ": is " + sizeText(reasons.size()) + ", but " + rOptions.m_disparity +
@@ -88,10 +84,11 @@ static void evaluate(const EvalOptions& rOptions)
     const bool bMoved = truthView != rOptions.m_disparityView;
     std::string form;
     const cv::Mat1f truth = truthFor(rOptions, disparity.m_pixels.size(), form);
-    const std::optional<cv::Mat1b> reasons = reasonsFor(rOptions, disparity, bMoved);
-    const cv::Mat1f pixels = !bMoved               ? disparity.m_pixels
-                             : truthView == "left" ? toLeftView(disparity.m_pixels)
-                                                   : toRightView(disparity.m_pixels);
+    const std::optional<cv::Mat1b> reasons = reasonsFor(rOptions, disparity);
+    const auto toView = [](const std::string& rView, const cv::Mat1f& rImage) {
+        return rView == "left" ? toLeftView(rImage) : toRightView(rImage);
+    };
+    const cv::Mat1f pixels = bMoved ? toView(truthView, disparity.m_pixels) : disparity.m_pixels;
     const TruthErrors errors = measureErrors(pixels, truth, range);
     std::printf("disparity %s: %s, %s camera\ntruth     %s: %s, %s camera\n", rOptions.m_disparity.c_str(),
                 disparity.m_form.c_str(), rOptions.m_disparityView.c_str(), rOptions.m_truth.c_str(), form.c_str(),
@@ -104,8 +101,13 @@ static void evaluate(const EvalOptions& rOptions)
                            (range ? std::string(" inside --range") : std::string()) + "; give another truth or scale",
                        ExitStatus::Unfit);
     std::fputs(truthErrorsText(errors).c_str(), stdout);
-    if (reasons)
-        std::fputs(truthByReasonText(*reasons, truth, range).c_str(), stdout);
+    if (!reasons)
+        return;
+    // A pixel without a disparity cannot be moved, but the truth can.
+    const cv::Mat1f truthThere = bMoved ? toView(rOptions.m_disparityView, truth) : truth;
+    std::fputs(truthByReasonText(*reasons, truthThere, range).c_str(), stdout);
+    if (bMoved)
+        std::puts("the truth is moved to the disparity's view, and is unknown where nothing arrives");
 }
 
 static const char* const sk_pszForms =

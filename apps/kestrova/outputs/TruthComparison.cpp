@@ -136,7 +136,7 @@ static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTr
     };
     const std::string truths =
         rTruths.empty() ? std::string("         -") : line("%10.2f    %.2f to %.2f", at(0.5), at(0.05), at(0.95));
-    return line("  %-14s %9ld %9zu %9ld ", reasonName(nReason), nPixels, rTruths.size(), nBeyond) + truths + "\n";
+    return line("  %-14s %9ld %9zu %10ld ", reasonName(nReason), nPixels, rTruths.size(), nBeyond) + truths + "\n";
 }
 
 std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
@@ -153,8 +153,8 @@ std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth
                 aTruths[ucReason].push_back(fTrue);
             anBeyond[ucReason] += isKnown(fTrue) && isBeyond(fTrue, range);
         }
-    std::string text = "\nBy reason                                 of these         truth there, px\n"
-                       "                    pixels     known    beyond     median    5 to 95 %\n";
+    std::string text = "\nBy reason                    truth    outside   true disparity there, px\n"
+                       "                    pixels     known  the range     median    5 to 95 %\n";
     for (int i = 0; i < 256; ++i)
         if (const auto n = static_cast<std::size_t>(i); anPixels[n])
             text += reasonLine(i, anPixels[n], aTruths[n], anBeyond[n]);
