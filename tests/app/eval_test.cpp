@@ -168,4 +168,23 @@ TEST_F(Eval, SaysWhatIsWrong)
     }
 }
 
+using Bench = Program;
+
+TEST_F(Bench, TimesEveryStageOfMadeUpAndOfOwnFrames)
+{
+    const std::string made = call("bench --size 160x120 --disparities 16 --frames 3").m_out;
+    ASSERT_EQ(call("demo --size 320x240 --report page.html").m_nStatus, 0);
+    const std::string own = call("bench --calibration demo-out/calibration.txt --right demo-out/raw_right.png "
+                                 "--left demo-out/raw_left.png --frames 3 --surface-validation off")
+                                .m_out;
+    EXPECT_THAT(made, testing::HasSubstr("rectified 160x120, disparity 0 to 15, window 7, 1 thread\n"));
+    EXPECT_THAT(own, testing::HasSubstr("rectified 320x240, disparity 0 to 32, window 7, 1 thread\n"));
+    for (const char* pszStage : {"packed frame", "three planes", "stereo, 16-bit", "points in metres"})
+        EXPECT_THAT((std::array{made, own}), testing::Each(testing::HasSubstr(pszStage)));
+    EXPECT_THAT(own, testing::Not(testing::HasSubstr("surface validation")));
+    EXPECT_THAT(slurp(m_folder / "page.html"), testing::HasSubstr("id=\"cloud-positions\""));
+    EXPECT_EQ(call("bench --right a.png").m_nStatus, 2);
+    EXPECT_EQ(call("bench --size 640x360").m_nStatus, 2);
+}
+
 } // namespace kestrova::app

@@ -126,7 +126,7 @@ p { max-width: 50rem; margin: .5rem 0; }
 .quiet, figcaption { color: var(--quiet); font-size: .9rem; }
 .facts { display: grid; grid-template-columns: repeat(auto-fit, minmax(8.5rem, 1fr)); gap: .75rem; margin: 1.2rem 0; }
 .facts div { background: var(--sheet); border: 1px solid var(--rule); border-radius: 8px; padding: .7rem .9rem; }
-.facts b { display: block; font-size: 1.3rem; font-weight: 600; font-variant-numeric: tabular-nums; }
+.facts b { display: block; white-space: nowrap; font-size: 1.2rem; font-weight: 600; font-variant-numeric: tabular-nums; }
 .facts span { color: var(--quiet); font-size: .85rem; }
 .wide { overflow-x: auto; }
 table { border-collapse: collapse; background: var(--sheet); border: 1px solid var(--rule); font-size: .93rem; }

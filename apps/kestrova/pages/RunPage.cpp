@@ -64,7 +64,7 @@ static const char* const sk_pszCloudStyle = R"css(<style>
 #cloud canvas { width: 100%; height: min(72vh, 640px); display: block; border-radius: 8px; background-color: #10161d;
   touch-action: none; cursor: grab; }
 #cloud canvas:active { cursor: grabbing; }
-#cloud.failed canvas, #cloud.failed .controls { display: none; }
+#cloud.failed canvas, #cloud.failed .controls, #cloud.failed figcaption { display: none; }
 .controls { display: flex; flex-wrap: wrap; gap: .5rem 1rem; align-items: center; margin-top: .6rem; font-size: .9rem; }
 .controls label { display: flex; gap: .4rem; align-items: center; }
 button, select { font: inherit; color: inherit; background: var(--sheet); border: 1px solid var(--rule);

@@ -152,7 +152,7 @@
   // ---- drawing ----
 
   const background = getComputedStyle(canvas).backgroundColor.match(/\d+/g).slice(0, 3).map(Number);
-  let parts = null, waiting = false, pointScale = 1;
+  let parts = null, waiting = false, touched = false, pointScale = 1;
 
   function build() {
     const program = gl.createProgram();
@@ -282,6 +282,9 @@
     redraw();
   });
 
+  for (const kind of ['pointerdown', 'wheel', 'keydown', 'click'])
+    figure.addEventListener(kind, () => { touched = true; }); // from now on a change of size leaves the view alone
+
   const colourChoice = figure.querySelector('select');
   colourChoice.addEventListener('change', redraw);
   figure.querySelector('input').addEventListener('input', (event) => {
@@ -295,7 +298,7 @@
   try {
     build();
     lookFrom('tilted');
-    new ResizeObserver(redraw).observe(canvas);
+    new ResizeObserver(() => (touched ? redraw() : lookFrom('tilted'))).observe(canvas);
   } catch (error) {
     giveUp(error.message);
     console.error('cloud viewer: ' + error.message);
