@@ -9,11 +9,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 namespace kestrova::app {
@@ -83,12 +83,12 @@ static cv::Mat1f readNpy(const fs::path& rFile, const std::string& rBytes)
     const std::size_t uFrom = bShort ? 10 : 12;
     const std::size_t uHead = byte(8) | byte(9) << 8 | (bShort ? 0 : byte(10) << 16 | byte(11) << 24);
     const std::string head = rBytes.substr(uFrom, std::min<std::size_t>(uHead, 4096));
-    std::smatch shape;
+    const std::size_t uShape = head.find("'shape': (");
+    long nRows = 0;
+    long nCols = 0;
     if (uFrom + uHead > rBytes.size() || head.find("'fortran_order': False") == std::string::npos ||
-        !std::regex_search(head, shape, std::regex("'shape': \\(([0-9]{1,6}), ([0-9]{1,6})\\)")))
+        uShape == std::string::npos || std::sscanf(head.c_str() + uShape, "'shape': (%9ld, %9ld)", &nRows, &nCols) != 2)
         bad(rFile, "needs two dimensions, rows first; save numpy.ascontiguousarray(disparity)");
-    const long nRows = std::stol(shape[1]);
-    const long nCols = std::stol(shape[2]);
     if (head.find("'descr': '<f4'") != std::string::npos)
         return valuesOf<float>(rFile, nRows, nCols, rBytes, uFrom + uHead);
     if (head.find("'descr': '<f8'") == std::string::npos)
@@ -169,6 +169,18 @@ static DisparityFile scaled(const cv::Mat& rImage, double dScale)
         withoutUnknown(values), {}, line("%d bits, %g px a level, 0 unknown", 8 << (rImage.depth() != CV_8U), dScale)};
 }
 
+/// The number that follows a mark in a file's name.
+static std::optional<int> numberAfter(const std::string& rName, const std::string& rMark)
+{
+    const std::size_t uMark = rName.find(rMark);
+    int nValue = 0;
+    if (uMark == std::string::npos)
+        return {};
+    const char* const pFrom = rName.data() + uMark + rMark.size();
+    const bool bNumber = std::from_chars(pFrom, rName.data() + rName.size(), nValue).ec == std::errc();
+    return bNumber && nValue >= 0 && nValue < 65536 ? std::optional(nValue) : std::nullopt;
+}
+
 static DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<double> scale)
 {
     cv::Mat image = cv::imread(rFile.string(), cv::IMREAD_UNCHANGED);
@@ -178,16 +190,14 @@ static DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<doubl
         bad(rFile, "is a picture in colour, not data; give the file that it was made from");
     const bool b8 = image.depth() == CV_8U;
     const std::string name = rFile.filename().string();
-    std::smatch found;
-    if (!scale &&
-        std::regex_search(name, found, std::regex(b8 ? "_pixels_offset([0-9]{1,4})" : "_256ths_offset([0-9]{1,4})"))) {
-        const int nOffset = std::stoi(found[1]);
-        const std::string form = line("%d bits of this library, offset %d", b8 ? 8 : 16, nOffset);
-        return b8 ? ofMap(readDisparity8(image, {static_cast<double>(nOffset), 1.0, 0}, {}), form)
-                  : ofMap(readDisparity16(image, nOffset, {}), form);
+    const std::optional<int> offset = numberAfter(name, b8 ? "_pixels_offset" : "_256ths_offset");
+    if (!scale && offset) {
+        const std::string form = line("%d bits of this library, offset %d", b8 ? 8 : 16, *offset);
+        return b8 ? ofMap(readDisparity8(image, {static_cast<double>(*offset), 1.0, 0}, {}), form)
+                  : ofMap(readDisparity16(image, *offset, {}), form);
     }
-    if (!scale && std::regex_search(name, found, std::regex("_kitti_([1-9][0-9]{0,4})ths")))
-        scale = 1.0 / std::stoi(found[1]);
+    if (const std::optional<int> ths = numberAfter(name, "_kitti_"); !scale && ths && *ths > 0)
+        scale = 1.0 / *ths;
     return scaled(image, scale.value_or(b8 ? 1.0 : 1.0 / 256.0));
 }
 
