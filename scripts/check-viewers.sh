@@ -8,9 +8,13 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh build viewers
-[ -f build/release/build.ninja ] || cmake --preset release -DKESTROVA_BUILD_TESTS=OFF -DKESTROVA_BUILD_BENCH=OFF >/dev/null
-cmake --build build/release -j "$(nproc)" --target kestrova_cli
-program=$PWD/build/release/apps/kestrova/kestrova
+build=build/release # of the tests, if they have been built; else what demo.sh builds
+if [ ! -f $build/build.ninja ]; then
+  build=build/demo
+  cmake --preset release -B $build -DKESTROVA_BUILD_TESTS=OFF -DKESTROVA_BUILD_BENCH=OFF >/dev/null
+fi
+cmake --build $build -j "$(nproc)" --target kestrova_cli
+program=$PWD/$build/apps/kestrova/kestrova
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
