@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a job needs, and only those that are missing.
 #
-#   scripts/install-deps.sh [build] [test] [ci] [photos]     default: build test
+#   scripts/install-deps.sh [build] [test] [ci] [photos] [viewers]     default: build test
 set -euo pipefail
 
 declare -A groups=(
@@ -9,13 +9,14 @@ declare -A groups=(
   [test]="libgtest-dev libgmock-dev libeigen3-dev libbenchmark-dev libnanoflann-dev"
   [ci]="clang libclang-rt-14-dev clang-format-14"
   [photos]="opencv-doc"
+  [viewers]="chromium imagemagick meshlab pcl-tools xvfb xauth"
 )
 
 [ $# -gt 0 ] || set -- build test
 missing=()
 for group in "$@"; do
   if [ -z "${groups[$group]:-}" ]; then
-    echo "install-deps.sh: no such group: $group (known: build, test, ci, photos)" >&2
+    echo "install-deps.sh: no such group: $group (known: build, test, ci, photos, viewers)" >&2
     exit 1
   fi
   for package in ${groups[$group]}; do

@@ -11,6 +11,8 @@ namespace kestrova::app {
 void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
+void addEvalCommand(CLI::App& rProgram);
+void addBenchCommand(CLI::App& rProgram);
 
 /// One option of the command for each row of the table of settings, and the presets.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);

@@ -30,7 +30,7 @@ static constexpr double sk_dWorstFit = 0.05; // pixels
 
 // All but the library's own records: its images may be those of a later run by now.
 static constexpr const char* sk_pszOutputs =
-    "disparity.pfm,npy,kitti16,native16,depth-mm,cloud.ply,colour,reason,images,disparity8,text";
+    "disparity.pfm,npy,kitti16,native16,depth-mm,cloud.ply,colour,reason,images,disparity8,report,text";
 
 static cv::Size demoSize(const std::string& rText)
 {

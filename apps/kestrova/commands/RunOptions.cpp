@@ -45,7 +45,8 @@ static void checkComparison(const RunOptions& r)
     require(!r.m_planes.m_nPlanes || r.hasMetres(),
             "--planes takes a cloud, and with --rectified that takes --focal and --baseline");
     require(!r.m_truth || r.m_dTruthScale > 0.0, "--truth-scale: must be above 0");
-    require(!r.m_truth || !r.isBatch(), "--truth is for a single frame, see the command eval for many");
+    require(!r.m_truth || !r.isBatch(),
+            "--truth is for a single frame; the command eval compares any disparity file with a truth");
     require(!r.m_truth || !r.m_json || *r.m_json != "-", "--truth prints a table; give --json a file");
 }
 

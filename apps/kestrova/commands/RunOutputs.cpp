@@ -2,6 +2,7 @@
 
 #include "basics/AppError.h"
 #include "outputs/ImageRecord.h"
+#include "pages/RunPage.h"
 
 #include <algorithm>
 #include <sstream>
@@ -43,6 +44,13 @@ const std::vector<OutputKind>& allOutputs()
          "reason_codes.png, a number for each pixel, and reason_colour.png, a picture with shares",
          {},
          [](const OutputJob& r) { writeReasons(r.m_rFolder, r.m_rResult); }},
+        {"report",
+         "report.html: one web page of everything, with the cloud to turn with the mouse",
+         {.m_bColour = true},
+         [](const OutputJob& r) {
+             writeRunPage(r.m_rFolder.file("report.html"), r.m_rResult, r.m_source,
+                          describeSettings(r.m_rSession.handle()));
+         }},
         {"images",
          "raw, rectified and edge images, and the rectified pair with level lines, as PNG",
          {.m_bImages = true, .m_bColour = true},

@@ -1,8 +1,10 @@
 #include "outputs/TruthComparison.h"
 
+#include "basics/Line.h"
+
 #include <opencv2/calib3d.hpp>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 
@@ -28,6 +30,16 @@ cv::Mat1f toLeftView(const cv::Mat1f& rRightView)
     return left;
 }
 
+// Mirrored, a right image is a left one.
+cv::Mat1f toRightView(const cv::Mat1f& rLeftView)
+{
+    cv::Mat1f mirrored;
+    cv::flip(rLeftView, mirrored, 1);
+    cv::Mat1f right;
+    cv::flip(toLeftView(mirrored), right, 1);
+    return right;
+}
+
 TruthShares compareWithTruth(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, cv::Vec2i range)
 {
     TruthShares shares;
@@ -47,6 +59,106 @@ TruthShares compareWithTruth(const cv::Mat1f& rDisparity, const cv::Mat1f& rTrut
             shares.m_dSumError += dError <= 2.0 ? dError : 0.0;
         }
     return shares;
+}
+
+// ---- the measures of stereo benchmarks ----
+
+static bool isKnown(float fDisparity)
+{
+    return std::isfinite(fDisparity) && fDisparity > 0.0f;
+}
+
+static bool isBeyond(float fTrue, const std::optional<cv::Vec2i>& rRange)
+{
+    return rRange && (fTrue < static_cast<float>((*rRange)[0]) || fTrue > static_cast<float>((*rRange)[1]));
+}
+
+static void addError(TruthErrors& rErrors, double dError, double dTrue)
+{
+    ++rErrors.m_nFound;
+    for (std::size_t n = 0; n < sk_adBad.size(); ++n)
+        rErrors.m_anBad[n] += dError > sk_adBad[n];
+    rErrors.m_nOutliers += dError > 3.0 && dError > 0.05 * dTrue;
+    rErrors.m_dSum += dError;
+    rErrors.m_dSumSquares += dError * dError;
+}
+
+TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
+{
+    TruthErrors errors;
+    errors.m_nPixels = static_cast<long>(rTruth.total());
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
+        for (int nCol = 0; nCol < rTruth.cols; ++nCol) {
+            const float fTrue = rTruth(nRow, nCol);
+            if (!isKnown(fTrue))
+                continue;
+            if (isBeyond(fTrue, range)) {
+                ++errors.m_nBeyond;
+                continue;
+            }
+            ++errors.m_nKnown;
+            if (const float fDisparity = rDisparity(nRow, nCol); isKnown(fDisparity))
+                addError(errors, std::abs(static_cast<double>(fDisparity) - fTrue), fTrue);
+        }
+    return errors;
+}
+
+std::string truthErrorsText(const TruthErrors& r)
+{
+    std::string text = line("pixels %ld, truth known at %ld (%.1f %%)", r.m_nPixels, r.m_nKnown + r.m_nBeyond,
+                            TruthErrors::share(r.m_nKnown + r.m_nBeyond, r.m_nPixels));
+    text += r.m_nBeyond ? line("; %ld of them outside the range and left out\n", r.m_nBeyond) : std::string("\n");
+    text += line("density: %.2f %% of the known pixels have a disparity (%ld)\n\n", r.foundShare(), r.m_nFound);
+    text += "                                   of those found   missing counted as bad\n";
+    const auto row = [&](const std::string& rName, long nBad) {
+        return line("  %-34s %8.2f %% %18.2f %%\n", rName.c_str(), r.badOfFound(nBad), r.badOfKnown(nBad));
+    };
+    for (std::size_t n = 0; n < sk_adBad.size(); ++n)
+        text += row(line("bad-%g: more than %g px off", sk_adBad[n], sk_adBad[n]), r.m_anBad[n]);
+    text += row("D1: more than 3 px and 5 % off", r.m_nOutliers);
+    return text + line("\nmean error %.4f px, RMS error %.4f px, of those found\n", r.meanError(), r.rmsError());
+}
+
+static const char* reasonName(int nReason)
+{
+    static constexpr std::array<const char*, 8> sk_apszNames{"found",   "texture",    "uniqueness", "subpixel",
+                                                             "surface", "back-forth", "outside",    "hidden"};
+    return static_cast<std::size_t>(nReason) < sk_apszNames.size() ? sk_apszNames[static_cast<std::size_t>(nReason)]
+                                                                   : "unknown code";
+}
+
+static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTruths, long nBeyond)
+{
+    std::sort(rTruths.begin(), rTruths.end());
+    const auto at = [&](double dShare) {
+        return static_cast<double>(
+            rTruths[static_cast<std::size_t>(dShare * static_cast<double>(rTruths.size() - 1) + 0.5)]);
+    };
+    const std::string truths =
+        rTruths.empty() ? std::string("         -") : line("%10.2f    %.2f to %.2f", at(0.5), at(0.05), at(0.95));
+    return line("  %-14s %9ld %9zu %10ld ", reasonName(nReason), nPixels, rTruths.size(), nBeyond) + truths + "\n";
+}
+
+std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
+{
+    std::array<std::vector<float>, 256> aTruths;
+    std::array<long, 256> anPixels{};
+    std::array<long, 256> anBeyond{};
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
+        for (int nCol = 0; nCol < rTruth.cols; ++nCol) {
+            const unsigned char ucReason = rReasons(nRow, nCol);
+            const float fTrue = rTruth(nRow, nCol);
+            ++anPixels[ucReason];
+            if (isKnown(fTrue))
+                aTruths[ucReason].push_back(fTrue);
+            anBeyond[ucReason] += isKnown(fTrue) && isBeyond(fTrue, range);
+        }
+    std::string text = "\nBy reason                    truth    outside   true disparity there, px\n"
+                       "                    pixels     known  the range     median    5 to 95 %\n";
+    for (int i = 0; i < 256; ++i)
+        if (const auto n = static_cast<std::size_t>(i); anPixels[n])
+            text += reasonLine(i, anPixels[n], aTruths[n], anBeyond[n]);
+    return text;
 }
 
 // The matcher measures from its first image, to the left: column x of the left image matches x - d of the right one.

@@ -3,6 +3,9 @@
 
 #include "session/PixelMask.h"
 
+#include <array>
+#include <cmath>
+#include <optional>
 #include <string>
 
 namespace kestrova::app {
@@ -16,6 +19,9 @@ enum class TruthView
 /// Disparity moved to the left image: column x goes to x + d, and the nearest surface wins a place. +inf where none is.
 cv::Mat1f toLeftView(const cv::Mat1f& rRightView);
 
+/// The other way: column x of the left image goes to x - d.
+cv::Mat1f toRightView(const cv::Mat1f& rLeftView);
+
 struct TruthShares
 {
     long m_nKnown = 0; // pixels with a known disparity inside the searched range
@@ -27,6 +33,42 @@ struct TruthShares
 
 /// Truth: pixels of the same canvas, 0 where unknown. Disparity: +inf where there is none.
 TruthShares compareWithTruth(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, cv::Vec2i range);
+
+// ---- the measures of stereo benchmarks ----
+
+inline constexpr std::array<double, 4> sk_adBad{0.5, 1.0, 2.0, 4.0}; // pixels
+
+struct TruthErrors
+{
+    long m_nPixels = 0;
+    long m_nKnown = 0;                           // pixels with a known disparity, inside the range if there is one
+    long m_nBeyond = 0;                          // known, but outside the range: left out of all else
+    long m_nFound = 0;                           // of the known ones
+    std::array<long, sk_adBad.size()> m_anBad{}; // of those found: more than this off
+    long m_nOutliers = 0; // of those found: more than 3 pixels and more than 5 % of the truth off
+    double m_dSum = 0.0;  // of errors without sign, and of their squares
+    double m_dSumSquares = 0.0;
+
+    double foundShare() const { return share(m_nFound, m_nKnown); }
+    double badOfFound(long nBad) const { return share(nBad, m_nFound); }
+    /// A missing disparity is a bad one.
+    double badOfKnown(long nBad) const { return share(nBad + m_nKnown - m_nFound, m_nKnown); }
+    double meanError() const { return m_nFound ? m_dSum / static_cast<double>(m_nFound) : 0.0; }
+    double rmsError() const { return m_nFound ? std::sqrt(m_dSumSquares / static_cast<double>(m_nFound)) : 0.0; }
+
+    static double share(long nPart, long nWhole)
+    {
+        return nWhole ? 100.0 * static_cast<double>(nPart) / static_cast<double>(nWhole) : 0.0;
+    }
+};
+
+/// Neither image needs a range; in both, what is not finite or not above 0 is unknown. The images have one size.
+TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range);
+
+std::string truthErrorsText(const TruthErrors& rErrors);
+
+/// What is true where a reason took the disparity, one line for each reason that occurs.
+std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range);
 
 struct BlockMatchRequest
 {

@@ -4,6 +4,8 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <cctype>
+
 namespace kestrova::app {
 
 std::string escapeHtml(const std::string& rText)
@@ -44,6 +46,13 @@ std::string base64(const unsigned char* pBytes, std::size_t uBytes)
     return text;
 }
 
+std::string pictureData(const cv::Mat& rImage)
+{
+    std::vector<unsigned char> png;
+    cv::imencode(".png", rImage, png);
+    return "data:image/png;base64," + base64(png.data(), png.size());
+}
+
 HtmlPage::HtmlPage(const std::string& rTitle) : m_title(escapeHtml(rTitle)), m_body("<h1>" + m_title + "</h1>\n") {}
 
 void HtmlPage::heading(const std::string& rText)
@@ -56,26 +65,45 @@ void HtmlPage::paragraph(const std::string& rText)
     m_body += "<p>" + escapeHtml(rText) + "</p>\n";
 }
 
+void HtmlPage::facts(const std::vector<Fact>& rFacts)
+{
+    m_body += "<div class=\"facts\">\n";
+    for (const Fact& rFact : rFacts)
+        m_body +=
+            "<div><b>" + escapeHtml(rFact.m_value) + "</b><span>" + escapeHtml(rFact.m_meaning) + "</span></div>\n";
+    m_body += "</div>\n";
+}
+
+static bool isNumber(const std::string& rText)
+{
+    const std::size_t uFirst = rText.find_first_not_of("+-<> ");
+    return uFirst != std::string::npos && std::isdigit(static_cast<unsigned char>(rText[uFirst])) && rText.size() < 16;
+}
+
 void HtmlPage::table(const std::vector<std::vector<std::string>>& rRows)
 {
-    m_body += "<table>\n";
-    const char* pszCell = "th";
+    m_body += "<div class=\"wide\"><table>\n";
+    std::string cell = "th";
     for (const auto& rRow : rRows) {
         m_body += "<tr>";
         for (const std::string& rText : rRow)
-            m_body += std::string("<") + pszCell + ">" + escapeHtml(rText) + "</" + pszCell + ">";
+            m_body +=
+                "<" + cell + (isNumber(rText) ? " class=\"number\">" : ">") + escapeHtml(rText) + "</" + cell + ">";
         m_body += "</tr>\n";
-        pszCell = "td";
+        cell = "td";
     }
-    m_body += "</table>\n";
+    m_body += "</table></div>\n";
 }
 
 void HtmlPage::picture(const cv::Mat& rImage, const std::string& rCaption)
 {
-    std::vector<unsigned char> png;
-    cv::imencode(".png", rImage, png);
-    m_body += "<figure><img alt=\"" + escapeHtml(rCaption) + "\" src=\"data:image/png;base64," +
-              base64(png.data(), png.size()) + "\"><figcaption>" + escapeHtml(rCaption) + "</figcaption></figure>\n";
+    m_body += "<figure><img alt=\"" + escapeHtml(rCaption) + "\" src=\"" + pictureData(rImage) + "\"/><figcaption>" +
+              escapeHtml(rCaption) + "</figcaption></figure>\n";
+}
+
+void HtmlPage::script(const std::string& rSource)
+{
+    m_body += "<script>\n" + rSource + "</script>\n";
 }
 
 void HtmlPage::html(const std::string& rMarkup)
@@ -83,15 +111,44 @@ void HtmlPage::html(const std::string& rMarkup)
     m_body += rMarkup;
 }
 
+static const char* const sk_pszStyle = R"css(
+:root { color-scheme: light dark; --ink: #1c2430; --quiet: #5b6675; --paper: #f4f6f8; --sheet: #fff; --rule: #dde2e8;
+  --accent: #0f6fb8; --stage: #10161d; }
+@media (prefers-color-scheme: dark) {
+  :root { --ink: #e4e8ee; --quiet: #9aa6b5; --paper: #12171d; --sheet: #1a2129; --rule: #2d3742; --accent: #5cb2f2; }
+}
+* { box-sizing: border-box; }
+body { font: 15px/1.55 system-ui, "Segoe UI", "DejaVu Sans", sans-serif; color: var(--ink); background: var(--paper);
+  max-width: 1180px; margin: 0 auto; padding: 2rem 1.25rem 4rem; }
+h1 { font-size: 1.7rem; line-height: 1.25; margin: 0 0 .6rem; overflow-wrap: anywhere; }
+h2 { font-size: 1.15rem; margin: 2.4rem 0 .7rem; padding-bottom: .3rem; border-bottom: 1px solid var(--rule); }
+p { max-width: 50rem; margin: .5rem 0; }
+.quiet, figcaption { color: var(--quiet); font-size: .9rem; }
+.facts { display: grid; grid-template-columns: repeat(auto-fit, minmax(8.5rem, 1fr)); gap: .75rem; margin: 1.2rem 0; }
+.facts div { background: var(--sheet); border: 1px solid var(--rule); border-radius: 8px; padding: .7rem .9rem; }
+.facts b { display: block; white-space: nowrap; font-size: 1.2rem; font-weight: 600; font-variant-numeric: tabular-nums; }
+.facts span { color: var(--quiet); font-size: .85rem; }
+.wide { overflow-x: auto; }
+table { border-collapse: collapse; background: var(--sheet); border: 1px solid var(--rule); font-size: .93rem; }
+th, td { padding: .3rem .8rem; text-align: left; vertical-align: top; border-bottom: 1px solid var(--rule); }
+th { color: var(--quiet); font-weight: 600; }
+tr:last-child > td { border-bottom: 0; }
+.number { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums; }
+figure { margin: 1rem 0; }
+figcaption { margin-top: .4rem; max-width: 60rem; }
+img { max-width: 100%; display: block; border-radius: 4px; }
+summary { cursor: pointer; color: var(--accent); }
+)css";
+
 void HtmlPage::save(const std::filesystem::path& rFile) const
 {
-    writeText(rFile,
-              "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>" + m_title +
-                  "</title>\n<style>body{font:15px/1.5 sans-serif;max-width:1100px;margin:2em auto;padding:0 1em;"
-                  "color:#222}table{border-collapse:collapse}th,td{border:1px solid #ccc;padding:3px 9px;"
-                  "text-align:left}img{max-width:100%}figure{margin:1em 0}figcaption{color:#555}</style></head>\n"
-                  "<body>\n" +
-                  m_body + "</body></html>\n");
+    writeText(rFile, "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"/>"
+                     "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
+                     "style-src 'unsafe-inline'; script-src 'unsafe-inline'\"/>"
+                     "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>"
+                     "<link rel=\"icon\" href=\"data:,\"/>\n<title>" +
+                         m_title + "</title>\n<style>" + sk_pszStyle + "</style></head>\n<body>\n" + m_body +
+                         "</body></html>\n");
 }
 
 } // namespace kestrova::app
