@@ -11,6 +11,9 @@ namespace kestrova::app {
 void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
+void addBoardCommand(CLI::App& rProgram);
+void addCalibrateCommand(CLI::App& rProgram);
+void addCheckCommand(CLI::App& rProgram);
 
 /// One option of the command for each row of the table of settings.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);

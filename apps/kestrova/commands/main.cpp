@@ -26,6 +26,9 @@ int main(int nArguments, char** ppszArguments)
                      "matches column x + d of the left one; row y matches row y + d of the top one.");
     program.set_version_flag("--version", [] { return std::string(kestrovaVersion()); });
     program.require_subcommand(1);
+    kestrova::app::addBoardCommand(program);
+    kestrova::app::addCalibrateCommand(program);
+    kestrova::app::addCheckCommand(program);
     kestrova::app::addDemoCommand(program);
     kestrova::app::addRunCommand(program);
     kestrova::app::addInfoCommand(program);

@@ -1,0 +1,121 @@
+// kestrova check: is a calibration still right for its cameras? One frame of each is enough.
+#include "basics/AppError.h"
+#include "basics/Line.h"
+#include "boards/Findings.h"
+#include "boards/PairCheck.h"
+#include "commands/Commands.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <cstdio>
+
+namespace kestrova::app {
+
+struct CheckOptions
+{
+    std::string m_calibration, m_right;
+    std::optional<std::string> m_left, m_top;
+};
+
+static PerCamera<cv::Mat1b> readFrames(const CheckOptions& rOptions)
+{
+    if (!rOptions.m_left && !rOptions.m_top)
+        throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
+    PerCamera<cv::Mat1b> frames{{KestrovaCamRight, readPhoto(rOptions.m_right)}};
+    const auto add = [&](KestrovaCamera eCamera, const std::optional<std::string>& rFile) {
+        if (!rFile)
+            return;
+        cv::Mat1b frame = readPhoto(*rFile);
+        if (frame.size() != frames[KestrovaCamRight].size())
+            throw AppError(*rFile + ": has another size than " + rOptions.m_right, ExitStatus::Content);
+        if (cv::norm(frame, frames[KestrovaCamRight], cv::NORM_INF) == 0.0)
+            throw AppError(*rFile + ": is the same picture as " + rOptions.m_right + "; give each camera its own",
+                           ExitStatus::Content);
+        frames[eCamera] = std::move(frame);
+    };
+    add(KestrovaCamLeft, rOptions.m_left);
+    add(KestrovaCamTop, rOptions.m_top);
+    return frames;
+}
+
+static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
+{
+    const std::string name = cameraName(eOther);
+    const std::string pair = "right and " + name;
+    const bool bTop = eOther == KestrovaCamTop;
+    const char* pszWhat = bTop ? ": column error" : ": row error";
+    Findings findings;
+    findings.push_back({pair + ": details", line("%d, %d strays left out", rCheck.m_rows.m_nCount, rCheck.m_nStrays),
+                        "corners of the right image found again in the other"});
+    findings.push_back({pair + pszWhat, line("%.3f px RMS", rCheck.m_rows.m_dRms),
+                        line("a match must lie in the same line; the %s image stands %+.2f px %s", name.c_str(),
+                             rCheck.m_dMiddle, bTop ? "to the right" : "lower"),
+                        rowVerdict(rCheck.m_rows.m_dRms)});
+    findings.push_back({pair + pszWhat + ", 95 of 100", line("below %.3f px", rCheck.m_rows.m_dWorst5th),
+                        "the same, worst details left out"});
+    findings.push_back({pair + ": gain difference", line("%+.1f %%", 100.0 * (rCheck.m_dGain - 1.0)),
+                        "what the " + name + " image lacks in brightness, gains of the calibration applied",
+                        std::abs(rCheck.m_dGain - 1.0) < 0.1 ? Verdict::Good : Verdict::Fair});
+    return findings;
+}
+
+static void refuse(KestrovaCamera eOther, const PairCheck& rCheck)
+{
+    const std::string name = std::string("--") + cameraName(eOther);
+    if (rCheck.m_dBehind > 0.5 && rCheck.m_rows.m_nCount >= sk_nFewestDetails)
+        throw AppError(line("--right and %s: %.0f %% of the details lie at negative disparity: the two frames are "
+                            "swapped; hand them over the other way round",
+                            name.c_str(), 100.0 * rCheck.m_dBehind),
+                       ExitStatus::Unfit);
+    if (rCheck.m_rows.m_nCount < sk_nFewestDetails)
+        throw AppError(line("--right and %s: only %d details were found in both rectified images, %d are needed; the "
+                            "frames show too little, or are not of one instant, or not of these cameras in this order",
+                            name.c_str(), rCheck.m_rows.m_nCount, sk_nFewestDetails),
+                       ExitStatus::Unfit);
+}
+
+static void check(const CheckOptions& rOptions)
+{
+    const PerCamera<cv::Mat1b> frames = readFrames(rOptions);
+    StereoSession session(rOptions.m_calibration);
+    session.useCameras(configurationOf(frames));
+    session.preprocess(frames, FrameForm::Planes);
+    const cv::Size raw = frames.at(KestrovaCamRight).size();
+    cv::Mat1b mask;
+    cv::copyMakeBorder(session.region(KestrovaCamRight, raw), mask, 1, 1, 1, 1, cv::BORDER_CONSTANT, 0);
+    cv::erode(mask, mask, cv::Mat1b(21, 21, uchar(1)), {-1, -1}, 1, cv::BORDER_CONSTANT, 0);
+    mask = mask(cv::Rect({1, 1}, session.canvas())).clone();
+    Findings all;
+    std::string refusal;
+    for (const auto& [eOther, rFrame] : frames) {
+        if (eOther == KestrovaCamRight)
+            continue;
+        const auto upright = [&](const cv::Mat1b& rImage) {
+            return eOther == KestrovaCamTop ? cv::Mat1b(rImage.t()) : rImage;
+        };
+        const PairCheck found = checkPair(upright(session.image(KestrovaImgRectified, KestrovaCamRight)),
+                                          upright(session.image(KestrovaImgRectified, eOther)), upright(mask));
+        refuse(eOther, found);
+        const Findings findings = judgeCheck(eOther, found);
+        all.insert(all.end(), findings.begin(), findings.end());
+    }
+    std::fputs(findingsTable(all).c_str(), stdout);
+    if (const Finding* pBad = worstOf(all))
+        throw AppError(rOptions.m_calibration + ": " + pBad->m_name + " of " + pBad->m_value +
+                           " is above 0.5 px: do not use it with these cameras; calibrate again",
+                       ExitStatus::Unfit);
+}
+
+void addCheckCommand(CLI::App& rProgram)
+{
+    auto pOptions = std::make_shared<CheckOptions>();
+    CLI::App* pCommand = rProgram.add_subcommand(
+        "check", "Measures on one frame of each camera whether a calibration still fits; no board needed");
+    pCommand->add_option("--calibration", pOptions->m_calibration, "calibration file of the cameras")->required();
+    pCommand->add_option("--right", pOptions->m_right, "frame of the right camera, the reference")->required();
+    pCommand->add_option("--left", pOptions->m_left, "frame of the left camera; this, --top or both");
+    pCommand->add_option("--top", pOptions->m_top, "frame of the top camera");
+    pCommand->callback([pOptions] { check(*pOptions); });
+}
+
+} // namespace kestrova::app
