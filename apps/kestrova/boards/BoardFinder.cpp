@@ -7,7 +7,6 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <atomic>
 #include <mutex>
 
 namespace kestrova::app {
@@ -224,7 +223,9 @@ std::string verdicts(const Shots& rShots)
             text += line("  %-5s  %-20s  ", cameraName(eCamera), rView.m_file.filename().c_str());
             if (!rView.isUsed())
                 text += "not used: " + rView.m_reject + "\n";
-            else if (!isUsed(rShot))
+            else if (rView.m_dLensError == 0.0) // nothing came of the calibration
+                text += "board found\n";
+            else if (rView.m_dSetError == 0.0)
                 text += line("used for this camera only, %.3f px off\n", rView.m_dLensError);
             else
                 text += line("used, %.3f px off\n", rView.m_dSetError);

@@ -355,7 +355,7 @@ SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice)
     orderCorners(rShots, lenses);
     for (const auto& [eCamera, rLens] : lenses)
         calibration.m_set[eCamera] =
-            eCamera == KestrovaCamRight ? MountedCamera{rLens} : mount(rShots, eCamera, lenses);
+            eCamera == KestrovaCamRight ? MountedCamera{rLens, cv::Matx33d::eye(), {}} : mount(rShots, eCamera, lenses);
     checkPlaces(calibration.m_set);
     do {
         checkShots(rShots);

@@ -194,8 +194,8 @@ void Adjustment::equations(cv::Mat1d& rA, cv::Mat1d& rB) const
             rValue = dKept;
         }
         const double dWeight = weight(errorOf(off));
-        const cv::Mat1d A = slopes.t() * slopes * dWeight;
-        const cv::Mat1d b = slopes.t() * off * dWeight;
+        const cv::Mat1d A(slopes.t() * slopes * dWeight);
+        const cv::Mat1d b(slopes.t() * off * dWeight);
         for (int i = 0; i < slopes.cols; ++i) {
             const int nRow = unknowns[static_cast<std::size_t>(i)];
             rB(nRow) -= b(i);
