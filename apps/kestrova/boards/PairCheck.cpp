@@ -10,6 +10,7 @@
 namespace kestrova::app {
 
 static constexpr int sk_nPatch = 17;
+static constexpr double sk_dAlike = 0.92; // correlation of patches at their final places
 
 // Place in the other image to a few hundredths of a pixel, by least squares over a patch whose mean is taken off, so
 // that unlike brightness does not pull. Nothing when it wanders off.
@@ -25,18 +26,21 @@ static std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv
     cv::Sobel(wanted, slopeY, CV_32F, 0, 1, 3, 1.0 / 8.0);
     const cv::Matx22d A(slopeX.dot(slopeX), slopeX.dot(slopeY), slopeX.dot(slopeY), slopeY.dot(slopeY));
     cv::Point2d at = rDetail.m_left;
+    double dAlike = 0.0;
     for (int nRound = 0; nRound < 12; ++nRound) {
         cv::Mat1f seen;
         cv::getRectSubPix(rOther, size, at, seen);
         seen -= cv::mean(seen)[0];
-        const double dScale = seen.dot(seen) > 0.0 ? wanted.dot(seen) / seen.dot(seen) : 1.0;
+        const double dPower = std::max(seen.dot(seen), 1e-9);
+        const double dScale = wanted.dot(seen) / dPower;
+        dAlike = wanted.dot(seen) / std::sqrt(dPower * std::max(wanted.dot(wanted), 1e-9));
         const cv::Mat1f off(wanted - dScale * seen);
         const cv::Vec2d step = A.solve(cv::Vec2d(slopeX.dot(off), slopeY.dot(off)), cv::DECOMP_SVD);
         at += cv::Point2d(step[0], step[1]);
         if (cv::norm(step) < 0.003)
             break;
     }
-    return cv::norm(at - cv::Point2d(rDetail.m_left)) < 1.5 ? std::optional(at) : std::nullopt;
+    return cv::norm(at - cv::Point2d(rDetail.m_left)) < 1.5 && dAlike > sk_dAlike ? std::optional(at) : std::nullopt;
 }
 
 static double patchMean(const cv::Mat1b& rImage, cv::Point at)
@@ -71,7 +75,7 @@ PairCheck checkPair(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::
     std::vector<double> off;
     for (double dRow : rows)
         off.push_back(std::abs(dRow - check.m_dMiddle));
-    const double dLimit = 0.5 + 5.0 * 1.4826 * medianOf(off);
+    const double dLimit = 0.1 + 4.0 * 1.4826 * medianOf(off);
     check.m_dBehind = nBehind / static_cast<double>(rows.size());
     check.m_dGain = dRightSum / std::max(dOtherSum, 1.0);
     std::vector<double> kept;

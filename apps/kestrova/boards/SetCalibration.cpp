@@ -37,9 +37,9 @@ static double rootMeanSquare(const std::vector<double>& rErrors)
 
 static AppError tooFew(std::size_t uUsed, std::size_t uAll, const std::string& rWhat)
 {
-    return AppError(line("only %zu of %zu %s; at least %zu are needed: %s", uUsed, uAll, rWhat.c_str(), sk_uFewestShots,
-                         sk_pszAdvice),
-                    ExitStatus::Unfit);
+    return AppError(
+        line("%zu of %zu %s; at least %zu are needed: %s", uUsed, uAll, rWhat.c_str(), sk_uFewestShots, sk_pszAdvice),
+        ExitStatus::Unfit);
 }
 
 // ---- one lens ----
@@ -300,6 +300,24 @@ static void checkPlaces(const CameraSet& rSet)
     }
 }
 
+// Boards that each camera explains well, and no two cameras together, were not seen at the same instants.
+static void checkTogether(const Shots& rShots)
+{
+    std::vector<double> alone, together;
+    for (const Shot& rShot : rShots.m_shots)
+        for (const auto& [eCamera, rView] : rShot)
+            if (rView.isUsed() && rView.m_dSetError > 0.0) {
+                alone.push_back(rView.m_dLensError);
+                together.push_back(rView.m_dSetError);
+            }
+    if (medianOf(together) > std::max(1.0, 5.0 * medianOf(alone)))
+        throw AppError(
+            line("the cameras' photos do not belong together, %.1f px off where each camera alone is %.1f: are "
+                 "they paired in the right order, and taken at the same instant?",
+                 medianOf(together), medianOf(alone)),
+            ExitStatus::Unfit);
+}
+
 // Marks the photo that fits worst, if it fits worse than such photos do. In a pair nobody can tell which of the two.
 static bool dropWorst(Shots& rShots)
 {
@@ -356,10 +374,10 @@ SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice)
     for (const auto& [eCamera, rLens] : lenses)
         calibration.m_set[eCamera] =
             eCamera == KestrovaCamRight ? MountedCamera{rLens, cv::Matx33d::eye(), {}} : mount(rShots, eCamera, lenses);
-    checkPlaces(calibration.m_set);
     do {
         checkShots(rShots);
         refineSet(calibration.m_set, rShots);
+        checkTogether(rShots);
     } while (dropWorst(rShots));
     checkPlaces(calibration.m_set);
     tellSetErrors(calibration, rShots);

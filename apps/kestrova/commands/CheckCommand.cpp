@@ -59,19 +59,52 @@ static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
     return findings;
 }
 
-static void refuse(KestrovaCamera eOther, const PairCheck& rCheck)
+// Where the right rectified image shows raw pixels, and not too near to where it shows none.
+static cv::Mat1b usablePart(const StereoSession& rSession, cv::Size raw)
 {
-    const std::string name = std::string("--") + cameraName(eOther);
-    if (rCheck.m_dBehind > 0.5 && rCheck.m_rows.m_nCount >= sk_nFewestDetails)
-        throw AppError(line("--right and %s: %.0f %% of the details lie at negative disparity: the two frames are "
-                            "swapped; hand them over the other way round",
-                            name.c_str(), 100.0 * rCheck.m_dBehind),
+    cv::Mat1b mask;
+    cv::copyMakeBorder(rSession.region(KestrovaCamRight, raw), mask, 1, 1, 1, 1, cv::BORDER_CONSTANT, 0);
+    cv::erode(mask, mask, cv::Mat1b(21, 21, uchar(1)), {-1, -1}, 1, cv::BORDER_CONSTANT, 0);
+    return mask(cv::Rect({1, 1}, rSession.canvas())).clone();
+}
+
+static PairCheck measure(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther)
+{
+    const auto upright = [&](const cv::Mat1b& rImage) {
+        return eOther == KestrovaCamTop ? cv::Mat1b(rImage.t()) : rImage;
+    };
+    rSession.preprocess(rFrames, FrameForm::Planes);
+    return checkPair(upright(rSession.image(KestrovaImgRectified, KestrovaCamRight)),
+                     upright(rSession.image(KestrovaImgRectified, eOther)),
+                     upright(usablePart(rSession, rFrames.at(KestrovaCamRight).size())));
+}
+
+static bool isSwapped(StereoSession& rSession, PerCamera<cv::Mat1b> frames, KestrovaCamera eOther,
+                      const PairCheck& rCheck)
+{
+    if (rCheck.m_dBehind > 0.6 && rCheck.m_rows.m_nCount >= sk_nFewestDetails / 3)
+        return true;
+    if (rCheck.m_rows.m_nCount >= sk_nFewestDetails)
+        return false;
+    std::swap(frames.at(KestrovaCamRight), frames.at(eOther));
+    const PairCheck other = measure(rSession, frames, eOther);
+    return other.m_rows.m_nCount >= sk_nFewestDetails && other.m_rows.m_dRms < 1.0 && other.m_dBehind < 0.2;
+}
+
+static PairCheck measureOrRefuse(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther)
+{
+    const std::string names = std::string("--right and --") + cameraName(eOther);
+    const PairCheck found = measure(rSession, rFrames, eOther);
+    if (isSwapped(rSession, rFrames, eOther, found))
+        throw AppError(names + ": the two frames are swapped, matches lie at negative disparity, behind infinity; hand "
+                               "them over the other way round",
                        ExitStatus::Unfit);
-    if (rCheck.m_rows.m_nCount < sk_nFewestDetails)
-        throw AppError(line("--right and %s: only %d details were found in both rectified images, %d are needed; the "
-                            "frames show too little, or are not of one instant, or not of these cameras in this order",
-                            name.c_str(), rCheck.m_rows.m_nCount, sk_nFewestDetails),
+    if (found.m_rows.m_nCount < sk_nFewestDetails)
+        throw AppError(line("%s: only %d details were found in both rectified images, %d are needed; the frames show "
+                            "too little, or are not of one instant, or the calibration is far off or of other cameras",
+                            names.c_str(), found.m_rows.m_nCount, sk_nFewestDetails),
                        ExitStatus::Unfit);
+    return found;
 }
 
 static void check(const CheckOptions& rOptions)
@@ -79,26 +112,12 @@ static void check(const CheckOptions& rOptions)
     const PerCamera<cv::Mat1b> frames = readFrames(rOptions);
     StereoSession session(rOptions.m_calibration);
     session.useCameras(configurationOf(frames));
-    session.preprocess(frames, FrameForm::Planes);
-    const cv::Size raw = frames.at(KestrovaCamRight).size();
-    cv::Mat1b mask;
-    cv::copyMakeBorder(session.region(KestrovaCamRight, raw), mask, 1, 1, 1, 1, cv::BORDER_CONSTANT, 0);
-    cv::erode(mask, mask, cv::Mat1b(21, 21, uchar(1)), {-1, -1}, 1, cv::BORDER_CONSTANT, 0);
-    mask = mask(cv::Rect({1, 1}, session.canvas())).clone();
     Findings all;
-    std::string refusal;
-    for (const auto& [eOther, rFrame] : frames) {
-        if (eOther == KestrovaCamRight)
-            continue;
-        const auto upright = [&](const cv::Mat1b& rImage) {
-            return eOther == KestrovaCamTop ? cv::Mat1b(rImage.t()) : rImage;
-        };
-        const PairCheck found = checkPair(upright(session.image(KestrovaImgRectified, KestrovaCamRight)),
-                                          upright(session.image(KestrovaImgRectified, eOther)), upright(mask));
-        refuse(eOther, found);
-        const Findings findings = judgeCheck(eOther, found);
-        all.insert(all.end(), findings.begin(), findings.end());
-    }
+    for (const auto& [eOther, rFrame] : frames)
+        if (eOther != KestrovaCamRight) {
+            const Findings findings = judgeCheck(eOther, measureOrRefuse(session, frames, eOther));
+            all.insert(all.end(), findings.begin(), findings.end());
+        }
     std::fputs(findingsTable(all).c_str(), stdout);
     if (const Finding* pBad = worstOf(all))
         throw AppError(rOptions.m_calibration + ": " + pBad->m_name + " of " + pBad->m_value +
