@@ -85,14 +85,44 @@ static double viewError(const CameraModel& rModel, const std::vector<cv::Point3f
     return cv::norm(seen, rCorners) / std::sqrt(static_cast<double>(seen.size()));
 }
 
+// The finder of equidistant lenses needs a focal length that is about right, and gives up with an exception without.
+static void fitEquidistant(const std::vector<std::vector<cv::Point3f>>& rPoints, const std::vector<Corners>& rViews,
+                           cv::Size size, cv::Mat& rK, cv::Mat& rDistortion, std::vector<cv::Mat>& rTurns,
+                           std::vector<cv::Mat>& rPlaces)
+{
+    double dBest = 1e300;
+    for (const double dTimes : {1.0, 1.5, 2.3, 3.5}) {
+        const double dFocal = dTimes * std::max(size.width, size.height) / CV_PI;
+        cv::Mat K(cv::Matx33d(dFocal, 0, size.width / 2.0, 0, dFocal, size.height / 2.0, 0, 0, 1));
+        cv::Mat distortion = cv::Mat1d::zeros(4, 1);
+        std::vector<cv::Mat> turns, places;
+        try {
+            const double dError =
+                cv::fisheye::calibrate(rPoints, rViews, size, K, distortion, turns, places,
+                                       lensFlags(LensChoice::Equidistant) | cv::fisheye::CALIB_USE_INTRINSIC_GUESS,
+                                       {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 60, 1e-8});
+            if (dError < dBest) {
+                dBest = dError;
+                rK = K;
+                rDistortion = distortion;
+                rTurns = turns;
+                rPlaces = places;
+            }
+        } catch (const cv::Exception&) {
+        }
+    }
+    if (dBest == 1e300)
+        throw AppError("--model equidistant: no such lens explains the photos; try --model rational",
+                       ExitStatus::Unfit);
+}
+
 static LensFit fitLens(const std::vector<Corners>& rViews, const Shots& rShots, LensChoice eChoice)
 {
     const std::vector<std::vector<cv::Point3f>> points(rViews.size(), rShots.m_board.points());
     cv::Mat K, distortion, spreads;
     std::vector<cv::Mat> turns, places;
     if (eChoice == LensChoice::Equidistant)
-        cv::fisheye::calibrate(points, rViews, rShots.m_size, K, distortion, turns, places, lensFlags(eChoice),
-                               sk_until);
+        fitEquidistant(points, rViews, rShots.m_size, K, distortion, turns, places);
     else
         cv::calibrateCamera(points, rViews, rShots.m_size, K, distortion, turns, places, spreads, cv::noArray(),
                             cv::noArray(), lensFlags(eChoice), sk_until);
@@ -114,6 +144,39 @@ static std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
     return used;
 }
 
+static std::vector<Corners> cornersOf(const std::vector<View*>& rViews)
+{
+    std::vector<Corners> corners;
+    for (const View* pView : rViews)
+        corners.push_back(pView->m_corners);
+    return corners;
+}
+
+// Coefficients that the photos do not need run wild where no board was. Medians, as bad photos are still among them.
+static LensChoice chooseLens(Shots& rShots)
+{
+    constexpr double dWorthwhile = 0.95;
+    const auto errorsOf = [&](LensChoice eChoice) {
+        std::vector<double> errors;
+        for (const auto& [eCamera, rView] : rShots.m_shots.front())
+            errors.push_back(medianOf(fitLens(cornersOf(usedViews(rShots, eCamera)), rShots, eChoice).m_adErrors));
+        return errors;
+    };
+    LensChoice eBest = LensChoice::Plain;
+    std::vector<double> best = errorsOf(eBest);
+    for (const LensChoice eNext : {LensChoice::Plumb, LensChoice::Rational}) {
+        const std::vector<double> next = errorsOf(eNext);
+        bool bBetter = false;
+        for (std::size_t u = 0; u < next.size(); ++u)
+            bBetter = bBetter || next[u] < dWorthwhile * best[u];
+        if (!bBetter)
+            break;
+        eBest = eNext;
+        best = next;
+    }
+    return eBest;
+}
+
 static LensFit fitLensWithoutBadViews(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
 {
     for (int nRound = 0;; ++nRound) {
@@ -121,10 +184,7 @@ static LensFit fitLensWithoutBadViews(Shots& rShots, KestrovaCamera eCamera, Len
         if (views.size() < sk_uFewestShots)
             throw tooFew(views.size(), rShots.m_shots.size(),
                          std::string("photos of the ") + cameraName(eCamera) + " camera can be used");
-        std::vector<Corners> corners;
-        for (const View* pView : views)
-            corners.push_back(pView->m_corners);
-        LensFit fit = fitLens(corners, rShots, eChoice);
+        LensFit fit = fitLens(cornersOf(views), rShots, eChoice);
         for (std::size_t u = 0; u < views.size(); ++u)
             views[u]->m_dLensError = fit.m_adErrors[u];
         const auto worst = std::max_element(fit.m_adErrors.begin(), fit.m_adErrors.end());
@@ -362,6 +422,9 @@ SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice)
     checkShots(rShots);
     checkTwoCameras(rShots);
     SetCalibration calibration;
+    if (eChoice == LensChoice::Auto)
+        eChoice = chooseLens(rShots);
+    calibration.m_eChoice = eChoice;
     PerCamera<CameraModel> lenses;
     for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
         const LensFit fit = fitLensWithoutBadViews(rShots, eCamera, eChoice);

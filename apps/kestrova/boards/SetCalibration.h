@@ -11,6 +11,7 @@ namespace kestrova::app {
 
 enum class LensChoice
 {
+    Auto,       // the fewest of the polynomial ones that explain the photos
     Plain,      // k1 k2 p1 p2
     Plumb,      // and k3
     Rational,   // and k4 k5 k6
@@ -20,9 +21,10 @@ enum class LensChoice
 struct SetCalibration
 {
     CameraSet m_set;
-    PerCamera<double> m_lensErrors;   // pixels RMS of all used corners, each camera by itself
-    PerCamera<double> m_focalSpreads; // how well the focal length is known, share of it; 0 where it is not told
-    PerCamera<double> m_setErrors;    // of the other cameras: pixels RMS of both photos of the pair
+    LensChoice m_eChoice = LensChoice::Plain; // never Auto
+    PerCamera<double> m_lensErrors;           // pixels RMS of all used corners, each camera by itself
+    PerCamera<double> m_focalSpreads;         // how well the focal length is known, share of it; 0 where it is not told
+    PerCamera<double> m_setErrors;            // of the other cameras: pixels RMS of both photos of the pair
 };
 
 inline constexpr std::size_t sk_uFewestShots = 6;

@@ -20,7 +20,7 @@ struct CalibrateOptions
     bool m_bAnyNames = false;
     std::string m_inner, m_square, m_out;
     std::optional<std::string> m_report;
-    std::string m_model = "plumb";
+    std::string m_model = "auto";
     double m_dAlpha = 0.0;
     std::optional<std::string> m_canvas, m_near, m_far;
     std::vector<int> m_anDisparity;
@@ -29,7 +29,8 @@ struct CalibrateOptions
     bool m_bCompareOpenCv = false;
 };
 
-static const std::map<std::string, LensChoice> sk_models{{"plain", LensChoice::Plain},
+static const std::map<std::string, LensChoice> sk_models{{"auto", LensChoice::Auto},
+                                                         {"plain", LensChoice::Plain},
                                                          {"plumb", LensChoice::Plumb},
                                                          {"rational", LensChoice::Rational},
                                                          {"equidistant", LensChoice::Equidistant}};
@@ -98,6 +99,14 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
     }
 }
 
+static std::string lensRemark(LensChoice eChoice)
+{
+    for (const auto& [rName, eNamed] : sk_models)
+        if (eNamed == eChoice)
+            return "lens model: " + rName;
+    return {};
+}
+
 static std::string gainRemark(const PerCamera<double>& rGains)
 {
     std::string text = "gains from the brightness of the boards:";
@@ -157,6 +166,7 @@ static void calibrate(const CalibrateOptions& rOptions)
     const PerCamera<PairProof> proofs = proveCorners(session, shots);
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
+    remarks.push_back(lensRemark(calibration.m_eChoice));
     if (rOptions.m_gain == "matched")
         remarks.push_back(gainRemark(wishes.m_gains));
     for (const std::string& rRemark : remarks)
@@ -201,9 +211,9 @@ void addCalibrateCommand(CLI::App& rProgram)
     for (const auto& [rName, eChoice] : sk_models)
         models.push_back(rName);
     pCommand
-        ->add_option(
-            "--model", r.m_model,
-            "lens: plumb (k1 k2 p1 p2 k3), plain (without k3), rational (with k4 k5 k6), equidistant (very wide)")
+        ->add_option("--model", r.m_model,
+                     "lens: plain (k1 k2 p1 p2), plumb (and k3), rational (and k4 k5 k6), equidistant (very wide); "
+                     "auto takes the first of the former three that more coefficients do not better by a twentieth")
         ->check(CLI::IsMember(models))
         ->capture_default_str();
     pCommand->add_option("--alpha", r.m_dAlpha, "0 shows only what both lenses fill, 1 keeps every raw pixel")
