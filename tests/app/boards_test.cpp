@@ -224,7 +224,7 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
     writeImage(file("small3.png"), cv::Mat1b(120, 160, uchar(9)));
     std::ofstream(file("cut3.png")) << slurp(file("left3.png")).substr(0, 300);
     std::string bent = slurp(file("rig.txt"));
-    bent.replace(bent.find("VERSION"), 7, "VERSIAN");
+    bent.replace(bent.find("Version"), 7, "Versian");
     std::ofstream(file("bent.txt")) << bent;
     const std::string out = board + "-o x";
     const std::tuple<std::string, const char*, ExitStatus> aBad[] = {

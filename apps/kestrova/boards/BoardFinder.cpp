@@ -57,7 +57,7 @@ static double smallestStep(const Corners& rCorners, cv::Size inner)
 // On photos with noise or compression this is nearer to the lens model than what the finders say.
 static Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
 {
-    const int nHalf = std::clamp(static_cast<int>(smallestStep(corners, inner) / 4.0), 2, 11);
+    const int nHalf = std::clamp(static_cast<int>(smallestStep(corners, inner) / 3.0), 2, 11);
     cv::cornerSubPix(rImage, corners, {nHalf, nHalf}, {-1, -1},
                      {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 60, 1e-4});
     return corners;
