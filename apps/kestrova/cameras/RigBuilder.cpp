@@ -10,6 +10,22 @@ double Rig::worstFit() const
     return dWorst;
 }
 
+std::string Rig::text() const
+{
+    std::string text = calibrationText(m_description);
+    for (const Rig& rFurther : m_further)
+        text += rFurther.text();
+    return text;
+}
+
+CameraSet exchanged(const CameraSet& rPair)
+{
+    const auto& [eOther, rOther] = *rPair.rbegin();
+    const cv::Matx33d back = rOther.m_R.t();
+    return {{KestrovaCamRight, {rOther.m_model, cv::Matx33d::eye(), {}}},
+            {eOther, {rPair.at(KestrovaCamRight).m_model, back, -(back * rOther.m_T)}}};
+}
+
 static CalibrationDescription describe(const Rig& rRig, const RigWishes& rWishes)
 {
     CalibrationDescription description;
@@ -33,7 +49,8 @@ static CalibrationDescription describe(const Rig& rRig, const RigWishes& rWishes
 
 Rig buildRig(const CameraSet& rSet, const RigWishes& rWishes)
 {
-    Rig rig{.m_set = rSet, .m_plan = {}, .m_maps = {}, .m_description = {}, .m_remarks = {}};
+    Rig rig;
+    rig.m_set = rSet;
     const cv::Size raw = rSet.at(KestrovaCamRight).m_model.m_size;
     rig.m_plan = planRectification(rSet, rWishes.m_canvas.value_or(raw), rWishes.m_dAlpha);
     for (const auto& [eCamera, rCamera] : rSet)
