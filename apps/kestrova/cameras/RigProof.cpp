@@ -2,6 +2,7 @@
 
 #include "basics/AppError.h"
 #include "basics/Line.h"
+#include "cameras/LensReach.h"
 
 #include <cmath>
 #include <memory>
@@ -26,10 +27,13 @@ static void push(RigProof& rProof, KestrovaContext context, KestrovaCamera eCame
 {
     const CameraModel& rModel = rRig.m_set.at(eCamera).m_model;
     const cv::Size canvas = rRig.m_plan.m_canvas;
-    const Points expected = rectifiedFromRaw(rModel, rRig.m_plan.m_rotations.at(eCamera), rRig.m_plan, rPoints);
+    const LensReach reach = reachOf(rModel);
+    const Points rays = raysContinued(rModel, reach, rPoints);
+    const Points expected = rectifiedFromRays(rRig.m_plan.m_rotations.at(eCamera), rRig.m_plan, rays);
     for (std::size_t i = 0; i < rPoints.size(); ++i) {
         const cv::Point2d& rAt = expected[i];
-        if (!(rAt.x >= 0.0 && rAt.y >= 0.0 && rAt.x <= canvas.width - 1.0 && rAt.y <= canvas.height - 1.0))
+        if (cv::norm(rays[i]) > reach.m_dRay ||
+            !(rAt.x >= 0.0 && rAt.y >= 0.0 && rAt.x <= canvas.width - 1.0 && rAt.y <= canvas.height - 1.0))
             continue;
         float fRow = 0.0f;
         float fCol = 0.0f;
