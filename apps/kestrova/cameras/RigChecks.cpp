@@ -21,18 +21,15 @@ public:
           m_rCamera(rCamera)
     {}
 
-    [[noreturn]] void fail(const std::string& rWhat) const
-    {
-        throw AppError(m_where + rWhat, ExitStatus::Content);
-    }
+    [[noreturn]] void fail(const std::string& rWhat) const { throw AppError(m_where + rWhat, ExitStatus::Content); }
 
     void lens() const
     {
         const CameraModel& rModel = m_rCamera.m_model;
         const cv::Matx33d& K = rModel.m_K;
         if (rModel.m_size.width < 16 || rModel.m_size.height < 16)
-            fail(line("size %dx%d: no size of a picture; give the one that it was calibrated with",
-                      rModel.m_size.width, rModel.m_size.height));
+            fail(line("size %dx%d: no size of a picture; give the one that it was calibrated with", rModel.m_size.width,
+                      rModel.m_size.height));
         if (!std::all_of(K.val, K.val + 9, [](double d) { return std::isfinite(d); }))
             fail("camera matrix: has a value that is no number; calibrate anew");
         if (!(K(0, 0) > 0.0) || !(K(1, 1) > 0.0))
@@ -89,8 +86,8 @@ private:
         const CameraModel& rModel = m_rCamera.m_model;
         const std::size_t nTerms = rModel.m_adDistortion.size();
         const bool bWide = rModel.m_eLens == Lens::Equidistant;
-        const std::vector<std::size_t> allowed = bWide ? std::vector<std::size_t>{4}
-                                                       : std::vector<std::size_t>{0, 4, 5, 8, 12, 14};
+        const std::vector<std::size_t> allowed =
+            bWide ? std::vector<std::size_t>{4} : std::vector<std::size_t>{0, 4, 5, 8, 12, 14};
         if (std::find(allowed.begin(), allowed.end(), nTerms) == allowed.end())
             fail(line("distortion: %zu coefficients; %s are wanted", nTerms,
                       bWide ? "4 of an equidistant lens" : "4, 5, 8, 12 or 14"));

@@ -11,6 +11,8 @@ namespace kestrova::app {
 void addDemoCommand(CLI::App& rProgram);
 void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
+void addImportCommand(CLI::App& rProgram);
+void addExportCommand(CLI::App& rProgram);
 
 /// One option of the command for each row of the table of settings.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
