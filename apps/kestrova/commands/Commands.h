@@ -14,6 +14,8 @@ void addInfoCommand(CLI::App& rProgram);
 void addBoardCommand(CLI::App& rProgram);
 void addCalibrateCommand(CLI::App& rProgram);
 void addCheckCommand(CLI::App& rProgram);
+void addImportCommand(CLI::App& rProgram);
+void addExportCommand(CLI::App& rProgram);
 
 /// One option of the command for each row of the table of settings.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);

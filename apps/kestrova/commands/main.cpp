@@ -32,6 +32,8 @@ int main(int nArguments, char** ppszArguments)
     kestrova::app::addDemoCommand(program);
     kestrova::app::addRunCommand(program);
     kestrova::app::addInfoCommand(program);
+    kestrova::app::addImportCommand(program);
+    kestrova::app::addExportCommand(program);
     try {
         program.parse(nArguments, ppszArguments);
         return 0;
