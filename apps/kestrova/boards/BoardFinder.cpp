@@ -2,6 +2,7 @@
 
 #include "basics/AppError.h"
 #include "basics/Line.h"
+#include "outputs/Results.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -26,16 +27,14 @@ std::size_t Shots::nUsed() const
 
 cv::Mat1b readPhoto(const std::filesystem::path& rFile)
 {
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(rFile, ignored))
-        throw AppError(rFile.string() + ": no such file", ExitStatus::File);
-    cv::Mat image;
-    try {
-        image = cv::imread(rFile.string(), cv::IMREAD_GRAYSCALE | cv::IMREAD_ANYDEPTH);
-    } catch (const cv::Exception&) { // an image of too many pixels
-    }
-    if (image.empty() || (image.depth() != CV_8U && image.depth() != CV_16U))
-        throw AppError(rFile.string() + ": not an image of 8 or 16 bits that can be read", ExitStatus::Content);
+    static std::mutex s_oneAtATime;
+    const auto read = [&] {
+        const std::lock_guard lock(s_oneAtATime);
+        return readImage(rFile, cv::IMREAD_GRAYSCALE | cv::IMREAD_ANYDEPTH);
+    };
+    const cv::Mat image = read();
+    if (image.depth() != CV_8U && image.depth() != CV_16U)
+        throw AppError(rFile.string() + ": pixels of floating point; give photos of 8 or 16 bits", ExitStatus::Content);
     if (image.depth() == CV_8U)
         return image;
     double dMax = 0.0;

@@ -108,6 +108,8 @@ static void fitEquidistant(const std::vector<std::vector<cv::Point3f>>& rPoints,
                 rTurns = turns;
                 rPlaces = places;
             }
+            if (dBest < 1.0) // pixels; a wrong start ends far off
+                return;
         } catch (const cv::Exception&) {
         }
     }

@@ -4,6 +4,7 @@
 #include "basics/OutputFile.h"
 #include "basics/Units.h"
 #include "boards/OpenCvComparison.h"
+#include "cameras/RigProof.h"
 #include "commands/Commands.h"
 #include "outputs/Results.h"
 #include "pages/CalibrationPage.h"
@@ -144,6 +145,33 @@ static void writeReport(const std::filesystem::path& rFile, StereoSession& rSess
     calibrationPage(story).save(rFile);
 }
 
+// The first section of an L that one disparity cannot serve is its pair; the top camera is in another.
+static Shots shotsOf(const Rig& rRig, Shots shots)
+{
+    for (Shot& rShot : shots.m_shots)
+        std::erase_if(rShot, [&](const auto& rEntry) { return !rRig.m_set.contains(rEntry.first); });
+    return shots;
+}
+
+static std::string prove(const OutputFile& rOut, const std::string& rName, const Rig& rRig, const Shots& rShots)
+{
+    PerCamera<Points> corners;
+    for (const Shot& rShot : rShots.m_shots)
+        for (const auto& [eCamera, rView] : rShot)
+            if (rView.isUsed())
+                corners[eCamera].insert(corners[eCamera].end(), rView.m_corners.begin(), rView.m_corners.end());
+    try {
+        const RigProof proof = proveRig(rOut.file(), rRig, corners);
+        return line("the library moves %zu points as the lens models do: %.4f px RMS, %.4f px at most\n",
+                    proof.m_nPoints, proof.m_dRms, proof.m_dWorst);
+    } catch (const AppError& rError) { // names the file that is about to become the user's
+        std::string text = rError.what();
+        if (const std::size_t uAt = text.find(rOut.file().string()); uAt != std::string::npos)
+            text.replace(uAt, rOut.file().string().size(), rName);
+        throw AppError(text, rError.status());
+    }
+}
+
 static void calibrate(const CalibrateOptions& rOptions)
 {
     checkOptions(rOptions);
@@ -159,10 +187,12 @@ static void calibrate(const CalibrateOptions& rOptions)
 
     if (rOptions.m_gain == "matched")
         wishes.m_gains = matchedGains(shots);
+    wishes.m_source = "photos";
     wishes.m_note = line("Calibrated from %zu shots of a board of ", shots.nUsed()) + board.describe() + ".";
     const Rig rig = buildRig(calibration.m_set, wishes);
     writeText(out.file(), rig.text());
     StereoSession session(out.file());
+    shots = shotsOf(rig, std::move(shots));
     const PerCamera<PairProof> proofs = proveCorners(session, shots);
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
@@ -186,6 +216,7 @@ static void calibrate(const CalibrateOptions& rOptions)
                            "; photograph the board again as docs/calibrating.md says, or write it all the same with "
                            "--force",
                        ExitStatus::Unfit);
+    std::fputs(prove(out, rOptions.m_out, rig, shots).c_str(), stdout);
     out.commit();
     std::printf("written to %s\n", rOptions.m_out.c_str());
 }

@@ -178,7 +178,7 @@ static cv::Mat decode(const std::string& rFile, int nHow)
     return cv::imread(rFile, nHow);
 }
 
-static cv::Mat readImage(const std::filesystem::path& rFile, int nHow)
+cv::Mat readImage(const std::filesystem::path& rFile, int nHow)
 {
     std::error_code error;
     if (!std::filesystem::exists(rFile, error))
