@@ -255,8 +255,8 @@ void orderCorners(Shots& rShots, const PerCamera<CameraModel>& rLenses)
             if (!rRight.isUsed() || !rOther.isUsed())
                 continue;
             const cv::Matx33d right = boardTurn(rLenses.at(KestrovaCamRight), rShots.m_board, rRight.m_corners);
-            Choices& rChoices = choices.emplace_back(&rOther, turnings(rOther.m_corners, rShots.m_board.m_inner),
-                                                     std::vector<cv::Matx33d>());
+            choices.push_back({&rOther, turnings(rOther.m_corners, rShots.m_board.m_inner), {}});
+            Choices& rChoices = choices.back();
             for (const Corners& rOrder : rChoices.m_orders)
                 rChoices.m_turns.push_back(right * boardTurn(rLens, rShots.m_board, rOrder).t());
         }
