@@ -182,7 +182,7 @@ TEST_F(Bench, TimesEveryStageOfMadeUpAndOfOwnFrames)
     for (const char* pszStage : {"packed frame", "three planes", "stereo, 16-bit", "points in metres"})
         EXPECT_THAT((std::array{made, own}), testing::Each(testing::HasSubstr(pszStage)));
     EXPECT_THAT(own, testing::Not(testing::HasSubstr("surface validation")));
-    EXPECT_THAT(slurp(m_folder / "page.html"), testing::HasSubstr("id=\"cloud-positions\""));
+    EXPECT_THAT(slurp(m_folder / "demo-out/report.html"), testing::HasSubstr("id=\"cloud-positions\""));
     EXPECT_EQ(call("bench --right a.png").m_nStatus, 2);
     EXPECT_EQ(call("bench --size 640x360").m_nStatus, 2);
 }

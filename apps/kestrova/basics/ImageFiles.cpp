@@ -59,7 +59,7 @@ static cv::Mat decode(const std::string& rFile, int nHow)
     return cv::imread(rFile, nHow);
 }
 
-static cv::Mat readImage(const fs::path& rFile, int nHow)
+cv::Mat readImage(const fs::path& rFile, int nHow)
 {
     std::error_code error;
     if (fs::is_directory(rFile, error))

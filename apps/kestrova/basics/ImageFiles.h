@@ -12,6 +12,10 @@ namespace kestrova::app {
 void writeImage(const std::filesystem::path& rFile, const cv::Mat& rImage);
 void writeText(const std::filesystem::path& rFile, const std::string& rText);
 
+/// Any image file, read as the flags of cv::imread say. One thread at a time: standard error is shut meanwhile, as
+/// decoders write there. Throws AppError that names the file.
+cv::Mat readImage(const std::filesystem::path& rFile, int nHow);
+
 /// Any image file as grey; of 16 bits the upper 8. Throws AppError that names the file.
 cv::Mat1b readGrey(const std::filesystem::path& rFile);
 

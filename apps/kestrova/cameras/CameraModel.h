@@ -7,6 +7,7 @@
 #include <opencv2/core.hpp>
 
 #include <map>
+#include <string>
 #include <vector>
 
 namespace kestrova::app {
@@ -49,6 +50,7 @@ struct MountedCamera
     CameraModel m_model;
     cv::Matx33d m_R = cv::Matx33d::eye(); // x_right = R * x_camera + T
     cv::Vec3d m_T;                        // so it is also where the camera stands, seen from the right one
+    std::string m_name = {};              // of its source, for messages
 };
 using CameraSet = PerCamera<MountedCamera>;
 

@@ -1,5 +1,7 @@
 #include "cameras/SplineFit.h"
 
+#include "cameras/LensReach.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -123,50 +125,87 @@ static bool isInside(const cv::Point2d& rPixel, cv::Size size)
     return rPixel.x >= 0.0 && rPixel.y >= 0.0 && rPixel.x <= size.width - 1.0 && rPixel.y <= size.height - 1.0;
 }
 
-static Points allPixels(cv::Size size)
+// All of a small image, every second or third pixel and row of a large one.
+static Points manyPixels(cv::Size size)
 {
+    const int nStep = std::max(1, (size.width + 320) / 640);
     Points pixels;
-    pixels.reserve(static_cast<std::size_t>(size.area()));
-    for (int nRow = 0; nRow < size.height; ++nRow)
-        for (int nCol = 0; nCol < size.width; ++nCol)
+    for (int nRow = 0; nRow < size.height; nRow += nStep)
+        for (int nCol = 0; nCol < size.width; nCol += nStep)
             pixels.emplace_back(nCol, nRow);
     return pixels;
 }
 
-static void measure(CameraMaps& rMaps, const PixelFunction& rToRaw, const PixelFunction& rToRectified, cv::Size raw,
-                    cv::Size canvas)
+// Largest and mean square of differences.
+struct Spread
 {
-    const Points rectifiedPixels = allPixels(canvas);
-    const Points inRaw = rToRaw(rectifiedPixels);
+    double m_dWorst = 0.0;
+    double m_dSquares = 0.0;
+    int m_nCount = 0;
+
+    void add(double dError)
+    {
+        m_dWorst = std::max(m_dWorst, dError);
+        m_dSquares += dError * dError;
+        ++m_nCount;
+    }
+    double rms() const { return std::sqrt(m_dSquares / std::max(m_nCount, 1)); }
+};
+
+static void measureForward(CameraMaps& rMaps, const CameraModel& rCamera, const LensReach& rReach,
+                           const cv::Matx33d& rRotation, const RectificationPlan& rPlan)
+{
+    const Points pixels = manyPixels(rPlan.m_canvas);
+    const Points rays = raysOfRectified(rRotation, rPlan, pixels);
+    const Points inRaw = projectContinued(rCamera, rReach, rays);
+    Spread spread;
     for (std::size_t i = 0; i < inRaw.size(); ++i)
-        if (isInside(inRaw[i], raw)) {
-            const cv::Point2d fitted = rMaps.m_rawFromRectified(rectifiedPixels[i], canvas, raw);
-            rMaps.m_dForwardError = std::max(rMaps.m_dForwardError, cv::norm(fitted - inRaw[i]));
+        if (cv::norm(rays[i]) <= rReach.m_dRay && isInside(inRaw[i], rCamera.m_size))
+            spread.add(cv::norm(rMaps.m_rawFromRectified(pixels[i], rPlan.m_canvas, rCamera.m_size) - inRaw[i]));
+    rMaps.m_dForwardError = spread.m_dWorst;
+    rMaps.m_dForwardRms = spread.rms();
+}
+
+static void measureInverse(CameraMaps& rMaps, const CameraModel& rCamera, const LensReach& rReach,
+                           const cv::Matx33d& rRotation, const RectificationPlan& rPlan)
+{
+    const Points pixels = manyPixels(rCamera.m_size);
+    const Points rays = raysContinued(rCamera, rReach, pixels);
+    const Points inRectified = rectifiedFromRays(rRotation, rPlan, rays);
+    Spread spread;
+    Spread roundTrip;
+    int nLost = 0;
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        if (cv::norm(rays[i]) > rReach.m_dRay) {
+            ++nLost;
+        } else if (isInside(inRectified[i], rPlan.m_canvas)) {
+            const cv::Point2d fitted = rMaps.m_rectifiedFromRaw(pixels[i], rCamera.m_size, rPlan.m_canvas);
+            spread.add(cv::norm(fitted - inRectified[i]));
+            roundTrip.add(cv::norm(rMaps.m_rawFromRectified(fitted, rPlan.m_canvas, rCamera.m_size) - pixels[i]));
         }
-    const Points rawPixels = allPixels(raw);
-    const Points inRectified = rToRectified(rawPixels);
-    for (std::size_t i = 0; i < inRectified.size(); ++i)
-        if (isInside(inRectified[i], canvas)) {
-            const cv::Point2d fitted = rMaps.m_rectifiedFromRaw(rawPixels[i], raw, canvas);
-            const cv::Point2d back = rMaps.m_rawFromRectified(fitted, canvas, raw);
-            rMaps.m_dInverseError = std::max(rMaps.m_dInverseError, cv::norm(fitted - inRectified[i]));
-            rMaps.m_dRoundTripError = std::max(rMaps.m_dRoundTripError, cv::norm(back - rawPixels[i]));
-        }
+    }
+    rMaps.m_dInverseError = spread.m_dWorst;
+    rMaps.m_dInverseRms = spread.rms();
+    rMaps.m_dRoundTripError = roundTrip.m_dWorst;
+    rMaps.m_dLostShare = static_cast<double>(nLost) / static_cast<double>(pixels.size());
 }
 
 CameraMaps fitCameraMaps(const CameraModel& rCamera, const cv::Matx33d& rRotation, const RectificationPlan& rPlan,
                          int nCoefs)
 {
+    const LensReach reach = reachOf(rCamera);
     const PixelFunction toRaw = [&](const Points& rPixels) {
-        return rawFromRectified(rCamera, rRotation, rPlan, rPixels);
+        return projectContinued(rCamera, reach, raysOfRectified(rRotation, rPlan, rPixels));
     };
     const PixelFunction toRectified = [&](const Points& rPixels) {
-        return rectifiedFromRaw(rCamera, rRotation, rPlan, rPixels);
+        return rectifiedFromRays(rRotation, rPlan, raysContinued(rCamera, reach, rPixels));
     };
     CameraMaps maps;
+    maps.m_nCoefs = nCoefs;
     maps.m_rawFromRectified = fitSplineMap(toRaw, rPlan.m_canvas, rCamera.m_size, nCoefs);
     maps.m_rectifiedFromRaw = fitSplineMap(toRectified, rCamera.m_size, rPlan.m_canvas, nCoefs);
-    measure(maps, toRaw, toRectified, rCamera.m_size, rPlan.m_canvas);
+    measureForward(maps, rCamera, reach, rRotation, rPlan);
+    measureInverse(maps, rCamera, reach, rRotation, rPlan);
     return maps;
 }
 

@@ -40,7 +40,7 @@ SplineMap fitSplineMap(const PixelFunction& rFunction, cv::Size from, cv::Size t
 /// The map that leaves every pixel where it is.
 SplineMap identitySplineMap();
 
-/// Both directions of one camera, with the largest errors in pixels.
+/// Both directions of one camera, with the largest errors in pixels, within the reach of the lens model.
 struct CameraMaps
 {
     SplineMap m_rawFromRectified;
@@ -48,7 +48,12 @@ struct CameraMaps
     double m_dForwardError = 0.0;   // over rectified pixels that come from inside the raw frame
     double m_dInverseError = 0.0;   // over raw pixels that land inside the rectified image
     double m_dRoundTripError = 0.0; // raw to rectified to raw, over the same pixels
+    double m_dForwardRms = 0.0;
+    double m_dInverseRms = 0.0;
+    double m_dLostShare = 0.0; // of the raw pixels: beyond the reach of the lens model
+    int m_nCoefs = 0;
 
+    double worstRms() const { return std::max(m_dForwardRms, m_dInverseRms); }
     double largestError() const { return std::max({m_dForwardError, m_dInverseError, m_dRoundTripError}); }
 };
 

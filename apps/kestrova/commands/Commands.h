@@ -13,6 +13,11 @@ void addRunCommand(CLI::App& rProgram);
 void addInfoCommand(CLI::App& rProgram);
 void addEvalCommand(CLI::App& rProgram);
 void addBenchCommand(CLI::App& rProgram);
+void addBoardCommand(CLI::App& rProgram);
+void addCalibrateCommand(CLI::App& rProgram);
+void addCheckCommand(CLI::App& rProgram);
+void addImportCommand(CLI::App& rProgram);
+void addExportCommand(CLI::App& rProgram);
 
 /// One option of the command for each row of the table of settings, and the presets.
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);

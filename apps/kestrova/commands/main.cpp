@@ -26,11 +26,16 @@ int main(int nArguments, char** ppszArguments)
                      "matches column x + d of the left one; row y matches row y + d of the top one.");
     program.set_version_flag("--version", [] { return std::string(kestrovaVersion()); });
     program.require_subcommand(1);
+    kestrova::app::addBoardCommand(program);
+    kestrova::app::addCalibrateCommand(program);
+    kestrova::app::addCheckCommand(program);
     kestrova::app::addDemoCommand(program);
     kestrova::app::addRunCommand(program);
     kestrova::app::addInfoCommand(program);
     kestrova::app::addEvalCommand(program);
     kestrova::app::addBenchCommand(program);
+    kestrova::app::addImportCommand(program);
+    kestrova::app::addExportCommand(program);
     try {
         program.parse(nArguments, ppszArguments);
         return 0;

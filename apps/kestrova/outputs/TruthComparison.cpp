@@ -119,12 +119,9 @@ std::string truthErrorsText(const TruthErrors& r)
     return text + line("\nmean error %.4f px, RMS error %.4f px, of those found\n", r.meanError(), r.rmsError());
 }
 
-static const char* reasonName(int nReason)
+static std::string nameOf(int nReason)
 {
-    static constexpr std::array<const char*, 8> sk_apszNames{"found",   "texture",    "uniqueness", "subpixel",
-                                                             "surface", "back-forth", "outside",    "hidden"};
-    return static_cast<std::size_t>(nReason) < sk_apszNames.size() ? sk_apszNames[static_cast<std::size_t>(nReason)]
-                                                                   : "unknown code";
+    return nReason < sk_nRejects ? rejectName(static_cast<Reject>(nReason)) : "unknown code";
 }
 
 static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTruths, long nBeyond)
@@ -136,7 +133,7 @@ static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTr
     };
     const std::string truths =
         rTruths.empty() ? std::string("         -") : line("%10.2f    %.2f to %.2f", at(0.5), at(0.05), at(0.95));
-    return line("  %-14s %9ld %9zu %10ld ", reasonName(nReason), nPixels, rTruths.size(), nBeyond) + truths + "\n";
+    return line("  %-14s %9ld %9zu %10ld ", nameOf(nReason).c_str(), nPixels, rTruths.size(), nBeyond) + truths + "\n";
 }
 
 std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <numeric>
 #include <optional>
-#include <vector>
 
 namespace kestrova::app {
 
@@ -24,9 +23,9 @@ static bool hasRival(const cv::Mat1f& rAlike, cv::Point best, double dBest)
     return dSecond > dBest - sk_dLead;
 }
 
-// Row difference of one detail, or nothing where it is not found with certainty.
-static std::optional<double> rowDifference(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, cv::Point at,
-                                           const SearchReach& rReach)
+// One detail, or nothing where it is not found with certainty.
+static std::optional<FoundDetail> findDetail(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, cv::Point at,
+                                             const SearchReach& rReach)
 {
     const cv::Rect patch(at.x - sk_nHalf, at.y - sk_nHalf, 2 * sk_nHalf + 1, 2 * sk_nHalf + 1);
     const cv::Rect wanted(patch.x + rReach.m_nFirstColumn, patch.y - rReach.m_nRows,
@@ -48,18 +47,28 @@ static std::optional<double> rowDifference(const cv::Mat1b& rRight, const cv::Ma
     const double dAbove = alike(best.y - 1, best.x);
     const double dBelow = alike(best.y + 1, best.x);
     const double dBend = dAbove - 2.0 * dBest + dBelow;
-    return best.y - rReach.m_nRows + (dBend < 0.0 ? 0.5 * (dAbove - dBelow) / dBend : 0.0);
+    const double dRows = best.y - rReach.m_nRows + (dBend < 0.0 ? 0.5 * (dAbove - dBelow) / dBend : 0.0);
+    return FoundDetail{at, search.tl() + best + cv::Point(sk_nHalf, sk_nHalf), dRows};
+}
+
+std::vector<FoundDetail> findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
+                                     const cv::Mat1b& rMask)
+{
+    std::vector<cv::Point2f> corners;
+    cv::goodFeaturesToTrack(rRight, corners, 400, 0.02, 10, rMask);
+    std::vector<FoundDetail> found;
+    for (const cv::Point2f& rCorner : corners)
+        if (const auto detail = findDetail(rRight, rLeft, cv::Point(rCorner), rReach))
+            found.push_back(*detail);
+    return found;
 }
 
 RowAgreement measureRows(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
                          const cv::Mat1b& rMask)
 {
-    std::vector<cv::Point2f> corners;
-    cv::goodFeaturesToTrack(rRight, corners, 400, 0.02, 10, rMask);
     std::vector<double> differences;
-    for (const cv::Point2f& rCorner : corners)
-        if (const auto difference = rowDifference(rRight, rLeft, cv::Point(rCorner), rReach))
-            differences.push_back(std::abs(*difference));
+    for (const FoundDetail& rDetail : findDetails(rRight, rLeft, rReach, rMask))
+        differences.push_back(std::abs(rDetail.m_dRows));
     if (differences.empty())
         return {};
     std::sort(differences.begin(), differences.end());

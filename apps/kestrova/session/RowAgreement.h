@@ -6,6 +6,8 @@
 
 #include <opencv2/core.hpp>
 
+#include <vector>
+
 namespace kestrova::app {
 
 struct RowAgreement
@@ -21,6 +23,16 @@ struct SearchReach
     int m_nLastColumn = 64;
     int m_nRows = 4; // up and down
 };
+
+/// A detail of the right image, found again in the left one.
+struct FoundDetail
+{
+    cv::Point m_right;
+    cv::Point m_left;     // to the nearest pixel
+    double m_dRows = 0.0; // by how many rows it stands lower in the left image
+};
+std::vector<FoundDetail> findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
+                                     const cv::Mat1b& rMask);
 
 /// The mask says which pixels of the right image may be used (not 0); an empty one allows all.
 RowAgreement measureRows(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,

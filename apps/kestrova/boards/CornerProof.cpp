@@ -1,0 +1,149 @@
+#include "boards/CornerProof.h"
+
+#include "basics/AppError.h"
+#include "boards/SetRefinement.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <cmath>
+#include <numeric>
+
+namespace kestrova::app {
+
+RowErrors rowErrors(std::vector<double> differences)
+{
+    if (differences.empty())
+        return {};
+    for (double& rDifference : differences)
+        rDifference = std::abs(rDifference);
+    std::sort(differences.begin(), differences.end());
+    const double dSquares = std::inner_product(differences.begin(), differences.end(), differences.begin(), 0.0);
+    return {static_cast<int>(differences.size()), std::sqrt(dSquares / static_cast<double>(differences.size())),
+            differences[(differences.size() - 1) * 95 / 100]};
+}
+
+// The first part of a corner's way; nothing when it leaves the image.
+static std::optional<cv::Point2d> rectify(const StereoSession& rSession, KestrovaCamera eCamera, cv::Point2f corner)
+{
+    float fRow = 0.0f;
+    float fCol = 0.0f;
+    if (const KestrovaError error = kestrovaRectifyPixel(rSession.handle(), eCamera, &fRow, &fCol, corner.y, corner.x);
+        error != KestrovaErrorOk)
+        throw AppError(std::string("rectification of a corner: ") + kestrovaErrorToString(error));
+    const cv::Size canvas = rSession.canvas();
+    if (!(fCol > 0.0f && fRow > 0.0f && fCol < static_cast<float>(canvas.width - 1) &&
+          fRow < static_cast<float>(canvas.height - 1)))
+        return std::nullopt;
+    return cv::Point2d(fCol, fRow);
+}
+
+struct Sighting // of one corner in both images
+{
+    double m_dRows = 0.0; // other minus right
+    cv::Vec3d m_point;    // metres
+};
+
+static std::optional<Sighting> sight(const StereoSession& rSession, KestrovaCamera eOther, cv::Point2f right,
+                                     cv::Point2f other)
+{
+    const auto rightAt = rectify(rSession, KestrovaCamRight, right);
+    const auto otherAt = rectify(rSession, eOther, other);
+    if (!rightAt || !otherAt)
+        return std::nullopt;
+    const cv::Point2d shift = *otherAt - *rightAt;
+    const bool bTop = eOther == KestrovaCamTop;
+    const Optics optics = rSession.optics();
+    const double dZ = double(optics.m_fFocal) * double(optics.m_fBaseline) / (bTop ? shift.y : shift.x);
+    return Sighting{bTop ? shift.x : shift.y,
+                    {(rightAt->x - double(optics.m_fCentreCol)) * dZ / double(optics.m_fFocal),
+                     (rightAt->y - double(optics.m_fCentreRow)) * dZ / double(optics.m_fFocal), dZ}};
+}
+
+static void addSides(const std::vector<std::optional<Sighting>>& rBoard, cv::Size inner, std::vector<double>& rSides)
+{
+    const auto at = [&](int nRow, int nCol) { return rBoard[static_cast<std::size_t>(nRow * inner.width + nCol)]; };
+    for (int nRow = 0; nRow < inner.height; ++nRow)
+        for (int nCol = 0; nCol < inner.width; ++nCol) {
+            if (nCol + 1 < inner.width && at(nRow, nCol) && at(nRow, nCol + 1))
+                rSides.push_back(cv::norm(at(nRow, nCol)->m_point - at(nRow, nCol + 1)->m_point));
+            if (nRow + 1 < inner.height && at(nRow, nCol) && at(nRow + 1, nCol))
+                rSides.push_back(cv::norm(at(nRow, nCol)->m_point - at(nRow + 1, nCol)->m_point));
+        }
+}
+
+static PairProof prove(const StereoSession& rSession, const Shots& rShots, KestrovaCamera eOther)
+{
+    PairProof proof;
+    std::vector<double> differences;
+    std::vector<double> sides;
+    for (const Shot& rShot : rShots.m_shots) {
+        const View& rRight = rShot.at(KestrovaCamRight);
+        const View& rOther = rShot.at(eOther);
+        proof.m_adShotRms.push_back(-1.0);
+        if (!rRight.isUsed() || !rOther.isUsed())
+            continue;
+        std::vector<std::optional<Sighting>> board;
+        std::vector<double> ofShot;
+        for (std::size_t u = 0; u < rRight.m_corners.size(); ++u)
+            if (board.push_back(sight(rSession, eOther, rRight.m_corners[u], rOther.m_corners[u])); board.back())
+                ofShot.push_back(board.back()->m_dRows);
+        addSides(board, rShots.m_board.m_inner, sides);
+        proof.m_adShotRms.back() = rowErrors(ofShot).m_dRms;
+        differences.insert(differences.end(), ofShot.begin(), ofShot.end());
+    }
+    if (sides.empty())
+        throw AppError("no board lies inside the rectified images: the rectification shows another part of the view "
+                       "than the photos do",
+                       ExitStatus::Unfit);
+    proof.m_rows = rowErrors(std::move(differences));
+    cv::Scalar mean, spread;
+    cv::meanStdDev(sides, mean, spread);
+    proof.m_dSquare = mean[0];
+    proof.m_dSquareSpread = spread[0];
+    return proof;
+}
+
+PerCamera<PairProof> proveCorners(const StereoSession& rSession, const Shots& rShots)
+{
+    if (kestrovaSetSourceResolution(rSession.handle(), rShots.m_size.height, rShots.m_size.width) != KestrovaErrorOk)
+        throw AppError("photos of this size cannot be rectified: choose smaller frames", ExitStatus::Content);
+    PerCamera<PairProof> proofs;
+    for (const auto& [eCamera, rView] : rShots.m_shots.front())
+        if (eCamera != KestrovaCamRight)
+            proofs[eCamera] = prove(rSession, rShots, eCamera);
+    return proofs;
+}
+
+double coverage(const Shots& rShots, KestrovaCamera eCamera)
+{
+    cv::Mat1b covered(rShots.m_size, uchar(0));
+    for (const Shot& rShot : rShots.m_shots) {
+        const View& rView = rShot.at(eCamera);
+        if (!rView.isUsed())
+            continue;
+        Corners hull;
+        cv::convexHull(rView.m_corners, hull);
+        cv::fillConvexPoly(covered, std::vector<cv::Point>(hull.begin(), hull.end()), 255);
+    }
+    return cv::countNonZero(covered) / static_cast<double>(covered.total());
+}
+
+PerCamera<double> matchedGains(const Shots& rShots)
+{
+    constexpr double dAgree = 0.03;
+    PerCamera<double> gains;
+    for (const auto& [eCamera, rFirst] : rShots.m_shots.front()) {
+        std::vector<double> ratios;
+        for (const Shot& rShot : rShots.m_shots)
+            if (rShot.at(KestrovaCamRight).isUsed() && rShot.at(eCamera).isUsed())
+                ratios.push_back(rShot.at(KestrovaCamRight).m_dBrightness /
+                                 std::max(rShot.at(eCamera).m_dBrightness, 1.0));
+        const double dGain = medianOf(ratios);
+        for (double& rRatio : ratios)
+            rRatio = std::abs(rRatio - dGain);
+        gains[eCamera] = 1.4826 * medianOf(ratios) < dAgree && dGain > 0.25 && dGain < 4.0 ? dGain : 1.0;
+    }
+    return gains;
+}
+
+} // namespace kestrova::app
