@@ -253,9 +253,8 @@ static void describe(Rig& rRig, const RigWishes& rWishes)
 static void finish(Rig& rRig, const RigWishes& rWishes)
 {
     rRig.m_lostField = lostField(rRig.m_set, rRig.m_plan);
-    if (rRig.m_lostField[0] > 0.5 || rRig.m_lostField[1] > 0.5)
-        rRig.m_remarks.push_back(line("view: %.1f %% of the angle of view is lost along rows, %.1f %% along columns",
-                                      rRig.m_lostField[0], rRig.m_lostField[1]));
+    rRig.m_remarks.push_back(line("view: %.1f %% of the field of view is lost along rows, %.1f %% along columns",
+                                  rRig.m_lostField[0], rRig.m_lostField[1]));
     for (const auto& [eCamera, rCamera] : rRig.m_set) {
         rRig.m_maps[eCamera] = fitWithinLimits(rRig, eCamera, rWishes.m_source);
         remarkReach(rRig, eCamera);
