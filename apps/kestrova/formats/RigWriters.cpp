@@ -13,7 +13,7 @@ namespace kestrova::app {
 
 static constexpr double sk_dGood = 0.003; // pixels: of the order of the spline's own error, so no further lens is tried
 static constexpr double sk_dLimit = 0.1;
-static constexpr int sk_nGrid = 33;
+static constexpr int sk_nGrid = 25;
 
 // Rays of the view, and the raw pixels at which the maps show them; only where the two maps agree.
 static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, Points& rRays,
