@@ -141,13 +141,13 @@ static cv::Vec2d lostField(const CameraSet& rSet, const RectificationPlan& rPlan
 {
     cv::Vec2d lost;
     for (const auto& [eCamera, rCamera] : rSet) {
-        const LensReach reach = reachOf(rCamera.m_model);
-        const cv::Vec2d all = fieldOf(rCamera.m_model.m_size, [&](const Points& rPixels) {
-            return raysContinued(rCamera.m_model, reach, rPixels);
-        });
-        const cv::Vec2d shown = fieldOf(rPlan.m_canvas, [&](const Points& rPixels) {
-            return raysOfRectified(rPlan.m_rotations.at(eCamera), rPlan, rPixels);
-        });
+        const CameraModel& rModel = rCamera.m_model;
+        const cv::Matx33d& rRotation = rPlan.m_rotations.at(eCamera);
+        const LensReach reach = reachOf(rModel);
+        const cv::Vec2d all =
+            fieldOf(rModel.m_size, [&](const Points& rPixels) { return raysContinued(rModel, reach, rPixels); });
+        const cv::Vec2d shown =
+            fieldOf(rPlan.m_canvas, [&](const Points& rPixels) { return raysOfRectified(rRotation, rPlan, rPixels); });
         for (int i = 0; i < 2; ++i)
             lost[i] = std::max(lost[i], 100.0 * (1.0 - shown[i] / all[i]));
     }
