@@ -186,7 +186,11 @@ TEST_F(Formats, WrongSourcesGetOneLineThatNamesTheFileTheKeyAndTheWayOut)
         {"left.yaml", {"", ""}, "ros --left-is 3", 2, "--left-is: '3' is not 1 or 'left.yaml'"},
         {"camchain.yaml", {"", ""}, "kalibr --keep-p", 5, "--keep-p: the source has no rectification"},
         {"camchain.yaml", {"", ""}, "nowhere.yaml", 3, "nowhere.yaml: cannot be read"},
-        {"camchain.yaml", {"", ""}, "'" KESTROVA_PROGRAM "'", 4, "cannot be read as YAML|is it a calibration"}};
+        {"camchain.yaml",
+         {"", ""},
+         "'" KESTROVA_PROGRAM "'",
+         4,
+         "cannot be read as YAML|is it a calibration|too long for a calibration"}};
     for (const Case& rCase : aCases) {
         for (const auto& [pszFolder, files] :
              {std::pair("opencv", writeOpenCv(whole)), std::pair("ros", writeRos(whole)),
