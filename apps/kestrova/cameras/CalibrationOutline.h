@@ -7,6 +7,7 @@
 #include "cameras/SplineFit.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace kestrova::app {
@@ -24,6 +25,10 @@ struct OutlineCamera
 
     /// Raw pixel behind a rectified one; outside the raw frame where the map leaves it.
     cv::Point2d rawPosition(const cv::Point2d& rPixel, cv::Size canvas, cv::Size raw) const;
+
+    /// The raw pixel, but only inside the raw frame and where the way back ends within a pixel of the start. Maps of a
+    /// lens contradict each other beyond the reach of its model.
+    std::optional<cv::Point2d> believedPosition(const cv::Point2d& rPixel, cv::Size canvas, cv::Size raw) const;
 };
 
 struct OutlineSection

@@ -141,13 +141,13 @@ static cv::Vec2d lostField(const CameraSet& rSet, const RectificationPlan& rPlan
 {
     cv::Vec2d lost;
     for (const auto& [eCamera, rCamera] : rSet) {
-        const LensReach reach = reachOf(rCamera.m_model);
-        const cv::Vec2d all = fieldOf(rCamera.m_model.m_size, [&](const Points& rPixels) {
-            return raysContinued(rCamera.m_model, reach, rPixels);
-        });
-        const cv::Vec2d shown = fieldOf(rPlan.m_canvas, [&](const Points& rPixels) {
-            return raysOfRectified(rPlan.m_rotations.at(eCamera), rPlan, rPixels);
-        });
+        const CameraModel& rModel = rCamera.m_model;
+        const cv::Matx33d& rRotation = rPlan.m_rotations.at(eCamera);
+        const LensReach reach = reachOf(rModel);
+        const cv::Vec2d all =
+            fieldOf(rModel.m_size, [&](const Points& rPixels) { return raysContinued(rModel, reach, rPixels); });
+        const cv::Vec2d shown =
+            fieldOf(rPlan.m_canvas, [&](const Points& rPixels) { return raysOfRectified(rRotation, rPlan, rPixels); });
         for (int i = 0; i < 2; ++i)
             lost[i] = std::max(lost[i], 100.0 * (1.0 - shown[i] / all[i]));
     }
@@ -253,9 +253,8 @@ static void describe(Rig& rRig, const RigWishes& rWishes)
 static void finish(Rig& rRig, const RigWishes& rWishes)
 {
     rRig.m_lostField = lostField(rRig.m_set, rRig.m_plan);
-    if (rRig.m_lostField[0] > 0.5 || rRig.m_lostField[1] > 0.5)
-        rRig.m_remarks.push_back(line("view: %.1f %% of the angle of view is lost along rows, %.1f %% along columns",
-                                      rRig.m_lostField[0], rRig.m_lostField[1]));
+    rRig.m_remarks.push_back(line("view: %.1f %% of the field of view is lost along rows, %.1f %% along columns",
+                                  rRig.m_lostField[0], rRig.m_lostField[1]));
     for (const auto& [eCamera, rCamera] : rRig.m_set) {
         rRig.m_maps[eCamera] = fitWithinLimits(rRig, eCamera, rWishes.m_source);
         remarkReach(rRig, eCamera);

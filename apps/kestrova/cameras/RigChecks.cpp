@@ -16,8 +16,8 @@ class Checker
 {
 public:
     Checker(const std::string& rSource, KestrovaCamera eCamera, const MountedCamera& rCamera)
-        : m_where(rSource + ": " + (rCamera.m_name.empty() ? std::string(cameraName(eCamera)) : rCamera.m_name) +
-                  " camera: "),
+        : m_where(rSource + ": " +
+                  (rCamera.m_name.empty() ? std::string(cameraName(eCamera)) + " camera" : rCamera.m_name) + ": "),
           m_rCamera(rCamera)
     {}
 
@@ -70,9 +70,9 @@ public:
         if (dBaseline == 0.0)
             fail("T: both cameras stand at one place; are both files of the same camera?");
         if (dBaseline > 10.0)
-            fail(line("T: a baseline of %.4g m; it looks like millimetres given as metres: say --unit mm", dBaseline));
+            fail(line("T: a baseline of %.4g m; it looks like millimetres given as metres; say --unit mm", dBaseline));
         if (dBaseline < 0.001)
-            fail(line("T: a baseline of %.4g mm; it looks like metres given as millimetres: say --unit m",
+            fail(line("T: a baseline of %.4g mm; it looks like metres given as millimetres; say --unit m",
                       1000.0 * dBaseline));
         if (dBaseline < 0.01 || dBaseline > 3.0)
             rRemarks.push_back(line("warning: a baseline of %.2f mm is unusual (10 mm to 3 m): does this match your "

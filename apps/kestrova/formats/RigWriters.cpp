@@ -13,24 +13,21 @@ namespace kestrova::app {
 
 static constexpr double sk_dGood = 0.003; // pixels: of the order of the spline's own error, so no further lens is tried
 static constexpr double sk_dLimit = 0.1;
-static constexpr int sk_nGrid = 33;
+static constexpr int sk_nGrid = 25;
 
 // Rays of the view, and the raw pixels at which the maps show them; only where the two maps agree.
 static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, Points& rRays,
                    Points& rRaw)
 {
     const cv::Size canvas = rView.m_canvas;
-    const bool bMoved = rCamera.m_rectFactor != cv::Vec2d() || rCamera.m_rawFactor != cv::Vec2d();
     for (int y = 0; y < sk_nGrid; ++y)
         for (int x = 0; x < sk_nGrid; ++x) {
             const cv::Point2d pixel(x * (canvas.width - 1.0) / (sk_nGrid - 1),
                                     y * (canvas.height - 1.0) / (sk_nGrid - 1));
-            const cv::Point2d at = rCamera.rawPosition(pixel, canvas, raw);
-            const bool bInside = at.x >= 0.0 && at.y >= 0.0 && at.x <= raw.width - 1.0 && at.y <= raw.height - 1.0;
-            if (!bInside || (!bMoved && cv::norm(rCamera.m_rectifiedFromRaw(at, raw, canvas) - pixel) > 0.5))
-                continue;
-            rRays.push_back((pixel - rView.m_centre) / rView.m_dFocal);
-            rRaw.push_back(at);
+            if (const auto at = rCamera.believedPosition(pixel, canvas, raw)) {
+                rRays.push_back((pixel - rView.m_centre) / rView.m_dFocal);
+                rRaw.push_back(*at);
+            }
         }
 }
 

@@ -229,8 +229,10 @@ cv::Mat1b StereoSession::region(KestrovaCamera eCamera, cv::Size raw) const
         return cv::Mat1b(canvas(), uchar(255));
     const OutlineCamera& rCamera = outlineCamera(eCamera);
     const cv::Size size = canvas();
-    return regionInsideRaw(size, raw,
-                           [&](cv::Point pixel) { return cv::Point2f(rCamera.rawPosition(pixel, size, raw)); });
+    return regionInsideRaw(size, raw, [&](cv::Point pixel) {
+        const cv::Point2d outside(-1.0, -1.0);
+        return cv::Point2f(rCamera.believedPosition(pixel, size, raw).value_or(outside));
+    });
 }
 
 cv::Point3f StereoSession::point(cv::Point pixel, std::uint16_t uDisparity) const

@@ -62,7 +62,8 @@ public:
     DisparityMap read16(const cv::Mat1w& rImage) const;
     DisparityMap read8(const cv::Mat1b& rImage) const;
 
-    /// Where rectified pixels of a camera come from inside the raw frame. All of it while rectification is off.
+    /// Where rectified pixels of a camera come from inside the raw frame, and both maps agree. All of it while
+    /// rectification is off.
     cv::Mat1b region(KestrovaCamera eCamera, cv::Size raw) const;
 
     /// Point of a 16-bit disparity in metres, from the right camera.
