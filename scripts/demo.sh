@@ -41,12 +41,12 @@ run_photos() {
   echo
   echo "== the same cameras checked on one pair, without the board's help =="
   "$program" check --calibration "$out/rig.txt" --right "$data/right14.jpg" --left "$data/left14.jpg"
-  for threshold in 0.5 1.0; do
+  for preset in trusted dense; do
     echo
-    echo "== uniqueness threshold $threshold =="
+    echo "== preset $preset =="
     "$program" run --rectified --resize 640x480 --right "$data/aloeR.jpg" --left "$data/aloeL.jpg" \
-      --truth "$data/aloeGT.png" --truth-view left --compare-bm --uniqueness-threshold "$threshold" \
-      --to "$out/uniqueness-$threshold"
+      --truth "$data/aloeGT.png" --truth-view left --compare-bm --preset "$preset" \
+      --out disparity.pfm,colour,reason,images,report,text --to "$out/$preset"
   done
 }
 
