@@ -133,9 +133,8 @@ const std::vector<Preset>& allPresets()
     };
     static const std::vector<Preset> s_presets{
         {"trusted",
-         "the defaults of the library (of the demo's textured surfaces 90.0 % found, 99.96 % of these within a pixel; "
-         "of "
-         "the aloe pair 59.0 %, 98.2 %)",
+         "the defaults of the library (of the demo's textured surfaces 90.0 % found, 99.95 % of these within a pixel; "
+         "of the aloe pair 59.0 %, 98.2 %)",
          s_with({{"uniqueness-threshold", "0.5"}, {"back-forth-validation", "off"}})},
         {"dense", "uniqueness 1.0 and the way back on (demo 94.0 %, 99.7 %; aloe 71.4 %, 96.0 %)",
          s_with({{"uniqueness-threshold", "1.0"}, {"back-forth-validation", "on"}})}};
