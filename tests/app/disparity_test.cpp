@@ -1,6 +1,6 @@
 // From the library's integers to disparities and reasons, and how they compare with a known truth.
 #include "demo/Furrows.h"
-#include "outputs/Report.h"
+#include "demo/TruthReport.h"
 #include "outputs/TruthComparison.h"
 
 #include <gmock/gmock.h>

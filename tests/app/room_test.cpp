@@ -1,6 +1,6 @@
 // The demo's cameras and room: plan and spline fit, scene and truth, and the whole road through the library.
 #include "basics/AppError.h"
-#include "outputs/Report.h"
+#include "demo/TruthReport.h"
 #include "outputs/TruthComparison.h"
 
 #include "app/fixtures.h"

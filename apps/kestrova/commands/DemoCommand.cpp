@@ -8,6 +8,7 @@
 #include "commands/Commands.h"
 #include "commands/RunOutputs.h"
 #include "demo/Furrows.h"
+#include "demo/TruthReport.h"
 #include "outputs/Report.h"
 
 #include <cstdio>
