@@ -1,8 +1,8 @@
 #include "boards/BoardFinder.h"
 
 #include "basics/AppError.h"
-#include "basics/Line.h"
 #include "basics/ImageFiles.h"
+#include "basics/Line.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>

@@ -33,7 +33,7 @@ static void exportTo(const ExportOptions& rOptions)
     const RectificationPlan view = viewOf(session);
     const cv::Size raw = rOptions.m_size.empty() ? view.m_canvas : parseSize(rOptions.m_size, "--size");
     const bool bKalibr = rOptions.m_to == "kalibr";
-    const RigExport rig = exportRig(session.outline(), view, raw, bKalibr ? LensChoice::FourTerms : LensChoice::Any);
+    const RigExport rig = exportRig(session.outline(), view, raw, bKalibr ? LensTerms::FourTerms : LensTerms::Any);
     const TextFiles files = bKalibr ? writeKalibr(rig) : rOptions.m_to == "ros" ? writeRos(rig) : writeOpenCv(rig);
     OutputFolder folder(rOptions.m_out);
     for (const auto& [rName, rText] : files)

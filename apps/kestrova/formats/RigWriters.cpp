@@ -31,7 +31,7 @@ static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView,
         }
 }
 
-static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, LensChoice eChoice)
+static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
 {
     Points rays;
     Points places;
@@ -45,7 +45,7 @@ static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& 
         std::size_t m_nTerms;
     };
     const std::vector<Kind> kinds =
-        eChoice == LensChoice::FourTerms
+        eChoice == LensTerms::FourTerms
             ? std::vector<Kind>{{Lens::Polynomial, 4}, {Lens::Equidistant, 4}}
             : std::vector<Kind>{{Lens::Polynomial, 5}, {Lens::Equidistant, 4}, {Lens::Polynomial, 8}};
     LensFit best;
@@ -64,7 +64,7 @@ static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& 
     return best;
 }
 
-RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensChoice eChoice)
+RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
 {
     RigExport rig{{}, rView, {}, {}};
     static const std::pair<KestrovaCamera, cv::Vec3i> s_places[] = {

@@ -20,7 +20,7 @@ struct RigExport
     PerCamera<double> m_worst;
 };
 
-enum class LensChoice
+enum class LensTerms
 {
     Any,      // 5 terms, 4 of a wide lens, or 8 terms: the first that follows the maps
     FourTerms // 4 terms of either kind
@@ -28,7 +28,7 @@ enum class LensChoice
 
 /// From a section and its view, whose rotations are filled in. Throws AppError when no lens of the choice follows the
 /// maps to 0.1 pixel.
-RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensChoice eChoice);
+RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice);
 
 using TextFiles = std::map<std::string, std::string>; // by name
 TextFiles writeOpenCv(const RigExport& rRig);
