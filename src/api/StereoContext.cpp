@@ -20,8 +20,8 @@ ColorPlanes emptyPlanes()
 } // namespace
 
 StereoContext::StereoContext()
-    : m_pCalibration(std::make_shared<CalibrationGroup>()),
-      m_packedInputImage(Image<Pixel8x4>::defaultImage), m_rawImages{emptyImage(), emptyImage(), emptyImage()},
+    : m_pCalibration(std::make_shared<CalibrationGroup>()), m_packedInputImage(Image<Pixel8x4>::defaultImage),
+      m_rawImages{emptyImage(), emptyImage(), emptyImage()}, m_idlePlanes{emptyImage(), emptyImage(), emptyImage()},
       m_rectifiedImages{emptyImage(), emptyImage(), emptyImage()}, m_edgeImages{emptyImage(), emptyImage(),
                                                                                 emptyImage()},
       m_disparityImage(emptyImage()), m_disparityImage16(Image<unsigned short>::defaultImage),

@@ -210,6 +210,7 @@ public:
     // ---- images: views that share pixels after a copy, by camera index ----
     Image<Pixel8x4> m_packedInputImage;
     Image<unsigned char> m_rawImages[3];
+    Image<unsigned char> m_idlePlanes[3]; // own raw images while those of a caller stand above; not copied
     Image<unsigned char> m_rectifiedImages[3];
     Image<unsigned char> m_edgeImages[3];
     Image<unsigned char> m_disparityImage;

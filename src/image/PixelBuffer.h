@@ -62,6 +62,8 @@ public:
     [[nodiscard]] int nCols() const { return m_nCols; }
     [[nodiscard]] bool isOneFrame() const { return m_bOneFrame; }
 
+    /** Whether more than one view links it. */
+    [[nodiscard]] bool isShared() const { return atomic_read(m_nReferenceCount) > 1; }
     /** The stride, in pixels, of own storage for rows of that width. */
     [[nodiscard]] static std::int32_t strideOf(int nCols)
     {
@@ -89,8 +91,8 @@ private:
 
     T* m_pPixels = nullptr;
     std::int32_t m_nRows = 0;
-    std::int32_t m_nCols = 0; // stride in pixels
-    std::uint32_t m_nReferenceCount = 0;
+    std::int32_t m_nCols = 0;                    // stride in pixels
+    mutable std::uint32_t m_nReferenceCount = 0; // mutable: reading an atomic needs it
     bool m_bOneFrame = false;
     std::unique_ptr<T[]> m_pAllocation; // null for external memory and for an empty buffer
 };

@@ -19,4 +19,10 @@ inline void atomic_incr(std::uint32_t& rCounter)
     return std::atomic_ref<std::uint32_t>(rCounter).fetch_sub(1, std::memory_order_acq_rel) == 1 ? 1 : 0;
 }
 
+/** The count as it stands; 1 stays 1 for the one that holds the only link. */
+[[nodiscard]] inline std::uint32_t atomic_read(std::uint32_t& rCounter)
+{
+    return std::atomic_ref<std::uint32_t>(rCounter).load(std::memory_order_acquire);
+}
+
 } // namespace kestrova

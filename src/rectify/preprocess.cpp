@@ -77,6 +77,17 @@ KestrovaError checkInput(const StereoContext& rContext, const KestrovaInput* pIn
 
 // ---- images ----
 
+/** The storage of the packed frames before, black as new storage is, unless copies of the context still show it. */
+void takeIdlePlane(Image<unsigned char>& rRaw, Image<unsigned char>& rIdle)
+{
+    rRaw = std::exchange(rIdle, Image<unsigned char>::defaultImage);
+    if (rRaw.buffer().isShared()) {
+        rRaw = Image<unsigned char>::defaultImage;
+    } else {
+        rRaw.init(0);
+    }
+}
+
 void takePacked(StereoContext* pContext, const KestrovaInput& rInput)
 {
     auto* const pPixels = static_cast<Pixel8x4*>(rInput.pPlane0);
@@ -89,7 +100,7 @@ void takePacked(StereoContext* pContext, const KestrovaInput& rInput)
     for (int nCamera = 0; nCamera < pContext->m_nCameraCount; ++nCamera) {
         Image<unsigned char>& rRaw = pContext->m_rawImages[nCamera];
         if (rRaw.buffer().isOneFrame()) { // planes of an earlier frame: not ours to write into
-            rRaw = Image<unsigned char>::defaultImage;
+            takeIdlePlane(rRaw, pContext->m_idlePlanes[nCamera]);
         }
         giveSize(rRaw, {rInput.nrows, rInput.ncols});
     }
@@ -114,6 +125,9 @@ void takePlanes(StereoContext* pContext, const KestrovaInput& rInput)
         const int nCamera = cameraOfChannel(*pContext, nChannel);
         if (nCamera < 0) {
             continue;
+        }
+        if (!pContext->m_rawImages[nCamera].buffer().isOneFrame()) { // for a packed frame that follows
+            pContext->m_idlePlanes[nCamera] = pContext->m_rawImages[nCamera];
         }
         wrapPlane(pContext->m_rawImages[nCamera], rInput, static_cast<unsigned char*>(apPlanes[nChannel]));
         // Padding is cut off by channel number, not by camera. A set whose cameras are not in channel order

@@ -221,6 +221,11 @@ TEST(Run, ErrorsPersistUntilThePoolIsReplaced)
         expectOk({kestrovaSetMaxThreadCount(c, 1), kestrovaStereo(c)});
     }
     EXPECT_EQ(standardStereoAndValidate(nullptr), KestrovaErrorInvalidContext);
+    StereoContext wide;
+    wide.m_eCameraConfiguration = KestrovaCfg2CameraWide;
+    EXPECT_EQ(standardStereoAndValidate(&wide), KestrovaErrorNotImplemented) << "validation is content with no image";
+    wide.m_bDoStereo = false;
+    EXPECT_EQ(standardStereoAndValidate(&wide), KestrovaErrorOk);
 }
 
 } // namespace

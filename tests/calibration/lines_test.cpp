@@ -55,6 +55,9 @@ TEST(CalibrationLines, ReadersCleanAlikeAndFindTheirSections)
                   static_cast<int>(rCase.memory.size()));
         EXPECT_THAT(lines, ElementsAreArray(rCase.memory)) << rCase.pszName;
     }
+    Lines lines = {"left over"};
+    EXPECT_EQ(loadMemoryFileToMemory(("Version 1\n" + sk_long + "k").c_str(), lines, 0), -1);
+    EXPECT_THAT(lines, testing::IsEmpty()) << "one byte too many leaves nothing";
 }
 
 } // namespace

@@ -45,6 +45,8 @@ TEST(LYRPoints, StrictPredicatesAndSquaredDistances)
     EXPECT_TRUE(a.equals({1, 2, 3.5})) << "0.25 is below 0.3";
     LYRPoint3d::setEpsilon(0.0);
     EXPECT_EQ(LYRPoint3d::volume({11, 22, 33}, {14, 25, 36}, {17, 28, 40}, {10, 20, 30}), -0.5);
+    EXPECT_TRUE(LYRPoint3d::collinear({1, 0, 0}, {2, 0, 0}, {0, 1, 0})) << "in one plane with the origin is enough";
+    EXPECT_FALSE(LYRPoint3d::collinear({1, 0, 0}, {0, 1, 0}, {0, 0, 1}));
     EXPECT_TRUE(LYRPoint2d::ccw({1, 2}, {1.25, 2}, {1, 2.25}));
     EXPECT_FALSE(LYRPoint2d::ccw({1, 2}, {1.25, 2}, {2, 2}));
     EXPECT_TRUE(LYRPoint2d::inCircle({6, 2}, {4, 6}, {-3, 5}, {1, -2.9}));

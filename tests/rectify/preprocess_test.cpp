@@ -136,11 +136,19 @@ TEST(Preprocess, LaterFramesReuseWarpersAndStorageButNotTheCallersPlanes)
     ASSERT_EQ(set.run(frame.packed()), KestrovaErrorOk);
     EXPECT_EQ(rContext.m_edgeImages[0].data(), pKept);
     EXPECT_EQ(set.apCameras[1]->warpers().count(), nWarpers);
+    const void* const pRaw = rContext.m_rawImages[0].data();
+    ASSERT_EQ(set.run(frame.planes()), KestrovaErrorOk);
+    StereoFrame third(sk_nRows, sk_nCols, 5);
+    ASSERT_EQ(set.run(third.packed()), KestrovaErrorOk);
+    EXPECT_EQ(rContext.m_rawImages[0].data(), pRaw);
+    const StereoContext copy(rContext);
+    const Bytes shown = pixelsOf(copy.m_rawImages[0]);
     ASSERT_EQ(set.run(frame.planes()), KestrovaErrorOk);
     const Bytes plane = frame.plane(0);
     StereoFrame other(sk_nRows, sk_nCols, 4);
     ASSERT_EQ(set.run(other.packed()), KestrovaErrorOk);
     EXPECT_EQ(frame.plane(0), plane) << "a packed frame was unpacked into planes of the frame before";
+    EXPECT_EQ(pixelsOf(copy.m_rawImages[0]), shown) << "... into storage that a copied context still shows";
 
     // A furrow context makes the shifted image of the left camera only.
     const auto right = results(rContext, 0);
