@@ -45,9 +45,11 @@ std::unique_ptr<Warper> build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCol
     return pWarper;
 }
 
-} // namespace
-
-bool WarperList::tablesHold(int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols)
+/**
+ * Positions are 32-bit, so a frame with huge row increments has none; a table counts its entries, padding included, in
+ * 32 bits; and single precision tells the pixels of an axis apart up to 2^24.
+ */
+bool tablesHold(int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols)
 {
     constexpr std::int64_t nMax = std::numeric_limits<int>::max();
     constexpr int nMaxAxis = 1 << 24;
@@ -55,6 +57,8 @@ bool WarperList::tablesHold(int nSrcRows, int nSrcCols, int nStride, int nDstRow
            nSrcCols <= nMaxAxis && std::int64_t{nSrcRows} * nStride <= nMax &&
            nDstRows * (std::int64_t{nDstCols} + 63) <= nMax;
 }
+
+} // namespace
 
 std::unique_ptr<Warper> WarperList::buildWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride,
                                                 int nRowOffset, int nColOffset, KernelType eKernelType,

@@ -23,11 +23,6 @@ public:
     [[nodiscard]] bool reallocate();
 
     /**
-     * Positions are 32-bit, so a frame with huge row increments has none; a table counts its entries, padding included,
-     * in 32 bits; and single precision tells the pixels of an axis apart up to 2^24.
-     */
-    [[nodiscard]] static bool tablesHold(int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols);
-    /**
      * A new warper of the class for the kernel type, not listed yet. Null without a map and for sizes that the tables
      * cannot hold.
      */

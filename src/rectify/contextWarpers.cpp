@@ -55,15 +55,6 @@ bool buildWarpersForStride(StereoContext* pContext, int nStride)
     return !pContext->m_bHasColorCamera || hasWarper(*pContext, pContext->m_pColorCamera, nStride, 0, 0);
 }
 
-/** Tables for packed pixels must be possible. They are large and few programs want them: the first lookup builds them.
- */
-bool holdsPacked(const StereoContext& rContext, int nStride)
-{
-    return nStride <= std::numeric_limits<int>::max() / 4 &&
-           WarperList::tablesHold(rContext.m_nSourceRows, rContext.m_nSourceCols, 4 * nStride, rContext.m_nRows,
-                                  rContext.m_nCols);
-}
-
 } // namespace
 
 bool getWarperForCam(StereoContext* pContext, int nCamera, int nStride)
@@ -83,7 +74,9 @@ bool buildWarpers(StereoContext* pContext)
     if (pContext->m_bLowpass) {
         nStride = PixelBuffer<unsigned char>::strideOf(nStride);
     }
-    return buildWarpersForStride(pContext, nStride) && holdsPacked(*pContext, nStride);
+    constexpr int nLargest = std::numeric_limits<int>::max() / 4;
+    return buildWarpersForStride(pContext, nStride) && nStride <= nLargest &&
+           buildWarpersForStride(pContext, 4 * nStride);
 }
 
 } // namespace kestrova

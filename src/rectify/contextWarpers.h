@@ -19,8 +19,8 @@ void getWarperOffsets(const StereoContext* pContext, KestrovaCamera eCamera, int
 [[nodiscard]] bool getWarperForCam(StereoContext* pContext, int nCamera, int nStride);
 
 /**
- * Finds or builds all warpers that the next frame needs, for grey images of the current source size. False as soon as
- * one of them cannot be built, or if none could be for packed pixels.
+ * Finds or builds all warpers that the next frame needs, for grey and packed images of the current source size. False
+ * as soon as one of them cannot be built.
  */
 [[nodiscard]] bool buildWarpers(StereoContext* pContext);
 
