@@ -17,7 +17,8 @@ void SummaryLines::add(const std::string& rLine)
 {
     if (onOutput()) {
         std::puts(rLine.c_str());
-        std::fflush(stdout); // whoever reads along gets whole lines
+        if (std::fflush(stdout) != 0) // whoever reads along gets whole lines
+            throw AppError("--json: standard output cannot be written; has its reader ended?", ExitStatus::File);
     } else if (m_to) {
         if (!m_file.is_open())
             m_file.open(*m_to, std::ios::binary);

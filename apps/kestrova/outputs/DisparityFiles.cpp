@@ -1,6 +1,8 @@
 #include "outputs/DisparityFiles.h"
 
 #include "basics/AppError.h"
+#include "basics/ImageFiles.h"
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 #include "outputs/ImageRecord.h"
 #include "outputs/Results.h"
@@ -29,6 +31,7 @@ static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
 
 static std::string readAll(const fs::path& rFile)
 {
+    checkLength(rFile, sk_nLongestImage);
     std::ifstream in(rFile, std::ios::binary);
     std::ostringstream text;
     if (!in || fs::is_directory(rFile) || !(text << in.rdbuf()))
@@ -183,8 +186,8 @@ static std::optional<int> numberAfter(const std::string& rName, const std::strin
 
 static DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<double> scale)
 {
-    cv::Mat image = cv::imread(rFile.string(), cv::IMREAD_UNCHANGED);
-    if (image.empty() || (image.depth() != CV_8U && image.depth() != CV_16U))
+    cv::Mat image = readImage(rFile, cv::IMREAD_UNCHANGED);
+    if (image.depth() != CV_8U && image.depth() != CV_16U)
         bad(rFile, "is no disparity: give PFM, NPY, PNG or PGM of 8 or 16 bits");
     if (image.channels() != 1)
         bad(rFile, "is a picture in colour, not data; give the file that it was made from");
