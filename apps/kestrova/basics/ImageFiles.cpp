@@ -22,7 +22,7 @@ void writeText(const fs::path& rFile, const std::string& rText)
 {
     std::ofstream out(rFile, std::ios::binary);
     if (!(out << rText).flush())
-        throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
+        throw AppError(rFile.string() + ": cannot be written; is the disk full?", ExitStatus::File);
 }
 
 // Encoders take no notice of a full disk, or print what their library says.
@@ -57,6 +57,20 @@ private:
     int m_nKept = ::dup(STDERR_FILENO);
 };
 
+// The decoder fills with grey what is missing of a JPEG. A whole one ends with a mark that its data cannot hold; some
+// cameras write a little more behind it.
+static bool isCutJpeg(const std::string& rFile)
+{
+    std::ifstream in(rFile, std::ios::binary);
+    if (in.get() != 0xFF || in.get() != 0xD8)
+        return false;
+    std::string tail(1 << 16, '\0');
+    in.seekg(0, std::ios::end);
+    in.seekg(std::max<std::streamoff>(0, in.tellg() - static_cast<std::streamoff>(tail.size())));
+    in.read(tail.data(), static_cast<std::streamsize>(tail.size()));
+    return tail.find("\xFF\xD9") == std::string::npos;
+}
+
 static cv::Mat decode(const std::string& rFile, int nHow)
 {
     const QuietErrors quiet;
@@ -79,7 +93,7 @@ cv::Mat readImage(const fs::path& rFile, int nHow)
     if (::access(rFile.c_str(), R_OK) != 0)
         throw AppError(rFile.string() + ": may not be read; see its permissions", ExitStatus::File);
     checkLength(rFile, sk_nLongestImage);
-    const cv::Mat image = decode(rFile.string(), nHow);
+    const cv::Mat image = isCutJpeg(rFile.string()) ? cv::Mat() : decode(rFile.string(), nHow);
     if (image.empty())
         throw AppError(rFile.string() +
                            ": cannot be read as an image; is it complete, and of a usual form such as PNG?",

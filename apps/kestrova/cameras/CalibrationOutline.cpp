@@ -273,7 +273,7 @@ std::vector<OutlineSection> readOutline(const std::filesystem::path& rFile)
     checkLength(rFile, sk_nLongestText);
     std::ifstream in(rFile, std::ios::binary);
     if (!in || std::filesystem::is_directory(rFile))
-        throw AppError(rFile.string() + ": cannot be read", ExitStatus::File);
+        throw AppError(rFile.string() + ": cannot be read; is the path right?", ExitStatus::File);
     const std::vector<std::string> lines = cleanLines(in);
     const std::string where = rFile.string() + ": bad calibration: ";
     if (!lines.empty() && lines.front().starts_with("\xEF\xBB\xBF"))

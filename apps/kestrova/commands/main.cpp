@@ -69,6 +69,11 @@ int main(int nArguments, char** ppszArguments)
         return finish(0);
     } catch (const CLI::Success& rHelp) { // --help, --version
         return finish(program.exit(rHelp));
+    } catch (const CLI::RequiredError& rError) { // what is wrong may be the reason that something is missing
+        const std::vector<std::string> rest = program.remaining(true);
+        return complain((rest.empty() ? std::string(rError.what()) : rest.front() + ": no such command or option") +
+                            " (see --help)",
+                        ExitStatus::Usage);
     } catch (const CLI::Error& rError) {
         return complain(std::string(rError.what()) + " (see --help)", ExitStatus::Usage);
     } catch (const kestrova::app::AppError& rError) {

@@ -225,7 +225,9 @@ cv::Mat1d KeyedFile::matrix(const std::string& rKey, int nRows, int nCols) const
     if (!pEntry->m_problem.empty())
         fail(rKey, pEntry->m_problem + "; is the file complete?");
     const cv::Mat1d& rValues = pEntry->m_values;
-    if (rValues.empty() || (nRows > 0 && rValues.rows != nRows) || (nCols > 0 && rValues.cols != nCols))
+    if (rValues.empty())
+        fail(rKey, "has no value; is the file complete?");
+    if ((nRows > 0 && rValues.rows != nRows) || (nCols > 0 && rValues.cols != nCols))
         fail(rKey, line("is %d by %d, %s by %s is wanted", rValues.rows, rValues.cols,
                         nRows > 0 ? std::to_string(nRows).c_str() : "any",
                         nCols > 0 ? std::to_string(nCols).c_str() : "any"));

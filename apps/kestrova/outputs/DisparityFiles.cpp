@@ -34,8 +34,11 @@ static std::string readAll(const fs::path& rFile)
     checkLength(rFile, sk_nLongestImage);
     std::ifstream in(rFile, std::ios::binary);
     std::ostringstream text;
-    if (!in || fs::is_directory(rFile) || !(text << in.rdbuf()))
+    if (!in || fs::is_directory(rFile))
         throw AppError(rFile.string() + ": cannot be read; give the name of a disparity file", ExitStatus::File);
+    text << in.rdbuf();
+    if (text.str().empty())
+        bad(rFile, "is empty; write it again");
     return text.str();
 }
 
@@ -81,7 +84,7 @@ static cv::Mat1f readNpy(const fs::path& rFile, const std::string& rBytes)
 {
     const auto byte = [&](std::size_t u) { return static_cast<std::size_t>(static_cast<unsigned char>(rBytes[u])); };
     if (rBytes.size() < 12)
-        bad(rFile, "ends early");
+        bad(rFile, "ends early; write it again");
     const bool bShort = rBytes[6] == 1;
     const std::size_t uFrom = bShort ? 10 : 12;
     const std::size_t uHead = byte(8) | byte(9) << 8 | (bShort ? 0 : byte(10) << 16 | byte(11) << 24);
