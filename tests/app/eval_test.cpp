@@ -156,7 +156,7 @@ TEST_F(Eval, SaysWhatIsWrong)
              {"huge.pfm --truth 2x2.pfm", "huge.pfm: ends early", 4},
              {"three.pfm --truth 2x2.pfm", "three.pfm: is no PFM of one channel", 4},
              {"ints.npy --truth 2x2.pfm", "ints.npy: holds no floats", 4},
-             {"text.png --truth 2x2.pfm", "text.png: is no disparity", 4},
+             {"text.png --truth 2x2.pfm", "text.png: cannot be read as an image", 4},
              {"colour.png --truth 2x2.pfm", "colour.png: is a picture in colour", 4},
              {"2x2.pfm --truth none.pfm", "none.pfm: no pixel has a known disparity", 5},
              {"2x2.pfm --truth 2x2.pfm --range 9 3", "--range: needs MIN below MAX", 2}}) {

@@ -122,7 +122,15 @@ TEST_F(Formats, WrongSourcesGetOneLineThatNamesTheFileTheKeyAndTheWayOut)
         int m_nStatus;
         const char* m_pszLine;
     };
+    std::string deep = "<?xml version=\"1.0\"?>";
+    for (int n = 0; n < 100000; ++n)
+        deep += "<a>";
+    writeText(m_folder / "deep.xml", deep);
+    writeText(m_folder / "self.yaml", "a: &a\n  b: *a\n");
     const Case aCases[] = {
+        {"left.yaml", {"", ""}, "deep.xml", 4, "deep.xml: blocks in blocks"},
+        {"left.yaml", {"", ""}, "self.yaml", 4, "self.yaml: line 1: too many keys, or too deep"},
+        {"left.yaml", {"", ""}, "/dev/zero", 4, "is a device"},
         {"intrinsics.yml", {"D2:", "D3:"}, "opencv", 4, "D2: missing .nor is there distCoeffs2.*give all files"},
         {"intrinsics.yml", {"image_width", "w"}, "opencv", 2, "size of the frames; give it with --size"},
         {"extrinsics.yml", {"unit", "u"}, "opencv", 2, "unit of T; give .* --unit mm"},

@@ -241,13 +241,17 @@ TEST_F(Batch, WhatIsWrongIsSaidInALineWithItsStatus)
         {pair + to + " --shard 3/2", "--shard", ExitStatus::Usage},
         {pair + to + " --shard 1/-2", "--shard", ExitStatus::Usage},
         {pair + to + " --json no/x.json", "no/x.json", ExitStatus::File},
-        {"--list list.txt --truth 'r/f 8.png'" + to, "eval", ExitStatus::Usage}};
+        {"--list list.txt --truth 'r/f 8.png'" + to, "eval", ExitStatus::Usage},
+        {"--list /dev/zero" + to, "is a device", ExitStatus::Content},
+        {"--right 'r/f 8.png' --left 'r/f 8.png'" + to, "for two cameras", ExitStatus::Content},
+        {"--right ''  --left 'l/f 8.png'" + to, "--right: needs the name", ExitStatus::Usage}};
     for (const auto& [rArguments, pszWord, eStatus] : aBad) {
         const Outcome bad = call("run " + rArguments);
         EXPECT_EQ(bad.m_nStatus, static_cast<int>(eStatus)) << rArguments << '\n' << bad.m_error;
         EXPECT_EQ(std::count(bad.m_error.begin(), bad.m_error.end(), '\n'), 1) << rArguments << '\n' << bad.m_error;
         EXPECT_THAT(bad.m_error, HasSubstr(pszWord)) << rArguments;
     }
+    EXPECT_EQ(WEXITSTATUS(std::system("'" KESTROVA_PROGRAM "' --help 2>/dev/null >/dev/full")), 3);
     EXPECT_THAT(call("run --list gone.txt --rectified --to y").m_error, HasSubstr("gone.txt: line 2: "));
     EXPECT_FALSE(exists(m_folder / "y"));
 

@@ -57,6 +57,8 @@ bool isPattern(const std::string& rText)
 
 std::vector<fs::path> expandGlob(const std::string& rPattern, const std::string& rOption)
 {
+    if (rPattern.empty())
+        throw AppError(rOption + ": needs the name of a file", ExitStatus::Usage);
     if (!isPattern(rPattern))
         return {rPattern};
     glob_t found{};

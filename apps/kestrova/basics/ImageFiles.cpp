@@ -1,6 +1,7 @@
 #include "basics/ImageFiles.h"
 
 #include "basics/AppError.h"
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 
 #include <opencv2/imgcodecs.hpp>
@@ -17,17 +18,20 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
-void writeImage(const fs::path& rFile, const cv::Mat& rImage)
-{
-    if (!cv::imwrite(rFile.string(), rImage))
-        throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
-}
-
 void writeText(const fs::path& rFile, const std::string& rText)
 {
     std::ofstream out(rFile, std::ios::binary);
     if (!(out << rText).flush())
-        throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
+        throw AppError(rFile.string() + ": cannot be written; is the disk full?", ExitStatus::File);
+}
+
+// Encoders take no notice of a full disk, or print what their library says.
+void writeImage(const fs::path& rFile, const cv::Mat& rImage)
+{
+    std::vector<unsigned char> bytes;
+    if (!cv::imencode(rFile.extension().string(), rImage, bytes))
+        throw AppError(rFile.string() + ": cannot be written in this form", ExitStatus::File);
+    writeText(rFile, {bytes.begin(), bytes.end()});
 }
 
 /// Keeps standard error shut while it lives: image decoders write there by themselves, and a fault gets our line only.
@@ -53,10 +57,28 @@ private:
     int m_nKept = ::dup(STDERR_FILENO);
 };
 
+// The decoder fills with grey what is missing of a JPEG. A whole one ends with a mark that its data cannot hold; some
+// cameras write a little more behind it.
+static bool isCutJpeg(const std::string& rFile)
+{
+    std::ifstream in(rFile, std::ios::binary);
+    if (in.get() != 0xFF || in.get() != 0xD8)
+        return false;
+    std::string tail(1 << 16, '\0');
+    in.seekg(0, std::ios::end);
+    in.seekg(std::max<std::streamoff>(0, in.tellg() - static_cast<std::streamoff>(tail.size())));
+    in.read(tail.data(), static_cast<std::streamsize>(tail.size()));
+    return tail.find("\xFF\xD9") == std::string::npos;
+}
+
 static cv::Mat decode(const std::string& rFile, int nHow)
 {
     const QuietErrors quiet;
-    return cv::imread(rFile, nHow);
+    try {
+        return cv::imread(rFile, nHow);
+    } catch (const cv::Exception&) { // a header that claims more than there can be
+        return {};
+    }
 }
 
 cv::Mat readImage(const fs::path& rFile, int nHow)
@@ -70,9 +92,12 @@ cv::Mat readImage(const fs::path& rFile, int nHow)
         throw AppError(rFile.string() + ": no such file", ExitStatus::File);
     if (::access(rFile.c_str(), R_OK) != 0)
         throw AppError(rFile.string() + ": may not be read; see its permissions", ExitStatus::File);
-    const cv::Mat image = decode(rFile.string(), nHow);
+    checkLength(rFile, sk_nLongestImage);
+    const cv::Mat image = isCutJpeg(rFile.string()) ? cv::Mat() : decode(rFile.string(), nHow);
     if (image.empty())
-        throw AppError(rFile.string() + ": cannot be read as an image", ExitStatus::Content);
+        throw AppError(rFile.string() +
+                           ": cannot be read as an image; is it complete, and of a usual form such as PNG?",
+                       ExitStatus::Content);
     return image;
 }
 

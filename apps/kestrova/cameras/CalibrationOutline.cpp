@@ -1,9 +1,11 @@
 #include "cameras/CalibrationOutline.h"
 
 #include "basics/AppError.h"
+#include "basics/InputFile.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -87,6 +89,8 @@ public:
                     if (numbers.size() == nBefore)
                         break;
                 }
+                if (std::any_of(numbers.begin(), numbers.end(), [](double d) { return !std::isfinite(d); }))
+                    fail(rKey, "has a value that is no finite number; calibrate anew");
                 if (numbers.size() == nWanted)
                     return numbers;
             }
@@ -266,16 +270,19 @@ static OutlineSection readSection(const Block& rBlock)
 
 std::vector<OutlineSection> readOutline(const std::filesystem::path& rFile)
 {
+    checkLength(rFile, sk_nLongestText);
     std::ifstream in(rFile, std::ios::binary);
     if (!in || std::filesystem::is_directory(rFile))
-        throw AppError(rFile.string() + ": cannot be read", ExitStatus::File);
+        throw AppError(rFile.string() + ": cannot be read; is the path right?", ExitStatus::File);
     const std::vector<std::string> lines = cleanLines(in);
     const std::string where = rFile.string() + ": bad calibration: ";
+    if (!lines.empty() && lines.front().starts_with("\xEF\xBB\xBF"))
+        throw AppError(where + "begins with a byte order mark; save it as plain text without one", ExitStatus::Content);
     const auto isStart = [](const std::string& rLine) { return behindKey(rLine, "VERSION").has_value(); };
     std::vector<OutlineSection> sections;
     auto start = std::find_if(lines.begin(), lines.end(), isStart);
     if (start == lines.end())
-        throw AppError(where + "VERSION: missing", ExitStatus::Content);
+        throw AppError(where + "VERSION: missing; is it the text that calibrate or import wrote?", ExitStatus::Content);
     while (start != lines.end()) {
         const auto end = std::find_if(start + 1, lines.end(), isStart);
         sections.push_back(readSection(Block(where, Lines(start, end))));

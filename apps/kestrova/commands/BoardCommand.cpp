@@ -1,5 +1,5 @@
 // kestrova board: a checkerboard to print.
-#include "basics/AppError.h"
+#include "basics/OutputFile.h"
 #include "boards/Board.h"
 #include "commands/Commands.h"
 #include "outputs/Results.h"
@@ -19,7 +19,10 @@ struct BoardOptions
 static void drawBoard(const BoardOptions& rOptions)
 {
     const Board board = parseBoard(rOptions.m_inner, rOptions.m_square);
-    writeText(rOptions.m_out, boardSvg(board, rOptions.m_paper));
+    const std::string drawing = boardSvg(board, rOptions.m_paper);
+    OutputFile out(rOptions.m_out);
+    writeText(out.file(), drawing);
+    out.commit();
     std::printf("%s: %s, on %s\n"
                 "Print it at 100 %% (no fit to page), glue it to something flat, and measure the bar: if it is not "
                 "100 mm, give --square what a square measures.\n",

@@ -13,14 +13,24 @@
 
 namespace kestrova::app {
 
+void SummaryLines::open()
+{
+    if (m_to && !onOutput() && !m_file.is_open()) {
+        m_file.open(*m_to, std::ios::binary);
+        if (!m_file)
+            throw AppError("--json: " + *m_to + ": cannot be written; name a file in a folder that exists",
+                           ExitStatus::File);
+    }
+}
+
 void SummaryLines::add(const std::string& rLine)
 {
     if (onOutput()) {
         std::puts(rLine.c_str());
-        std::fflush(stdout); // whoever reads along gets whole lines
+        if (std::fflush(stdout) != 0) // whoever reads along gets whole lines
+            throw AppError("--json: standard output cannot be written; has its reader ended?", ExitStatus::File);
     } else if (m_to) {
-        if (!m_file.is_open())
-            m_file.open(*m_to, std::ios::binary);
+        open();
         if (!(m_file << rLine << '\n').flush())
             throw AppError("--json: " + *m_to + ": cannot be written", ExitStatus::File);
     }
@@ -59,6 +69,7 @@ void FrameRunner::begin(const Frames& rFrames, const OutputFolder& rFolder)
         writeText(own, m_ownCalibration);
     if (m_pSession)
         return;
+    m_json.open();
     m_pSession = std::make_unique<StereoSession>(
         m_rOptions.m_calibration ? std::filesystem::path(*m_rOptions.m_calibration) : own);
     ResultWishes wishes;

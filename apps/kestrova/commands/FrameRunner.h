@@ -17,6 +17,8 @@ public:
 
     bool onOutput() const { return m_to == "-"; }
 
+    /// Throws AppError when the file cannot be written, before any frame is.
+    void open();
     void add(const std::string& rLine);
 
 private:

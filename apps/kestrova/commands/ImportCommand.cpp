@@ -1,6 +1,6 @@
 // kestrova import: calibrations of other systems become a calibration text, proved by the library before it is kept.
 #include "basics/AppError.h"
-#include "basics/Line.h"
+#include "basics/OutputFile.h"
 #include "basics/Units.h"
 #include "cameras/RigProof.h"
 #include "commands/Commands.h"
@@ -89,31 +89,15 @@ static void printRig(const Rig& rRig)
                     cameraName(eCamera), rMaps.m_nCoefs, rMaps.worstRms(), rMaps.largestError());
 }
 
-// Under a passing name until the library has proved it.
-static RigProof writeProved(const Rig& rRig, const std::string& rOut)
-{
-    const std::string partial = rOut + ".partial";
-    try {
-        writeText(partial, rRig.text());
-        const RigProof proof = proveRig(partial, rRig);
-        std::error_code error;
-        std::filesystem::rename(partial, rOut, error);
-        if (error)
-            throw AppError(rOut + ": cannot be written: " + error.message(), ExitStatus::File);
-        return proof;
-    } catch (const AppError&) {
-        std::error_code ignored;
-        std::filesystem::remove(partial, ignored);
-        throw;
-    }
-}
-
 static void import(const ImportOptions& rOptions)
 {
     const SourceRig source =
         readSource(rOptions.m_from, {rOptions.m_sources.begin(), rOptions.m_sources.end()}, factsOf(rOptions));
     const Rig rig = buildRig(cameraSetOf(source), wishesOf(rOptions, source));
-    const RigProof proof = writeProved(rig, rOptions.m_out);
+    OutputFile out(rOptions.m_out);
+    writeText(out.file(), rig.text());
+    const RigProof proof = proveRig(out.file(), rig);
+    out.commit();
     std::printf("%s: %s, %zu cameras\n", source.m_source.c_str(), source.m_format.c_str(), source.m_cameras.size());
     for (const std::string& rRemark : rig.m_remarks)
         std::puts(rRemark.c_str());

@@ -1,5 +1,6 @@
 // kestrova info: what a calibration file holds, or an image file of the library tells; calibrations written anew.
-#include "basics/AppError.h"
+#include "basics/InputFile.h"
+#include "basics/OutputFile.h"
 #include "commands/Commands.h"
 #include "outputs/ImageRecord.h"
 #include "session/StereoSession.h"
@@ -64,21 +65,17 @@ static void info(const std::string& rFile)
 static void rewrite(const std::string& rFile, const std::string& rOut)
 {
     const StereoSession session(rFile);
-    const std::string partial = rOut + ".partial";
-    if (kestrovaWriteCurrentContextToFile(session.handle(), partial.c_str()) != KestrovaErrorOk)
+    OutputFile out(rOut);
+    if (kestrovaWriteCurrentContextToFile(session.handle(), out.file().c_str()) != KestrovaErrorOk)
         throw AppError(rOut + ": cannot be written", ExitStatus::File);
-    std::error_code error;
     try {
-        const StereoSession proof(partial);
-        std::filesystem::rename(partial, rOut, error);
+        const StereoSession proof(out.file());
     } catch (const AppError&) {
-        std::filesystem::remove(partial, error);
         throw AppError(rFile + ": cannot be rewritten: the library copies blocks that spell BeginCamera, Position, "
                                "EndCamera and BeginWarp in this way, with positions of the product",
                        ExitStatus::Content);
     }
-    if (error)
-        throw AppError(rOut + ": cannot be written", ExitStatus::File);
+    out.commit();
     std::printf("%s: rewritten to %s\n", rFile.c_str(), rOut.c_str());
 }
 
@@ -90,6 +87,7 @@ struct InfoOptions
 
 static void info(const InfoOptions& rOptions)
 {
+    checkLength(rOptions.m_file, sk_nLongestImage);
     const bool bImage = isImageFile(rOptions.m_file);
     if (bImage && rOptions.m_write)
         throw AppError("--write: " + rOptions.m_file + " is an image, not a calibration", ExitStatus::Usage);

@@ -1,4 +1,5 @@
 // kestrova run: anyone's frames, one or many, of two or three cameras, with a calibration, or rectified already.
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 #include "basics/Progress.h"
 #include "commands/Commands.h"
@@ -34,7 +35,7 @@ static void run(const RunOptions& rOptions)
     for (const FrameNames& rNames : list.m_frames) {
         if (const std::optional<AppError> error = runner.run(rNames)) {
             progress.clear();
-            std::fprintf(stderr, "kestrova: left out: %s\n", error->what());
+            std::fprintf(stderr, "kestrova: left out: %s\n", oneLine(error->what()).c_str());
             failure = failure.value_or(error->status());
         }
         progress.done(++uTried);

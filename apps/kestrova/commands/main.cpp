@@ -1,25 +1,53 @@
 // The program kestrova: stereo from the command line. One line on standard error when something is wrong, and the
 // status that basics/AppError.h documents.
 #include "basics/AppError.h"
+#include "basics/InputFile.h"
 #include "commands/Commands.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/core/utils/logger.hpp>
 
-#include <algorithm>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdio>
 
-static int complain(const std::string& rMessage, kestrova::app::ExitStatus eStatus)
+using kestrova::app::ExitStatus;
+
+static int complain(const std::string& rMessage, ExitStatus eStatus)
 {
-    std::string line = rMessage; // of a library it may have several
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::fprintf(stderr, "kestrova: %s\n", line.c_str());
+    std::fprintf(stderr, "kestrova: %s\n",
+                 kestrova::app::oneLine(rMessage).c_str()); // of a library it may have several
     return static_cast<int>(eStatus);
+}
+
+/// A standard stream that was closed by the caller would be the first file that is opened, and get what is printed.
+static void openStandardStreams()
+{
+    while (true)
+        if (const int nFile = ::open("/dev/null", O_RDWR); nFile < 0 || nFile > STDERR_FILENO) {
+            ::close(nFile);
+            return;
+        }
+}
+
+/// What is printed has to arrive, but a reader that has seen enough is no fault.
+static int finish(int nStatus)
+{
+    const bool bLost = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+    pollfd reader{STDOUT_FILENO, POLLOUT, 0};
+    const bool bLeft = ::poll(&reader, 1, 0) == 1 && (reader.revents & POLLERR) != 0;
+    if (nStatus == 0 && bLost && !bLeft)
+        return complain("standard output: cannot be written; is the disk full?", ExitStatus::File);
+    return nStatus;
 }
 
 int main(int nArguments, char** ppszArguments)
 {
-    using kestrova::app::ExitStatus;
+    openStandardStreams();
+    std::signal(SIGPIPE, SIG_IGN); // files of results are finished when nobody reads what is printed
     cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT); // a missing file gets our line only
     CLI::App program("Distances from the images of two or three calibrated cameras.\n"
                      "The right camera is the reference: disparity d at column x of the right rectified image\n"
@@ -38,9 +66,14 @@ int main(int nArguments, char** ppszArguments)
     kestrova::app::addExportCommand(program);
     try {
         program.parse(nArguments, ppszArguments);
-        return 0;
+        return finish(0);
     } catch (const CLI::Success& rHelp) { // --help, --version
-        return program.exit(rHelp);
+        return finish(program.exit(rHelp));
+    } catch (const CLI::RequiredError& rError) { // what is wrong may be the reason that something is missing
+        const std::vector<std::string> rest = program.remaining(true);
+        return complain((rest.empty() ? std::string(rError.what()) : rest.front() + ": no such command or option") +
+                            " (see --help)",
+                        ExitStatus::Usage);
     } catch (const CLI::Error& rError) {
         return complain(std::string(rError.what()) + " (see --help)", ExitStatus::Usage);
     } catch (const kestrova::app::AppError& rError) {

@@ -1,6 +1,7 @@
 #include "formats/KeyedFile.h"
 
 #include "basics/AppError.h"
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 
 #include <yaml-cpp/yaml.h>
@@ -15,7 +16,9 @@
 
 namespace kestrova::app {
 
-static constexpr std::size_t sk_nLongest = 16u << 20; // bytes; a calibration has some thousands
+// A calibration has some dozens of keys, a few levels deep; what names itself or its parts again and again has no end.
+static constexpr std::size_t sk_nMostKeys = 10'000;
+static constexpr std::ptrdiff_t sk_nDeepest = 32;
 
 static std::string lower(std::string text)
 {
@@ -48,18 +51,19 @@ static std::optional<double> numberOf(const std::string& rWord)
 
 KeyedFile::KeyedFile(const std::filesystem::path& rFile) : m_name(rFile.string())
 {
+    checkLength(rFile, sk_nLongestText);
     std::ifstream in(rFile, std::ios::binary);
     if (!in || std::filesystem::is_directory(rFile))
         throw AppError(m_name + ": cannot be read; is the path right?", ExitStatus::File);
-    std::string text(sk_nLongest, '\0');
+    std::string text(sk_nLongestText, '\0');
     in.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(in.gcount()));
     const std::size_t nFirst = text.find_first_not_of(" \t\r\n");
-    if (nFirst == std::string::npos || text.size() == sk_nLongest)
+    if (nFirst == std::string::npos || text.size() == sk_nLongestText)
         throw AppError(m_name + (nFirst == std::string::npos ? ": is empty" : ": is too long for a calibration"),
                        ExitStatus::Content);
     if (text[nFirst] == '<')
-        readXml();
+        readXml(text);
     else
         readYaml(text);
     if (m_entries.empty())
@@ -105,6 +109,10 @@ static cv::Mat1d shaped(const std::vector<double>& rNumbers, int nRows, int nCol
 
 void KeyedFile::addYaml(const std::string& rKey, const YAML::Node& rNode)
 {
+    if (++m_nKeys > sk_nMostKeys || std::count(rKey.begin(), rKey.end(), '.') > sk_nDeepest)
+        throw AppError(m_name +
+                           line(": line %d: too many keys, or too deep; is it a calibration?", rNode.Mark().line + 1),
+                       ExitStatus::Content);
     Entry entry{rKey, rNode.Mark().line + 1, {}, {}, {}};
     std::vector<double> numbers;
     if (rNode.IsMap() && rNode["rows"] && rNode["cols"] && rNode["data"]) {
@@ -136,8 +144,22 @@ void KeyedFile::addYaml(const std::string& rKey, const YAML::Node& rNode)
 
 // ---- XML ----
 
-void KeyedFile::readXml()
+// The parser calls itself for each level.
+static bool isDeep(const std::string& rXml)
 {
+    std::ptrdiff_t nDepth = 0;
+    for (std::size_t n = 0; n + 1 < rXml.size() && nDepth <= sk_nDeepest; ++n)
+        if (rXml[n] == '<')
+            nDepth += rXml[n + 1] == '/' ? -1 : rXml[n + 1] == '?' || rXml[n + 1] == '!' ? 0 : 1;
+        else if (rXml[n] == '/' && rXml[n + 1] == '>')
+            --nDepth;
+    return nDepth > sk_nDeepest;
+}
+
+void KeyedFile::readXml(const std::string& rText)
+{
+    if (isDeep(rText))
+        throw AppError(m_name + ": blocks in blocks, too deep; is it a calibration?", ExitStatus::Content);
     try {
         const cv::FileStorage storage(m_name, cv::FileStorage::READ);
         const cv::FileNode root = storage.root();
@@ -203,7 +225,9 @@ cv::Mat1d KeyedFile::matrix(const std::string& rKey, int nRows, int nCols) const
     if (!pEntry->m_problem.empty())
         fail(rKey, pEntry->m_problem + "; is the file complete?");
     const cv::Mat1d& rValues = pEntry->m_values;
-    if (rValues.empty() || (nRows > 0 && rValues.rows != nRows) || (nCols > 0 && rValues.cols != nCols))
+    if (rValues.empty())
+        fail(rKey, "has no value; is the file complete?");
+    if ((nRows > 0 && rValues.rows != nRows) || (nCols > 0 && rValues.cols != nCols))
         fail(rKey, line("is %d by %d, %s by %s is wanted", rValues.rows, rValues.cols,
                         nRows > 0 ? std::to_string(nRows).c_str() : "any",
                         nCols > 0 ? std::to_string(nCols).c_str() : "any"));

@@ -45,12 +45,13 @@ private:
 
     const Entry* find(const std::string& rKey) const;
     void readYaml(const std::string& rText);
-    void readXml();
+    void readXml(const std::string& rText);
     void add(const std::string& rKey, Entry entry);
     void addYaml(const std::string& rKey, const YAML::Node& rNode);
     void addXml(const std::string& rKey, const cv::FileNode& rNode);
 
     std::string m_name;
+    std::size_t m_nKeys = 0;                // seen, with those of aliases
     std::map<std::string, Entry> m_entries; // by key in small letters without underscores
 };
 

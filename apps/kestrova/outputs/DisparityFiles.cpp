@@ -1,6 +1,8 @@
 #include "outputs/DisparityFiles.h"
 
 #include "basics/AppError.h"
+#include "basics/ImageFiles.h"
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 #include "outputs/ImageRecord.h"
 #include "outputs/Results.h"
@@ -29,10 +31,14 @@ static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
 
 static std::string readAll(const fs::path& rFile)
 {
+    checkLength(rFile, sk_nLongestImage);
     std::ifstream in(rFile, std::ios::binary);
     std::ostringstream text;
-    if (!in || fs::is_directory(rFile) || !(text << in.rdbuf()))
+    if (!in || fs::is_directory(rFile))
         throw AppError(rFile.string() + ": cannot be read; give the name of a disparity file", ExitStatus::File);
+    text << in.rdbuf();
+    if (text.str().empty())
+        bad(rFile, "is empty; write it again");
     return text.str();
 }
 
@@ -78,7 +84,7 @@ static cv::Mat1f readNpy(const fs::path& rFile, const std::string& rBytes)
 {
     const auto byte = [&](std::size_t u) { return static_cast<std::size_t>(static_cast<unsigned char>(rBytes[u])); };
     if (rBytes.size() < 12)
-        bad(rFile, "ends early");
+        bad(rFile, "ends early; write it again");
     const bool bShort = rBytes[6] == 1;
     const std::size_t uFrom = bShort ? 10 : 12;
     const std::size_t uHead = byte(8) | byte(9) << 8 | (bShort ? 0 : byte(10) << 16 | byte(11) << 24);
@@ -183,8 +189,8 @@ static std::optional<int> numberAfter(const std::string& rName, const std::strin
 
 static DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<double> scale)
 {
-    cv::Mat image = cv::imread(rFile.string(), cv::IMREAD_UNCHANGED);
-    if (image.empty() || (image.depth() != CV_8U && image.depth() != CV_16U))
+    cv::Mat image = readImage(rFile, cv::IMREAD_UNCHANGED);
+    if (image.depth() != CV_8U && image.depth() != CV_16U)
         bad(rFile, "is no disparity: give PFM, NPY, PNG or PGM of 8 or 16 bits");
     if (image.channels() != 1)
         bad(rFile, "is a picture in colour, not data; give the file that it was made from");

@@ -2,6 +2,7 @@
 
 #include "basics/AppError.h"
 #include "basics/FileGlob.h"
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 
 #include <algorithm>
@@ -130,6 +131,7 @@ static PerCamera<fs::path> readLine(const std::string& rText, const fs::path& rF
 FrameList readFrameList(const fs::path& rFile)
 {
     std::error_code error;
+    checkLength(rFile, 4 * sk_nLongestText);
     std::ifstream in(rFile);
     if (!in || fs::is_directory(rFile, error))
         throw AppError(rFile.string() + ": cannot be read as a list of frames", ExitStatus::File);
@@ -138,10 +140,14 @@ FrameList readFrameList(const fs::path& rFile)
     for (int nLine = 1; std::getline(in, text); ++nLine) {
         if (!text.empty() && text.back() == '\r')
             text.pop_back();
+        if (nLine == 1 && text.starts_with("\xEF\xBB\xBF")) // the mark that some editors begin a file with
+            text.erase(0, 3);
         const std::size_t nFirst = text.find_first_not_of(" \t");
         if (nFirst == std::string::npos || text[nFirst] == '#')
             continue;
         const std::string origin = rFile.string() + line(": line %d: ", nLine);
+        if (text.find('\0') != std::string::npos)
+            throw AppError(origin + "holds a byte 0; is it a list of names?", ExitStatus::Content);
         list.m_frames.push_back({{}, readLine(text, rFile.parent_path(), origin), origin});
         if (configurationOf(list.m_frames.back().m_files) != configurationOf(list.m_frames.front().m_files))
             throw AppError(origin + "other cameras than the lines before; every line needs the same ones",

@@ -13,6 +13,10 @@ Frames FrameReader::readFiles(const FrameNames& rNames)
     const std::filesystem::path& rRight = rNames.m_files.at(KestrovaCamRight);
     Frames frames;
     for (const auto& [eCamera, rFile] : rNames.m_files) {
+        std::error_code error;
+        if (eCamera != KestrovaCamRight && std::filesystem::equivalent(rFile, rRight, error))
+            throw AppError(rFile.string() + ": is given for two cameras; give each camera its own frame",
+                           ExitStatus::Content);
         const cv::Mat1b& rGrey = frames.m_grey[eCamera] = readFrame(rFile, m_wishes.m_bits);
         if (const cv::Size right = frames.m_grey.at(KestrovaCamRight).size(); rGrey.size() != right)
             throw AppError(rFile.string() + ": has another size than " + rRight.string() +
@@ -60,6 +64,10 @@ void FrameReader::bringToSize(const FrameNames& rNames, Frames& rFrames)
             return scaled;
         });
     }
+    if (size.width < 16 || size.height < 16)
+        throw AppError(rNames.m_files.at(KestrovaCamRight).string() +
+                           line(": %dx%d is too small for a frame; is it the right file?", size.width, size.height),
+                       ExitStatus::Content);
     m_size = size;
 }
 

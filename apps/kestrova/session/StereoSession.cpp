@@ -1,6 +1,7 @@
 #include "session/StereoSession.h"
 
 #include "basics/AppError.h"
+#include "basics/InputFile.h"
 
 namespace kestrova::app {
 
@@ -12,6 +13,7 @@ static void check(KestrovaError error, const char* pszWhat)
 
 StereoSession::StereoSession(const std::filesystem::path& rCalibration) : m_file(rCalibration.string())
 {
+    checkLength(rCalibration, sk_nLongestText);
     KestrovaContext handle = nullptr;
     const KestrovaError error = kestrovaGetDefaultContextFromFile(&handle, rCalibration.c_str());
     m_handle.reset(handle);
