@@ -198,7 +198,7 @@ TEST_F(Formats, WrongSourcesGetOneLineThatNamesTheFileTheKeyAndTheWayOut)
          {"", ""},
          "'" KESTROVA_PROGRAM "'",
          4,
-         "cannot be read as YAML|is it a calibration|too long for a calibration"}};
+         "cannot be read as YAML|is it a calibration|too long for what it should be"}};
     for (const Case& rCase : aCases) {
         for (const auto& [pszFolder, files] :
              {std::pair("opencv", writeOpenCv(whole)), std::pair("ros", writeRos(whole)),
