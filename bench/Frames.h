@@ -5,6 +5,13 @@
 
 namespace bench {
 
+struct Size
+{
+    int m_nRows;
+    int m_nCols;
+    int m_nDisparities;
+};
+
 struct Frames
 {
     cv::Mat m_right;     // 8-bit, the reference

@@ -9,13 +9,6 @@
 
 namespace bench {
 
-struct Size
-{
-    int m_nRows;
-    int m_nCols;
-    int m_nDisparities;
-};
-
 /** Edge images: a rectified image against its surroundings, around 128, as a correlator sees it. */
 kestrova::Image<unsigned char> edges(const cv::Mat& rImage);
 

@@ -17,12 +17,7 @@ namespace {
 constexpr int sk_nMask = 11;
 constexpr double sk_dLens = 0.12;
 
-struct Size
-{
-    int m_nRows;
-    int m_nCols;
-    int m_nDisparities;
-};
+using bench::Size;
 
 void printRow(const char* pszWork, const bench::Comparison& rTimes)
 {

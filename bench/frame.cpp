@@ -29,12 +29,7 @@ namespace {
 constexpr int sk_nMask = 11;
 constexpr double sk_dLens = 0.12;
 
-struct Size
-{
-    int m_nRows;
-    int m_nCols;
-    int m_nDisparities;
-};
+using bench::Size;
 
 /** What the cameras deliver. */
 struct Delivery

@@ -26,12 +26,7 @@
 namespace {
 
 using bench::Context;
-struct Size
-{
-    int m_nRows;
-    int m_nCols;
-    int m_nDisparities;
-};
+using bench::Size;
 using kestrova::test::Shape;
 using Work = std::function<void()>;
 
