@@ -1,6 +1,8 @@
 // Boards: drawn, photographed by made-up cameras, calibrated from, and every way in which photos can be the wrong ones.
 #include "app/program.h"
 #include "basics/AppError.h"
+#include "boards/CornerProof.h"
+#include "boards/Findings.h"
 #include "boards/SetCalibration.h"
 #include "boards/SetRefinement.h"
 
@@ -98,6 +100,33 @@ TEST(SetCalibration, FindsTheSetAgainWhateverTheOrderOfCornersAndNamesWhatDoesNo
         EXPECT_THAT(shots.m_shots[8].at(KestrovaCamRight).m_reject, HasSubstr("off the lens"));
         EXPECT_TRUE(shots.m_shots[8].at(rSet.rbegin()->first).isUsed());
     }
+}
+
+// One disparity cannot serve both baselines: two sections, and a bad second one must not pass with a good first one.
+TEST(Findings, JudgeBothSectionsOfAnUnevenL)
+{
+    CameraSet uneven = exampleCameraSet({640, 480}, KestrovaCfg3CameraL);
+    uneven.at(KestrovaCamTop).m_T *= 0.7;
+    Shots shots = shotsOf(uneven, 8);
+    const SetCalibration calibration = calibrateSet(shots, LensChoice::Plumb);
+    const Rig rig = buildRig(calibration.m_set, {});
+    ASSERT_EQ(rig.m_further.size(), 1u);
+    const TempFolder folder;
+    writeText(folder / "rig.txt", rig.text());
+    StereoSession session(folder / "rig.txt");
+    PerCamera<PairProof> proofs = proveCorners(session, rig, shots);
+    EXPECT_EQ(session.configuration(), KestrovaCfg2CameraHorizontal);
+    for (const KestrovaCamera eCamera : {KestrovaCamLeft, KestrovaCamTop}) {
+        EXPECT_LT(proofs.at(eCamera).m_rows.m_dRms, 0.03) << cameraName(eCamera);
+        EXPECT_NEAR(proofs.at(eCamera).m_dSquare, sk_board.m_dSquare, 1e-4) << cameraName(eCamera);
+    }
+    EXPECT_EQ(worstOf(judgeCalibration(shots, calibration, rig, proofs)), nullptr);
+    for (Shot& rShot : shots.m_shots)
+        for (cv::Point2f& rCorner : rShot.at(KestrovaCamTop).m_corners)
+            rCorner.x += 0.8f;
+    const Findings bad = judgeCalibration(shots, calibration, rig, proveCorners(session, rig, shots));
+    ASSERT_NE(worstOf(bad), nullptr);
+    EXPECT_EQ(worstOf(bad)->m_name, "right and top: column error");
 }
 
 TEST(SetCalibration, RefusesSetsThatAreNone)

@@ -103,14 +103,23 @@ static PairProof prove(const StereoSession& rSession, const Shots& rShots, Kestr
     return proof;
 }
 
-PerCamera<PairProof> proveCorners(const StereoSession& rSession, const Shots& rShots)
+static void proveSection(PerCamera<PairProof>& rProofs, StereoSession& rSession, const CameraSet& rSet,
+                         const Shots& rShots)
 {
+    rSession.useCameras(configurationOf(rSet));
     if (kestrovaSetSourceResolution(rSession.handle(), rShots.m_size.height, rShots.m_size.width) != KestrovaErrorOk)
         throw AppError("photos of this size cannot be rectified: choose smaller frames", ExitStatus::Content);
-    PerCamera<PairProof> proofs;
-    for (const auto& [eCamera, rView] : rShots.m_shots.front())
+    for (const auto& [eCamera, rCamera] : rSet)
         if (eCamera != KestrovaCamRight)
-            proofs[eCamera] = prove(rSession, rShots, eCamera);
+            rProofs[eCamera] = prove(rSession, rShots, eCamera);
+}
+
+PerCamera<PairProof> proveCorners(StereoSession& rSession, const Rig& rRig, const Shots& rShots)
+{
+    PerCamera<PairProof> proofs;
+    for (const Rig& rFurther : rRig.m_further)
+        proveSection(proofs, rSession, rFurther.m_set, rShots);
+    proveSection(proofs, rSession, rRig.m_set, rShots); // last, so that the session stays with the first section
     return proofs;
 }
 

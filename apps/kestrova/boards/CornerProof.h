@@ -2,6 +2,7 @@
 #pragma once
 
 #include "boards/BoardFinder.h"
+#include "cameras/RigBuilder.h"
 #include "session/StereoSession.h"
 
 namespace kestrova::app {
@@ -23,9 +24,9 @@ struct PairProof
     std::vector<double> m_adShotRms; // of each shot; negative when it is not used
 };
 
-/// The other cameras of the set, each against the right one. Corners that land outside the rectified image are left
-/// out.
-PerCamera<PairProof> proveCorners(const StereoSession& rSession, const Shots& rShots);
+/// The other cameras of all sections of the text that the session has loaded, each against the right one. Corners that
+/// land outside the rectified image are left out.
+PerCamera<PairProof> proveCorners(StereoSession& rSession, const Rig& rRig, const Shots& rShots);
 
 /// Share of the raw image that lies inside a board of some used photo, 0 to 1.
 double coverage(const Shots& rShots, KestrovaCamera eCamera);

@@ -99,7 +99,7 @@ Findings judgeCalibration(const Shots& rShots, const SetCalibration& rCalibratio
                           const PerCamera<PairProof>& rProofs)
 {
     Findings findings;
-    for (const auto& [eCamera, rCamera] : rRig.m_set)
+    for (const auto& [eCamera, rCamera] : rCalibration.m_set)
         judgeLens(findings, rShots, rCalibration, eCamera);
     for (const auto& [eOther, rProof] : rProofs)
         judgePair(findings, rShots, rCalibration, eOther, rProof);

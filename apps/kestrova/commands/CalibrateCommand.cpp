@@ -116,6 +116,20 @@ static std::string gainRemark(const PerCamera<double>& rGains)
     return text + " (1 where the photos do not agree)";
 }
 
+// The first section of an L that one disparity cannot serve is its pair; the top camera is in another.
+static Shot shotOf(const Rig& rRig, Shot shot)
+{
+    std::erase_if(shot, [&](const auto& rEntry) { return !rRig.m_set.contains(rEntry.first); });
+    return shot;
+}
+
+static Shots shotsOf(const Rig& rRig, Shots shots)
+{
+    for (Shot& rShot : shots.m_shots)
+        rShot = shotOf(rRig, std::move(rShot));
+    return shots;
+}
+
 static std::string compare(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha)
 {
     std::string text;
@@ -134,23 +148,16 @@ static std::string compare(StereoSession& rSession, const Shots& rShots, const R
     return text;
 }
 
-static void writeReport(const std::filesystem::path& rFile, StereoSession& rSession, CalibrationStory story)
+static void writeReport(const std::filesystem::path& rFile, StereoSession& rSession, const Rig& rRig,
+                        CalibrationStory story)
 {
     const auto& rAll = story.m_rShots.m_shots;
     const auto shot = std::find_if(rAll.begin(), rAll.end(), [](const Shot& rShot) { return isUsed(rShot); });
     if (shot != rAll.end()) {
-        story.m_rectified = rectifiedShot(rSession, *shot);
+        story.m_rectified = rectifiedShot(rSession, shotOf(rRig, *shot));
         story.m_shotName = shot->at(KestrovaCamRight).m_file.filename().string();
     }
     calibrationPage(story).save(rFile);
-}
-
-// The first section of an L that one disparity cannot serve is its pair; the top camera is in another.
-static Shots shotsOf(const Rig& rRig, Shots shots)
-{
-    for (Shot& rShot : shots.m_shots)
-        std::erase_if(rShot, [&](const auto& rEntry) { return !rRig.m_set.contains(rEntry.first); });
-    return shots;
 }
 
 static std::string prove(const OutputFile& rOut, const std::string& rName, const Rig& rRig, const Shots& rShots)
@@ -192,8 +199,7 @@ static void calibrate(const CalibrateOptions& rOptions)
     const Rig rig = buildRig(calibration.m_set, wishes);
     writeText(out.file(), rig.text());
     StereoSession session(out.file());
-    shots = shotsOf(rig, std::move(shots));
-    const PerCamera<PairProof> proofs = proveCorners(session, shots);
+    const PerCamera<PairProof> proofs = proveCorners(session, rig, shots);
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
     remarks.push_back(lensRemark(calibration.m_eChoice));
@@ -205,9 +211,9 @@ static void calibrate(const CalibrateOptions& rOptions)
                 shots.m_shots.size(), rig.m_plan.m_canvas.width, rig.m_plan.m_canvas.height,
                 rig.m_description.m_nMinDisparity, rig.m_description.m_nMaxDisparity, findingsTable(findings).c_str());
     if (rOptions.m_bCompareOpenCv)
-        std::fputs(compare(session, shots, rig, rOptions.m_dAlpha).c_str(), stdout);
+        std::fputs(compare(session, shotsOf(rig, shots), rig, rOptions.m_dAlpha).c_str(), stdout);
     if (report) {
-        writeReport(report->file(), session, {shots, findings, proofs, remarks, {}, {}});
+        writeReport(report->file(), session, rig, {shots, findings, proofs, remarks, {}, {}});
         report->commit();
     }
     const Finding* pBad = worstOf(findings);
