@@ -81,7 +81,8 @@ TEST_P(Sets, PlanPutsAPointAtItsDisparityToTheRightInTheLeftImageAndBelowInTheTo
         for (const auto& [eCamera, rCamera] : room.m_set) {
             const cv::Vec3d seen = rCamera.m_R.t() * (rPoint - rCamera.m_T);
             const Points raw = projectRays(rCamera.m_model, {{seen[0] / seen[2], seen[1] / seen[2]}});
-            places[eCamera] = rectifiedFromRaw(rCamera.m_model, rPlan.m_rotations.at(eCamera), rPlan, raw).front();
+            places[eCamera] =
+                rectifiedFromRays(rPlan.m_rotations.at(eCamera), rPlan, raysOfPixels(rCamera.m_model, raw)).front();
         }
         const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPoint)[2];
         for (const auto& [eCamera, rAt] : places)

@@ -208,16 +208,4 @@ Points rectifiedFromRays(const cv::Matx33d& rRotation, const RectificationPlan& 
     return rays;
 }
 
-Points rawFromRectified(const CameraModel& rCamera, const cv::Matx33d& rRotation, const RectificationPlan& rPlan,
-                        const Points& rPixels)
-{
-    return projectContinued(rCamera, reachOf(rCamera), raysOfRectified(rRotation, rPlan, rPixels));
-}
-
-Points rectifiedFromRaw(const CameraModel& rCamera, const cv::Matx33d& rRotation, const RectificationPlan& rPlan,
-                        const Points& rPixels)
-{
-    return rectifiedFromRays(rRotation, rPlan, raysContinued(rCamera, reachOf(rCamera), rPixels));
-}
-
 } // namespace kestrova::app

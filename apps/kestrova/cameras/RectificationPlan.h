@@ -34,10 +34,4 @@ RectificationPlan planRectification(const CameraSet& rSet, cv::Size canvas, doub
 Points raysOfRectified(const cv::Matx33d& rRotation, const RectificationPlan& rPlan, const Points& rPixels);
 Points rectifiedFromRays(const cv::Matx33d& rRotation, const RectificationPlan& rPlan, Points rays);
 
-/// By the continued lens, see LensReach.h.
-Points rawFromRectified(const CameraModel& rCamera, const cv::Matx33d& rRotation, const RectificationPlan& rPlan,
-                        const Points& rPixels);
-Points rectifiedFromRaw(const CameraModel& rCamera, const cv::Matx33d& rRotation, const RectificationPlan& rPlan,
-                        const Points& rPixels);
-
 } // namespace kestrova::app
