@@ -1,6 +1,14 @@
 #include "stereo/Scratch.h"
 
+#include <utility>
+
 namespace kestrova {
+
+namespace {
+
+thread_local Scratch* t_pGiven = nullptr;
+
+} // namespace
 
 void Scratch::reset(std::size_t uBytes)
 {
@@ -15,8 +23,15 @@ void Scratch::reset(std::size_t uBytes)
 
 Scratch& threadScratch()
 {
-    thread_local Scratch t_scratch;
-    return t_scratch;
+    thread_local Scratch t_own;
+    return t_pGiven != nullptr ? *t_pGiven : t_own;
+}
+
+ScratchUse::ScratchUse(Scratch& rScratch) : m_pBefore(std::exchange(t_pGiven, &rScratch)) {}
+
+ScratchUse::~ScratchUse()
+{
+    t_pGiven = m_pBefore;
 }
 
 } // namespace kestrova
