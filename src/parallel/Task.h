@@ -64,7 +64,7 @@ private:
     int m_nEndResult = 0;                    // 0 until the end function has run
     StereoContext* m_pMainContext = nullptr; // borrowed
     unsigned m_nContextCount;
-    unsigned m_nWithBand = 0; // contexts that the last frame left something in
+    unsigned m_nWithBand = 0;       // contexts that the last frame left something in
     boost::mutex m_sliceMutex;      // for the slice functions; guards nothing here
     boost::mutex m_completionMutex; // guards m_pFailure and the counting up of m_nCompletedCount
     boost::condition_variable_any m_completionCondition;
