@@ -23,8 +23,11 @@ void Scratch::reset(std::size_t uBytes)
 
 Scratch& threadScratch()
 {
+    if (t_pGiven != nullptr) {
+        return *t_pGiven; // before the thread's own is made, which takes memory to be ended with the thread
+    }
     thread_local Scratch t_own;
-    return t_pGiven != nullptr ? *t_pGiven : t_own;
+    return t_own;
 }
 
 ScratchUse::ScratchUse(Scratch& rScratch) : m_pBefore(std::exchange(t_pGiven, &rScratch)) {}
