@@ -1,6 +1,6 @@
 // Memory and threads that the system refuses, one after the other, and what a settled frame asks for: nothing.
-#include "support/Faults.h"
 #include "api/MultiContext.h"
+#include "support/Faults.h"
 #include "support/StereoFrame.h"
 
 #include <functional>
