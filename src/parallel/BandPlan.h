@@ -9,7 +9,7 @@
 // The general correlator keeps a rim in every band and searches what has room below its first row: its bands stay.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "parallel/slices.h"
 
 #include <cstdint>

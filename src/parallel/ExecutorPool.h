@@ -7,7 +7,7 @@
 // that leaves a function of the task does not end its thread; it waits for the thread that waits for the result.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 
 #include <boost/function.hpp>
 #include <boost/thread/mutex.hpp>

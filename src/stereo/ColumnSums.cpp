@@ -1,7 +1,7 @@
 #include "stereo/ColumnSums.h"
 
+#include "kernels/mongo.h"
 #include "stereo/Scratch.h"
-#include "stereo/mongo.h"
 
 #include <algorithm>
 
