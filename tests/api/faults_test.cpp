@@ -53,7 +53,7 @@ TEST(Faults, SettledFramesAllocateNothing)
                 const Handle c = open(eShape);
                 switches.apply(c, nThreads);
                 KestrovaInput pixels = input(frame, switches.is(2));
-                for (int nFrame = 0; nFrame < 6; ++nFrame) {
+                for (int nFrame = 0; nFrame < 4; ++nFrame) {
                     const unsigned nBefore = allocations();
                     expectOk({kestrovaPreprocess(c, &pixels)});
                     const unsigned nPreprocessed = allocations();
