@@ -13,6 +13,7 @@ declare -A groups=(
 )
 
 [ $# -gt 0 ] || set -- build test
+architecture=$(dpkg --print-architecture)
 missing=()
 for group in "$@"; do
   if [ -z "${groups[$group]:-}" ]; then
@@ -20,8 +21,9 @@ for group in "$@"; do
     exit 1
   fi
   for package in ${groups[$group]}; do
-    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    [ "$status" = installed ] || missing+=("$package")
+    # One line for each architecture that the machine knows it for: ours, or one that has none, is what counts.
+    dpkg-query -W -f='${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null |
+      grep -qxE "(all|$architecture) installed" || missing+=("$package")
   done
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
