@@ -17,7 +17,7 @@
  *
  * Errors: functions return a KestrovaError and put results through pointers. An output that a failing function would
  * have filled stays as it was. None throws on a bad argument; only a failed allocation travels as the allocator's
- * exception, and ends the program when it meets a worker thread of kestrovaStereo. A null KestrovaContext counts as one
+ * exception, and leaves the handle fit for further calls (see kestrovaStereo). A null KestrovaContext counts as one
  * without an active context; other pointers must not be null unless a function says what null does.
  *
  * Messages: there are none, but for loading: a calibration section that says "Debug on" has what it lacks printed to
@@ -288,8 +288,8 @@ typedef struct KestrovaImageInfo
 KESTROVA_API const char* kestrovaErrorToString(KestrovaError error);
 
 /**
- * Name and version, such as "Kestrova Stereo Vision SDK 3.4 Alpha 2". The text stands in one static buffer that each
- * call rewrites with the same characters.
+ * Name and version, such as "Kestrova Stereo Vision SDK 3.4 Alpha 2". The text stands in one static buffer that the
+ * first call fills; any thread may call this at any time.
  */
 KESTROVA_API const char* kestrovaVersion(void);
 
@@ -369,7 +369,8 @@ KESTROVA_API void kestrovaEnableSSEIfAvailable(bool enable);
  *         KestrovaErrorInvalidParameter   path is null;
  *         KestrovaErrorNoConfigFile       the file cannot be opened;
  *         KestrovaErrorConfigFileCorrupt  the first section cannot be read, or a readable one has a version other than
- *                                         2.0, 2.1, 2.2 and 3.0.
+ *                                         2.0, 2.1, 2.2 and 3.0;
+ *         KestrovaErrorSystem             the system refuses a thread.
  *
  * Starts the worker threads of the handle: one per processor, but at most 4 and at least 1.
  */
@@ -396,13 +397,15 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* 
  * @param source  handle
  * @param out     set to the new handle, to be released by kestrovaDestroyContext
  * @return KestrovaErrorOk;
- *         KestrovaErrorInvalidContext  source is null; *out stays.
+ *         KestrovaErrorInvalidContext  source is null;
+ *         KestrovaErrorSystem          the system refuses a thread.
+ *         *out stays after an error.
  */
 KESTROVA_API KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out);
 
 /**
  * Waits for the handle's threads to end and releases all that it owns. Images that the caller lent it stay the
- * caller's; pointers that the handle gave out end here.
+ * caller's; pointers that the handle gave out end here. Needs no memory.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  null.
@@ -554,6 +557,11 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  * A failed run leaves its error behind: this function, kestrovaGetImage and kestrovaGetImage16 return it again, without
  * doing anything, until kestrovaSetMaxThreadCount changes the count. The error of the topmost band counts, and in a
  * band that of its last region that failed.
+ *
+ * Memory: the first run with some settings allocates what it works in, and later ones with the same settings allocate
+ * nothing, with one exception: surface validation takes more when an image falls into more pieces than any before. A
+ * failed allocation, on whichever thread, leaves this function as the allocator's exception, once nothing of the run is
+ * going on any more. The disparity images then hold parts of the result, and the next run is a whole one again.
  */
 KESTROVA_API KestrovaError kestrovaStereo(KestrovaContext context);
 
@@ -1208,10 +1216,11 @@ KESTROVA_API KestrovaError kestrovaGetMaxThreadCount(KestrovaContext context, in
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidSetting  out of range, whatever the handle;
  *         KestrovaErrorInvalidContext  null;
- *         KestrovaErrorInvalidRequest  a run is going on.
+ *         KestrovaErrorInvalidRequest  a run is going on;
+ *         KestrovaErrorSystem          the system refuses a thread.
  *
  * A count that differs from the present one replaces the threads and drops the error that the last run left; the
- * present count keeps both.
+ * present count keeps both, and so does a failure.
  */
 KESTROVA_API KestrovaError kestrovaSetMaxThreadCount(KestrovaContext context, int count);
 

@@ -148,6 +148,8 @@ public:
      * Transforms, colour images and snapshots stay as they are.
      */
     StereoContext& operator=(const StereoContext& rOther);
+    /** As assignment, but without the furrow context: this one's stays as it is. */
+    void assignOnePass(const StereoContext& rOther);
     ~StereoContext();
 
     /** Drops this context's share of the calibration; the last sharer frees it. */

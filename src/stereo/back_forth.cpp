@@ -55,10 +55,10 @@ __m128i beyond(int nFirst, int n)
 
 } // namespace
 
-InverseRow::InverseRow(int W)
-    : m_inverse(static_cast<std::size_t>(W) + 256), m_best(static_cast<std::size_t>(W) + 256 + 2 * sk_nGroup),
-      m_winner(m_best.size())
-{}
+void InverseRow::clear()
+{
+    std::fill_n(m_pInverse, m_uSize, std::uint8_t{0});
+}
 
 // A search column meets its disparities from the largest to the smallest, so letting the later win a tie leaves the
 // lowest. Disparities come in groups of eight, which are neighbours in the table; a group walks the row with a window
@@ -66,8 +66,8 @@ InverseRow::InverseRow(int W)
 void InverseRow::search(const std::uint16_t* pTable, int nCount, int n, int nStride)
 {
     assert(n <= 256);
-    std::fill(m_best.begin(), m_best.end(), sk_uWorst);
-    std::fill(m_winner.begin(), m_winner.end(), std::uint16_t{0});
+    std::fill_n(m_pBest, m_uSize, sk_uWorst);
+    std::fill_n(m_pWinner, m_uSize, std::uint16_t{0});
     const std::ptrdiff_t nLanes = static_cast<std::ptrdiff_t>(nStride) * 4;
     const __m128i bias = _mm_set1_epi16(static_cast<short>(0x8000));
     const __m128i lane = _mm_set_epi16(7, 6, 5, 4, 3, 2, 1, 0);
@@ -75,11 +75,11 @@ void InverseRow::search(const std::uint16_t* pTable, int nCount, int n, int nStr
     for (int d = (n - 1) / sk_nGroup * sk_nGroup; d >= 0; d -= sk_nGroup) {
         const __m128i none = beyond(d, n);
         const __m128i indices = _mm_add_epi16(lane, _mm_set1_epi16(static_cast<short>(d)));
-        Window window{load(&m_best[static_cast<std::size_t>(d)]), load(&m_winner[static_cast<std::size_t>(d)])};
+        Window window{load(m_pBest + d), load(m_pWinner + d)};
         const std::uint16_t* pColumn = pTable + d;
         for (int r = d; r < nCount; ++r, pColumn += nLanes) {
             window.meet(_mm_xor_si128(_mm_or_si128(load(pColumn), none), bias), indices);
-            window.slide(&m_best[static_cast<std::size_t>(r)], &m_winner[static_cast<std::size_t>(r)]);
+            window.slide(m_pBest + r, m_pWinner + r);
         }
     }
 }
@@ -87,8 +87,8 @@ void InverseRow::search(const std::uint16_t* pTable, int nCount, int n, int nStr
 void InverseRow::mongo_inverse(const std::uint16_t* pTable, int nCount, int n, int nStride)
 {
     search(pTable, nCount, n, nStride);
-    for (std::size_t r = 0; r < static_cast<std::size_t>(nCount); ++r) {
-        m_inverse[r] = static_cast<std::uint8_t>(m_winner[r]);
+    for (int r = 0; r < nCount; ++r) {
+        m_pInverse[r] = static_cast<std::uint8_t>(m_pWinner[r]);
     }
 }
 
@@ -96,8 +96,8 @@ void InverseRow::mongo_val_inverse(const std::uint16_t* pTable, const LabelTable
                                    int nStride)
 {
     search(pTable + 1, nCount, n - 1, nStride);
-    for (std::size_t r = 0; r < static_cast<std::size_t>(nCount); ++r) {
-        m_inverse[r] = rLabels[(m_winner[r] + 1U) & 0xFF];
+    for (int r = 0; r < nCount; ++r) {
+        m_pInverse[r] = rLabels[(m_pWinner[r] + 1U) & 0xFF];
     }
 }
 
