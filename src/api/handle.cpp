@@ -86,6 +86,7 @@ KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out)
     for (std::size_t i = 0; i < pSource->m_apContexts.size(); ++i) {
         if (pSource->m_apContexts[i] != nullptr) {
             pCopy->m_apContexts[i] = std::make_unique<StereoContext>(*pSource->m_apContexts[i]);
+            pCopy->m_apContexts[i]->ownHiddenImages();
         }
     }
     const auto counterpart = [&](const StereoContext* pContext) {

@@ -10,12 +10,14 @@
 #include <new>
 
 static std::atomic<unsigned> g_nAllocations{0};
+static std::atomic<std::size_t> g_uRefused{0}; // blocks of so many bytes and more; 0: none
 
 // Inlined without its counterpart, one of these would look mismatched to the compiler.
 [[gnu::noinline]] void* operator new(std::size_t uBytes) // array forms end up here as well
 {
     ++g_nAllocations;
-    if (void* const p = std::malloc(uBytes + 1)) {
+    void* const p = g_uRefused != 0 && uBytes >= g_uRefused ? nullptr : std::malloc(uBytes + 1);
+    if (p != nullptr) {
         return p;
     }
     throw std::bad_alloc();
@@ -117,6 +119,41 @@ TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
         EXPECT_EQ(r.m_segmentContext.regionCount() + 1, g_nLastTableSize);
         EXPECT_EQ(1000001U, g_nPeakTableSize);
     }
+}
+
+// Of the two tables the first has grown when memory for the second is refused: the frame after that must not trust it.
+TEST(ValidateSurfaces, BothTablesHoldTheLabelsAfterARefusedGrowth)
+{
+    StereoContext r;
+    r.m_bSubpixelInterpolation = false;
+    r.m_nMaxDisparity = 240;
+    const auto frame = [&](int nSize) {
+        r.m_disparityImage = Bytes(nSize, nSize);
+        r.m_surfaceLabelImage = Image<unsigned int>(nSize, nSize);
+        for (int i = 0; i < nSize * nSize; ++i) {
+            r.m_disparityImage[i / nSize][i % nSize] = (i / nSize + i) % 2 == 0 ? 10 : 100;
+        }
+    };
+    frame(300);
+    // Blocks of growing tables and runs come one by one: each is refused in turn, until all are granted.
+    std::size_t uRefused = 4 * 1000;
+    for (bool bDone = false; !bDone; uRefused += uRefused / 16) {
+        g_uRefused = uRefused;
+        try {
+            bDone = validateSurfaces(&r);
+        } catch (const std::bad_alloc&) {
+            bDone = false;
+        }
+        g_uRefused = 0;
+        if (bDone) {
+            break;
+        }
+        frame(60); // fits the present tables, or makes them grow
+        EXPECT_TRUE(validateSurfaces(&r));
+        EXPECT_LE(r.m_segmentContext.sizeTable().size(), r.m_segmentContext.sizeTable().capacity()) << uRefused;
+        frame(300);
+    }
+    EXPECT_EQ(r.m_segmentContext.regionCount(), 90000U);
 }
 
 // Planes and packed frames, from memory as a camera driver gives it; the first frames settle sizes and warpers.
