@@ -388,11 +388,15 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* 
  * Makes a second handle with the settings, active camera set and thread count of the first, and worker threads of its
  * own.
  *
- * The calibration and its cameras are shared: an adjustment of a camera reaches both handles. Images are shared too,
- * until one of the handles replaces them by images of another size or by a caller's buffer. So two handles that come
- * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer), and must never
- * preprocess, prepare or adjust cameras at once, since warp tables belong to the cameras. An error that the last run of
- * the source left is not copied.
+ * The calibration and its cameras are shared: an adjustment of a camera reaches both handles. The images of
+ * kestrovaGetImage and kestrovaGetImage16 are shared too, until one of the handles replaces them by images of another
+ * size or by a caller's buffer. So two handles that come from one another must not run at once before each has buffers
+ * of its own for all of these that the run reads or writes (kestrovaSetImageBuffer, kestrovaSetImage16Buffer); the
+ * second images of KestrovaStereoEnhanced are each handle's own. They must never preprocess, prepare or adjust cameras
+ * at once, since warp tables belong to the cameras. kestrovaRectifyPixel, kestrovaUnrectifyPixel,
+ * kestrovaRectifyColorImage and kestrovaRectifyPackedColorImage may be called on both at once, and beside a run of the
+ * other, as long as neither handle adjusts a camera. Colour images and an error that the last run of the source left
+ * are not copied.
  *
  * @param source  handle
  * @param out     set to the new handle, to be released by kestrovaDestroyContext
@@ -501,7 +505,7 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  *
  * Every plane, or the packed frame, must be readable over nrows * rowinc bytes, the padding of its last row included:
  * in sets whose cameras are not in the order of their channels, padding of a plane counts as part of its image. A plane
- * may be null if no camera of the configuration sits on its channel.
+ * may be null if no camera of the configuration sits on its channel; the raw image of its camera is empty then.
  *
  * @param context  handle with an active context
  * @param input    the frame; null, or a null plane of a camera in use, gives KestrovaErrorInvalidParameter
@@ -603,8 +607,8 @@ KESTROVA_API KestrovaError kestrovaGetImage16(KestrovaContext context, KestrovaI
  * The rows stand without gaps, and there are as many rows and columns as kestrovaSetResolution says, for raw as the
  * last frame or kestrovaSetSourceResolution says. When the size changes later, the context quietly goes back to storage
  * of its own at the next frame or run. Raw images take a caller's buffer for packed frames only: planes of a frame
- * replace it. With kestrovaSetRectify off every frame replaces the rectified images. Nothing is copied into the buffer
- * by this call.
+ * replace it, for good. With kestrovaSetRectify off every frame replaces the rectified images. Nothing is copied into
+ * the buffer by this call.
  *
  * @param context  handle with an active context; no run may be going on
  * @param buffer   rows * columns bytes, which must live until they are replaced, unset, or the context is destroyed;
@@ -1040,7 +1044,8 @@ KESTROVA_API KestrovaError kestrovaSetStereoMask(KestrovaContext context, int si
 KESTROVA_API KestrovaError kestrovaGetStereoMask(KestrovaContext context, int* size); /**< as kestrovaGetEdgeMask */
 
 /**
- * As kestrovaSetStereoMask, but accepts every size of 1 and above, even ones too. A window that does not fit into the
+ * As kestrovaSetStereoMask, but accepts every size of 1 and above, even ones too: those reach one pixel less far right
+ * and down than left and up. A window that does not fit into the
  * image leaves all pixels invalid.
  */
 KESTROVA_API KestrovaError kestrovaSetAnyStereoMask(KestrovaContext context, int size);

@@ -56,6 +56,7 @@ std::unique_ptr<MultiContext> copyOf(const MultiContext& rSource)
     for (std::size_t i = 0; i < rSource.m_apContexts.size(); ++i) {
         if (rSource.m_apContexts[i] != nullptr) {
             pCopy->m_apContexts[i] = std::make_unique<StereoContext>(*rSource.m_apContexts[i]);
+            pCopy->m_apContexts[i]->ownHiddenImages();
         }
     }
     const auto counterpart = [&](const StereoContext* pContext) {

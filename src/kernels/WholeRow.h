@@ -61,7 +61,7 @@ struct InverseSearch
 {
     std::uint16_t* m_pBest;
     std::uint16_t* m_pColumn;
-    int m_nCandidates; // disparities that take part; 0: no search
+    int m_nCandidates; // disparities that take part, none in a range of one; below 0: no search at all
 };
 
 struct WholeRow

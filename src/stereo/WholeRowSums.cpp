@@ -52,7 +52,7 @@ WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayou
     m_row.m_nLanes = rLayout.nLanes() - nReserved;
     m_row.m_nVectors = (m_row.m_nLanes + rForm.m_nVectorLanes - 1) / rForm.m_nVectorLanes;
     m_row.m_uStart = rLayout.use().m_uStart;
-    m_row.m_inverse.m_nCandidates = bBackForth ? static_cast<int>(n) - nReserved : 0;
+    m_row.m_inverse.m_nCandidates = bBackForth ? std::max(static_cast<int>(n) - nReserved, 0) : -1;
     m_row.m_nWindowStride = (m_row.m_nVectors + (bBackForth ? 1 : 0)) * rForm.m_nVectorLanes;
     findRanges();
     takeScratch();
