@@ -1,9 +1,9 @@
 // The handle: made from a calibration source or from another handle, and destroyed.
 #include "api/MultiContext.h"
 #include "calibration/load.h"
+#include "files/FilePtr.h"
 #include "kestrova.h"
 
-#include <cstdio>
 #include <memory>
 
 using namespace kestrova;
@@ -42,11 +42,6 @@ KestrovaError loadDefaultContextFromSource(KestrovaContext* pOut, Load load)
     return KestrovaErrorOk;
 }
 
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
-
 } // namespace
 
 KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* out, const char* path)
@@ -55,7 +50,7 @@ KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* out, const char
     if (path == nullptr) {
         return KestrovaErrorInvalidParameter;
     }
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(path, "rb"));
+    const FilePtr pFile = openAtOnce(path);
     if (pFile == nullptr) {
         return KestrovaErrorNoConfigFile;
     }

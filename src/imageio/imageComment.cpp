@@ -2,6 +2,7 @@
 
 #include "api/StereoContext.h"
 #include "api/words.h"
+#include "files/cText.h"
 
 #include <cstdio>
 
@@ -16,6 +17,7 @@ const char* boolToString(bool b)
 
 std::string oneDecimal(double d)
 {
+    const CLocaleScope scope;
     char acText[352]; // the largest double has 309 digits
     std::snprintf(acText, sizeof acText, "%.1f", d);
     return acText;

@@ -1,11 +1,11 @@
 #include "imageio/imageInfo.h"
 
 #include "api/words.h"
+#include "files/cText.h"
 #include "imageio/commentItems.h"
 #include "kestrova.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -44,12 +44,12 @@ bool stringToBool(const char* psz)
 
 std::int32_t number(const char* psz)
 {
-    return static_cast<std::int32_t>(std::strtol(psz, nullptr, 10)); // keeps the low 32 bits
+    return static_cast<std::int32_t>(toLong(psz)); // keeps the low 32 bits
 }
 
 std::uint8_t byte(const char* psz)
 {
-    return static_cast<std::uint8_t>(std::strtol(psz, nullptr, 10));
+    return static_cast<std::uint8_t>(toLong(psz));
 }
 
 /** Sets the value whose word in the table this is. */
@@ -145,7 +145,7 @@ void storeDisparityValue(DisparityImageInfo& r, int nItem, const char* psz)
         r.textureValidation = stringToBool(psz);
         break;
     case CommentTextureValidationThreshold:
-        r.textureValidationThreshold = std::strtod(psz, nullptr);
+        r.textureValidationThreshold = toDouble(psz);
         break;
     case CommentTextureValidationMapping:
         r.textureValidationMapping = byte(psz);
@@ -154,7 +154,7 @@ void storeDisparityValue(DisparityImageInfo& r, int nItem, const char* psz)
         r.uniquenessValidation = stringToBool(psz);
         break;
     case CommentUniquenessValidationThreshold:
-        r.uniquenessValidationThreshold = std::strtod(psz, nullptr);
+        r.uniquenessValidationThreshold = toDouble(psz);
         break;
     case CommentUniquenessValidationMapping:
         r.uniquenessValidationMapping = byte(psz);
@@ -169,7 +169,7 @@ void storeDisparityValue(DisparityImageInfo& r, int nItem, const char* psz)
         r.surfaceValidation = stringToBool(psz);
         break;
     case CommentSurfaceValidationDiff:
-        r.surfaceValidationDiff = std::strtod(psz, nullptr);
+        r.surfaceValidationDiff = toDouble(psz);
         break;
     case CommentSurfaceValidationSize:
         r.surfaceValidationSize = number(psz);
