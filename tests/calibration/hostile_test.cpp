@@ -105,6 +105,17 @@ TEST_F(Hostile, ALongListLoadsOnlyIfItIsSoonEvaluated)
     }
 }
 
+TEST_F(Hostile, AResolutionThatNoImageCanHaveIsLeftOut)
+{
+    for (const auto& [pszSize, nRows] :
+         {std::pair{"480 640", 480}, {"49152 65536", 240}, {"1500000000 2000000000", 240}}) {
+        StereoContext context;
+        const std::string text = CalibrationText(Shape::Horizontal).set("Resolution", pszSize).text();
+        EXPECT_TRUE(loadContextFromMemory(text.c_str(), &context, 0));
+        EXPECT_EQ(context.m_nRows, nRows) << pszSize;
+    }
+}
+
 KestrovaError openPath(const std::string& rPath)
 {
     KestrovaContext handle = nullptr;
