@@ -125,7 +125,7 @@ void readExtra(Sequence& r, KestrovaError (*pfn)(const char*, Image*, KestrovaIm
     r.note(pfn(path.c_str(), nullptr, &info), pfn(path.c_str(), &image, nullptr), pfn(nullptr, &image, &info));
 }
 
-/** The line with the date aside. */
+/** The lines with the date aside. */
 void writeContext(Sequence& r, KestrovaError (*pfn)(KestrovaContext, const char*))
 {
     const KestrovaContext context = r.context();
@@ -136,7 +136,7 @@ void writeContext(Sequence& r, KestrovaError (*pfn)(KestrovaContext, const char*
         return;
     }
     std::string text = bytesOf(path);
-    if (const std::size_t u = text.find("\nDate "); u != std::string::npos) {
+    for (std::size_t u = 0; (u = text.find("\nDate ", u)) != std::string::npos;) {
         text.erase(u, text.find('\n', u + 1) - u);
     }
     r.note(std::string_view(text));
