@@ -164,7 +164,7 @@ protected:
         } else {
             EXPECT_TRUE(bThrew || eResult == KestrovaErrorSystem || eResult == KestrovaErrorOk) << eResult;
         }
-        EXPECT_EQ(program.nextFrame(), rExpected);
+        EXPECT_TRUE(program.nextFrame() == rExpected);
         return bRefused;
     }
 
