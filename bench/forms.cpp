@@ -6,8 +6,8 @@
 #include "Matching.h"
 #include "SideBySide.h"
 
-#include "api/StereoContext.h"
-#include "stereo/InstructionSet.h"
+#include "context/StereoContext.h"
+#include "kernels/InstructionSet.h"
 #include "stereo/WholeRowSums.h"
 #include "stereo/twoCameraStereo.h"
 

@@ -11,7 +11,7 @@
 #include "SideBySide.h"
 
 #include "api/MultiContext.h"
-#include "stereo/InstructionSet.h"
+#include "kernels/InstructionSet.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>

@@ -6,10 +6,10 @@
 #include "Matching.h"
 #include "SideBySide.h"
 
-#include "api/StereoContext.h"
-#include "stereo/InstructionSet.h"
+#include "context/StereoContext.h"
+#include "kernels/InstructionSet.h"
+#include "kernels/processor.h"
 #include "stereo/generalStereo.h"
-#include "stereo/processor.h"
 #include "stereo/surfaceValidation.h"
 #include "stereo/twoCameraStereo.h"
 

@@ -1,5 +1,5 @@
 // Row kernels in every form that this processor runs, in pixels per second, on rows of 640.
-#include "stereo/kernels.h"
+#include "kernels/kernels.h"
 
 #include <benchmark/benchmark.h>
 

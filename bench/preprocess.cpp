@@ -6,11 +6,11 @@
 #include "Rig.h"
 #include "SideBySide.h"
 
+#include "kernels/InstructionSet.h"
 #include "rectify/boxFilters.h"
 #include "rectify/lowpass.h"
 #include "rectify/models.h"
 #include "rectify/unpack.h"
-#include "stereo/InstructionSet.h"
 
 #include <opencv2/imgproc.hpp>
 

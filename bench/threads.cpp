@@ -9,9 +9,9 @@
 #include "SideBySide.h"
 
 #include "api/MultiContext.h"
-#include "api/run.h"
-#include "stereo/InstructionSet.h"
-#include "stereo/processor.h"
+#include "kernels/InstructionSet.h"
+#include "kernels/processor.h"
+#include "run/run.h"
 #include "stereo/twoCameraStereo.h"
 #include "support/CalibrationText.h"
 

@@ -1,8 +1,8 @@
 // One run: the public entry of correlation.
 #include "api/MultiContext.h"
-#include "api/furrowRun.h"
-#include "api/run.h"
 #include "kestrova.h"
+#include "run/furrowRun.h"
+#include "run/run.h"
 #include "stereo/twoCameraStereo.h"
 
 using namespace kestrova;

@@ -1,10 +1,10 @@
 #include "calibration/load.h"
 
-#include "api/StereoContext.h"
 #include "calibration/blocks.h"
 #include "calibration/cameraPosition.h"
 #include "calibration/lines.h"
 #include "calibration/section.h"
+#include "context/StereoContext.h"
 #include "rectify/Camera.h"
 
 #include <memory>

@@ -1,9 +1,9 @@
 #include "calibration/write.h"
 
-#include "api/StereoContext.h"
-#include "api/words.h"
 #include "calibration/cameraPosition.h"
 #include "calibration/tokens.h"
+#include "context/StereoContext.h"
+#include "context/words.h"
 #include "rectify/Camera.h"
 
 #include <ctime>

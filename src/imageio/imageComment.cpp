@@ -1,7 +1,7 @@
 #include "imageio/imageComment.h"
 
-#include "api/StereoContext.h"
-#include "api/words.h"
+#include "context/StereoContext.h"
+#include "context/words.h"
 
 #include <cstdio>
 

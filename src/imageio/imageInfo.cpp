@@ -1,6 +1,6 @@
 #include "imageio/imageInfo.h"
 
-#include "api/words.h"
+#include "context/words.h"
 #include "imageio/commentItems.h"
 #include "kestrova.h"
 

@@ -4,7 +4,7 @@
 // and perhaps one that runs when all bands are done. The pool knows functions and contexts, nothing of stereo.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 
 #include <boost/function.hpp>
 #include <boost/thread/mutex.hpp>

@@ -1,7 +1,7 @@
 // How a frame is cut into bands of rows, one per worker, and the regions of interest with it.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 
 #include <vector>
 

@@ -1,10 +1,10 @@
 #include "rectify/boxFilters.h"
 
+#include "kernels/BoxFilter.h"
+#include "kernels/kernels.h"
+#include "kernels/processor.h"
 #include "rectify/ColumnBox.h"
 #include "rectify/fixedPoint.h"
-#include "stereo/BoxFilter.h"
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "rectify/unpack.h"
 
-#include "rectify/WideRows.h"
+#include "kernels/WideRows.h"
 
 #include <array>
 #include <emmintrin.h>

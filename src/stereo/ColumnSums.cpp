@@ -1,6 +1,6 @@
 #include "stereo/ColumnSums.h"
 
-#include "stereo/mongo.h"
+#include "kernels/mongo.h"
 
 namespace kestrova {
 

@@ -4,10 +4,10 @@
 // Indices are disparities less the context's offset. A search borrows everything and lasts for a call.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
+#include "kernels/row_interpolation.h"
 #include "stereo/aligned_views.h"
 #include "stereo/early_validation.h"
-#include "stereo/row_interpolation.h"
 
 #include <cstdint>
 

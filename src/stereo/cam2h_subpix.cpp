@@ -1,6 +1,6 @@
 #include "stereo/cam2h_subpix.h"
 
-#include "stereo/mincorr.h"
+#include "kernels/mincorr.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "stereo/early_validation.h"
 
+#include "kernels/kernels.h"
 #include "stereo/disparity_pass.h"
-#include "stereo/kernels.h"
 
 #include <algorithm>
 

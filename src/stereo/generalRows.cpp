@@ -4,10 +4,10 @@
 //
 // The row kernels are the ones of the plain way, called for the same pixels at the same alignment: where lanes, ends of
 // rows or the order of disparities decide, both decide alike.
+#include "kernels/kernels.h"
+#include "kernels/processor.h"
 #include "stereo/GeneralSearch.h"
 #include "stereo/ViewSums.h"
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "stereo/generalStereo.h"
 
+#include "kernels/InstructionSet.h"
 #include "stereo/GeneralSearch.h"
-#include "stereo/InstructionSet.h"
 
 #include <algorithm>
 #include <cstdint>

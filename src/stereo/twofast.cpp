@@ -1,9 +1,9 @@
 #include "stereo/twofast.h"
 
+#include "kernels/mincorr.h"
 #include "stereo/ColumnSums.h"
 #include "stereo/WholeRowSums.h"
 #include "stereo/back_forth.h"
-#include "stereo/mincorr.h"
 #include "stereo/thresholds.h"
 
 #include <algorithm>

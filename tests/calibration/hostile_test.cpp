@@ -2,7 +2,7 @@
 // for the fuzz targets.
 #include "calibration/load.h"
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "pgm/FilePtr.h"
 #include "support/CalibrationText.h"
 

@@ -1,7 +1,7 @@
 // Calibrations written back: as they were loaded, and with the settings of the moment.
 #include "calibration/write.h"
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "support/allSettings.h"
 
 #include <gmock/gmock.h>

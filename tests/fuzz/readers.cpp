@@ -1,7 +1,7 @@
 // Every reader of files over any bytes. A fuzzer runs one of the targets; the ordinary build runs each over its seeds.
-#include "api/StereoContext.h"
 #include "calibration/load.h"
 #include "calibration/write.h"
+#include "context/StereoContext.h"
 #include "geometry/LYRPointCloud3d.h"
 #include "imageio/imageInfo.h"
 #include "imageio/pnmRead.h"

@@ -1,5 +1,5 @@
 // What the whole-frame stages take from the allocator, counted by operators of this program.
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "stereo/generalStereo.h"
 #include "stereo/surfaceValidation.h"
 #include "support/StereoFrame.h"

@@ -1,8 +1,8 @@
 #include "stereo/twoCameraStereo.h"
 
-#include "api/StereoContext.h"
-#include "stereo/InstructionSet.h"
-#include "stereo/processor.h"
+#include "context/StereoContext.h"
+#include "kernels/InstructionSet.h"
+#include "kernels/processor.h"
 #include "support/NaiveCorrelator.h"
 #include "support/frames.h"
 

@@ -2,7 +2,7 @@
 // shares no code with the library beyond the containers, and works in frame coordinates where the library cuts views.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "image/Image.h"
 
 #include <algorithm>
