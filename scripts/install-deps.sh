@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a job needs, and only those that are missing.
 #
-#   scripts/install-deps.sh [build] [test] [ci] [photos] [viewers]     default: build test
+#   scripts/install-deps.sh [build] [test] [ci] [static] [nightly] [photos] [viewers]     default: build test
 set -euo pipefail
 
 declare -A groups=(
@@ -9,6 +9,8 @@ declare -A groups=(
   [test]="libgtest-dev libgmock-dev libeigen3-dev libbenchmark-dev libnanoflann-dev"
   [ci]="clang libclang-rt-14-dev clang-format-14"
   [photos]="opencv-doc"
+  [static]="clang clang-tidy-14 cppcheck"
+  [nightly]="valgrind gcovr"
   [viewers]="chromium imagemagick meshlab pcl-tools xvfb xauth"
 )
 
@@ -16,7 +18,7 @@ declare -A groups=(
 missing=()
 for group in "$@"; do
   if [ -z "${groups[$group]:-}" ]; then
-    echo "install-deps.sh: no such group: $group (known: build, test, ci, photos, viewers)" >&2
+    echo "install-deps.sh: no such group: $group (known: build, test, ci, static, nightly, photos, viewers)" >&2
     exit 1
   fi
   for package in ${groups[$group]}; do
