@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Puts one-line faults into the library, one at a time, and tells which of them no test notices.
 
-  scripts/mutate.py [--seed N] [--count N] [--only PREFIX] [--tree FOLDER]
+  scripts/mutate.py [--seed N] [--count N] [--only PREFIX] [--tests NAME,...] [--tree FOLDER]
 
 Works on a copy of the tree, built with -O1 and without the program. The tests nearest to the fault run first and the
 first that fails ends the run. A fault that leaves the object code as it was changes nothing and is replaced by another,
@@ -64,12 +64,13 @@ def is_code(path):
 class Bench:
     """The copy, its build and its tests."""
 
-    def __init__(self, tree):
+    def __init__(self, tree, only):
         self.tree, self.build = tree / "tree", tree / "build"
         self.copy()
         self.configure()
-        self.tests = self.find_tests()
-        self.make(["all"], check=True)
+        tests = self.find_tests()
+        self.tests = {name: tests[name] for name in only or tests}
+        self.make(list(self.tests), check=True)
         self.deps = self.read_deps()
         self.hashes = {}
         self.seconds = {name: self.baseline(name) for name in self.tests}
@@ -93,7 +94,7 @@ class Bench:
                        check=True, stdout=subprocess.DEVNULL)
 
     def make(self, targets, check=False):
-        done = subprocess.run(["ninja", "-C", self.build, *targets], stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        done = subprocess.run(["ninja", "-C", self.build, f"-j{os.cpu_count()}", *targets], stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         if check and done.returncode != 0:
             sys.exit(done.stdout.decode()[-3000:])
         return done.returncode == 0
@@ -192,10 +193,11 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--count", type=int, default=200)
     parser.add_argument("--only", default="src/", help="faults in these paths alone")
+    parser.add_argument("--tests", default="", help="these alone, such as test_numerics,test_geometry")
     parser.add_argument("--tree", type=pathlib.Path, default=ROOT / "build/mutate")
     arguments = parser.parse_args()
     start = time.monotonic()
-    bench = Bench(arguments.tree.resolve())
+    bench = Bench(arguments.tree.resolve(), [name for name in arguments.tests.split(",") if name])
     chance = random.Random(arguments.seed)
     lines = candidates(bench, arguments.only)
     chance.shuffle(lines)
@@ -210,9 +212,10 @@ def main():
             idle += 1
             continue
         caught += verdict != "survives"
-        print(f"{caught + len(survivors) + (verdict == 'survives'):4} {name}:{index + 1}: {verdict}", flush=True)
         if verdict == "survives":
             survivors.append(name)
+        print(f"{caught + len(survivors):4} {name}:{index + 1}: {verdict}", flush=True)
+        if verdict == "survives":
             print(f"     - {line.strip()}\n     + {fault.strip()}", flush=True)
     seconds = time.monotonic() - start
     total = caught + len(survivors)

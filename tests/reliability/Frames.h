@@ -84,9 +84,8 @@ inline void spoil(Random& rRandom, KestrovaInput& rInput)
 
 inline MapText randomMap(Random& rRandom)
 {
-    const auto coordinate = [&]() { return std::pair{rRandom.fraction() * 0.3 - 0.1, 0.8 + rRandom.fraction() * 0.4}; };
-    const auto [dRow, dRowScale] = coordinate();
-    const auto [dCol, dColScale] = coordinate();
+    const double dRow = rRandom.fraction() * 0.3 - 0.1, dRowScale = 0.8 + rRandom.fraction() * 0.4;
+    const double dCol = rRandom.fraction() * 0.3 - 0.1, dColScale = 0.8 + rRandom.fraction() * 0.4;
     return {[=](double d, double) { return dRow + dRowScale * d; },
             [=](double, double d) { return dCol + dColScale * d; }};
 }

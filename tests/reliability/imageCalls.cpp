@@ -51,10 +51,11 @@ void setBuffer(Sequence& r, bool bUnset)
     static constexpr std::pair<KestrovaImageType, Slot> sk_aTypes[] = {
         {KestrovaImgDisparity, Slot::Disparity}, {KestrovaImgRaw, Slot::Raw},   {KestrovaImgRaw, Slot::Raw},
         {KestrovaImgRectified, Slot::Rectified}, {KestrovaImgEdge, Slot::Edge}, {KestrovaImgPacked, Slot::Edge}};
-    const auto [eType, eSlot] = r.random().pick(sk_aTypes);
+    const std::pair<KestrovaImageType, Slot> chosen = r.random().pick(sk_aTypes);
+    const KestrovaImageType eType = chosen.first; // no binding: older compilers cannot capture one
     const KestrovaCamera eCamera = anyCamera(r.random());
     const bool bNull = bUnset || r.random().oneIn(6);
-    lend(r, eSlot, eCamera, 1, 1, 1, bNull, [=](KestrovaContext context, const std::vector<Block>& rBlocks) {
+    lend(r, chosen.second, eCamera, 1, 1, 1, bNull, [=](KestrovaContext context, const std::vector<Block>& rBlocks) {
         return bUnset ? kestrovaUnsetImageBuffer(context, eType, eCamera)
                       : kestrovaSetImageBuffer(context, bNull ? nullptr : rBlocks[0]->as(), eType, eCamera);
     });
