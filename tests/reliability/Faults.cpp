@@ -16,13 +16,10 @@ std::atomic<Fault> s_eKind{Fault::None};
 std::atomic<int> s_nBefore{0};
 std::atomic<bool> s_bRefused{false};
 std::atomic<long> s_nLive{0};
-thread_local bool t_bArmed = false;
 
 bool refuses(bool bMemory)
 {
-    const Fault eKind = s_eKind;
-    const bool bMeant =
-        bMemory ? eKind == Fault::MemoryAnywhere || (eKind == Fault::Memory && t_bArmed) : eKind == Fault::Thread;
+    const bool bMeant = s_eKind == (bMemory ? Fault::Memory : Fault::Thread);
     if (!bMeant || s_nBefore-- != 0) {
         return false;
     }
@@ -61,7 +58,6 @@ namespace kestrova::test {
 
 void refuse(Fault eKind, int nBefore)
 {
-    t_bArmed = true;
     s_bRefused = false;
     s_nBefore = nBefore;
     s_eKind = eKind;
@@ -70,7 +66,6 @@ void refuse(Fault eKind, int nBefore)
 bool refused()
 {
     s_eKind = Fault::None;
-    t_bArmed = false;
     return s_bRefused;
 }
 

@@ -7,8 +7,7 @@ namespace kestrova::test {
 enum class Fault
 {
     None,
-    Memory, // on the thread that asked for it
-    MemoryAnywhere,
+    Memory, // on whichever thread
     Thread
 };
 
