@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a job needs, and only those that are missing.
 #
-#   scripts/install-deps.sh [build] [test] [ci] [install] [photos] [viewers]     default: build test
+#   scripts/install-deps.sh [build] [test] [ci] [static] [nightly] [install] [photos] [viewers]     default: build test
 set -euo pipefail
 
 declare -A groups=(
@@ -10,6 +10,8 @@ declare -A groups=(
   [ci]="clang libclang-rt-14-dev clang-format-14"
   [install]="make pkg-config"
   [photos]="opencv-doc"
+  [static]="clang clang-tidy-14 cppcheck"
+  [nightly]="valgrind gcovr"
   [viewers]="chromium imagemagick meshlab pcl-tools xvfb xauth"
 )
 
@@ -18,7 +20,7 @@ architecture=$(dpkg --print-architecture)
 missing=()
 for group in "$@"; do
   if [ -z "${groups[$group]:-}" ]; then
-    echo "install-deps.sh: no such group: $group (known: build, test, ci, install, photos, viewers)" >&2
+    echo "install-deps.sh: no such group: $group (known: build, test, ci, static, nightly, install, photos, viewers)" >&2
     exit 1
   fi
   for package in ${groups[$group]}; do
