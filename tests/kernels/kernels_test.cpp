@@ -1,5 +1,5 @@
 // Every form of every row kernel against a naive model, at every alignment and length around its groups.
-#include "kernels/kernels.h"
+#include "kernels/InstructionSet.h"
 
 #include "kernels/models.h"
 #include "kernels/processor.h"
@@ -265,13 +265,18 @@ class Kernels : public testing::TestWithParam<Case>
 
 TEST_P(Kernels, MatchTheirModelsAtEveryLengthAndAlignment)
 {
-    for (const KernelForm* pForm : kernelForms()) {
+    const auto checkForm = [](const KernelForm& rForm) {
         for (int nOffset = 0; nOffset < 32; ++nOffset) {
             for (int i = -1; i <= 50; ++i) {
                 const int n = i < 50 ? i : 333; // a row of many groups comes last
-                GetParam().m_pCheck({*pForm, nOffset, n, static_cast<unsigned>(97 * nOffset + n + 1)});
-                ASSERT_FALSE(HasFailure()) << pForm->m_pszName << ", offset " << nOffset << ", n " << n;
+                GetParam().m_pCheck({rForm, nOffset, n, static_cast<unsigned>(97 * nOffset + n + 1)});
+                ASSERT_FALSE(HasFailure()) << rForm.m_pszName << ", offset " << nOffset << ", n " << n;
             }
+        }
+    };
+    for (const InstructionSet* pSet : supportedInstructionSets()) {
+        for (const KernelForm& rForm : pSet->m_aRowKernels) {
+            checkForm(rForm);
         }
     }
 }

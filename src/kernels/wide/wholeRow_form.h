@@ -43,9 +43,9 @@ void findNeighbours(const WholeRow& rRow, const NeighbourRow& rNeighbours)
 }
 
 template<typename T>
-constexpr WholeRowForm wholeRowFormOf()
+constexpr WholeRowForm wholeRowFormOf(decltype(WholeRowForm::sumWindows) sumWindows)
 {
-    return {T::sk_nLanes, pairRows, addRow<T>, findLabels<T>, findNeighbours<T>, invertRow<T>, fitRow<T>};
+    return {T::sk_nLanes, pairRows, addRow<T>, findLabels<T>, findNeighbours<T>, invertRow<T>, fitRow<T>, sumWindows};
 }
 
 } // namespace
