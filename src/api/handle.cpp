@@ -2,9 +2,9 @@
 #include "api/MultiContext.h"
 #include "api/refusedThreads.h"
 #include "calibration/load.h"
+#include "files/FilePtr.h"
 #include "kestrova.h"
 
-#include <cstdio>
 #include <memory>
 
 using namespace kestrova;
@@ -43,11 +43,6 @@ KestrovaError loadDefaultContextFromSource(KestrovaContext* pOut, Load load)
     return KestrovaErrorOk;
 }
 
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
-
 std::unique_ptr<MultiContext> copyOf(const MultiContext& rSource)
 {
     auto pCopy = std::make_unique<MultiContext>(ExecutorPool::getSafeSize(rSource.m_pExecutorPool.get()));
@@ -56,6 +51,7 @@ std::unique_ptr<MultiContext> copyOf(const MultiContext& rSource)
     for (std::size_t i = 0; i < rSource.m_apContexts.size(); ++i) {
         if (rSource.m_apContexts[i] != nullptr) {
             pCopy->m_apContexts[i] = std::make_unique<StereoContext>(*rSource.m_apContexts[i]);
+            pCopy->m_apContexts[i]->ownHiddenImages();
         }
     }
     const auto counterpart = [&](const StereoContext* pContext) {
@@ -77,7 +73,7 @@ KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* out, const char
     if (path == nullptr) {
         return KestrovaErrorInvalidParameter;
     }
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(path, "rb"));
+    const FilePtr pFile = openAtOnce(path);
     if (pFile == nullptr) {
         return KestrovaErrorNoConfigFile;
     }

@@ -83,6 +83,38 @@ void StereoContext::assignOnePass(const StereoContext& rOther)
     m_bIsFurrowContext = rOther.m_bIsFurrowContext;
 }
 
+namespace {
+
+template<typename T>
+void ownPixels(Image<T>& rImage)
+{
+    Image<T> own(rImage.size());
+    own.init(rImage);
+    rImage = own;
+}
+
+} // namespace
+
+void StereoContext::ownHiddenImages()
+{
+    m_surfaceLabelImage = Image<unsigned int>::defaultImage;
+    if (!m_bIsFurrowContext) {
+        if (m_pFurrowContext != nullptr) {
+            m_pFurrowContext->ownHiddenImages();
+        }
+        return;
+    }
+    m_disparityImage = emptyImage(); // made anew by every run
+    m_disparityImage16 = Image<unsigned short>::defaultImage;
+    for (int nCamera = 0; nCamera < 3; ++nCamera) {
+        if (nCamera != getRightCameraIndex()) {  // those are the main context's
+            m_rawImages[nCamera] = emptyImage(); // made anew by every frame
+            ownPixels(m_rectifiedImages[nCamera]);
+            ownPixels(m_edgeImages[nCamera]);
+        }
+    }
+}
+
 void StereoContext::freeSharedResources()
 {
     m_pCalibration = std::make_shared<CalibrationGroup>();

@@ -163,6 +163,12 @@ public:
     [[nodiscard]] bool copyStereoSettings(const StereoContext& rOther);
 
     /**
+     * Parts from the images that no caller can replace and that a copy for another handle must not share: the labels
+     * of surfaces, and what the second context has for itself. Its rectified and edge images keep their pixels.
+     */
+    void ownHiddenImages();
+
+    /**
      * Sets the searched range. False, and nothing changed, unless 0 <= nMin < nMax <= 1024, the width is at most 240
      * and nMax leaves room for one window along the searched axes of the configuration.
      */

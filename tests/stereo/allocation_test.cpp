@@ -80,6 +80,30 @@ TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
     }
 }
 
+// Of the two tables the first has grown when memory for the second is refused: the frame after that must not trust it.
+TEST(ValidateSurfaces, BothTablesHoldTheLabelsAfterARefusedGrowth)
+{
+    bool bGranted = false;
+    for (int nRefused = 1; !bGranted; ++nRefused) {
+        StereoContext r;
+        r.m_bSubpixelInterpolation = false;
+        r.m_nMaxDisparity = 240;
+        r.m_disparityImage = Bytes(50, 50);
+        for (int i = 0; i < 50 * 50; ++i) { // each pixel a surface, and no size to reject it for
+            r.m_disparityImage[i / 50][i % 50] = (i / 50 + i) % 2 == 0 ? 10 : 100;
+        }
+        r.m_nSurfaceValidationSize = 0;
+        try {
+            const kestrova::test::Refusal refusal(kestrova::test::Fault::Allocation, nRefused);
+            bGranted = validateSurfaces(&r);
+        } catch (const std::bad_alloc&) {
+            EXPECT_TRUE(validateSurfaces(&r)); // once more, with all the memory it wants
+        }
+        const KesUIntVector& rSizes = r.m_segmentContext.sizeTable();
+        EXPECT_TRUE(rSizes.size() == 2501 && rSizes.capacity() > 2501) << nRefused << ", " << rSizes.capacity();
+    }
+}
+
 // Planes and packed frames, from memory as a camera driver gives it; the first frames settle sizes and warpers.
 TEST(Preprocess, AllocatesNothingOnceSizesAreSettled)
 {
