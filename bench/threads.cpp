@@ -286,8 +286,7 @@ void compareStart(double dSeconds)
 int main(int nArguments, char** apszArguments)
 {
     const double dSeconds = nArguments > 1 ? std::atof(apszArguments[1]) : 2;
-    std::printf("%u processors, %s\n", std::thread::hardware_concurrency(),
-                kestrova::nameOf(kestrova::instructionSet()));
+    std::printf("%u processors, %s\n", std::thread::hardware_concurrency(), kestrova::instructionSet().m_pszName);
     const std::string part = nArguments > 2 ? apszArguments[2] : "";
     if (part != "runs") {
         compareStart(dSeconds);

@@ -26,7 +26,7 @@ KestrovaError kestrovaStereo(KestrovaContext context)
     if (pContext->m_bEnhancedStereo && pContext->m_bSubpixelInterpolation) {
         eStarted = furrowFixMultithreadedStereo(pPool, pContext);
     } else {
-        pPool->executeAsynch(bandsOf(*pContext, *pPool), &standardValidate, *pContext);
+        pPool->executeBands(&correlateBand, &standardValidate, *pContext);
     }
     // Whoever waits gets the answer of the pool alone.
     if (multiContextOf(context)->m_bAsynchronous && pPool->isRunning()) {

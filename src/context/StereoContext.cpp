@@ -47,6 +47,19 @@ StereoContext& StereoContext::operator=(const StereoContext& rOther)
     if (this == &rOther) {
         return *this;
     }
+    assignOnePass(rOther);
+    if (rOther.m_pFurrowContext == nullptr) {
+        m_pFurrowContext.reset();
+    } else if (m_pFurrowContext == nullptr) {
+        m_pFurrowContext = std::make_unique<StereoContext>(*rOther.m_pFurrowContext);
+    } else {
+        *m_pFurrowContext = *rOther.m_pFurrowContext;
+    }
+    return *this;
+}
+
+void StereoContext::assignOnePass(const StereoContext& rOther)
+{
     static_cast<CalibrationScalars&>(*this) = rOther;
     static_cast<DeviceFreeSettings&>(*this) = rOther;
     m_pCalibration = rOther.m_pCalibration;
@@ -66,17 +79,40 @@ StereoContext& StereoContext::operator=(const StereoContext& rOther)
     m_disparityImage16 = rOther.m_disparityImage16;
     m_anCameraOfChannel = rOther.m_anCameraOfChannel;
     m_anChannelOfCamera = rOther.m_anChannelOfCamera;
-
-    if (rOther.m_pFurrowContext == nullptr) {
-        m_pFurrowContext.reset();
-    } else if (m_pFurrowContext == nullptr) {
-        m_pFurrowContext = std::make_unique<StereoContext>(*rOther.m_pFurrowContext);
-    } else {
-        *m_pFurrowContext = *rOther.m_pFurrowContext;
-    }
     m_bEnhancedStereo = rOther.m_bEnhancedStereo;
     m_bIsFurrowContext = rOther.m_bIsFurrowContext;
-    return *this;
+}
+
+namespace {
+
+template<typename T>
+void ownPixels(Image<T>& rImage)
+{
+    Image<T> own(rImage.size());
+    own.init(rImage);
+    rImage = own;
+}
+
+} // namespace
+
+void StereoContext::ownHiddenImages()
+{
+    m_surfaceLabelImage = Image<unsigned int>::defaultImage;
+    if (!m_bIsFurrowContext) {
+        if (m_pFurrowContext != nullptr) {
+            m_pFurrowContext->ownHiddenImages();
+        }
+        return;
+    }
+    m_disparityImage = emptyImage(); // made anew by every run
+    m_disparityImage16 = Image<unsigned short>::defaultImage;
+    for (int nCamera = 0; nCamera < 3; ++nCamera) {
+        if (nCamera != getRightCameraIndex()) {  // those are the main context's
+            m_rawImages[nCamera] = emptyImage(); // made anew by every frame
+            ownPixels(m_rectifiedImages[nCamera]);
+            ownPixels(m_edgeImages[nCamera]);
+        }
+    }
 }
 
 void StereoContext::freeSharedResources()

@@ -148,6 +148,8 @@ public:
      * Transforms, colour images and snapshots stay as they are.
      */
     StereoContext& operator=(const StereoContext& rOther);
+    /** As assignment, but without the furrow context: this one's stays as it is. */
+    void assignOnePass(const StereoContext& rOther);
     ~StereoContext();
 
     /** Drops this context's share of the calibration; the last sharer frees it. */
@@ -159,6 +161,12 @@ public:
     bool copyDeviceFreeStereoSettings(const StereoContext& rOther);
     /** As above, with configuration and image centre; false, and nothing copied, unless both are the same device. */
     [[nodiscard]] bool copyStereoSettings(const StereoContext& rOther);
+
+    /**
+     * Parts from the images that no caller can replace and that a copy for another handle must not share: the labels
+     * of surfaces, and what the second context has for itself. Its rectified and edge images keep their pixels.
+     */
+    void ownHiddenImages();
 
     /**
      * Sets the searched range. False, and nothing changed, unless 0 <= nMin < nMax <= 1024, the width is at most 240

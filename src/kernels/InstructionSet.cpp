@@ -1,58 +1,88 @@
 #include "kernels/InstructionSet.h"
 
-#include <array>
+#include "kernels/kernel_forms.h"
+#include "kernels/processor.h"
+
 #include <atomic>
+#include <vector>
 
 namespace kestrova {
 
 namespace {
 
-constexpr std::array sk_aeAll = {InstructionSet::Plain, InstructionSet::Sse2, InstructionSet::Avx2,
-                                 InstructionSet::Avx512};
-
-// The built-in asks the operating system too: registers that a task switch does not keep do not count.
-InstructionSet widest()
+struct Row
 {
-    __builtin_cpu_init();
-    const bool bAvx2 = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0 &&
-                       __builtin_cpu_supports("bmi2") != 0;
-    const bool bAvx512 = __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
-                         __builtin_cpu_supports("avx512vl") != 0;
-    return !bAvx2 ? InstructionSet::Sse2 : bAvx512 ? InstructionSet::Avx512 : InstructionSet::Avx2;
+    const char* m_pszName;
+    bool (*m_pRunsHere)();
+    KernelForm (*m_pRowKernels)(bool bSSE2); // called only where the set runs
+    const ColumnForm* m_pColumns;
+    const PixelForm* m_pPixels;
+    const WholeRowForm* m_pWholeRows;
+    const WideRowsForm* m_pWideRows;
+};
+
+bool always()
+{
+    return true;
 }
 
-std::atomic<InstructionSet>& inUse()
+// The last row that runs here is the best. The first is the reference.
+constexpr Row sk_aTable[] = {
+    {"plain", always, plainKernels, &g_columnsPlain, &g_pixelsPlain, nullptr, nullptr},
+#ifdef KESTROVA_X86_FORMS
+    {"sse2", always, sse2Kernels, &g_columnsSse2, &g_pixelsSse2, &g_wholeRowSse2, &g_wideRowsSse2},
+    {"avx2", hasAvx2, avx2Kernels, &g_columnsSse2, &g_pixelsSse2, &g_wholeRowAvx2, &g_wideRowsAvx2},
+    {"avx512", hasAvx512, avx512Kernels, &g_columnsSse2, &g_pixelsSse2, &g_wholeRowAvx512, &g_wideRowsAvx512},
+#endif
+};
+
+/** The rows that run here. */
+struct Registry
 {
-    static std::atomic<InstructionSet> eInUse = widest();
-    return eInUse;
+    Registry()
+    {
+        m_sets.reserve(std::size(sk_aTable));
+        for (const Row& r : sk_aTable) {
+            if (r.m_pRunsHere()) {
+                m_sets.push_back({r.m_pszName,
+                                  &r == sk_aTable,
+                                  {r.m_pRowKernels(false), r.m_pRowKernels(true)},
+                                  r.m_pColumns,
+                                  r.m_pPixels,
+                                  r.m_pWholeRows,
+                                  r.m_pWideRows});
+                m_pointers.push_back(&m_sets.back());
+            }
+        }
+        m_pInUse = m_pointers.back();
+    }
+
+    std::vector<InstructionSet> m_sets;
+    std::vector<const InstructionSet*> m_pointers;
+    std::atomic<const InstructionSet*> m_pInUse;
+};
+
+Registry& registry()
+{
+    static Registry s_registry;
+    return s_registry;
 }
 
 } // namespace
 
-std::span<const InstructionSet> supportedInstructionSets()
+std::span<const InstructionSet* const> supportedInstructionSets()
 {
-    static const std::size_t sk_uCount = static_cast<std::size_t>(widest()) + 1;
-    return std::span(sk_aeAll).first(sk_uCount);
+    return registry().m_pointers;
 }
 
-InstructionSet instructionSet()
+const InstructionSet& instructionSet()
 {
-    return inUse().load(std::memory_order_relaxed);
+    return *registry().m_pInUse.load(std::memory_order_relaxed);
 }
 
-bool forceInstructionSet(InstructionSet eSet)
+void forceInstructionSet(const InstructionSet& rSet)
 {
-    if (eSet > supportedInstructionSets().back()) {
-        return false;
-    }
-    inUse().store(eSet, std::memory_order_relaxed);
-    return true;
-}
-
-const char* nameOf(InstructionSet eSet)
-{
-    static constexpr std::array sk_apszNames = {"plain", "sse2", "avx2", "avx512"};
-    return sk_apszNames[static_cast<std::size_t>(eSet)];
+    registry().m_pInUse.store(&rSet, std::memory_order_relaxed);
 }
 
 } // namespace kestrova

@@ -8,8 +8,6 @@
 // define anything that another form could be linked to.
 #pragma once
 
-#include "kernels/InstructionSet.h"
-
 #include <cstddef>
 #include <cstdint>
 
@@ -61,7 +59,7 @@ struct InverseSearch
 {
     std::uint16_t* m_pBest;
     std::uint16_t* m_pColumn;
-    int m_nCandidates; // disparities that take part; 0: no search
+    int m_nCandidates; // disparities that take part, none in a range of one; below 0: no search at all
 };
 
 struct WholeRow
@@ -119,13 +117,14 @@ struct WholeRowForm
     /** The disparity index, plus nFirst, of the best match of each of nCount search columns. */
     void (*invert)(std::uint8_t* pOut, const WholeRow& rRow, int nCount, int nFirst);
     void (*fit)(std::uint16_t* pOut, const FitRow& rFit);
+    /** Window sums of nCount columns, uStart more each. Up to 7 columns behind the last are read and written. */
+    void (*sumWindows)(std::uint16_t* pOut, const std::uint16_t* pColumns, int nMask, unsigned uStart, int nCount);
 };
+
+// Wider sets take it too: it waits for its own results, not for width.
+void sumWindowsSse2(std::uint16_t* pOut, const std::uint16_t* pColumns, int nMask, unsigned uStart, int nCount);
 
 extern const WholeRowForm g_wholeRowSse2;
 extern const WholeRowForm g_wholeRowAvx2;
 extern const WholeRowForm g_wholeRowAvx512;
-
-/** The form of a set; null for the plain one, which works pixel by pixel. */
-[[nodiscard]] const WholeRowForm* wholeRowForm(InstructionSet eSet);
-
 } // namespace kestrova

@@ -8,7 +8,7 @@
 // define anything that another form could be linked to.
 #pragma once
 
-#include "kernels/InstructionSet.h"
+#include "image/pixels.h"
 
 #include <cstdint>
 
@@ -66,9 +66,6 @@ struct WideRowsForm
 extern const WideRowsForm g_wideRowsSse2;
 extern const WideRowsForm g_wideRowsAvx2;
 extern const WideRowsForm g_wideRowsAvx512;
-
-/** The form of an instruction set; null for the plain one. */
-[[nodiscard]] const WideRowsForm* wideRows(InstructionSet eSet);
 
 /** Wider masks than this are summed by BoxFilter, whose cost does not depend on the mask. */
 constexpr int sk_nWidestColumnMask = 16;

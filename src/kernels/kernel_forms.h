@@ -30,15 +30,16 @@ struct Body
 [[nodiscard]] Body body_of(const std::uint8_t* pLeading, const BodyRule& rRule, int n);
 [[nodiscard]] Body body_of(const std::uint16_t* pLeading, const BodyRule& rRule, int n);
 
-// The results of four-lane and of eight-lane groups, in straight code and in SSE2.
-extern const KernelForm g_plainMmxForm;
-extern const KernelForm g_plainSse2Form;
+// The row kernels of each set, with the results of eight-lane (bSSE2) or of four-lane groups. Those of wider sets take
+// the place of narrower ones in a copy, and may be called only where the set runs.
+[[nodiscard]] KernelForm plainKernels(bool bSSE2);
+[[nodiscard]] KernelForm sse2Kernels(bool bSSE2);
+[[nodiscard]] KernelForm avx2Kernels(bool bSSE2);
+[[nodiscard]] KernelForm avx512Kernels(bool bSSE2);
+
+// What the wider forms leave to SSE2: the ends of rows.
 extern const KernelForm g_mmxForm;
 extern const KernelForm g_sse2Form;
-
-// Puts the wider kernels there are into a form, in place of narrower ones with the same results.
-void widenToAvx2(KernelForm& rForm);
-void widenToAvx512(KernelForm& rForm);
 
 /** The step of single pixels: the low 32 bits of the product suffice, since at most bits 16 to 31 are kept. */
 [[nodiscard]] std::uint16_t scaled_sum(std::uint16_t uSum, int nScale);

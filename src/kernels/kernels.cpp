@@ -2,59 +2,12 @@
 #include "kernels/kernels.h"
 
 #include "kernels/InstructionSet.h"
-#include "kernels/kernel_forms.h"
-
-#include <array>
 
 namespace kestrova {
 
-namespace {
-
-/** The four-lane and the eight-lane form of every instruction set, in its order. */
-struct Forms
-{
-    Forms()
-    {
-        for (const InstructionSet eSet : supportedInstructionSets()) {
-            const bool bPlain = eSet == InstructionSet::Plain;
-            add(eSet, bPlain ? g_plainMmxForm : g_mmxForm);
-            add(eSet, bPlain ? g_plainSse2Form : g_sse2Form);
-        }
-    }
-
-    void add(InstructionSet eSet, KernelForm form)
-    {
-        if (eSet == InstructionSet::Avx2) {
-            widenToAvx2(form);
-        } else if (eSet == InstructionSet::Avx512) {
-            widenToAvx512(form);
-        }
-        m_forms[m_uCount] = form;
-        m_pointers[m_uCount] = &m_forms[m_uCount];
-        ++m_uCount;
-    }
-
-    std::array<KernelForm, 8> m_forms{};
-    std::array<const KernelForm*, 8> m_pointers{};
-    std::size_t m_uCount = 0;
-};
-
-const Forms& forms()
-{
-    static const Forms sk_forms;
-    return sk_forms;
-}
-
-} // namespace
-
-std::span<const KernelForm* const> kernelForms()
-{
-    return std::span(forms().m_pointers).first(forms().m_uCount);
-}
-
 const KernelForm& kernelForm(bool bSSE2)
 {
-    return forms().m_forms[2 * static_cast<std::size_t>(instructionSet()) + (bSSE2 ? 1 : 0)];
+    return instructionSet().m_aRowKernels[bSSE2 ? 1 : 0];
 }
 
 namespace {

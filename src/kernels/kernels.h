@@ -13,7 +13,6 @@
 #include "kernels/row_interpolation.h"
 
 #include <cstdint>
-#include <span>
 
 namespace kestrova {
 
@@ -95,7 +94,7 @@ struct DifferenceRows
 };
 
 /**
- * One way to compute all kernels. The entries above pick one; tests and benchmarks walk kernelForms().
+ * One way to compute all kernels. The entries above take that of the instruction set in use.
  *
  * A form gives the results of four-lane or of eight-lane groups and is otherwise free in how it gets them: a form for
  * a wider processor stands in a file of its own and takes the place of the form with the same m_bSSE2.
@@ -124,10 +123,7 @@ struct KernelForm
     bool (*running_differences)(std::uint16_t*, const DifferenceRows&);
 };
 
-/** Every form that this processor can run. The plain ones come first. */
-[[nodiscard]] std::span<const KernelForm* const> kernelForms();
-
-/** The form behind the entries, by the results wanted. */
+/** The form of the instruction set in use, by the results wanted. */
 [[nodiscard]] const KernelForm& kernelForm(bool bSSE2);
 
 } // namespace kestrova

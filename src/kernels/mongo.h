@@ -9,6 +9,8 @@
 // No loop reads a reference or search pixel outside its row: rows in memory of a caller need no slack.
 #pragma once
 
+#include "image/pixels.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -37,7 +39,7 @@ struct MongoRow
 unsigned mongo_row(const MongoRow& rRow, bool bFirstRow);
 
 /**
- * As mongo_row for the validating forms: lane 0 holds the texture measure, the sum of distances from grey 128, and
+ * As mongo_row for the validating forms: lane 0 holds the texture measure, the sum of distances from sk_ucEdgeZero, and
  * lane d + 1 disparity index d.
  */
 unsigned mongo_val_row(const MongoRow& rRow, bool bFirstRow);

@@ -1,7 +1,6 @@
 #include "kernels/processor.h"
 
 #include <atomic>
-#include <cpuid.h>
 
 namespace kestrova {
 
@@ -39,16 +38,6 @@ bool featureBit(int nBit)
 }
 
 } // namespace
-
-std::uint32_t cpuid_features()
-{
-    unsigned uEax = 0;
-    unsigned uEbx = 0;
-    unsigned uEcx = 0;
-    unsigned uEdx = 0;
-    __get_cpuid(1, &uEax, &uEbx, &uEcx, &uEdx);
-    return uEdx;
-}
 
 bool mmxAvailable()
 {

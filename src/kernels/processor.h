@@ -9,8 +9,12 @@
 
 namespace kestrova {
 
-/** The feature word of the processor: EDX of cpuid leaf 1. */
+/** The feature word: EDX of cpuid leaf 1; elsewhere than on x86-64 that of a processor with MMX, SSE and SSE2. */
 [[nodiscard]] std::uint32_t cpuid_features();
+
+// Whether the wider forms run here; only where there are any.
+[[nodiscard]] bool hasAvx2();
+[[nodiscard]] bool hasAvx512();
 
 [[nodiscard]] bool mmxAvailable();
 [[nodiscard]] bool sseAvailable();

@@ -99,19 +99,22 @@ void takePacked(StereoContext* pContext, const KestrovaInput& rInput)
     }
     for (int nCamera = 0; nCamera < pContext->m_nCameraCount; ++nCamera) {
         Image<unsigned char>& rRaw = pContext->m_rawImages[nCamera];
-        if (rRaw.buffer().isOneFrame()) { // planes of an earlier frame: not ours to write into
+        if (rRaw.buffer().isOneFrame() || rRaw.nRows() == 0) { // planes of an earlier frame: not ours to write into
             takeIdlePlane(rRaw, pContext->m_idlePlanes[nCamera]);
         }
         giveSize(rRaw, {rInput.nrows, rInput.ncols});
     }
 }
 
-/** The plane with its padding. Frames tend to come back in the same memory, which is wrapped already then. */
+/** The plane with its padding; no image where there is no plane, as no camera in use has it. Frames tend to come back
+ * in the same memory, which is wrapped already then. */
 void wrapPlane(Image<unsigned char>& rRaw, const KestrovaInput& rInput, unsigned char* pPixels)
 {
     const PixelBuffer<unsigned char>& rBuffer = rRaw.buffer();
-    if (rBuffer.isOneFrame() && rRaw.data() == pPixels && rBuffer.nRows() == rInput.nrows &&
-        rBuffer.nCols() == rInput.rowinc) {
+    if (pPixels == nullptr) {
+        rRaw = Image<unsigned char>::defaultImage;
+    } else if (rBuffer.isOneFrame() && rRaw.data() == pPixels && rBuffer.nRows() == rInput.nrows &&
+               rBuffer.nCols() == rInput.rowinc) {
         rRaw = rRaw.region(0, 0, rInput.nrows, rInput.rowinc);
     } else {
         rRaw = Image<unsigned char>(rInput.nrows, rInput.rowinc, rInput.rowinc, pPixels, OneFrameMemory{});
@@ -126,7 +129,9 @@ void takePlanes(StereoContext* pContext, const KestrovaInput& rInput)
         if (nCamera < 0) {
             continue;
         }
-        if (!pContext->m_rawImages[nCamera].buffer().isOneFrame()) { // for a packed frame that follows
+        if (pContext->m_rawImages[nCamera]
+                .buffer()
+                .isOwn()) { // for a packed frame that follows; a lent one is given back
             pContext->m_idlePlanes[nCamera] = pContext->m_rawImages[nCamera];
         }
         wrapPlane(pContext->m_rawImages[nCamera], rInput, static_cast<unsigned char*>(apPlanes[nChannel]));

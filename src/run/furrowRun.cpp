@@ -22,7 +22,8 @@ void fillGaps(Image<unsigned short>& rCleared)
 KestrovaError furrowFixMultithreadedStereo(ExecutorPool* pPool, StereoContext* pMain)
 {
     fillGaps(pMain->m_disparityImage16);
-    const int nStereo = pPool->execute(bandsOf(*pMain, *pPool), *pMain);
+    pPool->executeBands(&correlateBand, {}, *pMain);
+    const int nStereo = pPool->waitForResult();
     const int nValidate = standardValidate(*pMain); // here, while the pool is idle; in any case
     const auto eError = static_cast<KestrovaError>(nStereo != KestrovaErrorOk ? nStereo : nValidate);
     if (eError != KestrovaErrorOk || !pMain->m_bSubpixelInterpolation) {
@@ -36,9 +37,9 @@ KestrovaError furrowFixMultithreadedStereo(ExecutorPool* pPool, StereoContext* p
     clearDisparityImages(rFurrow);
     fillGaps(rFurrow.m_disparityImage16);
     // The main context is borrowed: the handle's pool ends before its contexts do.
-    pPool->executeAsynch(
-        bandsOf(rFurrow, *pPool),
-        [pMain](StereoContext& rContext) -> int { return furrowFixValidate(rContext, *pMain); }, rFurrow);
+    pPool->executeBands(
+        &correlateBand, [pMain](StereoContext& rContext) -> int { return furrowFixValidate(rContext, *pMain); },
+        rFurrow);
     return KestrovaErrorOk;
 }
 

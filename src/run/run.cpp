@@ -5,7 +5,6 @@
 #include "stereo/surfaceValidation.h"
 #include "stereo/twoCameraStereo.h"
 
-#include <memory>
 #include <span>
 
 namespace kestrova {
@@ -81,18 +80,14 @@ int standardStereo(StereoContext& rContext)
     return stereoOfRegions(rContext, {rContext.m_aROIs.data(), static_cast<std::size_t>(rContext.m_nROICount)});
 }
 
-int standardMultithreadedStereo(const BandPlan& rPlan, StereoContext& rWorkerContext, StereoContext&, boost::mutex&)
+int standardMultithreadedStereo(StereoContext& rWorkerContext, StereoContext&, boost::mutex&)
 {
-    return stereoOfRegions(rWorkerContext, rPlan.regionsFor(rWorkerContext));
+    return standardStereo(rWorkerContext);
 }
 
-ExecutorPool::SliceFunction bandsOf(const StereoContext& rContext, const ExecutorPool& rPool)
+int correlateBand(StereoContext& rWorkerContext, StereoContext&, boost::mutex&, std::span<const KestrovaROI> regions)
 {
-    // Shared, since functions are copied on their way to the workers.
-    const auto pPlan = std::make_shared<const BandPlan>(rContext, rPool.size());
-    return [pPlan](StereoContext& rWorker, StereoContext& rMain, boost::mutex& rMutex) {
-        return standardMultithreadedStereo(*pPlan, rWorker, rMain, rMutex);
-    };
+    return stereoOfRegions(rWorkerContext, regions);
 }
 
 int standardValidate(StereoContext& rContext)

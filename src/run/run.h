@@ -4,10 +4,9 @@
 #pragma once
 
 #include "context/StereoContext.h"
-#include "parallel/ExecutorPool.h"
-#include "run/BandPlan.h"
 
 #include <boost/thread/mutex.hpp>
+#include <span>
 
 namespace kestrova {
 
@@ -19,12 +18,12 @@ namespace kestrova {
  */
 int standardStereo(StereoContext& rContext);
 
-/** One band of a run, on the rows that the plan gives it; nothing when stereo is off. */
-int standardMultithreadedStereo(const BandPlan& rPlan, StereoContext& rWorkerContext, StereoContext& rMainContext,
-                                boost::mutex& rSliceMutex);
+/** A slice of a run: the regions of the worker's context; nothing when stereo is off. */
+int standardMultithreadedStereo(StereoContext& rWorkerContext, StereoContext& rMainContext, boost::mutex& rSliceMutex);
 
-/** The above for all bands of one run of that context, as it is now, on that pool. */
-[[nodiscard]] ExecutorPool::SliceFunction bandsOf(const StereoContext& rContext, const ExecutorPool& rPool);
+/** The same for the regions that the plan of the run gives the worker's band; what runs by bands are made of. */
+int correlateBand(StereoContext& rWorkerContext, StereoContext& rMainContext, boost::mutex& rSliceMutex,
+                  std::span<const KestrovaROI> regions);
 
 /** What is done to the whole frame when all bands are there: small surfaces are removed, since they cross the bands. */
 int standardValidate(StereoContext& rContext);

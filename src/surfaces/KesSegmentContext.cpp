@@ -122,7 +122,7 @@ template<typename T>
 void KesSegmentContext::label(const Image<T>& rImage, Image<unsigned int>& rLabels, const ImageROI& rInner,
                               const SurfaceRange<T>& rRange, SurfaceTables& rTables)
 {
-    m_bByRuns = instructionSet() != InstructionSet::Plain;
+    m_bByRuns = !instructionSet().m_bReference;
     if (rInner.m_nRows == 0 || rInner.m_nCols == 0) {
         m_runs.begin(0, nullptr);
     } else if (m_bByRuns) {

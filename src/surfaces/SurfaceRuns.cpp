@@ -1,7 +1,6 @@
 #include "surfaces/SurfaceRuns.h"
 
 #include <bit>
-#include <emmintrin.h>
 #include <utility>
 
 namespace kestrova {
@@ -28,10 +27,9 @@ unsigned select(std::uint64_t uBits, unsigned n, unsigned nSet, unsigned nClear)
 /** May write up to sk_nFill - 1 pixels behind the end. */
 void fill(unsigned* pLabels, unsigned nBegin, unsigned nEnd, unsigned nLabel)
 {
-    const __m128i labels = _mm_set1_epi32(static_cast<int>(nLabel));
     for (unsigned n = nBegin; n < nEnd; n += sk_nFill) {
-        for (unsigned i = 0; i < sk_nFill; i += 4) {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(pLabels + n + i), labels);
+        for (unsigned i = 0; i < sk_nFill; ++i) {
+            pLabels[n + i] = nLabel;
         }
     }
 }

@@ -28,9 +28,11 @@ public:
     void makeRoom(int nLabels)
     {
         const unsigned nNeeded = m_nNext + static_cast<unsigned>(nLabels) + 1;
-        if (nNeeded > m_pTable->capacity()) {
+        // Both are asked: where memory was refused in between, the first may have grown without the second.
+        const unsigned nCapacity = std::min(m_pTable->capacity(), m_pSizes->capacity());
+        if (nNeeded > nCapacity) {
             // By a share, so that copying stays linear in the labels; a small one, as the memory is kept.
-            const unsigned nRoom = std::max(nNeeded, m_pTable->capacity() + m_pTable->capacity() / 8);
+            const unsigned nRoom = std::max(nNeeded, nCapacity + nCapacity / 8);
             close();
             m_pTable->resize(nRoom);
             m_pSizes->resize(nRoom);

@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstdlib>
+#include <string>
+#include <thread>
 
 TEST(Errors, EveryCodeHasItsText)
 {
@@ -27,6 +29,15 @@ TEST(Version, NumbersAgreeWithTheText)
     EXPECT_EQ(kestrovaGetVersionMajor() * 1000 + kestrovaGetVersionMinor() * 100 +
                   kestrovaGetVersionReleaseType() * 10 + kestrovaGetVersionReleaseNumber(),
               3402);
+}
+
+// A rewritten text is a race, which is the sanitizer's to tell.
+TEST(Version, TextMayBeReadByOneThreadWhileAnotherAsksForIt)
+{
+    const std::string text = kestrovaVersion();
+    std::thread other([] { EXPECT_STREQ(kestrovaVersion(), "Kestrova Stereo Vision SDK 3.4 Alpha 2"); });
+    EXPECT_EQ(kestrovaVersion(), text);
+    other.join();
 }
 
 // Leaks and wrong frees are the sanitizer's to tell.

@@ -2,11 +2,11 @@
 #include "calibration/load.h"
 #include "calibration/write.h"
 #include "context/StereoContext.h"
+#include "files/FilePtr.h"
 #include "geometry/LYRPointCloud3d.h"
 #include "imageio/imageInfo.h"
 #include "imageio/pnmRead.h"
 #include "kestrova.h"
-#include "pgm/FilePtr.h"
 #include "rectify/Camera.h"
 
 #include <cstdlib>

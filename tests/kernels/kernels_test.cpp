@@ -1,5 +1,5 @@
 // Every form of every row kernel against a naive model, at every alignment and length around its groups.
-#include "kernels/kernels.h"
+#include "kernels/InstructionSet.h"
 
 #include "kernels/models.h"
 #include "kernels/processor.h"
@@ -169,6 +169,90 @@ void checkScaling(const Trial& t)
     }
 }
 
+void checkPackedBox(const Trial& t)
+{
+    for (const int w : {1, 2, 5, std::max(1, t.m_n), t.m_n + 1}) {
+        if (w < 1) {
+            continue;
+        }
+        auto in = t.row<U8>(1, 4 * (t.m_n + w - 1) - t.m_n);
+        auto out = t.row<U16>(0, 3 * t.m_n);
+        std::vector<U16> expected = out.values();
+        for (int i = 0; w <= t.m_n && i < 4 * t.m_n; ++i) {
+            unsigned uSum = 0;
+            for (int j = 0; j < w; ++j) {
+                uSum += in.data()[i + 4 * j];
+            }
+            expected[static_cast<std::size_t>(i)] = static_cast<U16>(uSum);
+        }
+        t.m_rForm.box8x4_hfilter(reinterpret_cast<Pixel16x4*>(out.data()), reinterpret_cast<const Pixel8x4*>(in.data()),
+                                 static_cast<unsigned>(std::max(0, t.m_n)), static_cast<unsigned>(w));
+        expectRow(out, expected);
+    }
+}
+
+/** The plain form, which tests of its own hold to the rules, in lanes; ties and scores never seen are common. */
+void checkInterpolation(const Trial& t)
+{
+    MinimumRows r(t);
+    auto out = t.row<U16>(6), validation = t.row<U16>(7);
+    for (int i = 0; i < t.m_n; ++i) {
+        for (GuardedRow<U16>* pRow : {&r.m_best, &r.m_before, &r.m_after}) {
+            pRow->data()[i] = static_cast<U16>(pRow->data()[i] % (t.m_uSeed % 3 == 0 ? 40U : 32770U));
+        }
+        r.m_best.data()[i] = static_cast<U16>(r.m_best.data()[i] / (1 + i % 4));
+    }
+    const auto isOdd = [&](unsigned uBit) { return (t.m_uSeed >> uBit) % 2 != 0; };
+    const RowInterpolation settings{static_cast<U16>(isOdd(0) ? 1 : 0),
+                                    isOdd(1)   ? 0x10000
+                                    : isOdd(2) ? 0x7000
+                                               : 0,
+                                    static_cast<U8>(isOdd(3) ? 1 : 0),
+                                    static_cast<U8>(isOdd(4) ? 3 : 255),
+                                    0xFF,
+                                    0xA1,
+                                    0xA2,
+                                    0xA3};
+    std::vector<U16> expected = out.values();
+    row_interpolation(expected.data(), t.m_n, r.m_best.data(), r.m_before.data(), r.m_after.data(), r.m_labels.data(),
+                      validation.data(), settings);
+    t.m_rForm.row_interpolation(out.data(), t.m_n, r.m_best.data(), r.m_before.data(), r.m_after.data(),
+                                r.m_labels.data(), validation.data(), settings);
+    expectRow(out, expected);
+}
+
+void checkRunningDifferences(const Trial& t)
+{
+    for (unsigned uKind = 0; uKind < 8 && t.m_rForm.running_differences != nullptr; ++uKind) {
+        const bool bAverage = uKind % 2 != 0, bLeaving = uKind / 2 % 2 != 0;
+        const int nImages = uKind < 4 ? 2 : 3, n = std::max(0, t.m_n), nGroup = bAverage ? 8 : 16;
+        GuardedRow<U8> aRows[] = {t.row<U8>(1), t.row<U8>(2), t.row<U8>(3), t.row<U8>(4), t.row<U8>(5), t.row<U8>(6)};
+        const DifferenceRows rows{{aRows[0].data(), aRows[1].data(), aRows[2].data()},
+                                  {aRows[3].data(), aRows[4].data(), aRows[5].data()},
+                                  nImages,
+                                  n,
+                                  n / nGroup * nGroup,
+                                  bLeaving,
+                                  bAverage};
+        const auto difference = [&](const U8* const* ppRows, int i) {
+            const int nFirst = std::abs(ppRows[0][i] - ppRows[1][i]);
+            const int nBoth = nImages == 2 ? nFirst : nFirst + std::abs(ppRows[0][i] - ppRows[2][i]);
+            const int nStopped = i < rows.m_nStopping ? std::min(255, nBoth) : nBoth;
+            return nImages == 3 && bAverage ? nStopped / 2 : nStopped % 256;
+        };
+        auto out = t.row<U16>(0);
+        std::vector<U16> expected = out.values();
+        int nSum = 0;
+        for (int i = 0; i < n; ++i) {
+            nSum += difference(rows.m_apArriving, i) - (bLeaving ? difference(rows.m_apLeaving, i) : 0);
+            expected[static_cast<std::size_t>(i)] = static_cast<U16>(nSum & 0xFFFF);
+        }
+        const bool bDone = t.m_rForm.running_differences(out.data(), rows);
+        EXPECT_TRUE(bDone || n < 64) << "no row of a whole register is too short";
+        expectRow(out, bDone ? expected : t.row<U16>(0).values());
+    }
+}
+
 struct Case
 {
     const char* m_pszName;
@@ -181,13 +265,18 @@ class Kernels : public testing::TestWithParam<Case>
 
 TEST_P(Kernels, MatchTheirModelsAtEveryLengthAndAlignment)
 {
-    for (const KernelForm* pForm : kernelForms()) {
+    const auto checkForm = [](const KernelForm& rForm) {
         for (int nOffset = 0; nOffset < 32; ++nOffset) {
             for (int i = -1; i <= 50; ++i) {
                 const int n = i < 50 ? i : 333; // a row of many groups comes last
-                GetParam().m_pCheck({*pForm, nOffset, n, static_cast<unsigned>(97 * nOffset + n + 1)});
-                ASSERT_FALSE(HasFailure()) << pForm->m_pszName << ", offset " << nOffset << ", n " << n;
+                GetParam().m_pCheck({rForm, nOffset, n, static_cast<unsigned>(97 * nOffset + n + 1)});
+                ASSERT_FALSE(HasFailure()) << rForm.m_pszName << ", offset " << nOffset << ", n " << n;
             }
+        }
+    };
+    for (const InstructionSet* pSet : supportedInstructionSets()) {
+        for (const KernelForm& rForm : pSet->m_aRowKernels) {
+            checkForm(rForm);
         }
     }
 }
@@ -202,6 +291,9 @@ const Case sk_aCases[] = {
     {"box_add_sub16ptr", checkRowInRowOut<U16, &KernelForm::box_add_sub16ptr>},
     {"stereo_min_subpix", checkMinimum},
     {"row_pack_scale_op", checkScaling},
+    {"box8x4_hfilter", checkPackedBox},
+    {"row_interpolation", checkInterpolation},
+    {"running_differences", checkRunningDifferences},
 };
 
 INSTANTIATE_TEST_SUITE_P(All, Kernels, testing::ValuesIn(sk_aCases),

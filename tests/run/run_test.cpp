@@ -104,8 +104,10 @@ void runBandByBand(StereoContext& rContext, unsigned nThreads)
     rContext.m_disparityImage16.init(0xFF00 + 253);
     std::vector<StereoContext> workers(nThreads);
     ExecutorPool::Task::initThreadContexts(workers.data(), nThreads, rContext);
+    boost::mutex notLocked;
     for (StereoContext& rWorker : workers) {
-        EXPECT_EQ(rWorker.m_nROICount > 0 ? standardStereo(rWorker) : 0, KestrovaErrorOk);
+        EXPECT_EQ(rWorker.m_nROICount > 0 ? standardMultithreadedStereo(rWorker, rContext, notLocked) : 0,
+                  KestrovaErrorOk);
     }
     EXPECT_EQ(standardValidate(rContext), KestrovaErrorOk);
 }

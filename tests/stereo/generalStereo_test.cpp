@@ -49,11 +49,11 @@ struct Case
     {
         // Plain makes passes, all others go by rows.
         const auto sets = supportedInstructionSets();
-        const InstructionSet eSet = sets[m_random() % sets.size()];
-        SCOPED_TRACE(nameOf(eSet));
-        forceInstructionSet(eSet);
+        const InstructionSet& rSet = *sets[m_random() % sets.size()];
+        SCOPED_TRACE(rSet.m_pszName);
+        forceInstructionSet(rSet);
         expectAsModel(r, bSSE2, NaiveGeneral(r, m_frame.m_aViews, r.m_nConfiguredCameraCount, bSSE2), correlator());
-        forceInstructionSet(sets.back());
+        forceInstructionSet(*sets.back());
     }
 
     std::mt19937 m_random;

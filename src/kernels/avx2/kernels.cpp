@@ -248,9 +248,10 @@ struct Registers
 
 } // namespace
 
-void widenToAvx2(KernelForm& r)
+KernelForm avx2Kernels(bool bSSE2)
 {
-    r.m_pszName = r.m_bSSE2 ? "avx2_sse2" : "avx2_mmx";
+    KernelForm r = sse2Kernels(bSSE2);
+    r.m_pszName = bSSE2 ? "avx2_sse2" : "avx2_mmx";
     r.abs_diff = abs_diff_avx2;
     r.acc_abs_diff = acc_abs_diff_avx2;
     r.acc_abs_diff_over2 = acc_abs_diff_over2_avx2;
@@ -258,10 +259,11 @@ void widenToAvx2(KernelForm& r)
     r.box_add_sub16 = box_add_sub16_avx2;
     r.box_add_sub8ptr = box_add_sub8ptr_avx2;
     r.box_add_sub16ptr = box_add_sub16ptr_avx2;
-    r.stereo_min = r.m_bSSE2 ? stereo_min_avx2<true> : stereo_min_avx2<false>;
-    r.stereo_min_subpix = r.m_bSSE2 ? stereo_min_subpix_avx2<true> : stereo_min_subpix_avx2<false>;
+    r.stereo_min = bSSE2 ? stereo_min_avx2<true> : stereo_min_avx2<false>;
+    r.stereo_min_subpix = bSSE2 ? stereo_min_subpix_avx2<true> : stereo_min_subpix_avx2<false>;
     r.row_interpolation = row_interpolation_lanes<8>;
     r.running_differences = running_differences_lanes<Registers>;
+    return r;
 }
 
 } // namespace kestrova

@@ -86,6 +86,6 @@ struct Avx2
 
 } // namespace
 
-constinit const WholeRowForm g_wholeRowAvx2 = wholeRowFormOf<Avx2>();
+constinit const WholeRowForm g_wholeRowAvx2 = wholeRowFormOf<Avx2>(sumWindowsSse2);
 
 } // namespace kestrova

@@ -311,9 +311,10 @@ struct Registers
 
 } // namespace
 
-void widenToAvx512(KernelForm& r)
+KernelForm avx512Kernels(bool bSSE2)
 {
-    r.m_pszName = r.m_bSSE2 ? "avx512_sse2" : "avx512_mmx";
+    KernelForm r = sse2Kernels(bSSE2);
+    r.m_pszName = bSSE2 ? "avx512_sse2" : "avx512_mmx";
     r.abs_diff = abs_diff_avx512;
     r.acc_abs_diff = acc_abs_diff_avx512;
     r.acc_abs_diff_over2 = acc_abs_diff_over2_avx512;
@@ -321,10 +322,11 @@ void widenToAvx512(KernelForm& r)
     r.box_add_sub16 = box_add_sub16_avx512;
     r.box_add_sub8ptr = box_add_sub8ptr_avx512;
     r.box_add_sub16ptr = box_add_sub16ptr_avx512;
-    r.stereo_min = r.m_bSSE2 ? stereo_min_avx512<true> : stereo_min_avx512<false>;
-    r.stereo_min_subpix = r.m_bSSE2 ? stereo_min_subpix_avx512<true> : stereo_min_subpix_avx512<false>;
+    r.stereo_min = bSSE2 ? stereo_min_avx512<true> : stereo_min_avx512<false>;
+    r.stereo_min_subpix = bSSE2 ? stereo_min_subpix_avx512<true> : stereo_min_subpix_avx512<false>;
     r.row_interpolation = row_interpolation_lanes<16>;
     r.running_differences = running_differences_lanes<Registers>;
+    return r;
 }
 
 } // namespace kestrova

@@ -81,6 +81,6 @@ struct Avx512
 
 } // namespace
 
-constinit const WholeRowForm g_wholeRowAvx512 = wholeRowFormOf<Avx512>();
+constinit const WholeRowForm g_wholeRowAvx512 = wholeRowFormOf<Avx512>(sumWindowsSse2);
 
 } // namespace kestrova

@@ -177,7 +177,7 @@ void row_scale_op_plain(std::uint16_t* pDst, int n, const std::uint16_t* pSrc, i
     }
 }
 
-constexpr KernelForm plainForm(const char* pszName, bool bSSE2)
+KernelForm plainForm(const char* pszName, bool bSSE2)
 {
     return {pszName,
             bSSE2,
@@ -216,7 +216,9 @@ std::uint16_t scaled_sum(std::uint16_t uSum, int nScale)
     return static_cast<std::uint16_t>(uSigned * static_cast<std::uint32_t>(nScale) >> 16);
 }
 
-constinit const KernelForm g_plainMmxForm = plainForm("plain_mmx", false);
-constinit const KernelForm g_plainSse2Form = plainForm("plain_sse2", true);
+KernelForm plainKernels(bool bSSE2)
+{
+    return bSSE2 ? plainForm("plain_sse2", true) : plainForm("plain_mmx", false);
+}
 
 } // namespace kestrova

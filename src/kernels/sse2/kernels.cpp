@@ -477,4 +477,9 @@ constexpr KernelForm vectorForm(const char* pszName)
 constinit const KernelForm g_mmxForm = vectorForm<false>("mmx");
 constinit const KernelForm g_sse2Form = vectorForm<true>("sse2");
 
+KernelForm sse2Kernels(bool bSSE2)
+{
+    return bSSE2 ? g_sse2Form : g_mmxForm;
+}
+
 } // namespace kestrova

@@ -85,6 +85,27 @@ struct Sse2
 
 } // namespace
 
-constinit const WholeRowForm g_wholeRowSse2 = wholeRowFormOf<Sse2>();
+// Eight columns at a time: the running sum of what enters and leaves.
+void sumWindowsSse2(std::uint16_t* pOut, const std::uint16_t* pColumns, int nMask, unsigned uStart, int nCount)
+{
+    unsigned uSum = uStart;
+    for (int x = 0; x < nMask - 1; ++x) {
+        uSum += pColumns[x];
+    }
+    __m128i before = _mm_set1_epi16(static_cast<short>(uSum));
+    for (int x = 0; x < nCount; x += 8) {
+        const __m128i entering = Sse2::loadUnaligned(pColumns + x + nMask - 1);
+        const __m128i leaving = Sse2::loadUnaligned(pColumns + x);
+        __m128i change = _mm_sub_epi16(entering, leaving);
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 2));
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 4));
+        change = _mm_add_epi16(change, _mm_slli_si128(change, 8));
+        const __m128i after = _mm_add_epi16(before, change);
+        Sse2::storeUnaligned(pOut + x, _mm_add_epi16(after, leaving));
+        before = _mm_shuffle_epi32(_mm_shufflehi_epi16(after, _MM_SHUFFLE(3, 3, 3, 3)), _MM_SHUFFLE(3, 3, 3, 3));
+    }
+}
+
+constinit const WholeRowForm g_wholeRowSse2 = wholeRowFormOf<Sse2>(sumWindowsSse2);
 
 } // namespace kestrova

@@ -17,7 +17,7 @@ void addRow(const WholeRow& rRow)
 template<typename T, typename Use>
 void findWinners(const WholeRow& rRow, const Use& rUse)
 {
-    if (rRow.m_inverse.m_nCandidates > 0) {
+    if (rRow.m_inverse.m_nCandidates >= 0) { // what is found begins at nothing, even if nobody searches
         beginInverse<T>(rRow);
     }
     forEachChunk<T>(rRow, [&](const Chunk& rChunk) {
@@ -43,9 +43,9 @@ void findNeighbours(const WholeRow& rRow, const NeighbourRow& rNeighbours)
 }
 
 template<typename T>
-constexpr WholeRowForm wholeRowFormOf()
+constexpr WholeRowForm wholeRowFormOf(decltype(WholeRowForm::sumWindows) sumWindows)
 {
-    return {T::sk_nLanes, pairRows, addRow<T>, findLabels<T>, findNeighbours<T>, invertRow<T>, fitRow<T>};
+    return {T::sk_nLanes, pairRows, addRow<T>, findLabels<T>, findNeighbours<T>, invertRow<T>, fitRow<T>, sumWindows};
 }
 
 } // namespace

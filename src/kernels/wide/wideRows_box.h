@@ -138,7 +138,7 @@ void bandpassSums(std::uint8_t* pDst, const std::uint8_t* pSrc, int nCentreFacto
     const auto nFactor = static_cast<std::int16_t>(nSumFactor);
     const auto centre = T::spread(nCentre);
     const auto factor = T::spread(nFactor);
-    const auto middle = T::spread(128);
+    const auto middle = T::spread(sk_ucEdgeZero);
     const int nEnd = rRow.m_nOut - static_cast<int>(reinterpret_cast<std::uintptr_t>(pDst + rRow.m_nOut) & 3);
     const Groups groups = rRow.m_nOut < 8 ? Groups{0, 0} : Groups{nEnd & 3, nEnd};
     const auto shifted = [](int nPixel, int nBy) {
@@ -150,10 +150,12 @@ void bandpassSums(std::uint8_t* pDst, const std::uint8_t* pSrc, int nCentreFacto
             const auto difference = T::add(T::multiplyHigh(T::widen(pSrc + i), centre), T::multiplyHigh(sums, factor));
             T::storeSaturated(pDst + i, T::add(difference, middle));
         },
-        [&](int i) { pDst[i] = saturate(shifted(pSrc[i], nCentre) + shifted(sumAt(rRow, i), nFactor) + 128); },
+        [&](int i) {
+            pDst[i] = saturate(shifted(pSrc[i], nCentre) + shifted(sumAt(rRow, i), nFactor) + sk_ucEdgeZero);
+        },
         [&](int i) {
             const int nSum = shifted(sumAt(rRow, i), nSumFactor);
-            pDst[i] = static_cast<std::uint8_t>(shifted(pSrc[i], nCentreFactor) + nSum + 128);
+            pDst[i] = static_cast<std::uint8_t>(shifted(pSrc[i], nCentreFactor) + nSum + sk_ucEdgeZero);
         });
 }
 

@@ -1,7 +1,5 @@
 // Bands write what they would have written as they were cut, in equal shares and no pixel from two threads.
-#include "run/BandPlan.h"
-
-#include "parallel/Task.h"
+#include "parallel/BandPlan.h"
 
 #include <gtest/gtest.h>
 
@@ -27,24 +25,25 @@ std::set<Pixel> pixelsOfRegion(const KestrovaROI& rRegion, int nRows, int nRim)
     return pixels;
 }
 
-void expectSamePixels(StereoContext& rContext, unsigned nThreads, int nRim, const testing::Message& rWhat)
+/** The plan has been used before, as that of a handle has. */
+void expectSamePixels(BandPlan& rPlan, const StereoContext& rContext, unsigned nThreads, int nRim,
+                      const testing::Message& rWhat)
 {
-    const BandPlan plan(rContext, nThreads);
-    std::vector<StereoContext> workers(nThreads);
-    ExecutorPool::Task::initThreadContexts(workers.data(), nThreads, rContext);
+    rPlan.make(rContext, nThreads);
     std::set<Pixel> asCut;
     std::set<Pixel> planned;
     std::size_t nPlanned = 0;
     std::set<std::size_t> sizes; // of the bands that are asked
-    for (const StereoContext& rWorker : workers) {
-        if (rWorker.m_nROICount == 0) {
+    for (unsigned nBand = 0; nBand < nThreads; ++nBand) {
+        if (rPlan.regionsAsCut(nBand).empty()) {
+            EXPECT_TRUE(rPlan.regionsOf(nBand).empty()) << rWhat;
             continue; // is not asked
         }
-        for (int nROI = 0; nROI < rWorker.m_nROICount; ++nROI) {
-            asCut.merge(pixelsOfRegion(rWorker.m_aROIs[static_cast<std::size_t>(nROI)], rContext.m_nRows, nRim));
+        for (const KestrovaROI& rRegion : rPlan.regionsAsCut(nBand)) {
+            asCut.merge(pixelsOfRegion(rRegion, rContext.m_nRows, nRim));
         }
         std::set<Pixel> ofBand;
-        for (const KestrovaROI& rRegion : plan.regionsFor(rWorker)) {
+        for (const KestrovaROI& rRegion : rPlan.regionsOf(nBand)) {
             EXPECT_GE(rRegion.m_nRowOffset, nRim) << rWhat; // the correlator leaves it where it is
             ofBand.merge(pixelsOfRegion(rRegion, rContext.m_nRows, nRim));
         }
@@ -63,6 +62,7 @@ void expectSamePixels(StereoContext& rContext, unsigned nThreads, int nRim, cons
 
 TEST(BandPlan, SamePixelsAndEachFromOneBand)
 {
+    BandPlan plan;
     std::mt19937 random(5);
     const auto upTo = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n + 1)); };
     for (int nRun = 0; nRun < 400; ++nRun) {
@@ -79,7 +79,7 @@ TEST(BandPlan, SamePixelsAndEachFromOneBand)
         }
         const int nRim = context.m_nStereoMaskSize / 2 + (context.m_bEdgeCorrelation ? context.m_nEdgeMaskSize / 2 : 0);
         const unsigned nThreads = 1 + static_cast<unsigned>(upTo(9));
-        expectSamePixels(context, nThreads, nRim,
+        expectSamePixels(plan, context, nThreads, nRim,
                          testing::Message() << "run " << nRun << ", rows " << context.m_nRows << ", rim " << nRim
                                             << ", threads " << nThreads << ", regions " << context.m_nROICount);
     }
@@ -90,5 +90,6 @@ TEST(BandPlan, WindowsBeyondTheImageLeaveNothing)
     StereoContext context;
     context.m_eCameraConfiguration = KestrovaCfg2CameraHorizontal;
     context.m_nStereoMaskSize = 0x7fffffff;
-    expectSamePixels(context, 3, context.m_nRows, testing::Message() << "no room");
+    BandPlan plan;
+    expectSamePixels(plan, context, 3, context.m_nRows, testing::Message() << "no room");
 }
