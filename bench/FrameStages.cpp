@@ -3,7 +3,7 @@
 #include "SideBySide.h"
 
 #include "api/MultiContext.h"
-#include "api/cameraIndex.h"
+#include "context/cameraIndex.h"
 #include "rectify/Camera.h"
 #include "rectify/boxFilters.h"
 #include "rectify/lowpass.h"

@@ -6,8 +6,8 @@
 #include "Matching.h"
 #include "SideBySide.h"
 
-#include "api/StereoContext.h"
-#include "stereo/InstructionSet.h"
+#include "context/StereoContext.h"
+#include "kernels/InstructionSet.h"
 #include "stereo/WholeRowSums.h"
 #include "stereo/twoCameraStereo.h"
 
@@ -59,11 +59,11 @@ private:
 };
 
 std::function<void()> ours(const bench::Frames& rFrames, const Size& rSize, int nMask, Work eWork,
-                           kestrova::InstructionSet eSet)
+                           const kestrova::InstructionSet* pSet)
 {
     auto pOurs = std::make_shared<Ours>(rFrames, rSize, nMask, eWork);
     return [=] {
-        kestrova::forceInstructionSet(eSet);
+        kestrova::forceInstructionSet(*pSet);
         (*pOurs)();
     };
 }
@@ -75,8 +75,8 @@ void compareForms(const bench::Frames& rFrames, const Size& rSize, double dSecon
                 rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities);
     const auto sets = kestrova::supportedInstructionSets();
     std::printf("  %-36s %9s", "", "StereoBM");
-    for (const auto eSet : sets) {
-        std::printf(" %16s", kestrova::nameOf(eSet));
+    for (const auto* pSet : sets) {
+        std::printf(" %16s", pSet->m_pszName);
     }
     std::printf("\n");
     const struct
@@ -90,8 +90,8 @@ void compareForms(const bench::Frames& rFrames, const Size& rSize, double dSecon
                   {"8-bit, no checks", Work::Unchecked8, false}};
     for (const auto& rWork : aWorks) {
         std::vector<std::function<void()>> works = {blockMatcher(rFrames, rSize, 11, rWork.m_bChecks)};
-        for (const auto eSet : sets) {
-            works.push_back(ours(rFrames, rSize, 11, rWork.m_eWork, eSet));
+        for (const auto* pSet : sets) {
+            works.push_back(ours(rFrames, rSize, 11, rWork.m_eWork, pSet));
         }
         const auto times = bench::medians(works, dSeconds);
         std::printf("  %-36s %9.3f", rWork.m_pszName, times[0] / dWork);
@@ -112,14 +112,14 @@ void compareSizes(double dSeconds)
         const auto frames = bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities);
         for (const int nMask : {3, 11, 23}) {
             std::vector<std::function<void()>> works;
-            for (const auto eSet : sets) {
-                works.push_back(ours(frames, rSize, nMask, Work::Checked16, eSet));
+            for (const auto* pSet : sets) {
+                works.push_back(ours(frames, rSize, nMask, Work::Checked16, pSet));
             }
             const auto times = bench::medians(works, dSeconds);
             std::printf("  %4d x %4d, %3d disparities, window %2d:", rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities,
                         nMask);
             for (std::size_t u = 0; u < times.size(); ++u) {
-                std::printf("  %s %.3f", kestrova::nameOf(sets[u]),
+                std::printf("  %s %.3f", sets[u]->m_pszName,
                             times[u] * 1e9 / (double(rSize.m_nRows) * rSize.m_nCols * rSize.m_nDisparities));
             }
             std::printf("\n");
@@ -134,10 +134,10 @@ void printMemory(const Size& rSize)
     const auto n = static_cast<unsigned>(rSize.m_nDisparities);
     const auto layout = kestrova::ColumnLayout::make(dim, dim, dim, n, 11, {true, 1, 255});
     std::printf("  %4d x %4d, %3d disparities, with back-and-forth:", dim.m_nCols, dim.m_nRows, rSize.m_nDisparities);
-    for (const auto eSet : kestrova::supportedInstructionSets()) {
-        if (const auto* pForm = kestrova::wholeRowForm(eSet)) {
+    for (const auto* pSet : kestrova::supportedInstructionSets()) {
+        if (const auto* pForm = pSet->m_pWholeRows) {
             const kestrova::WholeRowSums sums(*pForm, *layout, image, image, n, true);
-            std::printf("  %s %zu KB", kestrova::nameOf(eSet), sums.scratchBytes() / 1024);
+            std::printf("  %s %zu KB", pSet->m_pszName, sums.scratchBytes() / 1024);
         }
     }
     std::printf("\n");
@@ -149,7 +149,7 @@ int main(int argc, char** argv)
 {
     const double dSeconds = argc > 1 ? std::stod(argv[1]) : 3;
     cv::setNumThreads(1);
-    std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    std::printf("In use on this processor: %s\n", kestrova::instructionSet().m_pszName);
     for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}}) {
         compareForms(bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities), rSize, dSeconds);
         if (argc > 3) {

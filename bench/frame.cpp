@@ -11,7 +11,7 @@
 #include "SideBySide.h"
 
 #include "api/MultiContext.h"
-#include "stereo/InstructionSet.h"
+#include "kernels/InstructionSet.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
@@ -183,8 +183,8 @@ void compareFrames(const bench::Frames& rFrames, const Size& rSize, double dSeco
     std::printf("\n%d x %d, %d disparities, window %d: ms a frame (times faster than OpenCV)\n  %-42s %9s",
                 rSize.m_nCols, rSize.m_nRows, rSize.m_nDisparities, sk_nMask, "", "OpenCV");
     const auto sets = kestrova::supportedInstructionSets();
-    for (const auto eSet : sets) {
-        std::printf(" %17s", kestrova::nameOf(eSet));
+    for (const auto* pSet : sets) {
+        std::printf(" %17s", pSet->m_pszName);
     }
     std::printf("\n");
     for (const Delivery& rDelivery : sk_aDeliveries) {
@@ -194,9 +194,9 @@ void compareFrames(const bench::Frames& rFrames, const Size& rSize, double dSeco
             expectRightAnswers(ours, theirs, rFrames.m_disparity);
         }
         std::vector<std::function<void()>> works = {[&] { theirs(); }};
-        for (const auto eSet : sets) {
-            works.emplace_back([&, eSet] {
-                kestrova::forceInstructionSet(eSet);
+        for (const auto* pSet : sets) {
+            works.emplace_back([&, pSet] {
+                kestrova::forceInstructionSet(*pSet);
                 ours();
             });
         }
@@ -207,18 +207,18 @@ void compareFrames(const bench::Frames& rFrames, const Size& rSize, double dSeco
         }
         std::printf("\n");
     }
-    kestrova::forceInstructionSet(sets.back());
+    kestrova::forceInstructionSet(*sets.back());
 }
 
 void printStages(const bench::Frames& rFrames, const Size& rSize, double dSeconds, std::vector<bench::Bar>& rBars)
 {
     for (const Delivery& rDelivery : {sk_aDeliveries[0], sk_aDeliveries[5]}) {
         Ours ours(rFrames, rSize, rDelivery);
-        for (const auto eSet : kestrova::supportedInstructionSets().subspan(1)) {
-            kestrova::forceInstructionSet(eSet);
+        for (const auto* pSet : kestrova::supportedInstructionSets().subspan(1)) {
+            kestrova::forceInstructionSet(*pSet);
             const bench::StageTimes times = bench::stageTimes(ours.context(), ours.m_input, dSeconds);
             const std::string szName = std::to_string(rSize.m_nCols) + "x" + std::to_string(rSize.m_nRows) + "x" +
-                                       std::to_string(rSize.m_nDisparities) + " " + kestrova::nameOf(eSet) +
+                                       std::to_string(rSize.m_nDisparities) + " " + pSet->m_pszName +
                                        (rDelivery.m_bPacked ? ", packed 2x2" : "");
             std::printf("  %-40s", szName.c_str());
             for (const double dTime : times) {
@@ -278,7 +278,7 @@ int main(int argc, char** argv)
     argv += bPicture ? 2 : 0;
     const double dSeconds = argc > 1 ? std::stod(argv[1]) : 3;
     cv::setNumThreads(1);
-    std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    std::printf("In use on this processor: %s\n", kestrova::instructionSet().m_pszName);
     const Size aSizes[] = {{240, 320, 32}, {480, 640, 64}, {960, 1280, 128}};
     const auto framesOf = [](const Size& r) { return bench::makeFrames(r.m_nRows, r.m_nCols, r.m_nDisparities); };
     std::printf("\nMemory, MB, one thread, packed frames\n");

@@ -6,10 +6,10 @@
 #include "Matching.h"
 #include "SideBySide.h"
 
-#include "api/StereoContext.h"
-#include "stereo/InstructionSet.h"
+#include "context/StereoContext.h"
+#include "kernels/InstructionSet.h"
+#include "kernels/processor.h"
 #include "stereo/generalStereo.h"
-#include "stereo/processor.h"
 #include "stereo/surfaceValidation.h"
 #include "stereo/twoCameraStereo.h"
 
@@ -54,9 +54,9 @@ struct Rig
 template<typename Work>
 void addForms(Works& rWorks, const Work& rWork)
 {
-    for (const auto eSet : kestrova::supportedInstructionSets()) {
+    for (const auto* pSet : kestrova::supportedInstructionSets()) {
         rWorks.push_back([=] {
-            kestrova::forceInstructionSet(eSet);
+            kestrova::forceInstructionSet(*pSet);
             rWork();
         });
     }
@@ -77,8 +77,8 @@ void printForms(const char* pszWork, const std::vector<double>& rTimes, double d
 void printHeader(const char* pszTheirs)
 {
     std::printf("  %-34s %9s", "", pszTheirs);
-    for (const auto eSet : kestrova::supportedInstructionSets()) {
-        std::printf(" %16s", kestrova::nameOf(eSet));
+    for (const auto* pSet : kestrova::supportedInstructionSets()) {
+        std::printf(" %16s", pSet->m_pszName);
     }
     std::printf("\n");
 }
@@ -122,7 +122,7 @@ void compareGeneral(const Size& rSize, double dSeconds)
 void compareSurfaces(const Size& rSize, double dSeconds)
 {
     const auto frames = bench::makeFrames(rSize.m_nRows, rSize.m_nCols, rSize.m_nDisparities);
-    kestrova::forceInstructionSet(kestrova::supportedInstructionSets().back());
+    kestrova::forceInstructionSet(*kestrova::supportedInstructionSets().back());
     Rig rig(frames, rSize, 11);
     kestrova::StereoContext& r = rig.m_context;
     const Bytes aPair[] = {rig.m_aImages[0], rig.m_aImages[2]};
@@ -178,7 +178,7 @@ int main(int argc, char** argv)
 {
     const double dSeconds = argc > 1 ? std::stod(argv[1]) : 3;
     cv::setNumThreads(1);
-    std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    std::printf("In use on this processor: %s\n", kestrova::instructionSet().m_pszName);
     const bool bAll = argc < 3 || std::string(argv[2]) != "surfaces";
     for (const Size& rSize : {Size{240, 320, 32}, Size{480, 640, 64}, Size{960, 1280, 128}}) {
         if (bAll) {

@@ -1,5 +1,5 @@
 // Row kernels in every form that this processor runs, in pixels per second, on rows of 640.
-#include "stereo/kernels.h"
+#include "kernels/InstructionSet.h"
 
 #include <benchmark/benchmark.h>
 
@@ -34,22 +34,29 @@ void add(const char* pszForm, const char* pszKernel, Kernel kernel)
     });
 }
 
+void addForm(const kestrova::KernelForm* pForm)
+{
+    const char* pszName = pForm->m_pszName;
+    add(pszName, "abs_diff",
+        [=](Rows& r) { pForm->abs_diff(r.m_out8.data(), r.m_a.data(), r.m_b.data(), sk_nPixels); });
+    add(pszName, "acc_abs_diff",
+        [=](Rows& r) { pForm->acc_abs_diff(r.m_out8.data(), r.m_a.data(), r.m_b.data(), sk_nPixels); });
+    add(pszName, "box_add_sub16",
+        [=](Rows& r) { pForm->box_add_sub16(r.m_out16.data(), 0, r.m_a.data(), r.m_b.data(), sk_nPixels); });
+    add(pszName, "stereo_min",
+        [=](Rows& r) { pForm->stereo_min(r.m_best.data(), r.m_out8.data(), r.m_scores.data(), 5, sk_nPixels); });
+    add(pszName, "row_pack_op",
+        [=](Rows& r) { pForm->row_pack_op(r.m_out8.data(), sk_nPixels, r.m_scores.data(), 1337); });
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    for (const kestrova::KernelForm* pForm : kestrova::kernelForms()) {
-        const char* pszName = pForm->m_pszName;
-        add(pszName, "abs_diff",
-            [=](Rows& r) { pForm->abs_diff(r.m_out8.data(), r.m_a.data(), r.m_b.data(), sk_nPixels); });
-        add(pszName, "acc_abs_diff",
-            [=](Rows& r) { pForm->acc_abs_diff(r.m_out8.data(), r.m_a.data(), r.m_b.data(), sk_nPixels); });
-        add(pszName, "box_add_sub16",
-            [=](Rows& r) { pForm->box_add_sub16(r.m_out16.data(), 0, r.m_a.data(), r.m_b.data(), sk_nPixels); });
-        add(pszName, "stereo_min",
-            [=](Rows& r) { pForm->stereo_min(r.m_best.data(), r.m_out8.data(), r.m_scores.data(), 5, sk_nPixels); });
-        add(pszName, "row_pack_op",
-            [=](Rows& r) { pForm->row_pack_op(r.m_out8.data(), sk_nPixels, r.m_scores.data(), 1337); });
+    for (const kestrova::InstructionSet* pSet : kestrova::supportedInstructionSets()) {
+        for (const kestrova::KernelForm& rForm : pSet->m_aRowKernels) {
+            addForm(&rForm);
+        }
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

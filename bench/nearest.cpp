@@ -38,10 +38,22 @@ double noise(Random& rRandom)
     return std::normal_distribution<double>(0, 0.002)(rRandom);
 }
 
+/** Beside the points, as when one cloud is held against another. */
+Point near(Random& r, const Point& rPoint)
+{
+    return {rPoint[0] + noise(r), rPoint[1] + noise(r), rPoint[2] + noise(r)};
+}
+
+Point farAbove(Random& r, const Point& rPoint)
+{
+    return {rPoint[0], rPoint[1], rPoint[2] + 2 + uniform(r)};
+}
+
 struct Shape
 {
     const char* m_pszName;
     Point (*m_pPoint)(Random&);
+    Point (*m_pQuery)(Random&, const Point& rPoint) = near;
 };
 
 const Shape sk_aShapes[] = {
@@ -70,6 +82,11 @@ const Shape sk_aShapes[] = {
          const double d = uniform(r);
          return Point{d + noise(r), d + noise(r), d + noise(r)};
      }},
+    {"flat, from above",
+     [](Random& r) {
+         return Point{uniform(r), uniform(r), 0};
+     },
+     farAbove},
 };
 
 /** What nanoflann asks of its points. */
@@ -133,9 +150,8 @@ void compareShape(const Shape& rShape)
         points.m_points.push_back(p);
         cloud.insertPoint(new LYRPoint3d(p[0], p[1], p[2]));
     }
-    for (int i = 0; i < sk_nQueries; ++i) { // beside the points, as when one cloud is held against another
-        const Point p = rShape.m_pPoint(random);
-        queries.m_points.push_back({p[0] + noise(random), p[1] + noise(random), p[2] + noise(random)});
+    for (int i = 0; i < sk_nQueries; ++i) {
+        queries.m_points.push_back(rShape.m_pQuery(random, rShape.m_pPoint(random)));
     }
     std::unique_ptr<TheirIndex> pTheirs;
     const auto build = [&] { pTheirs = std::make_unique<TheirIndex>(3, points); };

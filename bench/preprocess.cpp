@@ -6,11 +6,11 @@
 #include "Rig.h"
 #include "SideBySide.h"
 
+#include "kernels/InstructionSet.h"
 #include "rectify/boxFilters.h"
 #include "rectify/lowpass.h"
 #include "rectify/models.h"
 #include "rectify/unpack.h"
-#include "stereo/InstructionSet.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -58,9 +58,9 @@ void compareForms(const Stage& rStage, double dSeconds)
     }
     const auto sets = kestrova::supportedInstructionSets();
     std::vector<std::function<void()>> works = {[&] { rStage.m_theirs(theirResult); }};
-    for (const auto eSet : sets) {
-        works.emplace_back([&, eSet] {
-            kestrova::forceInstructionSet(eSet);
+    for (const auto* pSet : sets) {
+        works.emplace_back([&, pSet] {
+            kestrova::forceInstructionSet(*pSet);
             rStage.m_ours(ourResult);
         });
     }
@@ -141,12 +141,12 @@ int main(int argc, char** argv)
 {
     const double dSeconds = argc > 1 ? std::stod(argv[1]) : 2;
     cv::setNumThreads(1);
-    std::printf("In use on this processor: %s\n", kestrova::nameOf(kestrova::instructionSet()));
+    std::printf("In use on this processor: %s\n", kestrova::instructionSet().m_pszName);
     for (const auto& [nRows, nCols] : {std::pair{240, 320}, {480, 640}, {960, 1280}}) {
         std::printf("\n%d x %d: milliseconds (times faster than OpenCV)\n  %-46s %8s", nCols, nRows, "ours | theirs",
                     "OpenCV");
-        for (const auto eSet : kestrova::supportedInstructionSets()) {
-            std::printf(" %16s", kestrova::nameOf(eSet));
+        for (const auto* pSet : kestrova::supportedInstructionSets()) {
+            std::printf(" %16s", pSet->m_pszName);
         }
         std::printf("\n");
         const cv::Mat raw = bench::makeFrames(nRows, nCols, 64).m_right;

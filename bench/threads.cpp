@@ -9,9 +9,9 @@
 #include "SideBySide.h"
 
 #include "api/MultiContext.h"
-#include "api/run.h"
-#include "stereo/InstructionSet.h"
-#include "stereo/processor.h"
+#include "kernels/InstructionSet.h"
+#include "kernels/processor.h"
+#include "run/run.h"
 #include "stereo/twoCameraStereo.h"
 #include "support/CalibrationText.h"
 
@@ -286,8 +286,7 @@ void compareStart(double dSeconds)
 int main(int nArguments, char** apszArguments)
 {
     const double dSeconds = nArguments > 1 ? std::atof(apszArguments[1]) : 2;
-    std::printf("%u processors, %s\n", std::thread::hardware_concurrency(),
-                kestrova::nameOf(kestrova::instructionSet()));
+    std::printf("%u processors, %s\n", std::thread::hardware_concurrency(), kestrova::instructionSet().m_pszName);
     const std::string part = nArguments > 2 ? apszArguments[2] : "";
     if (part != "runs") {
         compareStart(dSeconds);

@@ -17,8 +17,11 @@
  *
  * Errors: functions return a KestrovaError and put results through pointers. An output that a failing function would
  * have filled stays as it was. None throws on a bad argument; only a failed allocation travels as the allocator's
- * exception, and ends the program when it meets a worker thread of kestrovaStereo. A null KestrovaContext counts as one
+ * exception, and leaves the handle fit for further calls (see kestrovaStereo). A null KestrovaContext counts as one
  * without an active context; other pointers must not be null unless a function says what null does.
+ *
+ * Text: files are read and written as in the C locale, with decimal points, whatever locale the program has chosen.
+ * That locale is not touched, not even for a moment, so other threads never notice.
  *
  * Messages: there are none, but for loading: a calibration section that says "Debug on" has what it lacks printed to
  * standard output, and so has kestrovaGetDefaultContextFromMemory a text without a section, and kestrovaReadImageExtra
@@ -80,9 +83,9 @@ KESTROVA_ENUM(KestrovaError){
     KestrovaErrorInvalidParameter = 12,          /**< a null pointer or bad argument, where it is tested */
     KestrovaErrorSurfaceValidationOverflow = 13, /**< never returned by this version */
     KestrovaErrorTransformFileCorrupt = 14,      /**< a transform file that cannot be read or written */
-    KestrovaErrorSystem = 15,        /**< the system refused, such as a file that cannot be opened for writing */
-    KestrovaErrorImageFileRead = 16, /**< an image file that cannot be read back */
-    KestrovaErrorImageComment = 17   /**< an image comment that cannot be parsed */
+    KestrovaErrorSystem = 15,                    /**< the system refused, such as a file that cannot be written */
+    KestrovaErrorImageFileRead = 16,             /**< an image file that cannot be read back */
+    KestrovaErrorImageComment = 17               /**< an image comment that cannot be parsed */
 };
 KESTROVA_ENUM_TYPE(KestrovaError)
 
@@ -307,8 +310,8 @@ typedef struct KestrovaImageInfo
 KESTROVA_API const char* kestrovaErrorToString(KestrovaError error);
 
 /**
- * Name and version, such as "Kestrova Stereo Vision SDK 3.4 Alpha 2". The text stands in one static buffer that each
- * call rewrites with the same characters.
+ * Name and version, such as "Kestrova Stereo Vision SDK 3.4 Alpha 2". The text stands in one static buffer that the
+ * first call fills; any thread may call this at any time.
  */
 KESTROVA_API const char* kestrovaVersion(void);
 
@@ -388,7 +391,12 @@ KESTROVA_API void kestrovaEnableSSEIfAvailable(bool enable);
  *         KestrovaErrorInvalidParameter   path is null;
  *         KestrovaErrorNoConfigFile       the file cannot be opened;
  *         KestrovaErrorConfigFileCorrupt  the first section cannot be read, or a readable one has a version other than
- *                                         2.0, 2.1, 2.2 and 3.0.
+ *                                         2.0, 2.1, 2.2 and 3.0; path is a pipe, a device or a folder;
+ *         KestrovaErrorSystem             the system refuses a thread.
+ *
+ * A map with a knot or coefficient that is no finite number makes its section unreadable, and so does a map of more
+ * than 32 coefficients along an axis whose knots descend, lie closer than 1e-100 without being equal, or beyond 1e100.
+ * A file is read as far as 64 MiB, each line counted with 32 bytes more.
  *
  * Starts the worker threads of the handle: one per processor, but at most 4 and at least 1.
  */
@@ -406,22 +414,28 @@ KESTROVA_API KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* 
  * Makes a second handle with the settings, active camera set and thread count of the first, and worker threads of its
  * own.
  *
- * The calibration and its cameras are shared: an adjustment of a camera reaches both handles. Images are shared too,
- * until one of the handles replaces them by images of another size or by a caller's buffer. So two handles that come
- * from one another must not run at once before each has buffers of its own (kestrovaSetImageBuffer), and must never
- * preprocess, prepare or adjust cameras at once, since warp tables belong to the cameras. An error that the last run of
- * the source left is not copied.
+ * The calibration and its cameras are shared: an adjustment of a camera reaches both handles. The images of
+ * kestrovaGetImage and kestrovaGetImage16 are shared too, until one of the handles replaces them by images of another
+ * size or by a caller's buffer. So two handles that come from one another must not run at once before each has buffers
+ * of its own for all of these that the run reads or writes (kestrovaSetImageBuffer, kestrovaSetImage16Buffer); the
+ * second images of KestrovaStereoEnhanced are each handle's own. They must never preprocess, prepare or adjust cameras
+ * at once, since warp tables belong to the cameras. kestrovaRectifyPixel, kestrovaUnrectifyPixel,
+ * kestrovaRectifyColorImage and kestrovaRectifyPackedColorImage may be called on both at once, and beside a run of the
+ * other, as long as neither handle adjusts a camera. Colour images and an error that the last run of the source left
+ * are not copied.
  *
  * @param source  handle
  * @param out     set to the new handle, to be released by kestrovaDestroyContext
  * @return KestrovaErrorOk;
- *         KestrovaErrorInvalidContext  source is null; *out stays.
+ *         KestrovaErrorInvalidContext  source is null;
+ *         KestrovaErrorSystem          the system refuses a thread.
+ *         *out stays after an error.
  */
 KESTROVA_API KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out);
 
 /**
  * Waits for the handle's threads to end and releases all that it owns. Images that the caller lent it stay the
- * caller's; pointers that the handle gave out end here.
+ * caller's; pointers that the handle gave out end here. Needs no memory.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  null.
@@ -444,8 +458,9 @@ KESTROVA_API KestrovaError kestrovaGetSerialNumber(KestrovaContext context, int*
  *
  * @param context  handle
  * @param path     of the file, which is replaced
- * @return KestrovaErrorOk, also when the disk is full: writing is not watched;
- *         KestrovaErrorSystem          the file cannot be opened for writing;
+ * @return KestrovaErrorOk;
+ *         KestrovaErrorSystem          the file cannot be opened for writing, or not be written to its end, as when the
+ *                                      disk is full. What was opened is left empty;
  *         KestrovaErrorInvalidContext  no active context, or a section without text; the file ends before it.
  *
  * A section that was loaded from memory holds all that follows it in the block, so a block of several sections comes
@@ -526,7 +541,7 @@ KESTROVA_API KestrovaError kestrovaGetDeviceConfiguration(KestrovaContext contex
  *
  * Every plane, or the packed frame, must be readable over nrows * rowinc bytes, the padding of its last row included:
  * in sets whose cameras are not in the order of their channels, padding of a plane counts as part of its image. A plane
- * may be null if no camera of the configuration sits on its channel.
+ * may be null if no camera of the configuration sits on its channel; the raw image of its camera is empty then.
  *
  * @param context  handle with an active context
  * @param input    the frame; null, or a null plane of a camera in use, gives KestrovaErrorInvalidParameter
@@ -584,6 +599,11 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  * A failed run leaves its error behind: this function, kestrovaGetImage and kestrovaGetImage16 return it again, without
  * doing anything, until kestrovaSetMaxThreadCount changes the count. The error of the topmost band counts, and in a
  * band that of its last region that failed.
+ *
+ * Memory: the first run with some settings allocates what it works in, and later ones with the same settings allocate
+ * nothing, with one exception: surface validation takes more when an image falls into more pieces than any before. A
+ * failed allocation, on whichever thread, leaves this function as the allocator's exception, once nothing of the run is
+ * going on any more. The disparity images then hold parts of the result, and the next run is a whole one again.
  */
 KESTROVA_API KestrovaError kestrovaStereo(KestrovaContext context);
 
@@ -626,8 +646,8 @@ KESTROVA_API KestrovaError kestrovaGetImage16(KestrovaContext context, KestrovaI
  * The rows stand without gaps, and there are as many rows and columns as kestrovaSetResolution says, for raw as the
  * last frame or kestrovaSetSourceResolution says. When the size changes later, the context quietly goes back to storage
  * of its own at the next frame or run. Raw images take a caller's buffer for packed frames only: planes of a frame
- * replace it. With kestrovaSetRectify off every frame replaces the rectified images. Nothing is copied into the buffer
- * by this call.
+ * replace it, for good. With kestrovaSetRectify off every frame replaces the rectified images. Nothing is copied into
+ * the buffer by this call.
  *
  * @param context  handle with an active context; no run may be going on
  * @param buffer   rows * columns bytes, which must live until they are replaced, unset, or the context is destroyed;
@@ -663,9 +683,10 @@ KESTROVA_API KestrovaError kestrovaUnsetImage16Buffer(KestrovaContext context, K
 /* ---- image files ----------------------------------------------------------------------------------------------- */
 
 /*
- * Writing is not watched once the file is open: a full disk gives KestrovaErrorOk. Files are binary PGM and PPM, with
- * two decisions of ours: 16-bit samples are LOW BYTE FIRST, as they stand in memory, while other programs expect the
- * high byte first, and the header of colour files ends in a blank. docs/files.md tells how to read them elsewhere.
+ * A file that cannot be written to its end, as when the disk is full, is left empty, and the function says so. Signals
+ * that interrupt a write do no harm. Files are binary PGM and PPM, with two decisions of ours: 16-bit samples are LOW
+ * BYTE FIRST, as they stand in memory, while other programs expect the high byte first, and the header of colour files
+ * ends in a blank. docs/files.md tells how to read them elsewhere.
  */
 
 /**
@@ -674,7 +695,9 @@ KESTROVA_API KestrovaError kestrovaUnsetImage16Buffer(KestrovaContext context, K
  * @param image  any record with valid pixels, not only one that the library filled; must not be null
  * @param path   of the file, which is replaced
  * @return KestrovaErrorOk;
- *         KestrovaErrorSystem  the file cannot be opened for writing.
+ *         KestrovaErrorInvalidParameter  a negative size, or pixels that are null though there are rows and columns;
+ * the file stays as it was; KestrovaErrorSystem            the file cannot be opened for writing, or not be written to
+ * its end.
  */
 KESTROVA_API KestrovaError kestrovaSaveImage(const KestrovaImage* image, const char* path);
 
@@ -699,9 +722,10 @@ KESTROVA_API KestrovaError kestrovaSavePackedColorImage(const KestrovaPackedColo
  * @param path     of the file, which is replaced
  * @return as kestrovaGetImage, and then
  *         KestrovaErrorInvalidParameter  camera is KestrovaCamColor;
- *         KestrovaErrorSystem            the file cannot be opened for writing.
+ *         KestrovaErrorSystem            the file cannot be opened for writing, or not be written to its end.
  *
- * Waits for a run to end, but for raw images. An image that was never made gives a file of a header only.
+ * Waits for a run to end, but for raw images. An image that was never made gives a file of a header only, whose comment
+ * tells of settings that were never used: Fast, off and 0.
  */
 KESTROVA_API KestrovaError kestrovaSaveImageExtra(KestrovaContext context, KestrovaImageType type,
                                                   KestrovaCamera camera, const char* path);
@@ -1085,9 +1109,10 @@ KESTROVA_API KestrovaError kestrovaSetStereoMask(KestrovaContext context, int si
 KESTROVA_API KestrovaError kestrovaGetStereoMask(KestrovaContext context, int* size); /**< as kestrovaGetEdgeMask */
 
 /**
- * As kestrovaSetStereoMask, but accepts every size of 1 and above, even ones too. A window that does not fit into the
- * image leaves all pixels invalid; for vertical pairs and L sets kestrovaStereo then returns KestrovaErrorInvalidROI,
- * as it does for a region that leaves the window no room.
+ * As kestrovaSetStereoMask, but accepts every size of 1 and above, even ones too: those reach one pixel less far right
+ * and down than left and up. A window that does not fit into the image leaves all pixels invalid; for vertical pairs
+ * and L sets kestrovaStereo then returns KestrovaErrorInvalidROI, as it does for a region that leaves the window no
+ * room.
  */
 KESTROVA_API KestrovaError kestrovaSetAnyStereoMask(KestrovaContext context, int size);
 
@@ -1275,10 +1300,11 @@ KESTROVA_API KestrovaError kestrovaGetMaxThreadCount(KestrovaContext context, in
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidSetting  out of range, whatever the handle;
  *         KestrovaErrorInvalidContext  null;
- *         KestrovaErrorInvalidRequest  a run is going on.
+ *         KestrovaErrorInvalidRequest  a run is going on;
+ *         KestrovaErrorSystem          the system refuses a thread.
  *
  * A count that differs from the present one replaces the threads and drops the error that the last run left; the
- * present count keeps both.
+ * present count keeps both, and so does a failure.
  */
 KESTROVA_API KestrovaError kestrovaSetMaxThreadCount(KestrovaContext context, int count);
 
@@ -1441,7 +1467,8 @@ KESTROVA_API KestrovaError kestrovaGetKestrovaToWorldTransform(KestrovaContext c
  * @param fileName   path WITHOUT its ending ".trans", at most 193 characters
  * @param transform  filled; must not be null
  * @return KestrovaErrorOk;
- *         KestrovaErrorTransformFileCorrupt  no such file, or a key or number is missing in it; the record stays.
+ *         KestrovaErrorTransformFileCorrupt  no such file, it is a pipe, a device or a folder, or a key or number is
+ *                                            missing in it; the record stays.
  */
 KESTROVA_API KestrovaError kestrovaGetTransformFromFile(const char* fileName, KestrovaTransform* transform);
 
@@ -1451,7 +1478,8 @@ KESTROVA_API KestrovaError kestrovaGetTransformFromFile(const char* fileName, Ke
  * @param fileName   as kestrovaGetTransformFromFile
  * @param transform  of which the file keeps three angles and the translation; must not be null
  * @return KestrovaErrorOk;
- *         KestrovaErrorTransformFileCorrupt  the file cannot be opened for writing.
+ *         KestrovaErrorTransformFileCorrupt  the file cannot be opened for writing, or not be written to its end; it is
+ *                                            left empty then.
  */
 KESTROVA_API KestrovaError kestrovaWriteTransformToFile(const char* fileName, const KestrovaTransform* transform);
 

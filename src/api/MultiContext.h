@@ -4,7 +4,7 @@
 // A handle has no lock: one thread at a time calls the public functions on it.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "parallel/ExecutorPool.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 // What the calibration says of the camera set, and the adjustments of its cameras.
-#include "api/cameraIndex.h"
 #include "api/settingShims.h"
+#include "context/cameraIndex.h"
 #include "geometry/disparityToPoint.h"
 #include "kestrova.h"
 #include "rectify/Camera.h"

@@ -1,8 +1,8 @@
 // Calibrations to files.
 #include "api/MultiContext.h"
 #include "calibration/write.h"
+#include "files/OutputFile.h"
 #include "kestrova.h"
-#include "pgm/FilePtr.h"
 
 using namespace kestrova;
 
@@ -15,16 +15,17 @@ KestrovaError writeSections(KestrovaContext context, const char* pszPath, Write 
     if (getActiveContext(context) == nullptr) {
         return KestrovaErrorInvalidContext;
     }
-    const FilePtr pFile(std::fopen(pszPath, "w"));
-    if (pFile == nullptr) {
+    OutputFile file(pszPath);
+    if (file.stream() == nullptr) {
         return KestrovaErrorSystem;
     }
+    KestrovaError eError = KestrovaErrorOk;
     for (const auto& rpContext : multiContextOf(context)->m_apContexts) {
-        if (rpContext != nullptr && !write(*rpContext, pFile.get())) {
-            return KestrovaErrorInvalidContext;
+        if (eError == KestrovaErrorOk && rpContext != nullptr && !write(*rpContext, file.stream())) {
+            eError = KestrovaErrorInvalidContext; // the sections before it stay
         }
     }
-    return KestrovaErrorOk;
+    return file.finish() ? eError : KestrovaErrorSystem;
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // Rectified colour images of the context.
-#include "rectify/colour.h"
+#include "preprocess/colour.h"
 
-#include "api/cameraIndex.h"
 #include "api/settingShims.h"
+#include "context/cameraIndex.h"
 #include "kestrova.h"
 
 using namespace kestrova;

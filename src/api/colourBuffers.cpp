@@ -1,7 +1,7 @@
 // Caller's memory as storage of the rectified colour images.
-#include "api/cameraIndex.h"
 #include "api/settingShims.h"
 #include "api/storage.h"
+#include "context/cameraIndex.h"
 #include "kestrova.h"
 
 using namespace kestrova;

@@ -1,9 +1,10 @@
 // The handle: made from a calibration source or from another handle, and destroyed.
 #include "api/MultiContext.h"
+#include "api/refusedThreads.h"
 #include "calibration/load.h"
+#include "files/FilePtr.h"
 #include "kestrova.h"
 
-#include <cstdio>
 #include <memory>
 
 using namespace kestrova;
@@ -42,10 +43,27 @@ KestrovaError loadDefaultContextFromSource(KestrovaContext* pOut, Load load)
     return KestrovaErrorOk;
 }
 
-struct FileCloser
+std::unique_ptr<MultiContext> copyOf(const MultiContext& rSource)
 {
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
+    auto pCopy = std::make_unique<MultiContext>(ExecutorPool::getSafeSize(rSource.m_pExecutorPool.get()));
+    pCopy->m_bAsynchronous = rSource.m_bAsynchronous;
+    pCopy->m_nActiveIndex = rSource.m_nActiveIndex;
+    for (std::size_t i = 0; i < rSource.m_apContexts.size(); ++i) {
+        if (rSource.m_apContexts[i] != nullptr) {
+            pCopy->m_apContexts[i] = std::make_unique<StereoContext>(*rSource.m_apContexts[i]);
+            pCopy->m_apContexts[i]->ownHiddenImages();
+        }
+    }
+    const auto counterpart = [&](const StereoContext* pContext) {
+        const int nSlot = pContext != nullptr ? slotOf(rSource, pContext) : -1;
+        return nSlot >= 0 ? pCopy->m_apContexts[static_cast<std::size_t>(nSlot)].get() : nullptr;
+    };
+    pCopy->m_pActiveContext = counterpart(rSource.m_pActiveContext);
+    for (std::size_t i = 0; i < rSource.m_apConfigurationContexts.size(); ++i) {
+        pCopy->m_apConfigurationContexts[i] = counterpart(rSource.m_apConfigurationContexts[i]);
+    }
+    return pCopy;
+}
 
 } // namespace
 
@@ -55,12 +73,14 @@ KestrovaError kestrovaGetDefaultContextFromFile(KestrovaContext* out, const char
     if (path == nullptr) {
         return KestrovaErrorInvalidParameter;
     }
-    const std::unique_ptr<std::FILE, FileCloser> pFile(std::fopen(path, "rb"));
+    const FilePtr pFile = openAtOnce(path);
     if (pFile == nullptr) {
         return KestrovaErrorNoConfigFile;
     }
-    return loadDefaultContextFromSource(out, [&](StereoContext* pContext, int nSection) {
-        return loadContextFromStream(pFile.get(), pContext, nSection);
+    return startingThreads([&] {
+        return loadDefaultContextFromSource(out, [&](StereoContext* pContext, int nSection) {
+            return loadContextFromStream(pFile.get(), pContext, nSection);
+        });
     });
 }
 
@@ -70,8 +90,11 @@ KestrovaError kestrovaGetDefaultContextFromMemory(KestrovaContext* out, const vo
     if (block == nullptr) {
         return KestrovaErrorInvalidParameter;
     }
-    return loadDefaultContextFromSource(
-        out, [&](StereoContext* pContext, int nSection) { return loadContextFromMemory(block, pContext, nSection); });
+    return startingThreads([&] {
+        return loadDefaultContextFromSource(out, [&](StereoContext* pContext, int nSection) {
+            return loadContextFromMemory(block, pContext, nSection);
+        });
+    });
 }
 
 KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out)
@@ -80,24 +103,10 @@ KestrovaError kestrovaCopyContext(KestrovaContext source, KestrovaContext* out)
     if (pSource == nullptr) {
         return KestrovaErrorInvalidContext;
     }
-    auto pCopy = std::make_unique<MultiContext>(ExecutorPool::getSafeSize(pSource->m_pExecutorPool.get()));
-    pCopy->m_bAsynchronous = pSource->m_bAsynchronous;
-    pCopy->m_nActiveIndex = pSource->m_nActiveIndex;
-    for (std::size_t i = 0; i < pSource->m_apContexts.size(); ++i) {
-        if (pSource->m_apContexts[i] != nullptr) {
-            pCopy->m_apContexts[i] = std::make_unique<StereoContext>(*pSource->m_apContexts[i]);
-        }
-    }
-    const auto counterpart = [&](const StereoContext* pContext) {
-        const int nSlot = pContext != nullptr ? slotOf(*pSource, pContext) : -1;
-        return nSlot >= 0 ? pCopy->m_apContexts[static_cast<std::size_t>(nSlot)].get() : nullptr;
-    };
-    pCopy->m_pActiveContext = counterpart(pSource->m_pActiveContext);
-    for (std::size_t i = 0; i < pSource->m_apConfigurationContexts.size(); ++i) {
-        pCopy->m_apConfigurationContexts[i] = counterpart(pSource->m_apConfigurationContexts[i]);
-    }
-    *out = handleOf(pCopy.release());
-    return KestrovaErrorOk;
+    return startingThreads([&] {
+        *out = handleOf(copyOf(*pSource).release());
+        return KestrovaErrorOk;
+    });
 }
 
 KestrovaError kestrovaDestroyContext(KestrovaContext context)

@@ -1,18 +1,26 @@
 // Images to and from files.
 #include "api/settingShims.h"
+#include "files/OutputFile.h"
 #include "imageio/imageComment.h"
 #include "imageio/imageInfo.h"
 #include "imageio/pnmWrite.h"
 #include "kestrova.h"
-#include "pgm/FilePtr.h"
 
 using namespace kestrova;
 
 namespace {
 
-KestrovaError writeResult(bool bOpened)
+KestrovaError writeResult(bool bWritten)
 {
-    return bOpened ? KestrovaErrorOk : KestrovaErrorSystem;
+    return bWritten ? KestrovaErrorOk : KestrovaErrorSystem;
+}
+
+/** A record that has pixels as it says; an image without rows or columns needs none. */
+template<class Record, class... Planes>
+bool isWhole(const Record* pRecord, const Planes*... pPlanes)
+{
+    return pRecord->nrows >= 0 && pRecord->ncols >= 0 &&
+           (pRecord->nrows == 0 || pRecord->ncols == 0 || (... && (pPlanes != nullptr)));
 }
 
 /** A view over the pixels of a record, whose row distance counts bytes. */
@@ -55,34 +63,42 @@ KestrovaError readExtra(const char* pszPath, Record* pImage, KestrovaImageInfo* 
 
 KestrovaError kestrovaSaveImage(const KestrovaImage* image, const char* path)
 {
-    return writeResult(dump_pgm(path, viewOf(*image, image->data), nullptr));
+    return isWhole(image, image->data) ? writeResult(dump_pgm(path, viewOf(*image, image->data), nullptr))
+                                       : KestrovaErrorInvalidParameter;
 }
 
 KestrovaError kestrovaSaveImage16(const KestrovaImage16* image, const char* path)
 {
     // Its header differs from that of the form with a comment: no comment line, and a blank at the end. Readers of
     // these files count on it.
-    const FilePtr pFile(std::fopen(path, "wb"));
-    if (pFile == nullptr) {
+    if (!isWhole(image, image->data)) {
+        return KestrovaErrorInvalidParameter;
+    }
+    OutputFile file(path);
+    if (file.stream() == nullptr) {
         return KestrovaErrorSystem;
     }
-    std::fprintf(pFile.get(), "P5\n%d %d\n%d ", image->ncols, image->nrows, 65535);
+    std::fprintf(file.stream(), "P5\n%d %d\n%d ", image->ncols, image->nrows, 65535);
     const Image<std::uint16_t> view = viewOf(*image, image->data);
     for (int nRow = 0; nRow < view.nRows(); ++nRow) {
-        std::fwrite(&view[nRow][0], 2, static_cast<std::size_t>(view.nCols()), pFile.get());
+        std::fwrite(&view[nRow][0], 2, static_cast<std::size_t>(view.nCols()), file.stream());
     }
-    return KestrovaErrorOk;
+    return writeResult(file.finish());
 }
 
 KestrovaError kestrovaSaveColorImage(const KestrovaColorImage* image, const char* path)
 {
+    if (!isWhole(image, image->red, image->green, image->blue)) {
+        return KestrovaErrorInvalidParameter;
+    }
     return writeResult(
         dump_ppm(path, viewOf(*image, image->red), viewOf(*image, image->green), viewOf(*image, image->blue)));
 }
 
 KestrovaError kestrovaSavePackedColorImage(const KestrovaPackedColorImage* image, const char* path)
 {
-    return writeResult(dump_ppm(path, viewOf(*image, image->data)));
+    return isWhole(image, image->data) ? writeResult(dump_ppm(path, viewOf(*image, image->data)))
+                                       : KestrovaErrorInvalidParameter;
 }
 
 KestrovaError kestrovaSaveImageExtra(KestrovaContext context, KestrovaImageType type, KestrovaCamera camera,

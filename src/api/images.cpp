@@ -1,7 +1,7 @@
 // The images of a context: views for the caller, and memory of the caller's as their storage.
-#include "api/cameraIndex.h"
 #include "api/settingShims.h"
 #include "api/storage.h"
+#include "context/cameraIndex.h"
 #include "kestrova.h"
 
 using namespace kestrova;

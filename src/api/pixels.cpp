@@ -1,9 +1,9 @@
 // Single pixels between a camera's raw and rectified image.
-#include "api/cameraIndex.h"
 #include "api/settingShims.h"
+#include "context/cameraIndex.h"
 #include "kestrova.h"
+#include "preprocess/colour.h"
 #include "rectify/Camera.h"
-#include "rectify/colour.h"
 #include "rectify/pixelMapping.h"
 
 using namespace kestrova;

@@ -1,6 +1,6 @@
 // The point conversions: settings of the active context in, points and positions out.
 #include "api/MultiContext.h"
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "geometry/disparityToPoint.h"
 #include "kestrova.h"
 

@@ -1,9 +1,9 @@
 // One frame in: the public entries of preprocessing.
-#include "rectify/preprocess.h"
+#include "preprocess/preprocess.h"
 
 #include "api/settingShims.h"
 #include "kestrova.h"
-#include "parallel/furrowFix.h"
+#include "run/furrowFix.h"
 
 using namespace kestrova;
 

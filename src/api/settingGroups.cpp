@@ -1,8 +1,8 @@
 // Settings of more than one field: ranges, resolutions, quality and regions.
 #include "api/settingShims.h"
 #include "kestrova.h"
-#include "parallel/furrowFix.h"
-#include "rectify/contextWarpers.h"
+#include "preprocess/contextWarpers.h"
+#include "run/furrowFix.h"
 
 using namespace kestrova;
 

@@ -1,8 +1,8 @@
 // One run: the public entry of correlation.
 #include "api/MultiContext.h"
-#include "api/furrowRun.h"
-#include "api/run.h"
 #include "kestrova.h"
+#include "run/furrowRun.h"
+#include "run/run.h"
 #include "stereo/twoCameraStereo.h"
 
 using namespace kestrova;
@@ -26,7 +26,7 @@ KestrovaError kestrovaStereo(KestrovaContext context)
     if (pContext->m_bEnhancedStereo && pContext->m_bSubpixelInterpolation) {
         eStarted = furrowFixMultithreadedStereo(pPool, pContext);
     } else {
-        pPool->executeAsynch(bandsOf(*pContext, *pPool), &standardValidate, *pContext);
+        pPool->executeBands(&correlateBand, &standardValidate, *pContext);
     }
     // Whoever waits gets the answer of the pool alone.
     if (multiContextOf(context)->m_bAsynchronous && pPool->isRunning()) {

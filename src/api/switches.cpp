@@ -1,6 +1,6 @@
 // The processor switches, for the whole process and without a context.
+#include "kernels/processor.h"
 #include "kestrova.h"
-#include "stereo/processor.h"
 
 void kestrovaEnableMMXIfAvailable(bool enable)
 {

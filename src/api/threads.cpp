@@ -1,5 +1,6 @@
 // The number of worker threads of a handle.
 #include "api/MultiContext.h"
+#include "api/refusedThreads.h"
 #include "kestrova.h"
 
 using namespace kestrova;
@@ -30,6 +31,8 @@ KestrovaError kestrovaSetMaxThreadCount(KestrovaContext context, int count)
     if (pPool != nullptr && pPool->isRunning()) {
         return KestrovaErrorInvalidRequest;
     }
-    pMulti->m_pExecutorPool = std::make_unique<ExecutorPool>(nCount);
-    return KestrovaErrorOk;
+    return startingThreads([&] {
+        pMulti->m_pExecutorPool = std::make_unique<ExecutorPool>(nCount); // the old one stays unless all could start
+        return KestrovaErrorOk;
+    });
 }

@@ -1,6 +1,7 @@
 // Version of the library, which is that of its header, and the path it was loaded from.
 #include "kestrova.h"
 
+#include <array>
 #include <cstdio>
 #include <dlfcn.h>
 
@@ -32,10 +33,14 @@ const char* g_pszDynamicLibPath = sk_szUnavailable;
 
 const char* kestrovaVersion(void)
 {
-    static char s_szVersion[256];
-    std::snprintf(s_szVersion, sizeof s_szVersion, "%s %d.%d %s %d", "Kestrova Stereo Vision SDK", sk_version.m_nMajor,
-                  sk_version.m_nMinor, releaseWord(sk_version.m_nReleaseType), sk_version.m_nReleaseNumber);
-    return s_szVersion;
+    // Filled by the first call, while others wait: callers keep the pointer and read through it at any time.
+    static const auto s_text = [] {
+        std::array<char, 256> text{};
+        std::snprintf(text.data(), text.size(), "%s %d.%d %s %d", "Kestrova Stereo Vision SDK", sk_version.m_nMajor,
+                      sk_version.m_nMinor, releaseWord(sk_version.m_nReleaseType), sk_version.m_nReleaseNumber);
+        return text;
+    }();
+    return s_text.data();
 }
 
 int kestrovaGetVersionMajor(void)

@@ -1,10 +1,15 @@
 #include "calibration/blocks.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace kestrova {
 
 namespace {
 
 constexpr std::int32_t sk_nOrder = 4; // of the splines: knots of an axis minus its coefficients
+// So few coefficients of an axis may stand on any finite knots: values without meaning, but soon found.
+constexpr std::int32_t sk_nFewCoefs = 32;
 
 bool startsWith(const std::string& rLine, const char* pszKeyword)
 {
@@ -76,6 +81,35 @@ bool parseCounts(CalibrationLines block, WarpData* pWarp)
            pWarp->m_nNumKnots - sk_nOrder >= pWarp->m_nNumCoefsX;
 }
 
+bool areFinite(const std::vector<double>& rValues)
+{
+    return std::all_of(rValues.begin(), rValues.end(), [](double d) { return std::isfinite(d); });
+}
+
+/**
+ * Whether at any place at most four basis functions are not zero. Where knots go back and forth, or lie so close that a
+ * quotient overflows, all of them may be, and each pixel would take the square of their number.
+ */
+bool makeSparseBasis(const double* pdKnots, std::int32_t nKnots)
+{
+    constexpr double sk_dHuge = 1e100;
+    for (std::int32_t i = 0; i < nKnots; ++i) {
+        const double dStep = i > 0 ? pdKnots[i] - pdKnots[i - 1] : 0.0;
+        if (std::fabs(pdKnots[i]) > sk_dHuge || (dStep != 0.0 && dStep < 1 / sk_dHuge)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isUsable(const WarpData& r)
+{
+    const std::int32_t nKnots = r.m_nNumCoefsX + sk_nOrder;
+    return areFinite(r.m_knotsX) && areFinite(r.m_knotsY) && areFinite(r.m_coefs) &&
+           (r.m_nNumCoefsX <= sk_nFewCoefs ||
+            (makeSparseBasis(r.m_knotsX.data(), nKnots) && makeSparseBasis(r.m_knotsY.data(), nKnots)));
+}
+
 } // namespace
 
 bool parseWarp(CalibrationLines lines, std::int32_t nId, WarpData* pWarp)
@@ -85,7 +119,8 @@ bool parseWarp(CalibrationLines lines, std::int32_t nId, WarpData* pWarp)
     warp.m_nId = nId;
     if (!parseCounts(block, &warp) || !parseTokenDoubles("KNOTSX", block, &warp.m_knotsX, warp.m_nNumKnots) ||
         !parseTokenDoubles("KNOTSY", block, &warp.m_knotsY, warp.m_nNumKnots) ||
-        !parseTokenDoubleList("COEFS", block, &warp.m_coefs, warp.m_nNumCoefsX * warp.m_nNumCoefsY)) {
+        !parseTokenDoubleList("COEFS", block, &warp.m_coefs, warp.m_nNumCoefsX * warp.m_nNumCoefsY) ||
+        !isUsable(warp)) {
         return false;
     }
     *pWarp = std::move(warp);

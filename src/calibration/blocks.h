@@ -12,7 +12,10 @@ namespace kestrova {
 /** Channel of a camera block that carries colour; the others are 0 red, 1 green, 2 blue. */
 inline constexpr std::int32_t sk_nColorChannel = 100;
 
-/** One spline. parseWarp only gives sets of lists that the spline can read without running past an end. */
+/**
+ * One spline. parseWarp only gives finite numbers, in sets of lists that the spline can read without running past an
+ * end and evaluate in the time of their length.
+ */
 struct WarpData
 {
     std::int32_t m_nId = -1;

@@ -1,7 +1,7 @@
 // Where the cameras of a product stand, and which camera index that makes them.
 #pragma once
 
-#include "calibration/StereoProduct.h"
+#include "context/StereoProduct.h"
 
 #include <array>
 #include <cstdint>

@@ -1,10 +1,11 @@
 #include "calibration/lines.h"
 
+#include "files/FilePtr.h"
+#include "files/cText.h"
+
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <string_view>
-#include <strings.h>
 
 namespace kestrova {
 
@@ -12,11 +13,6 @@ namespace {
 
 constexpr char sk_szVersion[] = "Version";
 constexpr std::size_t sk_uVersionLength = sizeof sk_szVersion - 1;
-
-bool isSpace(char c)
-{
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
 
 void appendCleaned(std::string_view line, std::vector<std::string>& rLines)
 {
@@ -37,6 +33,31 @@ bool startsSection(const char* pszLine)
     return std::strncmp(pszLine, sk_szVersion, sk_uVersionLength) == 0;
 }
 
+/** Lines of a stream, as far as a text may reach. */
+class LineReader
+{
+public:
+    explicit LineReader(std::FILE* pStream) : m_pStream(pStream) {}
+
+    /** The next line; null at the end of the stream, or beyond what a text may take. */
+    const char* next()
+    {
+        if (m_nTaken > sk_nMaxText || std::fgets(m_acLine, sizeof m_acLine, m_pStream) == nullptr) {
+            return nullptr;
+        }
+        // A piece without an end may hold zero bytes, and more of them than can be seen.
+        const std::size_t uLength = std::strlen(m_acLine);
+        const bool bWhole = uLength != 0 && m_acLine[uLength - 1] == '\n';
+        m_nTaken += bWhole ? static_cast<std::int64_t>(sizeof(std::string) + uLength) : sk_nLineBufferSize;
+        return m_acLine;
+    }
+
+private:
+    std::FILE* m_pStream;
+    std::int64_t m_nTaken = 0;
+    char m_acLine[sk_nLineBufferSize];
+};
+
 /** Leaves the stream behind the last line that does not start a section, before the section wanted. */
 bool seekSection(std::FILE* pStream, int nSection)
 {
@@ -45,10 +66,10 @@ bool seekSection(std::FILE* pStream, int nSection)
     if (std::fgetpos(pStream, &position) != 0) {
         return false;
     }
-    char acLine[sk_nLineBufferSize];
+    LineReader lines(pStream);
     int nFound = 0;
-    while (std::fgets(acLine, sizeof acLine, pStream) != nullptr) {
-        if (startsSection(acLine)) {
+    while (const char* const pszLine = lines.next()) {
+        if (startsSection(pszLine)) {
             if (nFound == nSection) {
                 return std::fsetpos(pStream, &position) == 0;
             }
@@ -70,7 +91,8 @@ const char* nextLine(const char* psz)
 const char* findSection(const char* psz, int nSection)
 {
     for (int nFound = 0; *psz != '\0'; psz = nextLine(psz)) {
-        if (strncasecmp(psz, sk_szVersion, sk_uVersionLength) == 0 && nFound++ == nSection) {
+        const std::string_view start(psz, ::strnlen(psz, sk_uVersionLength));
+        if (equalIgnoringCase(start, sk_szVersion) && nFound++ == nSection) {
             break;
         }
     }
@@ -82,20 +104,20 @@ const char* findSection(const char* psz, int nSection)
 int loadFileToMemory(std::FILE* pStream, std::vector<std::string>& rLines, int nSection)
 {
     rLines.clear();
-    if (!seekSection(pStream, nSection)) {
+    if (!isPlainFile(pStream) || !seekSection(pStream, nSection)) {
         return 0;
     }
-    char acLine[sk_nLineBufferSize];
-    while (std::fgets(acLine, sizeof acLine, pStream) != nullptr) {
-        if (!rLines.empty() && startsSection(acLine)) {
+    LineReader lines(pStream);
+    while (const char* const pszLine = lines.next()) {
+        if (!rLines.empty() && startsSection(pszLine)) {
             break;
         }
         // A first line that is a comment stays as it is, terminator included, for the writer to repeat. It takes a
         // version line that ends with a backslash to get here.
-        if (rLines.empty() && acLine[0] == '#') {
-            rLines.emplace_back(acLine);
+        if (rLines.empty() && pszLine[0] == '#') {
+            rLines.emplace_back(pszLine);
         } else {
-            appendCleaned(acLine, rLines);
+            appendCleaned(pszLine, rLines);
         }
     }
     return static_cast<int>(rLines.size());

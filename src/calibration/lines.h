@@ -5,6 +5,7 @@
 // on it: see each.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -13,6 +14,11 @@ namespace kestrova {
 
 /** Bytes of the line buffer of a stream, with the closing NUL: a longer line arrives as several lines. */
 inline constexpr int sk_nLineBufferSize = 4096;
+/**
+ * What a stream may take, each line counted with its place in the table: a large text has some hundred kilobytes. What
+ * stands behind is not read, so that a file without end ends.
+ */
+inline constexpr std::int64_t sk_nMaxText = 64 << 20;
 /** Bytes of the longest line of a block, without its newline. */
 inline constexpr int sk_nMaxBlockLine = 4096;
 
@@ -21,7 +27,7 @@ inline constexpr int sk_nMaxBlockLine = 4096;
  * as empty strings. Comments in front of the section are not part of it.
  *
  * @param nSection  counted from 0
- * @return the number of lines stored, 0 if there is no such section
+ * @return the number of lines stored, 0 if there is no such section, or the stream is a pipe, a device or a folder
  */
 int loadFileToMemory(std::FILE* pStream, std::vector<std::string>& rLines, int nSection);
 

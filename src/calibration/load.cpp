@@ -1,14 +1,15 @@
 #include "calibration/load.h"
 
-#include "api/StereoContext.h"
 #include "calibration/blocks.h"
 #include "calibration/cameraPosition.h"
 #include "calibration/lines.h"
 #include "calibration/section.h"
+#include "context/StereoContext.h"
+#include "files/FilePtr.h"
+#include "files/cText.h"
 #include "rectify/Camera.h"
 
 #include <memory>
-#include <strings.h>
 #include <utility>
 
 namespace kestrova {
@@ -111,7 +112,7 @@ bool ContextLoader::classifyProduct()
                         {"PEMBERLOW", ProductPemberlow, 2},
                         {"TANDRELL", ProductTandrell, 2}};
     for (const auto& rProduct : sk_aProducts) {
-        if (strcasecmp(m_rContext.productName(), rProduct.pszName) == 0) {
+        if (equalIgnoringCase(m_rContext.productName(), rProduct.pszName)) {
             m_rContext.m_eProduct = rProduct.eProduct;
             m_rContext.m_nCameraCount = rProduct.nCameras;
             return true;
@@ -213,7 +214,7 @@ bool loadContextFromMemory(const void* pBlock, StereoContext* pContext, int nSec
 
 bool loadContextFromFile(const char* pszPath, StereoContext* pContext, int nSection)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pStream(std::fopen(pszPath, "rb"), &std::fclose);
+    const FilePtr pStream = openAtOnce(pszPath);
     return pStream != nullptr && loadContextFromStream(pStream.get(), pContext, nSection);
 }
 

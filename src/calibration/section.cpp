@@ -1,7 +1,7 @@
 #include "calibration/section.h"
 
-#include "api/StereoContext.h"
-#include "api/words.h"
+#include "context/StereoContext.h"
+#include "context/words.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -36,6 +36,13 @@ KestrovaRectImgQuality qualityFromText(const char* pszText)
         }
     }
     return static_cast<KestrovaRectImgQuality>(nQuality);
+}
+
+/** Pixels are counted in 32 bits, the rounding of rows to 32 bytes included. */
+bool canBeImage(std::int32_t nRows, std::int32_t nCols)
+{
+    constexpr std::int64_t sk_nSlack = 64;
+    return nRows * (nCols + sk_nSlack) <= INT32_MAX;
 }
 
 int lowByte(std::int32_t n)
@@ -242,7 +249,7 @@ void SectionReader::readResolution(StereoContext& rContext) const
     std::int32_t nRows = 0;
     std::int32_t nCols = 0;
     if (parseTokenIntInt("RESOLUTION", m_lines, &nRows, &nCols) && nRows >= 1 && nCols >= 1 &&
-        std::int64_t{nRows} * 4 == std::int64_t{nCols} * 3) {
+        std::int64_t{nRows} * 4 == std::int64_t{nCols} * 3 && canBeImage(nRows, nCols)) {
         rContext.m_nRows = nRows;
         rContext.m_nCols = nCols;
     } else {

@@ -1,22 +1,12 @@
 #include "calibration/tokens.h"
 
+#include "files/cText.h"
+
 #include <algorithm>
-#include <cctype>
-#include <cstdlib>
 
 namespace kestrova {
 
 namespace {
-
-bool isSpace(char c)
-{
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
-
-int lower(char c)
-{
-    return std::tolower(static_cast<unsigned char>(c));
-}
 
 void skipSpace(const char** ppszCursor)
 {
@@ -28,7 +18,7 @@ void skipSpace(const char** ppszCursor)
 bool readInt(const char** ppszCursor, std::int32_t* pnValue)
 {
     char* pszEnd = nullptr;
-    const long nValue = std::strtol(*ppszCursor, &pszEnd, 10);
+    const long nValue = toLong(*ppszCursor, &pszEnd);
     if (pszEnd == *ppszCursor) {
         return false;
     }
@@ -40,7 +30,7 @@ bool readInt(const char** ppszCursor, std::int32_t* pnValue)
 bool readDouble(const char** ppszCursor, double* pdValue)
 {
     char* pszEnd = nullptr;
-    const double dValue = std::strtod(*ppszCursor, &pszEnd);
+    const double dValue = toDouble(*ppszCursor, &pszEnd);
     if (pszEnd == *ppszCursor) {
         return false;
     }

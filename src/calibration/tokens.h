@@ -2,8 +2,8 @@
 //
 // One rule serves all parseToken functions: lines are tried from the first, a line takes part if it starts with the
 // keyword in any case, and the first line that gives all values wins. A line whose values fail does not end the search;
-// what stands behind the values is ignored. Outputs are written on success only. Decimal points are those of the
-// locale.
+// what stands behind the values is ignored. Outputs are written on success only. Letters, blanks and numbers are those
+// of the C locale.
 #pragma once
 
 #include <cstdint>

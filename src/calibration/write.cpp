@@ -1,9 +1,10 @@
 #include "calibration/write.h"
 
-#include "api/StereoContext.h"
-#include "api/words.h"
 #include "calibration/cameraPosition.h"
 #include "calibration/tokens.h"
+#include "context/StereoContext.h"
+#include "context/words.h"
+#include "files/cText.h"
 #include "rectify/Camera.h"
 
 #include <ctime>
@@ -24,6 +25,7 @@ const char* onOff(bool b)
 
 void writeAdjustment(std::FILE* pStream, const char* pszFormat, double dX, double dY)
 {
+    const CLocaleScope scope;
     if (dX != 0.0 || dY != 0.0) {
         std::fprintf(pStream, pszFormat, dX, dY);
     }
@@ -108,6 +110,7 @@ bool CalibrationWriter::writeSection1GeneralInfo() const
 
 void CalibrationWriter::writeValidations() const
 {
+    const CLocaleScope scope;
     const StereoContext& r = m_rContext;
     std::fprintf(m_pStream, "TextureValidation %s\n", onOff(r.m_bTextureValidation));
     std::fprintf(m_pStream, "TextureValidationThreshold % 4.1f\n", r.m_dTextureValidationThreshold);
@@ -150,6 +153,7 @@ bool CalibrationWriter::writeSection2StereoParameters() const
 
 bool CalibrationWriter::writeSection3CameraIntrinsics() const
 {
+    const CLocaleScope scope;
     const StereoContext& r = m_rContext;
     std::fprintf(m_pStream, "FocalLength %6g %6g\n", r.m_dFocalLengthRows, r.m_dFocalLengthCols);
     std::fprintf(m_pStream, "ImageCenter %6g %6g\n", r.m_dImageCenterColFactor, r.m_dImageCenterRowFactor);

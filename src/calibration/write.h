@@ -1,7 +1,8 @@
 // Writes a context back as calibration text.
 //
 // What is loaded is found in any spelling; what is copied block by block here is found in one spelling only: see
-// writeSection4CameraInternal. Numbers are written with the decimal point of the locale, as they are read.
+// writeSection4CameraInternal. Numbers are written as in the C locale, as they are read. What reaches the disk is for
+// the owner of the stream to ask.
 #pragma once
 
 #include <cstdio>

@@ -203,6 +203,7 @@ void LYRBSPnode::make(const LYRPointCloud3d& rCloud, int* pIndices, int nCount)
     } else {
         split(rCloud, pIndices, nCount);
     }
+    fitBox(rCloud);
 }
 
 void LYRBSPnode::makeLeaf(const int* pIndices, int nCount)
@@ -235,8 +236,57 @@ void LYRBSPnode::split(const LYRPointCloud3d& rCloud, int* pIndices, int nCount)
     m_nCount = nCount;
 }
 
+void LYRBSPnode::fitBox(const LYRPointCloud3d& rCloud)
+{
+    constexpr double dNone = std::numeric_limits<double>::infinity();
+    for (int nAxis = 0; nAxis < sk_nAxes; ++nAxis) {
+        double dLow = dNone;
+        double dHigh = -dNone;
+        if (!isLeaf()) {
+            dLow = std::min(m_split.m_pBelow->m_box.m_adLow[nAxis], m_split.m_pAbove->m_box.m_adLow[nAxis]);
+            dHigh = std::max(m_split.m_pBelow->m_box.m_adHigh[nAxis], m_split.m_pAbove->m_box.m_adHigh[nAxis]);
+        }
+        for (int i = 0; isLeaf() && i < m_nCount; ++i) {
+            const double d = (*rCloud.elementAt(m_anIndices[i]))[nAxis];
+            dLow = std::min(dLow, d);
+            dHigh = std::max(dHigh, d);
+        }
+        m_box.m_adLow[nAxis] = dLow;
+        m_box.m_adHigh[nAxis] = dHigh;
+    }
+}
+
+/** Never above the squared distance that any point of the node has as computed: each step rounds monotonically. */
+double LYRBSPnode::squareDistanceToBox(const LYRPoint3d& p) const
+{
+    const auto gap = [&](int nAxis) {
+        const double d = p[nAxis];
+        return d < m_box.m_adLow[nAxis]    ? m_box.m_adLow[nAxis] - d
+               : d > m_box.m_adHigh[nAxis] ? d - m_box.m_adHigh[nAxis]
+                                           : 0.0;
+    };
+    const double dX = gap(0);
+    const double dY = gap(1);
+    const double dZ = gap(2);
+    return dX * dX + dY * dY + dZ * dZ;
+}
+
+/** One search on its way through the tree. */
+struct LYRBSPnode::Search
+{
+    const LYRPointCloud3d& m_rCloud;
+    const LYRPoint3d& m_rPoint;
+    const double* m_pProjections;
+    int m_nBest;
+    double m_dBestSquare;
+    int m_nEntered = 0; // nodes
+};
+
 int LYRBSPnode::findNearestIndex(const LYRPointCloud3d& rCloud, const LYRPoint3d& p) const
 {
+    if (!isFinite(p)) {
+        return -1; // no distance to it is a number, nor within reach
+    }
     const Projections projections = projectionsOf(p);
     double dBestSquare = 1e35;
     return findNearestIndex(rCloud, p, projections.data(), -1, dBestSquare);
@@ -245,30 +295,49 @@ int LYRBSPnode::findNearestIndex(const LYRPointCloud3d& rCloud, const LYRPoint3d
 int LYRBSPnode::findNearestIndex(const LYRPointCloud3d& rCloud, const LYRPoint3d& p, const double* pProjections,
                                  int nBest, double& rBestSquare) const
 {
+    Search state{rCloud, p, pProjections, nBest, rBestSquare};
+    search(state);
+    rBestSquare = state.m_dBestSquare;
+    return state.m_nBest;
+}
+
+void LYRBSPnode::search(Search& rSearch) const
+{
+    // Most searches are over before, and a box costs more than a split.
+    constexpr int sk_nSplitsAlone = 128;
     raise(num_closest);
+    ++rSearch.m_nEntered;
     const LYRBSPnode* pNode = this;
     while (!pNode->isLeaf()) {
         const Split& rSplit = pNode->m_split;
-        const double d = pProjections[rSplit.m_nDirection] - rSplit.m_dThreshold;
+        const double d = rSearch.m_pProjections[rSplit.m_nDirection] - rSplit.m_dThreshold;
         const bool bBelow = d < 0.0;
-        const LYRBSPnode* pNear = bBelow ? rSplit.m_pBelow : rSplit.m_pAbove;
-        nBest = pNear->findNearestIndex(rCloud, p, pProjections, nBest, rBestSquare);
-        if (isOutOfReach(d, rSplit.m_nDirection, p, rBestSquare)) {
-            return nBest;
+        (bBelow ? rSplit.m_pBelow : rSplit.m_pAbove)->search(rSearch);
+        if (isOutOfReach(d, rSplit.m_nDirection, rSearch.m_rPoint, rSearch.m_dBestSquare)) {
+            return;
+        }
+        pNode = bBelow ? rSplit.m_pAbove : rSplit.m_pBelow;
+        if (rSearch.m_nEntered > sk_nSplitsAlone &&
+            pNode->squareDistanceToBox(rSearch.m_rPoint) >= rSearch.m_dBestSquare) {
+            return;
         }
         raise(num_closest);
         raise(num_both);
-        pNode = bBelow ? rSplit.m_pAbove : rSplit.m_pBelow;
+        ++rSearch.m_nEntered;
     }
+    pNode->searchLeaf(rSearch);
+}
+
+void LYRBSPnode::searchLeaf(Search& rSearch) const
+{
     raise(num_leaf);
-    for (int i = 0; i < pNode->m_nCount; ++i) {
-        const double dSquare = rCloud.elementAt(pNode->m_anIndices[i])->squareDistance(p);
-        if (dSquare < rBestSquare) {
-            rBestSquare = dSquare;
-            nBest = pNode->m_anIndices[i];
+    for (int i = 0; i < m_nCount; ++i) {
+        const double dSquare = rSearch.m_rCloud.elementAt(m_anIndices[i])->squareDistance(rSearch.m_rPoint);
+        if (dSquare < rSearch.m_dBestSquare) {
+            rSearch.m_dBestSquare = dSquare;
+            rSearch.m_nBest = m_anIndices[i];
         }
     }
-    return nBest;
 }
 
 } // namespace kestrova

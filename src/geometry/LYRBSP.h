@@ -1,6 +1,9 @@
 // Nearest-point search in a cloud: a tree that splits at the mean along the one of thirteen directions in which the
 // points spread most.
 //
+// A search goes by the splits. Where they tell little, as for a cloud that lies flat and far off, it soon asks for the
+// boxes around the points as well, which take nothing from the answer.
+//
 // The tree holds indices only and reads the points from the cloud at search time. It must not outlive the cloud, and
 // answers wrongly once points have moved.
 #pragma once
@@ -36,6 +39,12 @@ public:
     static std::atomic<std::int32_t> num_both;    // interior nodes of which both sides were searched
 
 private:
+    struct Search;
+    struct Box // around the points of a node; inside out without any
+    {
+        double m_adLow[3];
+        double m_adHigh[3];
+    };
     struct Split
     {
         int m_nDirection;
@@ -48,8 +57,13 @@ private:
     void makeLeaf(const int* pIndices, int nCount);
     void split(const LYRPointCloud3d& rCloud, int* pIndices, int nCount);
     [[nodiscard]] bool isLeaf() const { return m_nCount <= sk_nMaxLeaf; }
+    void fitBox(const LYRPointCloud3d& rCloud);
+    void search(Search& rSearch) const;
+    void searchLeaf(Search& rSearch) const;
+    [[nodiscard]] double squareDistanceToBox(const LYRPoint3d& p) const;
 
     std::int32_t m_nCount = 0; // points under the node; above sk_nMaxLeaf the node is a split
+    Box m_box;
     union
     {
         std::int32_t m_anIndices[sk_nMaxLeaf];

@@ -15,7 +15,9 @@ int LYRList::addElement(void* pElement)
         return -1;
     }
     if (m_nGrowBy > 0 && m_elements.size() == m_elements.capacity()) {
-        m_elements.reserve(m_elements.capacity() + static_cast<std::size_t>(m_nGrowBy));
+        // The step, but at least half as much again: by steps alone a large list would copy itself for every one.
+        const std::size_t uStep = std::max(static_cast<std::size_t>(m_nGrowBy), m_elements.capacity() / 2);
+        m_elements.reserve(m_elements.capacity() + uStep);
     }
     m_elements.push_back(pElement); // doubles by itself
     return size() - 1;

@@ -16,7 +16,9 @@ public:
     LYRList& operator=(const LYRList&) = default;
     virtual ~LYRList() = default;
 
-    /** Appends; returns the new index, or -1 for null. A full list grows by its step, or doubles when that is below 1.
+    /**
+     * Appends; returns the new index, or -1 for null. A full list grows by its step or by half, whichever is more, and
+     * doubles when the step is below 1.
      */
     int addElement(void* pElement);
     /**

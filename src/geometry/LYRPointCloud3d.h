@@ -82,14 +82,14 @@ public:
      */
     [[nodiscard]] int findNearestIndex(const LYRPoint3d& p) const;
 
-    /** Writes one line a point as the point type tells; false when the file cannot be opened. */
+    /** Writes one line a point as the point type tells; false when the file cannot be opened or not written whole. */
     [[nodiscard]] bool save(const char* pszPath) const;
-    /** Writes VRML 1.0, every point a green cube; false when the file cannot be opened. */
+    /** Writes VRML 1.0, every point a green cube; false as save(). */
     [[nodiscard]] bool saveVRML(const char* pszPath) const;
     /**
      * Replaces the points by those of a file, one a line: 3 numbers are x y z, 4 add grey, 6 add red, green and blue,
      * all of 0 to 255, and 8 add two more. Of 5 or 7 the last is ignored; other lines are skipped. The point type
-     * becomes that of the last line used. False when the file cannot be opened.
+     * becomes that of the last line used. False when the file cannot be opened, or is a device or a folder.
      *
      * Not the mirror of save(): plain points come back grey, and of extra points the seventh double as a grey level.
      */

@@ -4,6 +4,9 @@
 // three: lines may be mixed, and the cloud's type, which tells save() how far to read, is that of the last one.
 #include "geometry/LYRPointCloud3d.h"
 
+#include "files/FilePtr.h"
+#include "files/OutputFile.h"
+#include "files/cText.h"
 #include "numerics/truncateToInt.h"
 
 #include <array>
@@ -18,12 +21,6 @@ namespace {
 
 constexpr int sk_nLine = 512; // bytes of a line with its terminator; the rest of a longer one is read as a further line
 constexpr double sk_dWhite = 255.0;
-
-struct FileCloser
-{
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
-using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 
 struct LoadedPoint
 {
@@ -90,40 +87,43 @@ void writePoint(std::FILE* pFile, const LYRPoint3d& rPoint, enum_POINTTYPES eTyp
 
 bool LYRPointCloud3d::save(const char* pszPath) const
 {
-    const FilePtr pFile(std::fopen(pszPath, "w"));
-    if (pFile == nullptr) {
+    OutputFile file(pszPath);
+    if (file.stream() == nullptr) {
         return false;
     }
+    const CLocaleScope scope;
     for (int i = 0; i < size(); ++i) {
-        writePoint(pFile.get(), *elementAt(i), m_ePointType);
+        writePoint(file.stream(), *elementAt(i), m_ePointType);
     }
-    return true;
+    return file.finish();
 }
 
 bool LYRPointCloud3d::saveVRML(const char* pszPath) const
 {
-    const FilePtr pFile(std::fopen(pszPath, "w+t"));
-    if (pFile == nullptr) {
+    OutputFile file(pszPath, OutputFile::ReadAndWrite);
+    if (file.stream() == nullptr) {
         return false;
     }
-    std::fputs("#VRML V1.0 ascii\nMaterial {diffuseColor 0 1 0 }\n", pFile.get());
+    const CLocaleScope scope;
+    std::fputs("#VRML V1.0 ascii\nMaterial {diffuseColor 0 1 0 }\n", file.stream());
     for (int i = 0; i < size(); ++i) {
         const LYRPoint3d& rPoint = *elementAt(i);
-        std::fprintf(pFile.get(),
+        std::fprintf(file.stream(),
                      "Separator {\n   Translation { translation %f %f %f }\n"
                      "   Cube { width 0.005 height 0.005 depth 0.005 }\n}\n",
                      rPoint.x(), rPoint.y(), rPoint.z());
     }
-    return true;
+    return file.finish();
 }
 
 bool LYRPointCloud3d::load(const char* pszPath)
 {
     empty();
     const FilePtr pFile(std::fopen(pszPath, "r"));
-    if (pFile == nullptr) {
+    if (pFile == nullptr || !isPlainFileOrPipe(pFile.get())) {
         return false;
     }
+    const CLocaleScope scope;
     char szLine[sk_nLine];
     while (std::fgets(szLine, sk_nLine, pFile.get()) != nullptr) {
         LoadedPoint loaded = pointOfLine(szLine);

@@ -83,9 +83,9 @@ public:
     /** The matrix as floats, column by column; valid until the next call. */
     [[nodiscard]] const float* glMatrixf();
 
-    /** Writes the parameters as they stand, six decimals each. Always true. */
+    /** Writes the parameters as they stand, six decimals each. Always true: the stream knows what arrived. */
     bool write(std::FILE* pFile) const;
-    /** Writes "<name>.trans"; false when the path is too long or cannot be opened. */
+    /** Writes "<name>.trans"; false when the path is too long, or the file cannot be opened or not written whole. */
     [[nodiscard]] bool write(const char* pszName) const;
     /**
      * Reads the six parameters; false at the first that is missing or bad, and those before it stay read. A matrix that

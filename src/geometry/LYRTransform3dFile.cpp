@@ -4,8 +4,10 @@
 // in the wrong place is a failed read.
 #include "geometry/LYRTransform3d.h"
 
-#include <cctype>
-#include <memory>
+#include "files/FilePtr.h"
+#include "files/OutputFile.h"
+#include "files/cText.h"
+
 #include <optional>
 #include <string>
 
@@ -16,27 +18,22 @@ namespace {
 constexpr std::size_t sk_nMaxPath = 199;
 constexpr int sk_nLine = 500; // bytes that a word or a step through a comment may take, with the terminator
 
-struct FileCloser
+/** Nothing for a name that is too long. */
+std::optional<std::string> pathOf(const char* pszName)
 {
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
-using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
-
-FilePtr openTransform(const char* pszName, const char* pszMode)
-{
-    const std::string path = std::string(pszName) + ".trans";
-    return FilePtr(path.size() <= sk_nMaxPath ? std::fopen(path.c_str(), pszMode) : nullptr);
+    std::string path = std::string(pszName) + ".trans";
+    return path.size() <= sk_nMaxPath ? std::optional(std::move(path)) : std::nullopt;
 }
 
 // The next word between blanks; nothing at the end of the file or for a word that is too long to be a key.
 std::optional<std::string> readWord(std::FILE* pFile)
 {
     int nChar = std::fgetc(pFile);
-    while (nChar != EOF && std::isspace(nChar) != 0) {
+    while (isSpace(nChar)) {
         nChar = std::fgetc(pFile);
     }
     std::string word;
-    for (; nChar != EOF && std::isspace(nChar) == 0; nChar = std::fgetc(pFile)) {
+    for (; nChar != EOF && !isSpace(nChar); nChar = std::fgetc(pFile)) {
         word.push_back(static_cast<char>(nChar));
         if (word.size() >= sk_nLine) {
             return std::nullopt;
@@ -66,6 +63,7 @@ bool LYRTransform3d::transRead(std::FILE* pFile, const char* pszKey, double* pVa
                 return false;
             }
         } else if (*word == pszKey) {
+            const CLocaleScope scope;
             return std::fscanf(pFile, "%lf", pValue) == 1;
         }
     }
@@ -74,6 +72,7 @@ bool LYRTransform3d::transRead(std::FILE* pFile, const char* pszKey, double* pVa
 
 bool LYRTransform3d::write(std::FILE* pFile) const
 {
+    const CLocaleScope scope;
     std::fprintf(pFile, "Rx\t%lf\nRy\t%lf\nRz\t%lf\n", m_dRotX, m_dRotY, m_dRotZ);
     std::fprintf(pFile, "Tx\t%lf\nTy\t%lf\nTz\t%lf\n", m_dTransX, m_dTransY, m_dTransZ);
     return true;
@@ -81,8 +80,12 @@ bool LYRTransform3d::write(std::FILE* pFile) const
 
 bool LYRTransform3d::write(const char* pszName) const
 {
-    const FilePtr pFile = openTransform(pszName, "w+");
-    return pFile != nullptr && write(pFile.get());
+    const auto path = pathOf(pszName);
+    if (!path) {
+        return false;
+    }
+    OutputFile file(path->c_str(), OutputFile::ReadAndWrite);
+    return file.stream() != nullptr && write(file.stream()) && file.finish();
 }
 
 bool LYRTransform3d::read(std::FILE* pFile)
@@ -94,8 +97,9 @@ bool LYRTransform3d::read(std::FILE* pFile)
 
 bool LYRTransform3d::read(const char* pszName)
 {
-    const FilePtr pFile = openTransform(pszName, "r");
-    return pFile != nullptr && read(pFile.get());
+    const auto path = pathOf(pszName);
+    const FilePtr pFile = path ? openAtOnce(path->c_str()) : nullptr;
+    return pFile != nullptr && isPlainFile(pFile.get()) && read(pFile.get());
 }
 
 } // namespace kestrova

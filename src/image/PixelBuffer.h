@@ -61,6 +61,8 @@ public:
     /** The stride in pixels, not the width that was asked for. */
     [[nodiscard]] int nCols() const { return m_nCols; }
     [[nodiscard]] bool isOneFrame() const { return m_bOneFrame; }
+    /** Whether the pixels were allocated here, not lent by a caller; an empty buffer has none. */
+    [[nodiscard]] bool isOwn() const { return m_pAllocation != nullptr; }
 
     /** Whether more than one view links it. */
     [[nodiscard]] bool isShared() const { return atomic_read(m_nReferenceCount) > 1; }

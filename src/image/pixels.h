@@ -10,6 +10,9 @@ namespace kestrova {
 using ImageROI = ::KestrovaROI;
 using Pixel8x4 = ::Pixel8x4;
 
+/** What an edge image shows where there is no edge: texture is measured from it. */
+constexpr std::uint8_t sk_ucEdgeZero = 128;
+
 struct ImageDim
 {
     std::int32_t m_nRows;

@@ -1,50 +1,123 @@
 #include "imageio/commentItems.h"
 
-#include <cstring>
+#include "context/StereoContext.h"
+#include "context/words.h"
+#include "imageio/commentValues.h"
+
+#include <array>
+#include <string_view>
 
 namespace kestrova {
 
 namespace {
 
-constexpr const char* sk_apszKeys[sk_nCommentItems] = {
-    "RectificationQuality",
-    "EdgeCorrelation",
-    "EdgeMask",
-    "Smoothing",
-    "StereoQuality",
-    "CameraConfiguration",
-    "StereoMask",
-    "MinDisparity",
-    "MaxDisparity",
-    "DisparityOffset",
-    "DisparityMapping",
-    "MinDisparityMapping",
-    "MaxDisparityMapping",
-    "TextureValidation",
-    "TextureValidationThreshold",
-    "TextureValidationMapping",
-    "UniquenessValidation",
-    "UniquenessValidationThreshold",
-    "UniquenessValidationMapping",
-    "BackForthValidation",
-    "BackForthValidationMapping",
-    "SurfaceValidation",
-    "SurfaceValidationDiff",
-    "SurfaceValidationSize",
-    "SurfaceValidationMapping",
-};
+using Prepared = PreprocessSnapshot;
+using Stereo = StereoSnapshot;
+using Info = DisparityImageInfo;
+
+template<class T>
+const T& saved(const SavedSettings& r, T Prepared::*pSetting)
+{
+    return r.m_rPrepared.*pSetting;
+}
+
+template<class T>
+const T& saved(const SavedSettings& r, T Stereo::*pSetting)
+{
+    return r.m_rCorrelated.*pSetting;
+}
+
+/** An item that is written as the type of its field tells. */
+template<auto pSetting, auto pField>
+constexpr CommentItem always(const char* pszKey)
+{
+    return {pszKey, nullptr, [](const SavedSettings& r) { return commentText(saved(r, pSetting)); },
+            [](const char* psz, Info& rInfo) {
+                readComment(psz, rInfo.*pField);
+                return true;
+            }};
+}
+
+/** The same, written only when the switch is on. */
+template<auto pSwitch, auto pSetting, auto pField>
+constexpr CommentItem with(const char* pszKey)
+{
+    CommentItem item = always<pSetting, pField>(pszKey);
+    item.m_pfnApplies = [](const SavedSettings& r) { return saved(r, pSwitch); };
+    return item;
+}
+
+std::string qualityWord(const SavedSettings& r)
+{
+    KestrovaRectImgQuality eQuality = KestrovaRectStandard;
+    StereoContext::kernelParmsToImageQuality(r.m_rPrepared.m_eSavedKernelType, r.m_rPrepared.m_nSavedKernelSize,
+                                             &eQuality);
+    return kesRectQltyStr[eQuality];
+}
+
+constexpr std::array<CommentItem, sk_nCommentItems> sk_aItems = {{
+    {"RectificationQuality", nullptr, qualityWord,
+     [](const char* psz, Info& r) { return parseWord(psz, kesRectQltyStr, r.rectQuality); }},
+    always<&Prepared::m_bSavedEdgeCorrelation, &Info::edgeCorrelation>("EdgeCorrelation"),
+    with<&Prepared::m_bSavedEdgeCorrelation, &Prepared::m_nSavedEdgeMaskSize, &Info::edgeMask>("EdgeMask"),
+    always<&Prepared::m_bSavedLowpass, &Info::smoothing>("Smoothing"),
+    {"StereoQuality", nullptr,
+     [](const SavedSettings& r) -> std::string { return kesStereoQltyStr[r.m_rCorrelated.m_bSavedEnhancedStereo]; },
+     [](const char* psz, Info& r) { return parseWord(psz, kesStereoQltyStr, r.stereoQuality); }},
+    {"CameraConfiguration", nullptr,
+     [](const SavedSettings& r) -> std::string { return kesCamConfigStr[r.m_rCorrelated.m_eSavedCameraConfiguration]; },
+     [](const char* psz, Info& r) { return parseWord(psz, kesCamConfigStr, r.cameraConfiguration); }},
+    always<&Stereo::m_nSavedStereoMaskSize, &Info::stereoMask>("StereoMask"),
+    always<&Stereo::m_nSavedMinDisparity, &Info::minDisparity>("MinDisparity"),
+    always<&Stereo::m_nSavedMaxDisparity, &Info::maxDisparity>("MaxDisparity"),
+    always<&Stereo::m_nSavedDisparityOffset, &Info::disparityOffset>("DisparityOffset"),
+    always<&Stereo::m_bSavedDisparityMappingOn, &Info::disparityMapping>("DisparityMapping"),
+    with<&Stereo::m_bSavedDisparityMappingOn, &Stereo::m_nSavedDisparityMappingMin, &Info::minDisparityMapping>(
+        "MinDisparityMapping"),
+    with<&Stereo::m_bSavedDisparityMappingOn, &Stereo::m_nSavedDisparityMappingMax, &Info::maxDisparityMapping>(
+        "MaxDisparityMapping"),
+    always<&Stereo::m_bSavedTextureValidation, &Info::textureValidation>("TextureValidation"),
+    with<&Stereo::m_bSavedTextureValidation, &Stereo::m_dSavedTextureValidationThreshold,
+         &Info::textureValidationThreshold>("TextureValidationThreshold"),
+    with<&Stereo::m_bSavedTextureValidation, &Stereo::m_ucSavedTextureValidationMapping,
+         &Info::textureValidationMapping>("TextureValidationMapping"),
+    always<&Stereo::m_bSavedUniquenessValidation, &Info::uniquenessValidation>("UniquenessValidation"),
+    with<&Stereo::m_bSavedUniquenessValidation, &Stereo::m_dSavedUniquenessValidationThreshold,
+         &Info::uniquenessValidationThreshold>("UniquenessValidationThreshold"),
+    with<&Stereo::m_bSavedUniquenessValidation, &Stereo::m_ucSavedUniquenessValidationMapping,
+         &Info::uniquenessValidationMapping>("UniquenessValidationMapping"),
+    always<&Stereo::m_bSavedBackForthValidation, &Info::backForthValidation>("BackForthValidation"),
+    with<&Stereo::m_bSavedBackForthValidation, &Stereo::m_ucSavedBackForthValidationMapping,
+         &Info::backForthValidationMapping>("BackForthValidationMapping"),
+    always<&Stereo::m_bSavedSurfaceValidation, &Info::surfaceValidation>("SurfaceValidation"),
+    with<&Stereo::m_bSavedSurfaceValidation, &Stereo::m_dSavedSurfaceValidationDifference,
+         &Info::surfaceValidationDiff>("SurfaceValidationDiff"),
+    with<&Stereo::m_bSavedSurfaceValidation, &Stereo::m_nSavedSurfaceValidationSize, &Info::surfaceValidationSize>(
+        "SurfaceValidationSize"),
+    with<&Stereo::m_bSavedSurfaceValidation, &Stereo::m_ucSavedSurfaceValidationMapping,
+         &Info::surfaceValidationMapping>("SurfaceValidationMapping"),
+}};
+
+constexpr bool isCalled(KestrovaCommentType eItem, std::string_view name)
+{
+    return sk_aItems[eItem].m_pszKey == name;
+}
+static_assert(isCalled(CommentRectificationQuality, "RectificationQuality") &&
+              isCalled(CommentEdgeCorrelation, "EdgeCorrelation") && isCalled(CommentEdgeMask, "EdgeMask") &&
+              isCalled(CommentSmoothing, "Smoothing") && isCalled(CommentDisparityOffset, "DisparityOffset") &&
+              isCalled(CommentTextureValidation, "TextureValidation"));
 
 } // namespace
 
-const char* commentKey(KestrovaCommentType eItem)
+const CommentItem& commentItem(int nItem)
 {
-    return sk_apszKeys[eItem];
+    return sk_aItems[static_cast<std::size_t>(nItem)];
 }
 
 int getCommentIndex(const char* pszKey, int nFirst, int nLast)
 {
     for (int nItem = nFirst; nItem <= nLast; ++nItem) {
-        if (std::strcmp(pszKey, sk_apszKeys[nItem]) == 0) {
+        if (std::strcmp(pszKey, commentItem(nItem).m_pszKey) == 0) {
             return nItem;
         }
     }

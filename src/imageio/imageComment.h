@@ -4,7 +4,7 @@
 // now. Every line begins with "# " and ends with a line feed.
 #pragma once
 
-#include "calibration/StereoProduct.h"
+#include "context/StereoProduct.h"
 #include "imageio/commentItems.h"
 #include "kestrova.h"
 

@@ -1,11 +1,10 @@
 #include "imageio/imageInfo.h"
 
-#include "api/words.h"
+#include "context/words.h"
 #include "imageio/commentItems.h"
+#include "imageio/commentValues.h"
 #include "kestrova.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -33,37 +32,6 @@ private:
     char* m_pszText; // until the first token is cut off
     char* m_pszRest = nullptr;
 };
-
-bool stringToBool(const char* psz)
-{
-    if (std::strcmp(psz, "On") != 0 && std::strcmp(psz, "Off") != 0) {
-        std::puts("Error in stringToBool!");
-    }
-    return std::strcmp(psz, "On") == 0;
-}
-
-std::int32_t number(const char* psz)
-{
-    return static_cast<std::int32_t>(std::strtol(psz, nullptr, 10)); // keeps the low 32 bits
-}
-
-std::uint8_t byte(const char* psz)
-{
-    return static_cast<std::uint8_t>(std::strtol(psz, nullptr, 10));
-}
-
-/** Sets the value whose word in the table this is. */
-template<class T, std::size_t nWords>
-bool parseWord(const char* psz, const char* const (&rapszWords)[nWords], T& rValue)
-{
-    for (std::size_t uWord = 0; uWord < nWords; ++uWord) {
-        if (std::strcmp(psz, rapszWords[uWord]) == 0) {
-            rValue = static_cast<T>(uWord);
-            return true;
-        }
-    }
-    return false;
-}
 
 /** The lines "key=value" of the items in the range: store(item, value) for each. There must be one. */
 template<class Store>
@@ -96,10 +64,10 @@ KestrovaError parseEdgeParameters(Tokens& rTokens, EdgeImageInfo& r)
         case CommentRectificationQuality:
             return parseWord(psz, kesRectQltyStr, r.rectQuality);
         case CommentEdgeMask:
-            r.edgeMask = number(psz);
+            readComment(psz, r.edgeMask);
             return true;
         case CommentSmoothing:
-            r.smoothing = stringToBool(psz);
+            readComment(psz, r.smoothing);
             return true;
         default:
             return true; // that edges were correlated
@@ -107,98 +75,12 @@ KestrovaError parseEdgeParameters(Tokens& rTokens, EdgeImageInfo& r)
     });
 }
 
-/** The switches and numbers, which take any text. */
-void storeDisparityValue(DisparityImageInfo& r, int nItem, const char* psz)
-{
-    switch (nItem) {
-    case CommentEdgeCorrelation:
-        r.edgeCorrelation = stringToBool(psz);
-        break;
-    case CommentEdgeMask:
-        r.edgeMask = number(psz);
-        break;
-    case CommentSmoothing:
-        r.smoothing = stringToBool(psz);
-        break;
-    case CommentStereoMask:
-        r.stereoMask = number(psz);
-        break;
-    case CommentMinDisparity:
-        r.minDisparity = number(psz);
-        break;
-    case CommentMaxDisparity:
-        r.maxDisparity = number(psz);
-        break;
-    case CommentDisparityOffset:
-        r.disparityOffset = number(psz);
-        break;
-    case CommentDisparityMapping:
-        r.disparityMapping = stringToBool(psz);
-        break;
-    case CommentMinDisparityMapping:
-        r.minDisparityMapping = number(psz);
-        break;
-    case CommentMaxDisparityMapping:
-        r.maxDisparityMapping = number(psz);
-        break;
-    case CommentTextureValidation:
-        r.textureValidation = stringToBool(psz);
-        break;
-    case CommentTextureValidationThreshold:
-        r.textureValidationThreshold = std::strtod(psz, nullptr);
-        break;
-    case CommentTextureValidationMapping:
-        r.textureValidationMapping = byte(psz);
-        break;
-    case CommentUniquenessValidation:
-        r.uniquenessValidation = stringToBool(psz);
-        break;
-    case CommentUniquenessValidationThreshold:
-        r.uniquenessValidationThreshold = std::strtod(psz, nullptr);
-        break;
-    case CommentUniquenessValidationMapping:
-        r.uniquenessValidationMapping = byte(psz);
-        break;
-    case CommentBackForthValidation:
-        r.backForthValidation = stringToBool(psz);
-        break;
-    case CommentBackForthValidationMapping:
-        r.backForthValidationMapping = byte(psz);
-        break;
-    case CommentSurfaceValidation:
-        r.surfaceValidation = stringToBool(psz);
-        break;
-    case CommentSurfaceValidationDiff:
-        r.surfaceValidationDiff = std::strtod(psz, nullptr);
-        break;
-    case CommentSurfaceValidationSize:
-        r.surfaceValidationSize = number(psz);
-        break;
-    case CommentSurfaceValidationMapping:
-        r.surfaceValidationMapping = byte(psz);
-        break;
-    default:
-        break;
-    }
-}
-
 KestrovaError parseDisparityParameters(Tokens& rTokens, DisparityImageInfo& r)
 {
     r.disparityOffset = 0;
     r.disparityMapping = false;
-    return parseParameters(rTokens, 0, sk_nCommentItems - 1, [&](int nItem, const char* psz) {
-        switch (nItem) {
-        case CommentRectificationQuality:
-            return parseWord(psz, kesRectQltyStr, r.rectQuality);
-        case CommentStereoQuality:
-            return parseWord(psz, kesStereoQltyStr, r.stereoQuality);
-        case CommentCameraConfiguration:
-            return parseWord(psz, kesCamConfigStr, r.cameraConfiguration);
-        default:
-            storeDisparityValue(r, nItem, psz);
-            return true;
-        }
-    });
+    return parseParameters(rTokens, 0, sk_nCommentItems - 1,
+                           [&](int nItem, const char* psz) { return commentItem(nItem).m_pfnRead(psz, r); });
 }
 
 /** Product, serial number, image type and camera: the two lines behind the marker. */
@@ -213,7 +95,7 @@ bool parseIdentity(Tokens& rTokens, KestrovaImageInfo& rInfo, bool& rb16)
     if (pszSerial == nullptr) {
         return false;
     }
-    rInfo.serialNumber = number(pszSerial);
+    readComment(pszSerial, rInfo.serialNumber);
     const char* const pszType = rTokens.upTo(" ");
     if (pszType == nullptr) {
         return false;

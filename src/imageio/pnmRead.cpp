@@ -1,6 +1,6 @@
 #include "imageio/pnmRead.h"
 
-#include "pgm/FilePtr.h"
+#include "files/FilePtr.h"
 #include "pgm/pnmFile.h"
 
 #include <climits>

@@ -1,6 +1,6 @@
 #include "imageio/pnmWrite.h"
 
-#include "pgm/FilePtr.h"
+#include "files/OutputFile.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -10,16 +10,16 @@ namespace kestrova {
 
 namespace {
 
-/** write(stream) on the opened file. */
+/** write(stream) on the opened file; whether all of it arrived. */
 template<class Write>
 bool toFile(const char* pszPath, Write write)
 {
-    const FilePtr pFile(std::fopen(pszPath, "wb"));
-    if (pFile == nullptr) {
+    OutputFile file(pszPath);
+    if (file.stream() == nullptr) {
         return false;
     }
-    write(pFile.get());
-    return true;
+    write(file.stream());
+    return file.finish();
 }
 
 /** Rows by the image's own width: neither a gap between rows nor the rounding of the stride gets into the file. */

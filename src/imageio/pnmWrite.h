@@ -2,7 +2,8 @@
 //
 // Two decisions set these files apart from what other programs write: 16-bit samples stand as in memory, low byte
 // first, and the header of a PPM ends in a blank instead of a line end. The forms with a path return false when the
-// file cannot be opened. Nothing looks at write errors.
+// file cannot be opened or not be written to its end; it is empty then. Of the forms with a stream its owner asks the
+// stream.
 #pragma once
 
 #include "image/Image.h"

@@ -3,9 +3,8 @@
 #include "parallel/Task.h"
 #include "parallel/thread_pool.h"
 
-#include <boost/bind/bind.hpp>
-
 #include <algorithm>
+#include <exception>
 
 namespace kestrova {
 
@@ -34,17 +33,30 @@ bool ExecutorPool::isRunning() const
     return m_pTask != nullptr && m_pWorkerPool->running();
 }
 
-void ExecutorPool::kickStart(const SliceFunction& rFunction, StereoContext& rMainContext)
+namespace {
+
+ExecutorPool::BandFunction onSlices(const ExecutorPool::SliceFunction& rFunction)
+{
+    return [rFunction](StereoContext& rWorker, StereoContext& rMain, boost::mutex& rMutex,
+                       std::span<const KestrovaROI>) { return rFunction(rWorker, rMain, rMutex); };
+}
+
+} // namespace
+
+void ExecutorPool::executeBands(const BandFunction& rFunction, const EndFunction& rEndFunction,
+                                StereoContext& rMainContext)
 {
     m_pWorkerPool->wait();
-    const unsigned nCount = size();
     if (m_pTask == nullptr) {
-        m_pTask = std::make_unique<Task>(nCount);
+        m_pTask = std::make_unique<Task>(size());
     }
-    m_pTask->renew(rFunction, rMainContext);
-    for (unsigned nIndex = 0; nIndex < nCount; ++nIndex) {
-        m_pWorkerPool->schedule(boost::bind(&Task::runSubTaskOnExecutorIndex, m_pTask.get(), nIndex));
-    }
+    m_pTask->renew(rFunction, rEndFunction, rMainContext);
+    m_pWorkerPool->schedule(m_pTask->functions());
+}
+
+void ExecutorPool::kickStart(const SliceFunction& rFunction, StereoContext& rMainContext)
+{
+    executeBands(onSlices(rFunction), {}, rMainContext);
 }
 
 void ExecutorPool::executeAsynch(const SliceFunction& rFunction, StereoContext& rMainContext)
@@ -55,9 +67,7 @@ void ExecutorPool::executeAsynch(const SliceFunction& rFunction, StereoContext& 
 void ExecutorPool::executeAsynch(const SliceFunction& rFunction, const EndFunction& rEndFunction,
                                  StereoContext& rMainContext)
 {
-    kickStart(rFunction, rMainContext);
-    // Last in the queue, so that it is taken when every slice has been; even a single thread cannot wait for itself.
-    m_pWorkerPool->schedule(boost::bind(&Task::runOnTaskEnd, m_pTask.get(), rEndFunction));
+    executeBands(onSlices(rFunction), rEndFunction, rMainContext);
 }
 
 int ExecutorPool::execute(const SliceFunction& rFunction, StereoContext& rMainContext)
@@ -69,7 +79,13 @@ int ExecutorPool::execute(const SliceFunction& rFunction, StereoContext& rMainCo
 int ExecutorPool::waitForResult() const
 {
     m_pWorkerPool->wait();
-    return m_pTask != nullptr ? m_pTask->result() : 0;
+    if (m_pTask == nullptr) {
+        return 0;
+    }
+    if (const std::exception_ptr pFailure = m_pTask->takeFailure()) {
+        std::rethrow_exception(pFailure);
+    }
+    return m_pTask->result();
 }
 
 } // namespace kestrova

@@ -2,14 +2,18 @@
 //
 // A task is a frame's worth of work: one function that runs once per band of rows, each time on a context of its own,
 // and perhaps one that runs when all bands are done. The pool knows functions and contexts, nothing of stereo.
+//
+// A task is started as a whole or not at all: an exception out of a call that starts one leaves nothing queued. One
+// that leaves a function of the task does not end its thread; it waits for the thread that waits for the result.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 
 #include <boost/function.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <memory>
+#include <span>
 
 namespace kestrova {
 
@@ -21,6 +25,9 @@ public:
     class Task;
     /** Worker context, main context, a mutex that the task's slices share for their own use. */
     using SliceFunction = boost::function<int(StereoContext&, StereoContext&, boost::mutex&)>;
+    /** The same, and what the plan of the run gives the slice's band to work on. */
+    using BandFunction =
+        boost::function<int(StereoContext&, StereoContext&, boost::mutex&, std::span<const KestrovaROI>)>;
     /** Main context. */
     using EndFunction = boost::function<int(StereoContext&)>;
 
@@ -46,10 +53,14 @@ public:
     void executeAsynch(const SliceFunction& rFunction, StereoContext& rMainContext);
     void executeAsynch(const SliceFunction& rFunction, const EndFunction& rEndFunction, StereoContext& rMainContext);
     int execute(const SliceFunction& rFunction, StereoContext& rMainContext);
+    /** As executeAsynch, by planned bands; without an end function there is none. */
+    void executeBands(const BandFunction& rFunction, const EndFunction& rEndFunction, StereoContext& rMainContext);
 
     /**
      * Waits for the pool and gives the first result of the slices, by index, that is not 0, else the result of the end
-     * function; 0 without a task. Asking again gives the same answer until a new task is started.
+     * function; 0 without a task. Asking again gives the same answer until a new task is started. An exception that
+     * left a function of the task is thrown on, the first time; the other slices have ended then, and no end function
+     * ran.
      */
     int waitForResult() const;
 

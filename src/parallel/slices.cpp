@@ -5,24 +5,39 @@
 
 namespace kestrova {
 
-std::vector<RowBand> bandsOfFrame(int nRows, unsigned nWorkers)
+int bandsOfFrame(int nRows, unsigned nWorkers)
 {
-    const int nBands = static_cast<int>(std::min<std::int64_t>(nWorkers, std::max(nRows, 0)));
-    std::vector<RowBand> bands(static_cast<std::size_t>(nBands));
-    const int nHeight = nBands > 0 ? std::max(nRows / nBands, 1) : 0;
-    for (int nBand = 0; nBand < nBands; ++nBand) {
-        const int nStart = nBand * nHeight;
-        bands[static_cast<std::size_t>(nBand)] = {nStart, nBand + 1 < nBands ? nStart + nHeight : nRows};
-    }
-    return bands;
+    return static_cast<int>(std::min<std::int64_t>(nWorkers, std::max(nRows, 0)));
 }
 
-std::vector<KestrovaROI> regionsOfBand(const StereoContext& rContext, const RowBand& rBand)
+RowBand bandOfFrame(int nRows, int nBands, int nBand)
+{
+    const int nHeight = nRows / nBands;
+    const int nStart = nBand * nHeight;
+    return {nStart, nBand + 1 < nBands ? nStart + nHeight : nRows};
+}
+
+void RegionsByBand::clear()
+{
+    m_regions.clear();
+    m_ends.clear();
+}
+
+std::span<const KestrovaROI> RegionsByBand::ofBand(unsigned nBand) const
+{
+    if (nBand >= m_ends.size()) {
+        return {};
+    }
+    const std::size_t uBegin = nBand > 0 ? m_ends[nBand - 1] : 0;
+    return all().subspan(uBegin, m_ends[nBand] - uBegin);
+}
+
+void appendRegionsOfBand(RegionsByBand& rRegions, const StereoContext& rContext, const RowBand& rBand)
 {
     if (rContext.m_nROICount <= 0) {
-        return {{rBand.m_nStart, 0, rBand.m_nEnd - rBand.m_nStart, rContext.m_nCols}};
+        rRegions.append({rBand.m_nStart, 0, rBand.m_nEnd - rBand.m_nStart, rContext.m_nCols});
+        return;
     }
-    std::vector<KestrovaROI> regions;
     for (int nROI = 0; nROI < std::min(rContext.m_nROICount, StereoContext::sk_nMaxROIs); ++nROI) {
         const KestrovaROI& rROI = rContext.m_aROIs[static_cast<std::size_t>(nROI)];
         const std::int64_t nFirst = rROI.m_nRowOffset; // callers write the table freely: no overflow here
@@ -37,10 +52,9 @@ std::vector<KestrovaROI> regionsOfBand(const StereoContext& rContext, const RowB
         const std::int64_t nTop = std::max<std::int64_t>(nFirst, rBand.m_nStart);
         const std::int64_t nHeight = std::min<std::int64_t>(nEnd, rBand.m_nEnd) - nTop;
         if (nHeight > 0) {
-            regions.push_back({static_cast<int>(nTop), rROI.m_nColOffset, static_cast<int>(nHeight), rROI.m_nCols});
+            rRegions.append({static_cast<int>(nTop), rROI.m_nColOffset, static_cast<int>(nHeight), rROI.m_nCols});
         }
     }
-    return regions;
 }
 
 } // namespace kestrova

@@ -7,11 +7,32 @@ namespace kestrova {
 
 using monitor_lock = boost::unique_lock<boost::mutex>;
 
-pool_function fifo_scheduler::pop()
+// ---- fifo_scheduler ----
+
+void fifo_scheduler::reserve(std::size_t uMore)
 {
-    pool_function function = m_functions.front();
-    m_functions.pop_front();
-    return function;
+    if (m_uCount + uMore <= m_places.size()) {
+        return;
+    }
+    std::vector<pool_function> places(m_uCount + uMore);
+    for (std::size_t u = 0; u < m_uCount; ++u) {
+        places[u].swap(m_places[(m_uFirst + u) % m_places.size()]);
+    }
+    m_places.swap(places);
+    m_uFirst = 0;
+}
+
+void fifo_scheduler::push(pool_function& rFunction)
+{
+    m_places[(m_uFirst + m_uCount) % m_places.size()].swap(rFunction);
+    ++m_uCount;
+}
+
+void fifo_scheduler::pop(pool_function& rFunction)
+{
+    m_places[m_uFirst].swap(rFunction);
+    m_uFirst = (m_uFirst + 1) % m_places.size();
+    --m_uCount;
 }
 
 // ---- worker_thread ----
@@ -25,48 +46,46 @@ void worker_thread::start(const boost::shared_ptr<pool_core>& pCore)
     pStarted->wait();
 }
 
-namespace {
-
-/** Runs its function on the way out, unless it was told that all went well. */
-class exception_guard : private boost::noncopyable
-{
-public:
-    explicit exception_guard(const pool_function& rOnException) : m_onException(rOnException) {}
-    // If the replacement cannot be started either, the process ends: a pool that lost its threads would hang its users.
-    ~exception_guard() // NOLINT(bugprone-exception-escape)
-    {
-        if (m_bArmed) {
-            m_onException();
-        }
-    }
-    void disarm() { m_bArmed = false; }
-
-private:
-    pool_function m_onException;
-    bool m_bArmed = true;
-};
-
-} // namespace
-
 void worker_thread::run(const boost::shared_ptr<boost::barrier>& pStarted)
 {
+    /** Has the worker replaced on the way out, unless it was told that all went well. */
+    struct exception_guard
+    {
+        worker_thread& m_rWorker;
+        bool m_bArmed = true;
+
+        // If the replacement cannot be started either, the process ends: a pool that lost its threads would hang its
+        // users.
+        ~exception_guard() // NOLINT(bugprone-exception-escape)
+        {
+            if (m_bArmed) {
+                m_rWorker.m_pCore->replace(m_rWorker.shared_from_this());
+            }
+        }
+    };
+
     pStarted->wait();
-    exception_guard guard(boost::bind(&pool_core::replace, m_pCore, shared_from_this()));
+    exception_guard guard{*this};
     while (m_pCore->runNext()) {
     }
-    guard.disarm();
+    guard.m_bArmed = false;
     m_pCore->leave(shared_from_this());
 }
 
 // ---- pool_core ----
 
-void pool_core::schedule(const pool_function& rFunction)
+void pool_core::schedule(std::span<pool_function> functions)
 {
     {
         const monitor_lock lock(m_monitor);
-        m_queue.push(rFunction);
-    } // first, so that the worker does not wake up only to wait for the lock
-    m_taskOrTerminate.notify_one();
+        m_queue.reserve(functions.size());
+        for (pool_function& rFunction : functions) {
+            m_queue.push(rFunction);
+        }
+    } // first, so that the workers do not wake up only to wait for the lock
+    for (std::size_t u = 0; u < functions.size(); ++u) {
+        m_taskOrTerminate.notify_one();
+    }
 }
 
 void pool_core::grow(unsigned nSize)
@@ -107,7 +126,7 @@ bool pool_core::runNext()
                 return false;
             }
         }
-        function = m_queue.pop();
+        m_queue.pop(function);
     }
     if (function) {
         function();
@@ -117,19 +136,13 @@ bool pool_core::runNext()
 
 void pool_core::leave(const boost::shared_ptr<worker_thread>& pWorker)
 {
-    boost::shared_ptr<boost::barrier> pBarrier;
-    {
-        const monitor_lock lock(m_monitor);
-        --m_nWorkers;
-        --m_nActiveWorkers;
-        m_workerIdle.notify_all();
-        if (m_bTerminating) {
-            m_endedWorkers.push_back(pWorker);
-            pBarrier = m_pShutdownBarrier;
-        }
-    }
-    if (pBarrier) {
-        pBarrier->wait();
+    monitor_lock lock(m_monitor);
+    --m_nWorkers;
+    --m_nActiveWorkers;
+    m_workerIdle.notify_all();
+    if (m_bTerminating) {
+        enterEnded(pWorker);
+        passShutdownBarrier(lock);
     }
 }
 
@@ -139,9 +152,25 @@ void pool_core::replace(const boost::shared_ptr<worker_thread>& pWorker)
         // The new worker takes over the place of the lost one in both counts, so that nobody sees a smaller pool; it
         // wakes those who wait for idleness when it finds the queue empty.
         const monitor_lock lock(m_monitor);
-        m_endedWorkers.push_back(pWorker);
+        enterEnded(pWorker);
     }
     worker_thread::start(shared_from_this());
+}
+
+void pool_core::enterEnded(const boost::shared_ptr<worker_thread>& pWorker)
+{
+    pWorker->m_pNextEnded.swap(m_pFirstEnded);
+    m_pFirstEnded = pWorker;
+}
+
+void pool_core::passShutdownBarrier(monitor_lock& rLock)
+{
+    if (--m_nMissingAtShutdown == 0) {
+        m_allAtShutdown.notify_all();
+    }
+    while (m_nMissingAtShutdown > 0) {
+        m_allAtShutdown.wait(rLock);
+    }
 }
 
 void pool_core::wait() const
@@ -166,24 +195,21 @@ unsigned pool_core::size() const
 
 void pool_core::terminate()
 {
-    boost::shared_ptr<boost::barrier> pBarrier;
+    boost::shared_ptr<worker_thread> pEnded;
     {
-        const monitor_lock lock(m_monitor);
+        monitor_lock lock(m_monitor);
         m_bTerminating = true;
-        pBarrier = boost::make_shared<boost::barrier>(m_nWorkers + 1);
-        m_pShutdownBarrier = pBarrier;
+        m_nMissingAtShutdown = m_nWorkers + 1;
         m_nTargetWorkers = 0;
         m_taskOrTerminate.notify_all();
+        passShutdownBarrier(lock);
+        pEnded.swap(m_pFirstEnded); // every worker has entered itself by now, and lost ones when they were replaced
     }
-    pBarrier->wait();
-    // Every worker has entered itself by now, and lost ones did so when they were replaced.
-    std::vector<boost::shared_ptr<worker_thread>> ended;
-    {
-        const monitor_lock lock(m_monitor);
-        ended.swap(m_endedWorkers);
-    }
-    for (const boost::shared_ptr<worker_thread>& pWorker : ended) {
-        pWorker->join();
+    while (pEnded != nullptr) {
+        pEnded->m_thread.join();
+        boost::shared_ptr<worker_thread> pNext;
+        pNext.swap(pEnded->m_pNextEnded);
+        pEnded.swap(pNext);
     }
 }
 

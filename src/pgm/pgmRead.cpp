@@ -2,7 +2,7 @@
 // of their own.
 #include "kestrova.h"
 
-#include "pgm/FilePtr.h"
+#include "files/FilePtr.h"
 #include "pgm/pnmFile.h"
 
 #include <cstring>

@@ -1,7 +1,8 @@
 #include "pgm/pnmFile.h"
 
+#include "files/cText.h"
+
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <cstring>
 #include <sys/types.h>
@@ -13,11 +14,6 @@ namespace {
 constexpr std::size_t sk_uTokenSize = 1024;
 constexpr std::uint64_t sk_uUnknown = UINT64_MAX;
 constexpr std::uint64_t sk_uFirstBlock = 65536; // of a stream that cannot tell how long it is
-
-bool isSpace(int nChar)
-{
-    return std::isspace(nChar) != 0;
-}
 
 bool endsComment(int nChar)
 {
@@ -60,7 +56,7 @@ bool readToken(std::FILE* pStream, char (&racToken)[sk_uTokenSize], PnmComment& 
 /** The number that a token begins with, 0 if there is none or it does not lie in 1 to the largest int. */
 std::int32_t positiveNumber(const char* pszToken)
 {
-    const long nValue = std::strtol(pszToken, nullptr, 10);
+    const long nValue = toLong(pszToken);
     return nValue >= 1 && nValue <= INT_MAX ? static_cast<std::int32_t>(nValue) : 0;
 }
 

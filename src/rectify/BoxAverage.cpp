@@ -1,7 +1,7 @@
 #include "rectify/BoxAverage.h"
 
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
+#include "kernels/kernels.h"
+#include "kernels/processor.h"
 
 namespace kestrova {
 

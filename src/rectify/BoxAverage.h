@@ -1,8 +1,8 @@
 // Box average and gain of an image, row by row: the half of the lowpass that comes before the warp.
 #pragma once
 
+#include "kernels/BoxFilter.h"
 #include "rectify/ColumnBox.h"
-#include "stereo/BoxFilter.h"
 
 #include <optional>
 

@@ -94,6 +94,7 @@ WarperKey builtKey(WarperKey key)
 const Warper* Camera::getWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride, int nRowOffset,
                                 int nColOffset, KernelType eKernelType, int nKernelSize)
 {
+    const std::lock_guard lock(m_mutex);
     m_pCurrentWarper = m_warpers.find(
         builtKey({nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, eKernelType, nKernelSize}));
     if (m_pCurrentWarper != nullptr || (m_warpers.isFull() && !m_warpers.reallocate())) {
@@ -116,8 +117,12 @@ bool isAdjustment(double dValue)
 
 } // namespace
 
-Image<unsigned char>& Camera::lowpassScratch(const ImageDim& rSize, const ImageDim& rMask)
+Image<unsigned char> Camera::lowpassScratch(const ImageDim& rSize, const ImageDim& rMask)
 {
+    const std::lock_guard lock(m_mutex);
+    if (m_lowpassScratch.buffer().isShared()) {
+        return blackScratch<unsigned char>(rSize);
+    }
     if (m_lowpassScratch.size() != rSize) {
         m_lowpassScratch = blackScratch<unsigned char>(rSize);
     } else if (m_scratchMask != rMask) {

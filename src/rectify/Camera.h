@@ -1,7 +1,8 @@
 // One calibrated camera of a set: its gain, its two maps and the warpers built from them.
 //
-// All copies of a context share its cameras, so the warper list belongs to the thread that preprocesses; workers only
-// use warpers that were built before they started.
+// All copies of a context share its cameras. Lookups and scratch may be asked for on several threads at once; changes
+// of adjustment, assignment and deleteWarpMapFuncs drop warpers that others may be using, and need the camera for
+// themselves.
 #pragma once
 
 #include "image/Image.h"
@@ -9,6 +10,7 @@
 #include "rectify/WarperList.h"
 
 #include <memory>
+#include <mutex>
 
 namespace kestrova {
 
@@ -43,11 +45,11 @@ public:
     [[nodiscard]] const Warper* currentWarper() const { return m_pCurrentWarper; }
 
     /**
-     * An image for the lowpass of a frame of that size, kept from frame to frame. Black before its first frame and
-     * whenever size or mask change: what the fused warp leaves of the border must not depend on earlier frames, and the
-     * rest is written anew each time.
+     * An image for the lowpass of a frame of that size, kept from frame to frame; another one while somebody still
+     * holds the one that is kept. Black before its first frame and whenever size or mask change: what the fused warp
+     * leaves of the border must not depend on earlier frames, and the rest is written anew each time.
      */
-    [[nodiscard]] Image<unsigned char>& lowpassScratch(const ImageDim& rSize, const ImageDim& rMask);
+    [[nodiscard]] Image<unsigned char> lowpassScratch(const ImageDim& rSize, const ImageDim& rMask);
 
     /**
      * Shifts the rectified image, in fractions of its size; the two maps stay inverse to each other and all warpers go.
@@ -78,6 +80,7 @@ private:
     double m_dRectAdjustmentY; // row direction
     double m_dRawAdjustmentX;
     double m_dRawAdjustmentY;
+    std::mutex m_mutex;                       // for lookups and scratch
     const Warper* m_pCurrentWarper = nullptr; // borrowed from m_warpers
     std::unique_ptr<WarpMapFunc> m_pForwardMap;
     std::unique_ptr<WarpMapFunc> m_pInverseMap;

@@ -1,5 +1,7 @@
 #include "rectify/ColumnBox.h"
 
+#include "kernels/InstructionSet.h"
+
 #include <vector>
 
 namespace kestrova {
@@ -25,7 +27,7 @@ ColumnBox::ColumnBox(const WideRowsForm& rForm, const Image<unsigned char>& rSrc
 
 const WideRowsForm* ColumnBox::formFor(int nMaskCols)
 {
-    return nMaskCols <= sk_nWidestColumnMask ? wideRows(instructionSet()) : nullptr;
+    return nMaskCols <= sk_nWidestColumnMask ? instructionSet().m_pWideRows : nullptr;
 }
 
 int ColumnBox::addRow()

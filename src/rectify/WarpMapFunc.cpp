@@ -73,8 +73,10 @@ void WarpMapFunc::map(float& rRow, float& rCol, float fInRow, float fInCol) cons
     // Single precision outside the splines, the adjustments included: tables built from a map depend on its last bit.
     const float fA = clampToUnit(fInRow - static_cast<float>(m_dDestinationAdjustmentY));
     const float fB = clampToUnit(fInCol - static_cast<float>(m_dDestinationAdjustmentX));
-    rRow = clampToUnit(static_cast<float>(m_rowSpline(fA, fB)) + static_cast<float>(m_dSourceAdjustmentY));
-    rCol = clampToUnit(static_cast<float>(m_colSpline(fA, fB)) + static_cast<float>(m_dSourceAdjustmentX));
+    rRow = clampToUnit(static_cast<float>(m_rowSpline.at(fA, fB, WarpSpline::Coordinate::Row)) +
+                       static_cast<float>(m_dSourceAdjustmentY));
+    rCol = clampToUnit(static_cast<float>(m_colSpline.at(fA, fB, WarpSpline::Coordinate::Col)) +
+                       static_cast<float>(m_dSourceAdjustmentX));
 }
 
 void WarpMapFunc::map(float& rRow, float& rCol, int nOutRows, int nOutCols, float fInRow, float fInCol, int nInRows,

@@ -1,8 +1,8 @@
 // A map from the coordinates of one image to those of another: two splines and four adjustments.
 //
 // The destination is the image whose coordinate the caller holds, the source the one that is looked up, as a warp fills
-// a destination from a source. Splines are normalised, so one map serves every resolution. Evaluation writes the
-// splines' caches: one thread at a time.
+// a destination from a source. Splines are normalised, so one map serves every resolution. Any number of threads may
+// map at once, as long as none changes an adjustment.
 #pragma once
 
 #include "rectify/WarpSpline.h"

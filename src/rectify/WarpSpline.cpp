@@ -1,14 +1,15 @@
 #include "rectify/WarpSpline.h"
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
+#include <type_traits>
 
 namespace kestrova {
 
 namespace {
 
-constexpr int sk_nOrder = 4;                    // cubic
-constexpr int sk_nCacheSlack = 8;               // the tag, and room for the n + 3 values of order 1
-constexpr double sk_dNoAbscissa = -123456789.0; // no normalised coordinate
+constexpr int sk_nOrder = 4; // cubic
 
 Image<double> rowOf(const double* pdValues, int n)
 {
@@ -29,30 +30,6 @@ Image<double> transposed(const double* pdCoefs, int n)
     return image;
 }
 
-Image<double> emptyCache(int nRows, int n)
-{
-    Image<double> cache(nRows, n + sk_nCacheSlack);
-    cache.init(sk_dNoAbscissa);
-    return cache;
-}
-
-/** The slot is a hash and nothing else: what does not fit shares slot 0 with the smallest coordinates. */
-int cacheSlot(double d, int nSlots)
-{
-    const double dSlot = nSlots * d + 1.0;
-    return dSlot >= 0.0 && dSlot < nSlots ? static_cast<int>(dSlot) : 0; // also false for NaN
-}
-
-const double* cachedBasis(Image<double>& rCache, const Image<double>& rKnots, int nCount, double d)
-{
-    double* pdSlot = rCache.data() + static_cast<std::ptrdiff_t>(cacheSlot(d, rCache.nRows())) * rCache.rowDistance();
-    if (pdSlot[0] != d) {
-        WarpSpline::computeBasis(pdSlot + 1, nCount, rKnots.nCols() - nCount, rKnots.data(), d);
-        pdSlot[0] = d;
-    }
-    return pdSlot + 1;
-}
-
 /** The piecewise constant basis. The last interval includes its right end, so that the last knot is inside. */
 void computeConstantBasis(double* pdOut, int nCount, const double* pdKnots, double t)
 {
@@ -64,12 +41,17 @@ void computeConstantBasis(double* pdOut, int nCount, const double* pdKnots, doub
     }
 }
 
+std::uint64_t nextIdentity()
+{
+    static constinit std::atomic<std::uint64_t> s_uLast{0};
+    return ++s_uLast;
+}
+
 } // namespace
 
 WarpSpline::WarpSpline(const double* pdKnotsY, const double* pdKnotsX, const double* pdCoefs, int n)
-    : m_knotsX(rowOf(pdKnotsX, n + sk_nOrder)), m_knotsY(rowOf(pdKnotsY, n + sk_nOrder)),
-      m_coefficients(transposed(pdCoefs, n)), m_basisCacheX(emptyCache(sk_nCacheRowsX, n)),
-      m_basisCacheY(emptyCache(sk_nCacheRowsY, n))
+    : m_uIdentity(nextIdentity()), m_knotsX(rowOf(pdKnotsX, n + sk_nOrder)), m_knotsY(rowOf(pdKnotsY, n + sk_nOrder)),
+      m_coefficients(transposed(pdCoefs, n))
 {}
 
 void WarpSpline::computeBasis(double* pdOut, int nCount, int nOrder, const double* pdKnots, double t)
@@ -106,32 +88,150 @@ double WarpSpline::spline(int i, int nOrder, double dX, const double* pdKnots)
     return dLeft + dRight;
 }
 
-double WarpSpline::operator()(double dY, double dX) const
+// ---- the basis values that a thread has worked out last ----
+
+/**
+ * Basis values of one axis by abscissa, for one spline of a map. A warper is built row by row: pixels of a row share
+ * one abscissa, and pixels of a column the other.
+ */
+class WarpSpline::BasisCache
+{
+public:
+    /** What the basis functions are at an abscissa; all that are not zero lie from m_nFirst to m_nEnd - 1. */
+    struct Basis
+    {
+        std::uint64_t m_uSpline = 0; // whose it is; 0: nobody's
+        double m_dAbscissa = 0;
+        int m_nFirst = 0;
+        int m_nEnd = 0;
+        double* m_pdValues = nullptr; // by number of function
+    };
+
+    BasisCache(int nSlots, int nRoom) : m_nSlots(nSlots), m_nRoom(nRoom)
+    {
+        const auto uSlots = static_cast<std::size_t>(nSlots);
+        const auto uRoom = static_cast<std::size_t>(nRoom);
+        m_pBases = std::make_unique<Basis[]>(uSlots);
+        m_pValues = std::make_unique_for_overwrite<double[]>(uSlots * uRoom);
+        for (std::size_t u = 0; u < uSlots; ++u) {
+            m_pBases[u].m_pdValues = m_pValues.get() + u * uRoom;
+        }
+    }
+
+    const Basis& at(std::uint64_t uSpline, const Image<double>& rKnots, int nCount, double d)
+    {
+        Basis& rKept = m_pBases[static_cast<std::size_t>(slotOf(d))];
+        if (rKept.m_uSpline != uSpline || rKept.m_dAbscissa != d) {
+            computeBasis(rKept.m_pdValues, nCount, rKnots.nCols() - nCount, rKnots.data(), d);
+            rKept.m_uSpline = uSpline;
+            rKept.m_dAbscissa = d;
+            rKept.m_nFirst = 0;
+            rKept.m_nEnd = nCount;
+            trim(rKept);
+        }
+        return rKept;
+    }
+
+    [[nodiscard]] int room() const { return m_nRoom; }
+
+private:
+    /** The slot is a hash and nothing else: what does not fit shares slot 0 with the smallest coordinates. */
+    [[nodiscard]] int slotOf(double d) const
+    {
+        const double dSlot = m_nSlots * d + 1.0;
+        return dSlot >= 0.0 && dSlot < m_nSlots ? static_cast<int>(dSlot) : 0; // also false for NaN
+    }
+
+    static void trim(Basis& rBasis)
+    {
+        while (rBasis.m_nFirst < rBasis.m_nEnd && rBasis.m_pdValues[rBasis.m_nFirst] == 0.0) {
+            ++rBasis.m_nFirst;
+        }
+        while (rBasis.m_nEnd > rBasis.m_nFirst && rBasis.m_pdValues[rBasis.m_nEnd - 1] == 0.0) {
+            --rBasis.m_nEnd;
+        }
+    }
+
+    int m_nSlots;
+    int m_nRoom; // values of a slot
+    std::unique_ptr<Basis[]> m_pBases;
+    std::unique_ptr<double[]> m_pValues;
+};
+
+/** Both axes. */
+struct WarpSpline::Caches
+{
+    explicit Caches(int nRoom) : m_x(1280, nRoom), m_y(960, nRoom) {}
+
+    BasisCache m_x;
+    BasisCache m_y;
+};
+
+namespace {
+
+// Fetched through plain pointers: evaluation is too short to look for an object with a destructor each time.
+[[gnu::tls_model("initial-exec")]] constinit thread_local void* t_apCaches[2] = {nullptr, nullptr};
+
+} // namespace
+
+/** Owns the caches of a coordinate. */
+struct WarpSpline::OwnedCaches
+{
+    ~OwnedCaches() { t_apCaches[0] = t_apCaches[1] = nullptr; }
+
+    std::unique_ptr<Caches> m_apCaches[2];
+};
+
+WarpSpline::Caches& WarpSpline::makeThreadCaches(std::size_t uCoordinate, int nRoom)
+{
+    static thread_local OwnedCaches t_owned;
+    t_apCaches[uCoordinate] = nullptr;
+    t_owned.m_apCaches[uCoordinate].reset(); // before the larger ones are there
+    t_owned.m_apCaches[uCoordinate] = std::make_unique<Caches>(nRoom);
+    t_apCaches[uCoordinate] = t_owned.m_apCaches[uCoordinate].get();
+    return *t_owned.m_apCaches[uCoordinate];
+}
+
+WarpSpline::Caches& WarpSpline::threadCaches(Coordinate eCoordinate, int n)
+{
+    const auto u = static_cast<std::size_t>(eCoordinate);
+    const int nRoom = n + sk_nOrder - 1; // as many values has the basis of the lowest order
+    auto* const pCaches = static_cast<Caches*>(t_apCaches[u]);
+    return pCaches != nullptr && pCaches->m_x.room() >= nRoom ? *pCaches : makeThreadCaches(u, nRoom);
+}
+
+namespace {
+
+/** Inner product in ascending order; a constant count is worked out without a loop. */
+template<typename Count>
+double product(const double* pdA, const double* pdB, Count n)
+{
+    double dSum = 0.0;
+    for (int i = 0; i < n; ++i) {
+        dSum += pdA[i] * pdB[i];
+    }
+    return dSum;
+}
+
+} // namespace
+
+double WarpSpline::at(double dY, double dX, Coordinate eCoordinate) const
 {
     const int n = m_coefficients.nCols();
-    const double* pdBasisX = cachedBasis(m_basisCacheX, m_knotsX, n, dX);
-    const double* pdBasisY = cachedBasis(m_basisCacheY, m_knotsY, m_coefficients.nRows(), dY);
-
-    // Of a cubic basis at most four neighbours are not zero; the inner sum runs over those alone.
-    int nFirst = 0;
-    while (nFirst < n && pdBasisX[nFirst] == 0.0) {
-        ++nFirst;
-    }
-    int nEnd = n;
-    while (nEnd > nFirst && pdBasisX[nEnd - 1] == 0.0) {
-        --nEnd;
-    }
+    Caches& rCaches = threadCaches(eCoordinate, n);
+    const BasisCache::Basis& x = rCaches.m_x.at(m_uIdentity, m_knotsX, n, dX);
+    const BasisCache::Basis& y = rCaches.m_y.at(m_uIdentity, m_knotsY, m_coefficients.nRows(), dY);
+    // Of a cubic basis at most four neighbours are not zero; the sums run over those alone.
+    const double* const pdBasis = x.m_pdValues + x.m_nFirst;
+    const int nCount = x.m_nEnd - x.m_nFirst;
+    const std::ptrdiff_t nStride = m_coefficients.rowDistance();
+    const double* pdCoefs = m_coefficients.data() + y.m_nFirst * nStride + x.m_nFirst;
     double dResult = 0.0;
-    for (int nRow = 0; nRow < m_coefficients.nRows(); ++nRow) {
-        if (pdBasisY[nRow] == 0.0) {
-            continue;
+    for (int nRow = y.m_nFirst; nRow < y.m_nEnd; ++nRow, pdCoefs += nStride) {
+        if (y.m_pdValues[nRow] != 0.0) {
+            dResult += y.m_pdValues[nRow] * (nCount == 4 ? product(pdBasis, pdCoefs, std::integral_constant<int, 4>{})
+                                                         : product(pdBasis, pdCoefs, nCount));
         }
-        const Row<const double> coefs = m_coefficients[nRow];
-        double dSum = 0.0;
-        for (int nCol = nFirst; nCol < nEnd; ++nCol) {
-            dSum += pdBasisX[nCol] * coefs[nCol];
-        }
-        dResult += pdBasisY[nRow] * dSum;
     }
     return dResult;
 }

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "image/Image.h"
-#include "rectify/WideRows.h"
+#include "kernels/WideRows.h"
 
 namespace kestrova {
 

@@ -6,8 +6,8 @@
 #pragma once
 
 #include "image/Image.h"
+#include "kernels/BoxFilter.h"
 #include "rectify/KernelType.h"
-#include "stereo/BoxFilter.h"
 
 #include <memory>
 

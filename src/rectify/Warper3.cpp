@@ -1,9 +1,7 @@
 #include "rectify/Warper3.h"
 
+#include "kernels/InstructionSet.h"
 #include "rectify/warpSample.h"
-
-#include <cstring>
-#include <emmintrin.h>
 
 namespace kestrova {
 
@@ -109,38 +107,6 @@ struct Blend
     }
 };
 
-__m128i loadPairs(const unsigned char* pSrc, const int* pEntry)
-{
-    std::uint16_t aPairs[4];
-    for (int i = 0; i < 4; ++i) {
-        std::memcpy(&aPairs[i], pSrc + pEntry[i], 2);
-    }
-    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(aPairs)), _mm_setzero_si128());
-}
-
-/** Words 128 - f and f of four fractions, alternating. */
-__m128i loadWeights(const unsigned char* pFractions)
-{
-    int nFractions;
-    std::memcpy(&nFractions, pFractions, 4);
-    const __m128i f = _mm_unpacklo_epi8(_mm_cvtsi32_si128(nFractions), _mm_setzero_si128());
-    return _mm_unpacklo_epi16(_mm_sub_epi16(_mm_set1_epi16(128), f), f);
-}
-
-// Exact: a blended row is at most 255 * 128 and fits a signed word, so two multiply-adds do the work of one pixel.
-void blend4(unsigned char* pDst, const unsigned char* pSrc, int nRowStep, const int* pEntry,
-            const unsigned char* pRowFraction, const unsigned char* pColFraction)
-{
-    const __m128i weights = loadWeights(pColFraction);
-    const __m128i top = _mm_madd_epi16(loadPairs(pSrc, pEntry), weights);
-    const __m128i bottom = _mm_madd_epi16(loadPairs(pSrc + nRowStep, pEntry), weights);
-    const __m128i both = _mm_or_si128(top, _mm_slli_epi32(bottom, 16));
-    const __m128i sum = _mm_srli_epi32(_mm_madd_epi16(both, loadWeights(pRowFraction)), 14);
-    const __m128i words = _mm_packs_epi32(sum, sum);
-    const int nPixels = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
-    std::memcpy(pDst, &nPixels, 4);
-}
-
 } // namespace
 
 void Warper3::blendPixels(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const
@@ -150,10 +116,8 @@ void Warper3::blendPixels(unsigned char* pDst, const unsigned char* pSrc, int nR
     const unsigned char* pRowFraction = &m_rowFraction[nRow][nCol];
     const unsigned char* pColFraction = &m_colFraction[nRow][nCol];
     int i = 0;
-    if (blend.m_nColStep == 1 && instructionSet() != InstructionSet::Plain) {
-        for (; i + 4 <= nWidth; i += 4) {
-            blend4(pDst + i, pSrc, blend.m_nRowStep, pEntry + i, pRowFraction + i, pColFraction + i);
-        }
+    if (const PixelForm& rForm = *instructionSet().m_pPixels; blend.m_nColStep == 1 && rForm.blend != nullptr) {
+        i = rForm.blend(pDst, {pSrc, blend.m_nRowStep, pEntry, pRowFraction, pColFraction}, nWidth);
     }
     for (; i < nWidth; ++i) {
         pDst[i] = blend(pSrc + pEntry[i], pRowFraction[i], pColFraction[i], [](int n) { return n; });
@@ -162,7 +126,7 @@ void Warper3::blendPixels(unsigned char* pDst, const unsigned char* pSrc, int nR
 
 void Warper3::warp(unsigned char* pDst, const unsigned char* pSrc, int nRow, int nCol, int nWidth) const
 {
-    const WideRowsForm* const pForm = wideRows(instructionSet());
+    const WideRowsForm* const pForm = instructionSet().m_pWideRows;
     if (pForm == nullptr || pForm->m_nBlendStep == 0 || !m_windows.isBuilt()) {
         blendPixels(pDst, pSrc, nRow, nCol, nWidth);
         return;

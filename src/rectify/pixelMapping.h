@@ -1,6 +1,6 @@
 // Single points between the raw and the rectified image of a camera, in pixels.
 //
-// Evaluation writes the caches of the camera's splines: one thread at a time per camera. Warpers are not touched.
+// On any number of threads at once, as long as none adjusts the camera. Warpers are not touched.
 #pragma once
 
 #include "image/pixels.h"

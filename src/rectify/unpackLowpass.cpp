@@ -1,10 +1,10 @@
 #include "rectify/unpackLowpass.h"
 
+#include "kernels/kernels.h"
 #include "rectify/Camera.h"
 #include "rectify/fixedPoint.h"
 #include "rectify/lowpass.h"
 #include "rectify/unpack.h"
-#include "stereo/kernels.h"
 
 namespace kestrova {
 

@@ -1,6 +1,6 @@
 #include "stereo/ColumnLayout.h"
 
-#include "stereo/processor.h"
+#include "kernels/processor.h"
 
 #include <algorithm>
 

@@ -1,15 +1,15 @@
 // What one call of the plain fast correlator works in: the sum table, the ring of differences and the walk over the
 // rows.
 //
-// All storage is made once per call; a row allocates nothing.
+// Scratch is kept from call to call, so a frame allocates nothing once sizes are settled.
 #pragma once
 
 #include "image/Image.h"
 #include "stereo/ColumnLayout.h"
+#include "stereo/back_forth.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace kestrova {
 
@@ -18,6 +18,8 @@ class ColumnSums : public ColumnLayout
 public:
     ColumnSums(const ColumnLayout& rLayout, const Image<unsigned char>& rReference,
                const Image<unsigned char>& rSearch);
+    ColumnSums(const ColumnSums&) = delete; // works in the thread's scratch
+    ColumnSums& operator=(const ColumnSums&) = delete;
 
     /** Calls rOutput with the number of every output row once the sums stand for it; returns the lanes updated. */
     template<typename Output>
@@ -34,16 +36,22 @@ public:
         return uLanes;
     }
 
-    [[nodiscard]] const std::uint16_t* table() const { return m_table.data(); }
+    [[nodiscard]] const std::uint16_t* table() const { return m_pTable; }
+    [[nodiscard]] InverseRow& inverse() { return m_inverse; }
+    /** Room for a byte per pixel of a row. */
+    [[nodiscard]] std::uint8_t* lanes() { return m_pLanes; }
 
 private:
+    void takeScratch();
     unsigned addRow(int nRow);
     std::uint8_t* ringRow(int nRow);
 
     Image<unsigned char> m_reference;
     Image<unsigned char> m_search;
-    std::vector<std::uint16_t> m_table;
-    std::vector<std::uint8_t> m_ring;
+    InverseRow m_inverse;
+    std::uint16_t* m_pTable = nullptr;
+    std::uint8_t* m_pRing = nullptr;
+    std::uint8_t* m_pLanes = nullptr;
     std::size_t m_uRingRow; // bytes
 };
 

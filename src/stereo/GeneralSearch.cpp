@@ -1,5 +1,7 @@
 #include "stereo/GeneralSearch.h"
 
+#include <algorithm>
+
 namespace kestrova {
 
 namespace {
@@ -23,6 +25,14 @@ bool GeneralSearch::hasRoom() const
 AlignedViews GeneralSearch::viewsAt(int i) const
 {
     return alignedViews(m_rGeometry, m_rSteps, m_nImages, std::int64_t{i} + m_rContext.m_nDisparityOffset);
+}
+
+ImageROI GeneralSearch::output(const AlignedViews& rViews) const
+{
+    ImageROI output = rViews.output(halfMask());
+    const int nWindows = rViews.view(0).m_nRows - m_rContext.m_nStereoMaskSize + 1;
+    output.m_nRows = std::min(nWindows, viewsAt(m_nFirst).output(halfMask()).m_nRows);
+    return output;
 }
 
 bool GeneralSearch::validates() const

@@ -4,10 +4,10 @@
 // Indices are disparities less the context's offset. A search borrows everything and lasts for a call.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
+#include "kernels/row_interpolation.h"
 #include "stereo/aligned_views.h"
 #include "stereo/early_validation.h"
-#include "stereo/row_interpolation.h"
 
 #include <cstdint>
 
@@ -33,7 +33,12 @@ public:
     [[nodiscard]] int halfMask() const { return m_rContext.m_nStereoMaskSize / 2; }
     [[nodiscard]] const ImageDim& frame() const { return m_rGeometry.m_frame; }
     [[nodiscard]] AlignedViews viewsAt(int i) const;
-    [[nodiscard]] ImageROI output(const AlignedViews& rViews) const { return rViews.output(halfMask()); }
+    /**
+     * The pixels that the views of one disparity give a score. An even window completes one row more than half of it
+     * cut off above and below leaves, and that row counts as long as the lowest disparity has it too. The column that
+     * it completes besides never counts.
+     */
+    [[nodiscard]] ImageROI output(const AlignedViews& rViews) const;
 
     /** The tests measure the distance from an edge image's zero level. */
     [[nodiscard]] bool validates() const;

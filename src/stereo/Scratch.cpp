@@ -1,6 +1,14 @@
 #include "stereo/Scratch.h"
 
+#include <utility>
+
 namespace kestrova {
+
+namespace {
+
+thread_local Scratch* t_pGiven = nullptr;
+
+} // namespace
 
 void Scratch::reset(std::size_t uBytes)
 {
@@ -15,8 +23,18 @@ void Scratch::reset(std::size_t uBytes)
 
 Scratch& threadScratch()
 {
-    thread_local Scratch t_scratch;
-    return t_scratch;
+    if (t_pGiven != nullptr) {
+        return *t_pGiven; // before the thread's own is made, which takes memory to be ended with the thread
+    }
+    thread_local Scratch t_own;
+    return t_own;
+}
+
+ScratchUse::ScratchUse(Scratch& rScratch) : m_pBefore(std::exchange(t_pGiven, &rScratch)) {}
+
+ScratchUse::~ScratchUse()
+{
+    t_pGiven = m_pBefore;
 }
 
 } // namespace kestrova

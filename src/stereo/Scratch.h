@@ -1,4 +1,7 @@
-// Working memory of a thread, kept from call to call, so that a frame allocates nothing once sizes are settled.
+// Working memory of the correlators, kept from call to call, so that a frame allocates nothing once sizes are settled.
+//
+// It belongs to whoever gives work to threads, by band: which thread takes which band differs from run to run, and a
+// thread's own memory would grow whenever it meets a larger band than before. Calls outside of that use their thread's.
 #pragma once
 
 #include <cstddef>
@@ -55,7 +58,20 @@ struct ScratchCount
     std::size_t m_uBytes = 0;
 };
 
-/** Of the correlators, which never run inside each other. */
+/** Of the correlators, which never run inside each other: what the thread was given, else its own. */
 [[nodiscard]] Scratch& threadScratch();
+
+/** While it lives, the thread that made it works in the memory given. */
+class ScratchUse
+{
+public:
+    explicit ScratchUse(Scratch& rScratch);
+    ~ScratchUse();
+    ScratchUse(const ScratchUse&) = delete;
+    ScratchUse& operator=(const ScratchUse&) = delete;
+
+private:
+    Scratch* m_pBefore;
+};
 
 } // namespace kestrova

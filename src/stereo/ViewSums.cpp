@@ -1,6 +1,6 @@
 #include "stereo/ViewSums.h"
 
-#include "stereo/kernels.h"
+#include "kernels/kernels.h"
 
 #include <algorithm>
 

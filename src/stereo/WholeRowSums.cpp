@@ -1,8 +1,7 @@
 #include "stereo/WholeRowSums.h"
 
+#include "kernels/InstructionSet.h"
 #include "stereo/Scratch.h"
-
-#include <emmintrin.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,27 +17,12 @@ constexpr int sk_nWidestInverse = 0x7FFF; // its columns are kept in 16 bits
 
 } // namespace
 
-const WholeRowForm* wholeRowForm(InstructionSet eSet)
-{
-    switch (eSet) {
-    case InstructionSet::Sse2:
-        return &g_wholeRowSse2;
-    case InstructionSet::Avx2:
-        return &g_wholeRowAvx2;
-    case InstructionSet::Avx512:
-        return &g_wholeRowAvx512;
-    case InstructionSet::Plain:
-        break;
-    }
-    return nullptr;
-}
-
 const WholeRowForm* WholeRowSums::formFor(const ColumnLayout& rLayout, unsigned n, bool bBackForth)
 {
     const unsigned uReserved = rLayout.use().m_bTextureLane ? 1 : 0;
     const bool bSearches =
         n + uReserved <= static_cast<unsigned>(rLayout.nLanes()) && rLayout.width() <= sk_nWidestInverse;
-    return bSearches || !bBackForth ? wholeRowForm(instructionSet()) : nullptr;
+    return bSearches || !bBackForth ? instructionSet().m_pWholeRows : nullptr;
 }
 
 WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayout,
@@ -52,7 +36,7 @@ WholeRowSums::WholeRowSums(const WholeRowForm& rForm, const ColumnLayout& rLayou
     m_row.m_nLanes = rLayout.nLanes() - nReserved;
     m_row.m_nVectors = (m_row.m_nLanes + rForm.m_nVectorLanes - 1) / rForm.m_nVectorLanes;
     m_row.m_uStart = rLayout.use().m_uStart;
-    m_row.m_inverse.m_nCandidates = bBackForth ? static_cast<int>(n) - nReserved : 0;
+    m_row.m_inverse.m_nCandidates = bBackForth ? std::max(static_cast<int>(n) - nReserved, 0) : -1;
     m_row.m_nWindowStride = (m_row.m_nVectors + (bBackForth ? 1 : 0)) * rForm.m_nVectorLanes;
     findRanges();
     takeScratch();
@@ -133,39 +117,20 @@ void WholeRowSums::pairRow(int nRow)
 
 void WholeRowSums::addTexture(int nRow)
 {
-    constexpr int sk_nZeroLevel = 128; // of an edge image: what texture is measured from
     const bool bLeaves = nRow >= m_layout.mask();
     const std::uint8_t* const pEntering = &m_reference[nRow][0];
     const std::uint8_t* const pLeaving = bLeaves ? &m_reference[nRow - m_layout.mask()][0] : nullptr;
     std::uint16_t* __restrict const pColumns = m_pTextureColumns;
     const int nWidth = m_layout.width();
     for (int x = 0; x < nWidth; ++x) {
-        const int nLeaving = bLeaves ? std::abs(pLeaving[x] - sk_nZeroLevel) : 0;
-        pColumns[x] = static_cast<std::uint16_t>(pColumns[x] + std::abs(pEntering[x] - sk_nZeroLevel) - nLeaving);
+        const int nLeaving = bLeaves ? std::abs(pLeaving[x] - sk_ucEdgeZero) : 0;
+        pColumns[x] = static_cast<std::uint16_t>(pColumns[x] + std::abs(pEntering[x] - sk_ucEdgeZero) - nLeaving);
     }
 }
 
-// Eight columns at a time: the running sum of what enters and leaves.
 void WholeRowSums::sumTexture()
 {
-    const int nMask = m_layout.mask();
-    unsigned uSum = m_row.m_uStart;
-    for (int x = 0; x < nMask - 1; ++x) {
-        uSum += m_pTextureColumns[x];
-    }
-    const auto load = [](const std::uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-    __m128i before = _mm_set1_epi16(static_cast<short>(uSum));
-    for (int x = 0; x < m_nTextureColumns; x += 8) {
-        const __m128i entering = load(m_pTextureColumns + x + nMask - 1);
-        const __m128i leaving = load(m_pTextureColumns + x);
-        __m128i change = _mm_sub_epi16(entering, leaving);
-        change = _mm_add_epi16(change, _mm_slli_si128(change, 2));
-        change = _mm_add_epi16(change, _mm_slli_si128(change, 4));
-        change = _mm_add_epi16(change, _mm_slli_si128(change, 8));
-        const __m128i after = _mm_add_epi16(before, change);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(m_pTexture + x), _mm_add_epi16(after, leaving));
-        before = _mm_shuffle_epi32(_mm_shufflehi_epi16(after, _MM_SHUFFLE(3, 3, 3, 3)), _MM_SHUFFLE(3, 3, 3, 3));
-    }
+    m_pForm->sumWindows(m_pTexture, m_pTextureColumns, m_layout.mask(), m_row.m_uStart, m_nTextureColumns);
     std::fill(m_pTexture + m_nTextureColumns, m_pTexture + m_layout.nCount(), std::uint16_t{0xFFFF});
 }
 

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "image/Image.h"
+#include "kernels/WholeRow.h"
 #include "stereo/ColumnLayout.h"
-#include "stereo/WholeRow.h"
 #include "stereo/labels.h"
 
 #include <array>

@@ -3,8 +3,8 @@
 
 #include "stereo/labels.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace kestrova {
 
@@ -15,7 +15,17 @@ namespace kestrova {
 class InverseRow
 {
 public:
-    explicit InverseRow(int W);
+    /** Takes its storage out of a Scratch, or out of what counts for one, for rows of W pixels. */
+    template<typename Taker>
+    void take(Taker& rTaker, int W)
+    {
+        m_uSize = static_cast<std::size_t>(W) + sk_uBeyond;
+        m_pInverse = rTaker.template take<std::uint8_t>(m_uSize);
+        m_pBest = rTaker.template take<std::uint16_t>(m_uSize);
+        m_pWinner = rTaker.template take<std::uint16_t>(m_uSize);
+    }
+    /** To be called once the storage is there. */
+    void clear();
 
     /**
      * For each of nCount search columns r the disparity index d, from 0 to the smaller of r and n - 1, with the lowest
@@ -32,14 +42,17 @@ public:
      */
     void mongo_val_inverse(const std::uint16_t* pTable, const LabelTable& rLabels, int nCount, int n, int nStride);
 
-    [[nodiscard]] const std::uint8_t* data() const { return m_inverse.data(); }
+    [[nodiscard]] const std::uint8_t* data() const { return m_pInverse; }
 
 private:
     void search(const std::uint16_t* pTable, int nCount, int n, int nStride);
 
-    std::vector<std::uint8_t> m_inverse;
-    std::vector<std::uint16_t> m_best;
-    std::vector<std::uint16_t> m_winner;
+    static constexpr std::size_t sk_uBeyond = 256 + 2 * 8; // the widest range, and two groups of disparities
+
+    std::size_t m_uSize = 0;
+    std::uint8_t* m_pInverse = nullptr;
+    std::uint16_t* m_pBest = nullptr;
+    std::uint16_t* m_pWinner = nullptr;
 };
 
 /**

@@ -1,7 +1,7 @@
 #include "stereo/cam2h_subpix.h"
 
+#include "kernels/mincorr.h"
 #include "kestrova.h"
-#include "stereo/mincorr.h"
 
 #include <algorithm>
 #include <array>

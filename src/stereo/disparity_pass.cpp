@@ -1,7 +1,7 @@
 #include "stereo/disparity_pass.h"
 
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
+#include "kernels/kernels.h"
+#include "kernels/processor.h"
 
 namespace kestrova {
 

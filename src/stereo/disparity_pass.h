@@ -6,7 +6,7 @@
 #pragma once
 
 #include "image/Image.h"
-#include "stereo/BoxFilter.h"
+#include "kernels/BoxFilter.h"
 
 namespace kestrova {
 

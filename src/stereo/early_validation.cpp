@@ -1,7 +1,7 @@
 #include "stereo/early_validation.h"
 
+#include "kernels/kernels.h"
 #include "stereo/disparity_pass.h"
-#include "stereo/kernels.h"
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@ constexpr int sk_nFirstAveragedMask = 16;
 void textureMeasure(Image<unsigned short>& rScore, const Image<unsigned char>& rReference, int m)
 {
     const Image<unsigned char> pair[2] = {rReference,
-                                          Image<unsigned char>::constImage(rReference.size(), sk_ucZeroLevel)};
+                                          Image<unsigned char>::constImage(rReference.size(), sk_ucEdgeZero)};
     stereoFirstStep(rScore, pair, 2, static_cast<unsigned>(m));
 }
 

@@ -7,8 +7,6 @@
 
 namespace kestrova {
 
-constexpr unsigned char sk_ucZeroLevel = 128; // grey without any texture
-
 /**
  * Fills score and label with the seeds of a frame, from the texture of the reference view views[0].
  *

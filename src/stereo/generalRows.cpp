@@ -4,10 +4,10 @@
 //
 // The row kernels are the ones of the plain way, called for the same pixels at the same alignment: where lanes, ends of
 // rows or the order of disparities decide, both decide alike.
+#include "kernels/kernels.h"
+#include "kernels/processor.h"
 #include "stereo/GeneralSearch.h"
 #include "stereo/ViewSums.h"
-#include "stereo/kernels.h"
-#include "stereo/processor.h"
 
 #include <algorithm>
 
@@ -65,7 +65,7 @@ RowSearch::RowSearch(const GeneralSearch& rSearch)
     threadScratch().reset(count.m_uBytes);
     take(threadScratch());
     m_sums.reset(r.m_nStereoMaskSize, s.frame().m_nCols, m_bSSE2);
-    std::fill_n(m_pGrey, s.frame().m_nCols, sk_ucZeroLevel);
+    std::fill_n(m_pGrey, s.frame().m_nCols, sk_ucEdgeZero);
     std::fill_n(m_pValidation, s.frame().m_nCols, sk_uAnyScore);
     for (int n = 0; n < nViews(); ++n) {
         m_sums.clear(m_pViews[n]);

@@ -1,7 +1,7 @@
 #include "stereo/generalStereo.h"
 
+#include "kernels/InstructionSet.h"
 #include "stereo/GeneralSearch.h"
-#include "stereo/InstructionSet.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -44,7 +44,7 @@ KestrovaError generalStereo(StereoContext& rContext, const KestrovaROI& rRegion,
     if (!(outDim == geometry.m_frame) || !coverFrame(pStereoImages, K, geometry.m_frame)) {
         return KestrovaErrorOk;
     }
-    const bool bByRows = instructionSet() != InstructionSet::Plain && rContext.m_nMinDisparity >= 0;
+    const bool bByRows = !instructionSet().m_bReference && rContext.m_nMinDisparity >= 0;
     (bByRows ? searchByRows : searchByPasses)(search);
     return KestrovaErrorOk;
 }

@@ -1,6 +1,6 @@
 #include "stereo/surfaceValidation.h"
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 
 namespace kestrova {
 

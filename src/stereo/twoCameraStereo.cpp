@@ -1,6 +1,6 @@
 #include "stereo/twoCameraStereo.h"
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "stereo/twofast.h"
 #include "stereo/twofast_subpix.h"
 

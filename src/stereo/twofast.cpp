@@ -1,9 +1,9 @@
 #include "stereo/twofast.h"
 
+#include "kernels/mincorr.h"
 #include "stereo/ColumnSums.h"
 #include "stereo/WholeRowSums.h"
 #include "stereo/back_forth.h"
-#include "stereo/mincorr.h"
 #include "stereo/thresholds.h"
 
 #include <algorithm>
@@ -142,7 +142,7 @@ unsigned columnByColumn(const Call& rCall, const LabelTable& rLabels, const Scal
                         const BackForth* pBackForth)
 {
     ColumnSums sums(rCall.m_rLayout, rCall.m_rReference, rCall.m_rSearch);
-    InverseRow inverse(sums.width());
+    InverseRow& rInverse = sums.inverse();
     const int n = static_cast<int>(rCall.m_n);
     return sums.forEachRow([&](int nRow) {
         std::uint8_t* const pOut = &rCall.m_rOut[nRow][0];
@@ -153,11 +153,11 @@ unsigned columnByColumn(const Call& rCall, const LabelTable& rLabels, const Scal
         }
         if (pBackForth != nullptr) {
             if (pValidation != nullptr) {
-                inverse.mongo_val_inverse(sums.table(), rLabels, sums.nInverse(), n, sums.nStride());
+                rInverse.mongo_val_inverse(sums.table(), rLabels, sums.nInverse(), n, sums.nStride());
             } else {
-                inverse.mongo_inverse(sums.table(), sums.nInverse(), n, sums.nStride());
+                rInverse.mongo_inverse(sums.table(), sums.nInverse(), n, sums.nStride());
             }
-            back_forth_row(pOut, inverse.data(), pBackForth->m_rLabels, sums.nCount(), pBackForth->m_ucInvalid,
+            back_forth_row(pOut, rInverse.data(), pBackForth->m_rLabels, sums.nCount(), pBackForth->m_ucInvalid,
                            pBackForth->m_ucMapping);
         }
     });

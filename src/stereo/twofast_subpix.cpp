@@ -44,12 +44,10 @@ struct Call
 unsigned columnByColumn(const Call& r)
 {
     ColumnSums sums(r.m_rLayout, r.m_rReference, r.m_rSearch);
-    std::vector<std::uint8_t> lanes(static_cast<std::size_t>(sums.nCount()));
-    InverseRow inverse(sums.width());
     const SubpixRow row{sums.table(),          r.m_uMinDisparity, r.m_uOffset,    sums.width(),
                         sums.mask(),           sums.nGroups(),    sums.nStride(), static_cast<int>(r.m_n),
                         sums.lastLane(),       sums.bSSE2(),      r.m_bBackForth, r.m_ucBackForthMapping,
-                        r.m_ucSubpixelMapping, lanes.data(),      &inverse};
+                        r.m_ucSubpixelMapping, sums.lanes(),      &sums.inverse()};
     return sums.forEachRow([&](int nRow) {
         if (sums.use().m_bTextureLane) {
             cam2h_subpix_val_interp(&r.m_rOut[nRow][0], row, r.m_rValidation);

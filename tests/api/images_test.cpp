@@ -149,4 +149,56 @@ TEST(Images, CallersBuffersReceiveEveryImage)
     }
 }
 
+/** A lent raw image ends with the planes that replace it: packed frames after that have storage of the library's. */
+TEST(Images, BuffersThatPlanesReplacedAreLeftAlone)
+{
+    StereoFrame frame(33, 44, 5);
+    KestrovaInput planes = frame.planes();
+    KestrovaInput packed = frame.packed();
+    for (const bool bFurrow : {false, true}) {
+        const Handle c = open(Shape::Horizontal);
+        std::vector<std::uint8_t> lent(33 * 44, 7);
+        expectOk({kestrovaSetResolution(c, 33, 44), kestrovaSetSourceResolution(c, 33, 44),
+                  kestrovaSetStereoQuality(c, bFurrow ? KestrovaStereoEnhanced : KestrovaStereoStandard),
+                  kestrovaSetImageBuffer(c, lent.data(), KestrovaImgRaw, KestrovaCamLeft),
+                  kestrovaPreprocess(c, &packed)});
+        EXPECT_EQ(lent, frame.plane(1));
+        expectOk({kestrovaPreprocess(c, &planes)});
+        std::fill(lent.begin(), lent.end(), std::uint8_t{7}); // as if it had been freed
+        expectOk({kestrovaPreprocess(c, &packed), kestrovaPreprocess(c, &planes), kestrovaPreprocess(c, &packed)});
+        EXPECT_EQ(lent, std::vector<std::uint8_t>(lent.size(), 7));
+        EXPECT_EQ(image(c, KestrovaImgRaw, KestrovaCamLeft), frame.plane(1));
+    }
+}
+
+/** A plane that no camera in use needs may be missing. There is no raw image then, whoever asks for one. */
+TEST(Images, MissingPlanesMakeEmptyRawImages)
+{
+    const Handle c = open(Shape::L);
+    StereoFrame frame(60, 80, 5, 4, Shape::L);
+    expectOk({kestrovaSetResolution(c, 60, 80), kestrovaSetDisparity(c, 0, 12),
+              kestrovaSetCameraConfiguration(c, KestrovaCfg2CameraHorizontal)});
+    const TempFile file("", ".pgm");
+    for (const bool bAfterPacked : {false, true}) {
+        KestrovaInput packed = frame.packed();
+        KestrovaInput planes = frame.planes();
+        planes.pPlane1 = nullptr;
+        if (bAfterPacked) {
+            expectOk({kestrovaPreprocess(c, &packed)});
+        }
+        expectOk({kestrovaPreprocess(c, &planes), kestrovaStereo(c)});
+        KestrovaImage record{9, 9, 9, nullptr};
+        expectOk({kestrovaGetImage(c, KestrovaImgRaw, KestrovaCamTop, &record)});
+        EXPECT_TRUE(record.nrows == 0 && record.ncols == 0 && record.rowinc == 0 && record.data == nullptr);
+        EXPECT_EQ(image(c, KestrovaImgRaw, KestrovaCamLeft).size(), 60U * 80U);
+        kestrovaSaveImageExtra(c, KestrovaImgRaw, KestrovaCamTop, file.path()); // whatever it says, it reads nothing
+        KestrovaColorImage colour{};
+        EXPECT_EQ(kestrovaRectifyColorImage(c, KestrovaCamRight, &planes, &colour), sk_eRequest);
+    }
+    // And is there again when a frame brings it.
+    KestrovaInput packed = frame.packed();
+    expectOk({kestrovaSetCameraConfiguration(c, KestrovaCfg3CameraL), kestrovaPreprocess(c, &packed)});
+    EXPECT_EQ(image(c, KestrovaImgRaw, KestrovaCamTop).size(), 60U * 80U);
+}
+
 } // namespace

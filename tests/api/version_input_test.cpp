@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstdlib>
+#include <string>
+#include <thread>
 
 TEST(Errors, EveryCodeHasItsText)
 {
@@ -28,6 +30,15 @@ TEST(Version, NumbersAgreeWithTheText)
                   kestrovaGetVersionReleaseType() * 10 + kestrovaGetVersionReleaseNumber(),
               KESTROVA_VERSION_MAJOR * 1000 + KESTROVA_VERSION_MINOR * 100 + KESTROVA_VERSION_RELEASE_TYPE * 10 +
                   KESTROVA_VERSION_RELEASE_NUMBER);
+}
+
+// A rewritten text is a race, which is the sanitizer's to tell.
+TEST(Version, TextMayBeReadByOneThreadWhileAnotherAsksForIt)
+{
+    const std::string text = kestrovaVersion();
+    std::thread other([] { EXPECT_STREQ(kestrovaVersion(), "Kestrova Stereo Vision SDK 3.4 Alpha 2"); });
+    EXPECT_EQ(kestrovaVersion(), text);
+    other.join();
 }
 
 // Leaks and wrong frees are the sanitizer's to tell.

@@ -35,11 +35,16 @@ protected:
     std::vector<std::pair<Point, Point>> bothFrames()
     {
         std::vector<std::pair<Point, Point>> points;
-        const auto add = [&](auto pfnCamera, auto pfnWorld, auto position, auto disparity) {
+        const auto add = [&](auto pfnCamera, auto pfnWorld, auto row, auto disparity) {
+            const auto col = static_cast<decltype(row)>(row + 90); // another: rows and columns are not to be exchanged
             Point a{7, 7, 7};
             Point b{7, 7, 7};
-            EXPECT_EQ(pfnCamera(h, position, position, disparity, &a[0], &a[1], &a[2]),
-                      pfnWorld(h, position, position, disparity, &b[0], &b[1], &b[2]));
+            EXPECT_EQ(pfnCamera(h, row, col, disparity, &a[0], &a[1], &a[2]),
+                      pfnWorld(h, row, col, disparity, &b[0], &b[1], &b[2]));
+            EXPECT_TRUE(disparity == 0 ||
+                        (std::abs(a[0] / a[2] * m_fFocal + m_centre[1] - static_cast<float>(col)) < 1e-2F &&
+                         std::abs(a[1] / a[2] * m_fFocal + m_centre[0] - static_cast<float>(row)) < 1e-2F))
+                << row;
             points.emplace_back(a, b);
         };
         for (const std::uint8_t uc : {std::uint8_t{0}, std::uint8_t{8}}) {
@@ -60,7 +65,16 @@ protected:
         return rcd;
     }
 
+    Point centre()
+    {
+        Point centre{};
+        EXPECT_EQ(kestrovaGetImageCenter(h, &centre[0], &centre[1]), KestrovaErrorOk);
+        return centre;
+    }
+
     const Handle h = open(Shape::Horizontal);
+    const float m_fFocal = got(kestrovaGetFocalLength, h);
+    const Point m_centre = centre(); // row, column
 };
 
 TEST_F(World, EveryFormGoesThroughTheTransform)
@@ -77,7 +91,7 @@ TEST_F(World, EveryFormGoesThroughTheTransform)
         EXPECT_EQ(world, i < 5 ? camera : wanted) << i; // without a point both leave the same
     }
     const Point rcd = back(points[5].second);
-    EXPECT_TRUE(std::abs(rcd[0] - 20.5F) < 1e-3F && std::abs(rcd[1] - 20.5F) < 1e-3F && std::abs(rcd[2] - 8) < 1e-4F);
+    EXPECT_TRUE(std::abs(rcd[0] - 20.5F) < 1e-3F && std::abs(rcd[1] - 110.5F) < 1e-3F && std::abs(rcd[2] - 8) < 1e-4F);
     EXPECT_EQ(back({0, 0, 2.5F}, KestrovaErrorInvalidRequest), (Point{7, 7, 7})) << "behind the camera";
 }
 

@@ -1,5 +1,5 @@
 #include "calibration/lines.h"
-#include "pgm/FilePtr.h"
+#include "files/FilePtr.h"
 #include "support/CalibrationText.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "calibration/load.h"
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "rectify/Camera.h"
 #include "support/CalibrationText.h"
 

@@ -1,12 +1,12 @@
 // Every reader of files over any bytes. A fuzzer runs one of the targets; the ordinary build runs each over its seeds.
-#include "api/StereoContext.h"
 #include "calibration/load.h"
 #include "calibration/write.h"
+#include "context/StereoContext.h"
+#include "files/FilePtr.h"
 #include "geometry/LYRPointCloud3d.h"
 #include "imageio/imageInfo.h"
 #include "imageio/pnmRead.h"
 #include "kestrova.h"
-#include "pgm/FilePtr.h"
 #include "rectify/Camera.h"
 
 #include <cstdlib>

@@ -122,6 +122,25 @@ TEST(LYRBSP, SplitsAndVisitsInItsOwnOrder)
     EXPECT_EQ(cloud.findNearestIndex({0, 0, 0}), 0) << "without an index the lowest of equals";
 }
 
+/** Two clouds in planes, one of them with ties: a search from far off neither enters the whole tree nor loses a point.
+ */
+TEST(LYRBSP, FlatCloudsAreFoundFromAfar)
+{
+    LYRPointCloud3d cloud;
+    for (const double dGrid : {0.0, 100.0}) {
+        Random random(3);
+        const auto place = [&] { return dGrid == 0 ? any(random) : std::round(dGrid * any(random)) / dGrid; };
+        fillAndIndex(cloud, 30000, [&](int) { return LYRPoint3d(place(), place(), 0); });
+        for (int i = 0; i < 30; ++i) {
+            const LYRPoint3d p(any(random), any(random), 2 + any(random));
+            const int nBefore = LYRBSPnode::num_closest;
+            const int nFound = cloud.findNearestIndex(p);
+            EXPECT_LT(LYRBSPnode::num_closest - nBefore, 3000);
+            ASSERT_EQ(cloud.elementAt(nFound)->squareDistance(p), squareOfNearest(cloud, p));
+        }
+    }
+}
+
 TEST(LYRBSP, WhatIsCloseOrCoincidesFolds)
 {
     LYRPointCloud3d cloud;

@@ -101,7 +101,10 @@ TEST(CloudFile, LinesBecomePoints)
     }
     LYRPointCloud3d gone;
     gone.insertPoint(new LYRPoint3d(9, 9, 9));
-    EXPECT_FALSE(gone.load("/no such file") || gone.save("/no such folder/c") || gone.saveVRML("/no such folder/c"));
+    for (const char* const pszNoFile : {"/no such file", "/dev/zero", "/dev"}) {
+        EXPECT_FALSE(gone.load(pszNoFile)) << pszNoFile;
+    }
+    EXPECT_FALSE(gone.save("/no such folder/c") || gone.saveVRML("/no such folder/c"));
     EXPECT_EQ(gone.size(), 0);
 }
 

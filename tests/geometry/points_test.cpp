@@ -6,7 +6,32 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <new>
+
+static std::atomic<unsigned> g_nAllocations{0};
+
+// Inlined without its counterpart, one of these would look mismatched to the compiler.
+[[gnu::noinline]] void* operator new(std::size_t uBytes)
+{
+    ++g_nAllocations;
+    if (void* const p = std::malloc(uBytes + 1)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
 
 using namespace kestrova;
 using testing::ElementsAre;
@@ -35,6 +60,16 @@ TEST(LYRList, FillsGapsInOrderOrFromTheEnd)
         EXPECT_TRUE(list.elementAt(0) == &a[3] && list.indexOf(&a[2]) == 1 && list.elementAt(2) == nullptr);
         EXPECT_FALSE(list.removeElementAt(2) || list.removeElementAt(-1));
     }
+}
+
+TEST(LYRList, GrowsByMoreThanItsStepWhenItIsLarge)
+{
+    LYRList list(1000, 1000);
+    int n = 0;
+    const unsigned uBefore = g_nAllocations;
+    while (list.addElement(&n) < 1000000) {
+    }
+    EXPECT_LT(g_nAllocations - uBefore, 50U);
 }
 
 TEST(LYRPoints, StrictPredicatesAndSquaredDistances)

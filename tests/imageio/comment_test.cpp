@@ -120,6 +120,31 @@ TEST(ImageComment, HeadersOfOtherImagesLineByLine)
     EXPECT_TRUE(read.nrows == 9 && !info.hasComment);
 }
 
+TEST(ImageComment, AnImageNeverMadeHasACommentOfSettingsNeverUsed)
+{
+    const std::string start = "P5\n# LYRComment\n# Pemberlow 4711\n# ";
+    const std::string rest = "# TextureValidation=Off\n# UniquenessValidation=Off\n# BackForthValidation=Off\n"
+                             "# SurfaceValidation=Off\n";
+    const std::string correlated = "# RectificationQuality=Fast\n# EdgeCorrelation=Off\n# Smoothing=Off\n"
+                                   "# StereoQuality=Standard\n# CameraConfiguration=3-Cam-L\n# StereoMask=0\n"
+                                   "# MinDisparity=0\n# MaxDisparity=0\n# DisparityOffset=0\n";
+    const Handle h = open(Shape::Horizontal);
+    const TempFile file;
+    const auto saved = [&](KestrovaImageType eType) {
+        expectOk({kestrovaSaveImageExtra(h, eType, KestrovaCamReference, file.path())});
+        return file.content();
+    };
+    const std::string size = "\n0 0\n255\n";
+    EXPECT_EQ(saved(KestrovaImgRectified), start + "Rectified Right image\n# RectificationQuality=Fast\n" + size);
+    EXPECT_EQ(saved(KestrovaImgEdge),
+              start + "Edge Right image\n# RectificationQuality=Fast\n# Smoothing=Off\n" + size);
+    expectOk({kestrovaSaveImage16Extra(h, KestrovaImg16Disparity, KestrovaCamReference, file.path())});
+    EXPECT_EQ(file.content(), start + "16-bit-Disparity Right Image\n" + correlated + rest + "\n0 0\n65535\n");
+    expectOk({kestrovaSetSubpixelInterpolation(h, false)});
+    EXPECT_EQ(saved(KestrovaImgDisparity),
+              start + "8-bit-Disparity Right image\n" + correlated + "# DisparityMapping=Off\n" + rest + size);
+}
+
 TEST(ImageComment, TextsThatParseAndThoseThatDoNot)
 {
     constexpr auto sk_eBad = KestrovaErrorImageComment;

@@ -1,5 +1,7 @@
 #include "parallel/ExecutorPool.h"
 
+#include "support/Faults.h"
+
 #include <atomic>
 #include <boost/thread/barrier.hpp>
 #include <gtest/gtest.h>
@@ -92,6 +94,66 @@ TEST(ExecutorPool, ManyShortTasks)
         EXPECT_EQ(nShared, 200 * static_cast<int>(nThreads));
     }
 }
+
+TEST(ExecutorPool, AStartThatIsRefusedStartsNothing)
+{
+    for (const bool bNew : {true, false}) { // pools that have run a task before ask for less
+        int nRefused = 0;
+        for (bool bRefused = true; bRefused; nRefused += bRefused ? 1 : 0) {
+            StereoContext frame = frameOf(3);
+            std::atomic<int> nRun{0};
+            const ExecutorPool::SliceFunction count = [&](StereoContext&, StereoContext&, boost::mutex&) {
+                return static_cast<int>(++nRun) * 0;
+            };
+            const ExecutorPool::EndFunction countEnd = [&](StereoContext&) { return static_cast<int>(++nRun) * 0; };
+            ExecutorPool pool(3);
+            if (!bNew) {
+                pool.execute(count, frame);
+                nRun = 0;
+            }
+            {
+                const test::Refusal refusal(test::Fault::Allocation, nRefused + 1);
+                try {
+                    pool.executeAsynch(count, countEnd, frame);
+                    bRefused = false;
+                } catch (const std::bad_alloc&) {
+                    EXPECT_FALSE(pool.isRunning());
+                }
+            }
+            EXPECT_EQ(pool.waitForResult(), 0);
+            EXPECT_EQ(nRun, bRefused ? 0 : 4) << "request " << nRefused + 1;
+            nRun = 0;
+            pool.executeAsynch(count, countEnd, frame);
+            EXPECT_EQ(pool.waitForResult(), 0);
+            EXPECT_EQ(nRun, 4) << "the pool is as good as before";
+        }
+        EXPECT_GT(nRefused, 0);
+    }
+}
+
+TEST(ExecutorPool, ExceptionsOfATaskReachTheOneWhoWaits)
+{
+    StereoContext frame = frameOf(3);
+    ExecutorPool pool(3);
+    const auto throwAt = [](int nRow) {
+        return [nRow](StereoContext& rWorker, StereoContext&, boost::mutex&) {
+            return rWorker.m_aROIs[0].m_nRowOffset == nRow ? throw std::bad_alloc() : 0;
+        };
+    };
+    for (const int nThrowing : {0, 2, 3}) { // 3 is the end
+        std::atomic<int> nEnds{0};
+        const ExecutorPool::EndFunction end = [&](StereoContext&) {
+            ++nEnds;
+            return nThrowing == 3 ? throw std::bad_alloc() : 0;
+        };
+        pool.executeAsynch(throwAt(nThrowing), end, frame);
+        EXPECT_THROW(pool.waitForResult(), std::bad_alloc);
+        EXPECT_EQ(nEnds, nThrowing == 3 ? 1 : 0);
+        EXPECT_TRUE(pool.waitForResult() == 0 && pool.size() == 3) << "told once";
+        EXPECT_EQ(pool.execute(throwAt(-1), frame), 0);
+    }
+    pool.executeAsynch(throwAt(1), frame);
+} // nobody waits for the last one
 
 } // namespace
 } // namespace kestrova

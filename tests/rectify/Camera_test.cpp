@@ -1,9 +1,9 @@
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "models.h"
+#include "preprocess/contextWarpers.h"
 #include "rectify/Camera.h"
 #include "rectify/GaussWarper3.h"
 #include "rectify/SincWarper3.h"
-#include "rectify/contextWarpers.h"
 
 namespace kestrova::test {
 namespace {

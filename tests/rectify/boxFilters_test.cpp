@@ -1,3 +1,4 @@
+#include "kernels/InstructionSet.h"
 #include "models.h"
 #include "rectify/boxFilters.h"
 
@@ -19,7 +20,7 @@ unsigned char modelBandpass(std::uintptr_t uStart, int i, int n, int nPixel, int
     return static_cast<unsigned char>(128 + (bGroup ? std::clamp(nValue, -128, 127) : nValue));
 }
 
-TEST(BoxFilters, BandpassRowsAtEveryLengthAndAlignment)
+void expectBandpassRowsAtEveryLengthAndAlignment()
 {
     // As for masks of 7, 2 and 23, a gain that clips, and factors of more than 16 bits.
     const std::pair<int, int> aFactors[] = {
@@ -43,6 +44,15 @@ TEST(BoxFilters, BandpassRowsAtEveryLengthAndAlignment)
                 ASSERT_TRUE(row.intact());
             }
         }
+    }
+}
+
+TEST(BoxFilters, BandpassRowsAtEveryLengthAndAlignmentInEverySet)
+{
+    for (const InstructionSet* pSet : supportedInstructionSets()) {
+        SCOPED_TRACE(pSet->m_pszName);
+        forceInstructionSet(*pSet);
+        expectBandpassRowsAtEveryLengthAndAlignment();
     }
 }
 

@@ -1,7 +1,7 @@
+#include "kernels/processor.h"
 #include "models.h"
 #include "rectify/lowpass.h"
 #include "rectify/unpackLowpass.h"
-#include "stereo/processor.h"
 
 namespace kestrova::test {
 namespace {

@@ -1,10 +1,11 @@
+#include "kernels/InstructionSet.h"
 #include "models.h"
 #include "rectify/unpack.h"
 
 namespace kestrova::test {
 namespace {
 
-TEST(Unpack, RowsAtEveryLengthAndAlignment)
+void expectRowsAtEveryLengthAndAlignment()
 {
     struct Extract
     {
@@ -38,6 +39,15 @@ TEST(Unpack, RowsAtEveryLengthAndAlignment)
             }
             ASSERT_TRUE(source.intact());
         }
+    }
+}
+
+TEST(Unpack, RowsAtEveryLengthAndAlignmentInEverySet)
+{
+    for (const InstructionSet* pSet : supportedInstructionSets()) {
+        SCOPED_TRACE(pSet->m_pszName);
+        forceInstructionSet(*pSet);
+        expectRowsAtEveryLengthAndAlignment();
     }
 }
 

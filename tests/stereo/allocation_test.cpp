@@ -1,53 +1,14 @@
-// What the whole-frame stages take from the allocator, counted by operators of this program.
-#include "api/StereoContext.h"
+// What the whole-frame stages take from the allocator.
+#include "context/StereoContext.h"
 #include "stereo/generalStereo.h"
 #include "stereo/surfaceValidation.h"
+#include "support/Faults.h"
 #include "support/StereoFrame.h"
 #include "support/frames.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-static std::atomic<unsigned> g_nAllocations{0};
-
-// Inlined without its counterpart, one of these would look mismatched to the compiler.
-[[gnu::noinline]] void* operator new(std::size_t uBytes) // array forms end up here as well
-{
-    ++g_nAllocations;
-    if (void* const p = std::malloc(uBytes + 1)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void* operator new(std::size_t uBytes, std::align_val_t alignment)
-{
-    ++g_nAllocations;
-    const auto uAlignment = static_cast<std::size_t>(alignment);
-    if (void* const p = std::aligned_alloc(uAlignment, (uBytes / uAlignment + 1) * uAlignment)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* p, std::align_val_t) noexcept
-{
-    std::free(p);
-}
-
-[[gnu::noinline]] void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-
-[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept
-{
-    std::free(p);
-}
-
 using namespace kestrova;
 using namespace support;
+using kestrova::test::allocations;
 
 namespace {
 
@@ -63,9 +24,9 @@ TEST(GeneralStereo, AllocatesNothingOnceSizesAreSettled)
             r.m_bSubpixelInterpolation = b16;
             const Frame frame = makeFrame(random, r, Noise, 0);
             clearDisparityImages(r);
-            const unsigned nBefore = g_nAllocations;
+            const unsigned nBefore = allocations();
             EXPECT_EQ(KestrovaErrorOk, generalStereo(r, {0, 0, nSize, nSize}, frame.m_aViews, 3));
-            EXPECT_LE(g_nAllocations - nBefore, nSize == 90 && !b16 ? 1U : 0U); // the first is the largest
+            EXPECT_LE(allocations() - nBefore, nSize == 90 && !b16 ? 1U : 0U); // the first is the largest
         }
     }
 }
@@ -82,10 +43,10 @@ TEST(TwoCameraStereo, AllocatesForTheFirstFrameOnly)
         const Frame frame = makeFrame(random, r, Noise, 0);
         clearDisparityImages(r);
         twoCameraStereo(r, {0, 0, 90, 90}, frame.m_aViews);
-        const unsigned nBefore = g_nAllocations;
+        const unsigned nBefore = allocations();
         clearDisparityImages(r);
         twoCameraStereo(r, {0, 0, 90, 90}, frame.m_aViews);
-        EXPECT_EQ(nBefore, g_nAllocations);
+        EXPECT_EQ(nBefore, allocations());
     }
 }
 
@@ -104,9 +65,9 @@ TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
                 r.m_disparityImage[i / 1000][i % 1000] = static_cast<unsigned char>(nValue);
                 r.m_disparityImage16[i / 1000][i % 1000] = static_cast<unsigned short>(nValue * 256);
             }
-            const unsigned nBefore = g_nAllocations;
+            const unsigned nBefore = allocations();
             EXPECT_TRUE(validateSurfaces(&r));
-            EXPECT_EQ(nFrame > 0, g_nAllocations == nBefore);
+            EXPECT_EQ(nFrame > 0, allocations() == nBefore);
             // The margin of a 16-bit image, and column 0 of an 8-bit one below its corner, stay as they are.
             const auto bytes = pixelsOf(r.m_disparityImage);
             const auto words = pixelsOf(r.m_disparityImage16);
@@ -116,6 +77,30 @@ TEST(ValidateSurfaces, ManagesAMillionLabelsAndThenAllocatesNothing)
         }
         EXPECT_EQ(r.m_segmentContext.regionCount() + 1, g_nLastTableSize);
         EXPECT_EQ(1000001U, g_nPeakTableSize);
+    }
+}
+
+// Of the two tables the first has grown when memory for the second is refused: the frame after that must not trust it.
+TEST(ValidateSurfaces, BothTablesHoldTheLabelsAfterARefusedGrowth)
+{
+    bool bGranted = false;
+    for (int nRefused = 1; !bGranted; ++nRefused) {
+        StereoContext r;
+        r.m_bSubpixelInterpolation = false;
+        r.m_nMaxDisparity = 240;
+        r.m_disparityImage = Bytes(50, 50);
+        for (int i = 0; i < 50 * 50; ++i) { // each pixel a surface, and no size to reject it for
+            r.m_disparityImage[i / 50][i % 50] = (i / 50 + i) % 2 == 0 ? 10 : 100;
+        }
+        r.m_nSurfaceValidationSize = 0;
+        try {
+            const kestrova::test::Refusal refusal(kestrova::test::Fault::Allocation, nRefused);
+            bGranted = validateSurfaces(&r);
+        } catch (const std::bad_alloc&) {
+            EXPECT_TRUE(validateSurfaces(&r)); // once more, with all the memory it wants
+        }
+        const KesUIntVector& rSizes = r.m_segmentContext.sizeTable();
+        EXPECT_TRUE(rSizes.size() == 2501 && rSizes.capacity() > 2501) << nRefused << ", " << rSizes.capacity();
     }
 }
 
@@ -130,9 +115,9 @@ TEST(Preprocess, AllocatesNothingOnceSizesAreSettled)
             kestrovaSetLowpass(handle.get(), nLowpass);
             KestrovaInput input = bPacked ? frame.packed() : frame.planes();
             for (int nFrame = 0; nFrame < 4; ++nFrame) {
-                const unsigned nBefore = g_nAllocations;
+                const unsigned nBefore = allocations();
                 ASSERT_EQ(kestrovaPreprocess(handle.get(), &input), KestrovaErrorOk);
-                EXPECT_TRUE(nFrame == 0 || g_nAllocations == nBefore) << bPacked << nLowpass << nFrame;
+                EXPECT_TRUE(nFrame == 0 || allocations() == nBefore) << bPacked << nLowpass << nFrame;
             }
         }
     }

@@ -1,6 +1,6 @@
 // The fits and the seeds on numbers worked out by hand.
+#include "kernels/row_interpolation.h"
 #include "stereo/early_validation.h"
-#include "stereo/row_interpolation.h"
 #include "support/rows.h"
 
 #include <gtest/gtest.h>

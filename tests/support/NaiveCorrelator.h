@@ -2,7 +2,7 @@
 // It shares no code with the library beyond the containers.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "image/Image.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // shares no code with the library beyond the containers, and works in frame coordinates where the library cuts views.
 #pragma once
 
-#include "api/StereoContext.h"
+#include "context/StereoContext.h"
 #include "image/Image.h"
 
 #include <algorithm>
@@ -32,19 +32,22 @@ public:
                            bCols ? r.m_nCols - 2 * h - o.m_nColOffset : 10000});
         m_nRow = std::max(h, o.m_nRowOffset); // the first pixel to show
         m_nCol = std::max(h, o.m_nColOffset);
-        const auto resize = [&](int D) {
-            m_nRows = std::min(o.m_nRowOffset + o.m_nRows, r.m_nRows - h - (bRows ? D : 0)) - m_nRow;
+        // An even window reaches one row less far down than up: it fits one row lower, if the lowest disparity shows
+        // it.
+        const auto resize = [&](int D, int nMore) {
+            const int nShown = std::min(o.m_nRowOffset + o.m_nRows, r.m_nRows - h - (bRows ? r.m_nMinDisparity : 0));
+            m_nRows = std::min(nShown, r.m_nRows - h - (bRows ? D : 0) + nMore) - m_nRow;
             m_nCols = std::min(o.m_nColOffset + o.m_nCols, r.m_nCols - h - (bColsMove ? D : 0)) - m_nCol;
         };
-        resize(m_nTop);
+        resize(m_nTop, 0);
         if (m_nTop < 0 || (m_nTop >= r.m_nMinDisparity && std::min(m_nRows, m_nCols) < 1)) {
             return KestrovaErrorInvalidROI;
         }
         for (int D = r.m_nMinDisparity; D <= m_nTop; ++D) {
-            resize(D);
+            resize(D, 1 - m % 2);
             pass(D);
         }
-        resize(r.m_nMinDisparity);
+        resize(r.m_nMinDisparity, 0);
         for (int p = 0; m_nTop >= r.m_nMinDisparity && p < m_nRows * m_nCols; ++p) {
             const int y = p / m_nCols, x = p % m_nCols;
             if (r.m_bSubpixelInterpolation) {
@@ -85,7 +88,7 @@ private:
     {
         const int nWide = m_nCols + 2 * h;
         std::vector<int> pixels, sums;
-        for (int p = 0; p < (m_nRows + 2 * h) * nWide; ++p) {
+        for (int p = 0; p < (m_nRows + m - 1) * nWide; ++p) {
             const int nRow = m_nRow - h + p / nWide, nCol = m_nCol - h + p % nWide;
             pixels.push_back(D < 0 ? std::abs(m_pImages[0][nRow][nCol] - 128) : difference(nRow, nCol, D, p % nWide));
         }

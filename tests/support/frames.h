@@ -1,8 +1,8 @@
 // Random frames, settings and regions for tests that hold a correlator to a model of it.
 #pragma once
 
-#include "api/StereoContext.h"
-#include "stereo/processor.h"
+#include "context/StereoContext.h"
+#include "kernels/processor.h"
 #include "stereo/twoCameraStereo.h"
 #include "support/rows.h"
 
