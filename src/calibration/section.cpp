@@ -60,6 +60,9 @@ constexpr auto sk_apAsRead = [] {
     std::ranges::sort(apRows, {}, [](const Setting* p) { return p->m_keyword.m_nRead; });
     return apRows;
 }();
+static_assert(std::ranges::adjacent_find(sk_apAsRead, {}, [](const Setting* p) { return p->m_keyword.m_nRead; }) ==
+                  sk_apAsRead.end(),
+              "two keywords in one place");
 
 } // namespace
 

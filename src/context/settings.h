@@ -1,9 +1,9 @@
-// The settings of a context, a row each: the field, what it takes, its line in a calibration, its item in the comment of
-// an image, and the option that users of the program know it by.
+// The settings of a context, a row each: the field, what it takes, its line in a calibration, its name in the comments
+// of images and the option of the program.
 //
-// The setters, the calibration's reader and writer and the comments read these rows. Defaults stand at the fields. A new
-// setting is a field, a row, its functions in the public header, and what it does. What a row says holds for one value;
-// pairs and words have a rule beside it, named in the row, since two limits do not tell it.
+// Setters, the calibration's reader and writer and the comments read these rows; a test holds the program's own table
+// against them. Defaults stand at the fields. A row tells all of a setting of one value but what it does; pairs, words
+// and the widest range of disparity have rules in code, which the row names.
 #pragma once
 
 #include "context/StereoContext.h"
@@ -49,9 +49,9 @@ enum class SettingWord
 };
 
 /** Where a setting is kept, and so of which kind it is. */
-using SettingField = std::variant<bool DeviceFreeSettings::*, std::uint8_t DeviceFreeSettings::*,
-                                  std::int32_t DeviceFreeSettings::*, double DeviceFreeSettings::*, SettingPair,
-                                  SettingWord>;
+using SettingField =
+    std::variant<bool DeviceFreeSettings::*, std::uint8_t DeviceFreeSettings::*, std::int32_t DeviceFreeSettings::*,
+                 double DeviceFreeSettings::*, SettingPair, SettingWord>;
 
 /** A line of a calibration. */
 struct SettingKeyword
@@ -67,8 +67,8 @@ struct SettingKeyword
 struct Setting
 {
     SettingField m_field;
-    SettingRange m_range;      // of a number
-    const char* m_pszOption;   // of the program
+    SettingRange m_range;    // of a number
+    const char* m_pszOption; // of the program
     SettingKeyword m_keyword;
     const char* m_pszComment = ""; // key in the comment of an image; pairs have one for each number
 };
