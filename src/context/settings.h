@@ -2,8 +2,8 @@
 // of images and the option of the program.
 //
 // Setters, the calibration's reader and writer and the comments read these rows; a test holds the program's own table
-// against them. Defaults stand at the fields. A row tells all of a setting of one value but what it does; pairs, words
-// and the widest range of disparity have rules in code, which the row names.
+// against them. Defaults stand at the fields. A row tells all of a setting of one value but what it does; pairs and
+// words have rules in code, which the row names.
 #pragma once
 
 #include "context/StereoContext.h"
