@@ -61,7 +61,7 @@ struct Call
 
 const std::vector<Call> sk_calls = {
     {"prepare", false,
-     [](Program& r) { return kestrovaSetResolutionAndPrepare(r.handle, sk_nRows, sk_nCols, 30, 41); }},
+     [](Program& r) { return kestrovaSetResolutionAndPrepare(r.handle, sk_nRows, sk_nCols, 30, 40); }},
     {"buffer", true, [](Program& r) { return kestrovaUnsetImageBuffer(r.handle, KestrovaImgRaw, KestrovaCamRight); }},
     {"16-bit buffer", true,
      [](Program& r) { return kestrovaUnsetImage16Buffer(r.handle, KestrovaImg16Disparity, KestrovaCamRight); }},
