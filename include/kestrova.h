@@ -9,7 +9,7 @@
  * - The RIGHT camera is the reference. Disparity d at column x of the right rectified image matches column x + d of the
  *   left one. Most other systems measure from the left image.
  * - 16-bit disparity is in 1/256 pixel and counts from the disparity offset (0 for ranges that end at 240 or below).
- *   A value of 0xFF00 and above is invalid; its low byte names the reason.
+ *   A value of 0xFF00 and above is invalid (KESTROVA_DISPARITY16_IS_INVALID); its low byte names the reason.
  * - Points are metres if the baseline of the calibration is: x to the right, y down, z forward from the reference
  * camera.
  * - Pixel (row, column) has its centre at whole numbers. Rows come before columns, unless a function says otherwise.
@@ -52,6 +52,14 @@
 #define KESTROVA_ENUM_TYPE(name) typedef enum name name;
 #endif
 
+/* ---- version of this header ------------------------------------------------------------------------------------ */
+
+/* kestrovaVersion and its like tell that of the library which was loaded. */
+#define KESTROVA_VERSION_MAJOR 3
+#define KESTROVA_VERSION_MINOR 4
+#define KESTROVA_VERSION_RELEASE_TYPE 0   /**< 0 alpha, 1 beta, 2 release candidate, 3 release */
+#define KESTROVA_VERSION_RELEASE_NUMBER 2 /**< counts within the release type */
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -61,7 +69,7 @@ extern "C" {
 /** What a function reports. kestrovaErrorToString gives the text. */
 KESTROVA_ENUM(KestrovaError){
     KestrovaErrorOk = 0,                         /**< done */
-    KestrovaErrorNotImplemented = 1,             /**< a camera configuration that is none of the four */
+    KestrovaErrorNotImplemented = 1,             /**< three planes where only a packed frame is rectified in colour */
     KestrovaErrorInvalidSetting = 2,             /**< a value out of its range, or a bad KestrovaInput */
     KestrovaErrorInvalidContext = 3,             /**< a handle without an active context */
     KestrovaErrorInvalidCamera = 4,              /**< a camera that the product does not have */
@@ -140,6 +148,17 @@ KESTROVA_ENUM(KestrovaInputType){
     KestrovaInputRGB = 2     /**< three planes of 8-bit pixels */
 };
 KESTROVA_ENUM_TYPE(KestrovaInputType)
+
+/* ---- invalid disparity ----------------------------------------------------------------------------------------- */
+
+/** The lowest pixel of a 16-bit disparity image that is no disparity. What it exceeds this by is the mapping byte. */
+enum
+{
+    KestrovaDisparity16Invalid = 0xFF00
+};
+
+/** Whether a pixel of a 16-bit disparity image is no disparity. */
+#define KESTROVA_DISPARITY16_IS_INVALID(pixel) ((pixel) >= KestrovaDisparity16Invalid)
 
 /* ---- records --------------------------------------------------------------------------------------------------- */
 
@@ -345,7 +364,7 @@ KESTROVA_API KestrovaError kestrovaBuildPackedKestrovaInput(int ncols, int nrows
  * VERTICAL AND L SETS: call kestrovaEnableSSE2IfAvailable(false) first. Their correlator keeps a running best match,
  * and by our decision its SSE2 form notes index 0 instead of the matching disparity for the upper four of every eight
  * pixels that improve. Half of the columns then show 0, or a fraction of a pixel around it in the 16-bit image, as if
- * it were a disparity. The four-lane form notes all of them.
+ * it were a disparity (below 0 it reads as an invalid pixel of no known reason). The four-lane form notes all of them.
  *
  * Holds for the whole process, for every context. Call it while no run is going on; it counts from the next frame.
  */
@@ -463,6 +482,14 @@ KESTROVA_API KestrovaError kestrovaWriteDefaultContextToFile(KestrovaContext con
  * that of a colour camera at a position where the product has no camera, end the section there. Neither is an error.
  * Everything from the first warp block on is copied as it is: a camera block that stands behind it comes out twice, and
  * loading takes the first, which has the present adjustments.
+ *
+ * Adjustments replace the lines of a block that begin with "RectFactor" and "RawFactor", in this spelling too: others
+ * stay in front of the present ones, and loading takes them. The block of a colour camera gets the adjustments of the
+ * camera at its position, its own are lost.
+ *
+ * So KestrovaErrorOk does not say that the written text loads. It does not when blocks were left out, when by now the
+ * disparity range is one that kestrovaSetDisparity would refuse, or when a text from memory spells "Version" otherwise;
+ * and a window that kestrovaSetStereoMask would refuse loads as the default. Load it once to be sure.
  */
 KESTROVA_API KestrovaError kestrovaWriteCurrentContextToFile(KestrovaContext context, const char* path);
 
@@ -473,7 +500,8 @@ KESTROVA_API KestrovaError kestrovaWriteCurrentContextToFile(KestrovaContext con
  * the first that suits it. A wide pair has a baseline above 0.15, a horizontal one below; exactly 0.15 is neither.
  *
  * All settings move to that section, but for its image centre and its stereo quality. The disparity range is not tested
- * again.
+ * again. Images, the world frame and the table of kestrovaGetROIs are each section's own: ask for the table again, the
+ * one of before no longer counts.
  *
  * @param context        handle
  * @param configuration  0 to 3
@@ -550,21 +578,23 @@ KESTROVA_API KestrovaError kestrovaRectify(KestrovaContext context, KestrovaInpu
  * - a run is cut into bands of rows, one per thread, and a band searches disparities only up to
  *   rows - 2 * (mask / 2) - (its first row). With n threads the last band starts at row (n - 1) * (rows / n), all
  *   divisions cut off, so results do not depend on the number of threads as long as the maximum disparity is at most
- *   rows - 2 * (mask / 2) - (n - 1) * (rows / n): 54 for 240 rows, mask 7 and 4 threads. Above that a lower band
- *   searches up to its limit, where a match is no result, and spreads a mapping over that; a band whose limit is below
- *   the minimum disparity searches nothing. Use fewer threads for larger ranges.
+ *   rows - 2 * (mask / 2) - (n - 1) * (rows / n), or below that under a mask of 1: 54 for 240 rows, mask 7 and 4
+ *   threads. Above that a lower band searches up to its limit, where a match is no result, and spreads a mapping over
+ *   that; a band whose limit is below the minimum disparity searches nothing. Use fewer threads for larger ranges.
  *
  * Under KestrovaStereoEnhanced with subpixel interpolation on, all is done twice, see kestrovaSetStereoQuality. Surface
  * validation follows on the whole frame, after each pass.
  *
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
- *         KestrovaErrorInvalidRequest  the images were not preprocessed, or stereo is off under Enhanced quality with
- *                                      subpixel interpolation on;
- *         KestrovaErrorInvalidROI      the general correlator found no room for a window in a region, or, with too
- *                                      many threads, in a band: at the top one of up to mask / 2 rows, at the bottom
- *                                      one of less than 2 * (mask / 2) rows, or one whose range is cut under a mask
- *                                      of 1. Other regions and bands are done.
+ *         KestrovaErrorInvalidRequest  the images were not preprocessed (under Enhanced quality those of the second
+ *                                      pass too), or stereo is off under Enhanced quality with subpixel interpolation
+ *                                      on;
+ *         KestrovaErrorInvalidROI      the general correlator found no room for a window in the image, in a region or,
+ *                                      with too many threads, in a band: at the top one of up to mask / 2 rows, at the
+ *                                      bottom one of less than 2 * (mask / 2) rows, or one whose range is cut under a
+ *                                      mask of 1. With an even mask a maximum disparity of rows - mask leaves no room
+ *                                      either (in an L also columns - mask). Other regions and bands are done.
  *
  * A failed run leaves its error behind: this function, kestrovaGetImage and kestrovaGetImage16 return it again, without
  * doing anything, until kestrovaSetMaxThreadCount changes the count. The error of the topmost band counts, and in a
@@ -604,7 +634,8 @@ KESTROVA_API KestrovaError kestrovaGetImage(KestrovaContext context, KestrovaIma
 /**
  * As kestrovaGetImage, for the 16-bit disparity. The error of the last run comes first, and every other fault is
  * KestrovaErrorInvalidRequest: another type, a camera other than reference and right, stereo off, subpixel
- * interpolation off.
+ * interpolation off. Cameras below 0, which kestrovaGetImage refuses, count as the reference here and in
+ * kestrovaSetImage16Buffer.
  */
 KESTROVA_API KestrovaError kestrovaGetImage16(KestrovaContext context, KestrovaImage16Type type, KestrovaCamera camera,
                                               KestrovaImage16* image);
@@ -681,7 +712,9 @@ KESTROVA_API KestrovaError kestrovaSavePackedColorImage(const KestrovaPackedColo
 
 /**
  * Writes an image of the context as PGM, with a comment that tells which device and camera it comes from and under
- * which settings it was made: those in force when it was computed, not those of the moment.
+ * which settings it was made: those of the last kestrovaPreprocess and kestrovaStereo of this context, not those of the
+ * moment. A context that has not run yet, such as a fresh copy that shows the images of its source, has none to tell:
+ * the comment says Fast, Standard, 3-Cam-L, and off and 0 for all else.
  *
  * @param context  handle with an active context
  * @param type     as kestrovaGetImage
@@ -697,7 +730,8 @@ KESTROVA_API KestrovaError kestrovaSavePackedColorImage(const KestrovaPackedColo
 KESTROVA_API KestrovaError kestrovaSaveImageExtra(KestrovaContext context, KestrovaImageType type,
                                                   KestrovaCamera camera, const char* path);
 
-/** As kestrovaSaveImageExtra, for the images of kestrovaGetImage16. */
+/** As kestrovaSaveImageExtra, for the images of kestrovaGetImage16; any camera that is not listed is
+ * KestrovaErrorInvalidParameter. */
 KESTROVA_API KestrovaError kestrovaSaveImage16Extra(KestrovaContext context, KestrovaImage16Type type,
                                                     KestrovaCamera camera, const char* path);
 
@@ -711,7 +745,9 @@ KESTROVA_API KestrovaError kestrovaSaveImage16Extra(KestrovaContext context, Kes
  * @return KestrovaErrorOk, also for a file without a comment of ours;
  *         KestrovaErrorInvalidParameter  a pointer is null;
  *         KestrovaErrorImageFileRead     the file cannot be opened, is no 8-bit PGM, is shorter than its header says,
- *                                        or has more than 2047 bytes of comment; both records stay;
+ *                                        has more than 2047 bytes of comment, or a word of more than 1023 in its
+ *                                        header, where a comment's "#" and what stands at it are one; both records
+ *                                        stay;
  *         KestrovaErrorImageComment      the comment begins as ours do and cannot be parsed. The image is filled all
  *                                        the same, and its pixels are the caller's; info holds what came before the
  *                                        fault.
@@ -737,7 +773,9 @@ KESTROVA_API KestrovaError kestrovaReadImage16Extra(const char* path, KestrovaIm
  *
  * All three channels of the frame are taken through the one camera, unlike in kestrovaPreprocess. Three PADDED planes
  * (rowinc above ncols) are not read from the frame but from what kestrovaPreprocess made of it last: preprocess such a
- * frame first, and let the calibration have a camera on each plane. The size of the frame becomes the source size.
+ * frame first, and let the calibration have a camera on each plane. Red, green and blue are then the raw images of the
+ * right, the top and the left camera, so planes change places in sets whose cameras are not in the order of their
+ * channels. The size of the frame becomes the source size.
  *
  * @param context  handle with an active context
  * @param camera   whose frame it is. KestrovaCamColor rectifies through the colour camera, but its result takes the
@@ -853,8 +891,12 @@ KESTROVA_API KestrovaError kestrovaUnrectifyPixel(KestrovaContext context, Kestr
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context.
  *
- * Takes effect with the next kestrovaPreprocess. Without edge images the 8-bit disparity has no texture and uniqueness
- * tests, since both measure the distance from the edge image's grey level 128.
+ * Set it before kestrovaPreprocess, which makes the edge images; kestrovaStereo and kestrovaGetImage read it too.
+ * Switched on after a frame that was preprocessed without it, kestrovaStereo correlates what the edge images held
+ * before, black at first, and returns KestrovaErrorOk; switched off, it correlates the rectified images.
+ *
+ * Texture and uniqueness measure the distance from the edge image's grey level 128. Without edge images they are not
+ * tested, but for the 16-bit disparity of a horizontal or wide pair, where rectified images are measured in this way.
  */
 KESTROVA_API KestrovaError kestrovaSetEdgeCorrelation(KestrovaContext context, int on);
 
@@ -869,14 +911,17 @@ KESTROVA_API KestrovaError kestrovaGetEdgeCorrelation(KestrovaContext context, i
 
 /**
  * Whether kestrovaStereo correlates at all (default on). Arguments and errors of this switch and of those that follow
- * are those of kestrovaSetEdgeCorrelation and kestrovaGetEdgeCorrelation. Takes effect with the next kestrovaStereo.
+ * are those of kestrovaSetEdgeCorrelation and kestrovaGetEdgeCorrelation. Takes effect with the next kestrovaStereo, at
+ * once in kestrovaGetImage and kestrovaGetImage16, and under KestrovaStereoEnhanced with the next kestrovaPreprocess,
+ * which makes the images of the second pass only while it is on: see kestrovaSetStereoQuality.
  */
 KESTROVA_API KestrovaError kestrovaSetDoStereo(KestrovaContext context, int on);
 KESTROVA_API KestrovaError kestrovaGetDoStereo(KestrovaContext context, int* on); /**< see kestrovaSetDoStereo */
 
 /**
  * Gives 16-bit disparity in 1/256 pixel (default on) or 8-bit disparity in whole pixels. Takes effect with the next
- * kestrovaStereo.
+ * kestrovaStereo, at once in kestrovaGetImage and kestrovaGetImage16, of which one refuses by it, and under
+ * KestrovaStereoEnhanced with the next kestrovaPreprocess, as kestrovaSetDoStereo.
  */
 KESTROVA_API KestrovaError kestrovaSetSubpixelInterpolation(KestrovaContext context, int on);
 KESTROVA_API KestrovaError kestrovaGetSubpixelInterpolation(KestrovaContext context, int* on); /**< see the setter */
@@ -940,8 +985,8 @@ KESTROVA_API KestrovaError kestrovaGetStrictSubpixelValidation(KestrovaContext c
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context.
  *
- * Takes effect with the next kestrovaStereo. In the 8-bit disparity a pixel that fails uniqueness shows this byte too
- * while both tests are on.
+ * Takes effect with the next kestrovaStereo. In the 8-bit disparity of a horizontal or wide pair a pixel that fails
+ * uniqueness shows this byte too while both tests are on; of vertical pairs and L sets it shows its own.
  */
 KESTROVA_API KestrovaError kestrovaSetTextureValidationMapping(KestrovaContext context, int value);
 
@@ -983,13 +1028,18 @@ KESTROVA_API KestrovaError kestrovaGetSubpixelValidationMapping(KestrovaContext 
  * exceed.
  *
  * @param context  handle with an active context
- * @param value    0.0 to 128.0 (default 0.5); 0.0 is no test at all for the 16-bit disparity
+ * @param value    0.0 to 128.0 (default 0.5). 0.0 is no test, as if the switch were off; only the 8-bit disparity of a
+ *                 horizontal or wide pair may differ, in the columns from which the range leaves the image
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context;
  *         KestrovaErrorInvalidSetting  out of range or not a number, the old value stays.
  *
  * Edge pixels are rounded down, so that a flat surface measures up to 1.0 and passes the default; values clearly above,
  * such as 1.5, reject it.
+ *
+ * Vertical pairs and L sets round the value times the pixels of a window, and take what reaches it. A value so small
+ * that this rounds to 0 is stricter than 0.0 there while uniqueness is off or 0.0: matches whose windows differ by 255
+ * or more in sum are refused, as texture in 8 bits and, while the switch is on, as uniqueness in 16.
  *
  * Takes effect with the next kestrovaStereo.
  */
@@ -1005,8 +1055,11 @@ KESTROVA_API KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext
 
 /**
  * As kestrovaSetTextureValidationThreshold, but the ratio of the best window difference to the window's signal that a
- * match must stay below: 0.0 to 10.0 (default 0.5). 0.0 is no test at all for the 16-bit disparity and refuses nearly
- * every pixel of the 8-bit one.
+ * match must stay below: 0.0 to 10.0 (default 0.5). 0.0 is no test, as if the switch were off.
+ *
+ * In the 16-bit disparity of a horizontal or wide pair 1.0 is the most: while texture or uniqueness is tested above
+ * 0.0, pixels whose best match differs by more than their signal show the subpixel mapping, whatever the ratio, also
+ * with uniqueness off.
  */
 KESTROVA_API KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, float value);
 KESTROVA_API KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context,
@@ -1014,7 +1067,7 @@ KESTROVA_API KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaCont
 
 /**
  * As kestrovaSetTextureValidationThreshold, but the largest step between neighbours of one surface, in pixels of
- * disparity, whatever the image counts in: 0.0 and above (default 1.0).
+ * disparity, whatever the image counts in: 0.0 and above (default 1.0). Rounded to a whole number of the image's steps.
  */
 KESTROVA_API KestrovaError kestrovaSetSurfaceValidationDifference(KestrovaContext context, float value);
 KESTROVA_API KestrovaError kestrovaGetSurfaceValidationDifference(KestrovaContext context,
@@ -1057,8 +1110,9 @@ KESTROVA_API KestrovaError kestrovaGetStereoMask(KestrovaContext context, int* s
 
 /**
  * As kestrovaSetStereoMask, but accepts every size of 1 and above, even ones too: those reach one pixel less far right
- * and down than left and up. A window that does not fit into the
- * image leaves all pixels invalid.
+ * and down than left and up. A window that does not fit into the image leaves all pixels invalid; for vertical pairs
+ * and L sets kestrovaStereo then returns KestrovaErrorInvalidROI, as it does for a region that leaves the window no
+ * room.
  */
 KESTROVA_API KestrovaError kestrovaSetAnyStereoMask(KestrovaContext context, int size);
 
@@ -1073,9 +1127,13 @@ KESTROVA_API KestrovaError kestrovaSetAnyStereoMask(KestrovaContext context, int
  *         KestrovaErrorInvalidContext  no active context;
  *         KestrovaErrorInvalidSetting  one of these rules is broken, the old range stays.
  *
- * Takes effect with the next kestrovaStereo. The range is tested here only: a later change of resolution or window does
- * not test it again. A match on the last disparity, or on the first unless that is 0, is no result and shows the
- * subpixel mapping.
+ * Takes effect with the next kestrovaStereo, and at once in kestrovaGetDisparityOffset and in the point conversions
+ * that read pixel or mapped values: convert an image before its range is changed. The range is tested here only: a
+ * later change of resolution or window does not test it again.
+ *
+ * A match on the last disparity, or on the first unless that is 0, is no result and shows the subpixel mapping.
+ * Vertical pairs and L sets differ for the first: in 16 bits it is none even if it is 0, and in 8 bits the first of a
+ * full range with an offset (min = max - 240, above 0) counts, as 0 or the lower end of a mapping.
  */
 KESTROVA_API KestrovaError kestrovaSetDisparity(KestrovaContext context, int min, int max);
 
@@ -1131,7 +1189,9 @@ KESTROVA_API KestrovaError kestrovaSetSourceResolution(KestrovaContext context, 
 KESTROVA_API KestrovaError kestrovaGetSourceResolution(KestrovaContext context, int* rows, int* cols);
 
 /**
- * Sets both sizes and builds the warp tables for them, so that the first frame does not pay for it.
+ * Sets both sizes and builds the warp tables for them, so that the first frame does not pay for it. Those of the
+ * present rectification quality, and those of the second pass while KestrovaStereoEnhanced counts: set both qualities
+ * first.
  *
  * @param context     handle with an active context
  * @param rows, cols  as kestrovaSetResolution
@@ -1171,7 +1231,12 @@ KESTROVA_API KestrovaError kestrovaGetRectImgQuality(KestrovaContext context, Ke
  * @return KestrovaErrorOk;
  *         KestrovaErrorInvalidContext  no active context.
  *
- * Takes effect with the next kestrovaPreprocess, which makes the second images, and kestrovaStereo, which needs them.
+ * Takes effect with the next kestrovaPreprocess, which makes the second images, and kestrovaStereo, which needs them
+ * and without any returns KestrovaErrorInvalidRequest. kestrovaPreprocess leaves the second images as they are while
+ * stereo or subpixel interpolation is off. Switched on again before kestrovaStereo, the result is the average of this
+ * frame and one whose left and top images are those of an earlier frame, with KestrovaErrorOk: preprocess the frame
+ * again.
+ *
  * The averaging walks both images as one run of rows * columns pixels from the first: choose columns that are a
  * multiple of 16, or gaps between the rows take part and the last rows stay those of the first pass. Disparities of
  * less than about half a pixel come out as invalid pixels.
@@ -1187,8 +1252,10 @@ KESTROVA_API KestrovaError kestrovaGetStereoQuality(KestrovaContext context, Kes
  * Gives the table of regions for the caller to write into.
  *
  * @param context  handle with an active context
- * @param out      set to the table of the active context itself, valid until the context is destroyed; entries that
- *                 kestrovaSetNumberOfROIs counts are used by the next kestrovaStereo
+ * @param out      set to the table of the active camera set itself, valid until the context is destroyed; entries that
+ *                 kestrovaSetNumberOfROIs counts are used by the next kestrovaStereo. Once
+ *                 kestrovaSetCameraConfiguration has gone to another section, ask again: that section has a table of
+ *                 its own, with the present entries copied, and does not look at this one
  * @param maxROIs  set to the length of the table, 100
  * @return as kestrovaGetEdgeCorrelation.
  *
@@ -1462,7 +1529,8 @@ enum
  * @param rows, cols  receive the size
  * @param pixels   receives a block of rows * cols samples without gaps, to be released with free()
  * @return false, and nothing written, when the file cannot be opened, is not of this kind, has no rows or columns, is
- *         shorter than its header says, or has comments that do not fit; also when memory does not suffice.
+ *         shorter than its header says, or has comments that do not fit, or a word of more than 1023 bytes in its
+ *         header, where a comment's "#" and what stands at it are one; also when memory does not suffice.
  *
  * What stands behind the pixels is not looked at.
  */
@@ -1569,8 +1637,8 @@ KESTROVA_API void LYRImage16FindBrightestPixel(const uint16_t* image, int rows, 
  * @param rowInc  distance of the rows of in; out is packed: its row m begins at m * cols / 2
  *
  * Sizes should be even. With odd ones the last pair reads one row or column beyond the image, and with an odd cols the
- * last pixel of a row is overwritten by the first of the next; out then needs one pixel more than rows * cols / 4
- * tells.
+ * last pixel of a row is overwritten by the first of the next. out needs (rows - 1) / 2 * cols / 2 + (cols + 1) / 2
+ * pixels, divided from left to right with fractions cut off: for 3 by 640 that is 640, as for 4.
  */
 KESTROVA_API void LYRImageHalfSize(const uint8_t* in, int rows, int cols, int rowInc, uint8_t* out);
 

@@ -2,11 +2,23 @@
 # Installs what is missing, builds the program and runs the main job.
 #
 #   scripts/demo.sh [OPTIONS OF kestrova demo]   renders a scene, calibrates, matches, compares with the truth
-#   scripts/demo.sh --photos                     real photographs: 13 pairs of a checkerboard, calibrated and rectified
+#   scripts/demo.sh --photos [--to FOLDER]       real photographs: 13 pairs of a checkerboard, calibrated and rectified
 #                                                beside OpenCV, and a rectified pair, beside a block matcher
 #
 # Pictures and clouds go to demo-out/ (or where --to says).
 set -euo pipefail
+
+photos=
+if [ "${1:-}" = --photos ]; then
+  case "$#:${2:-}" in
+  1:) photos=demo-out/photos ;;
+  3:--to) photos=$3 ;;
+  *)
+    echo "demo.sh: --photos takes no option but --to FOLDER" >&2
+    exit 2
+    ;;
+  esac
+fi
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh build
@@ -31,7 +43,7 @@ photo_folder() {
 }
 
 run_photos() {
-  local data out=demo-out/photos
+  local data out=$photos
   data=$(photo_folder)
   echo
   echo "== calibration from 13 pairs of a checkerboard; its squares were not told, 25 mm is what is usually assumed =="
@@ -50,7 +62,7 @@ run_photos() {
   done
 }
 
-if [ "${1:-}" = --photos ]; then
+if [ -n "$photos" ]; then
   run_photos
 else
   "$program" demo "$@"

@@ -6,7 +6,7 @@ set -euo pipefail
 
 declare -A groups=(
   [build]="g++ cmake ninja-build libboost-thread-dev libcli11-dev libopencv-dev libyaml-cpp-dev"
-  [test]="locales libgtest-dev libgmock-dev libeigen3-dev libbenchmark-dev libnanoflann-dev"
+  [test]="locales python3 libgtest-dev libgmock-dev libeigen3-dev libbenchmark-dev libnanoflann-dev"
   [ci]="clang libclang-rt-14-dev clang-format-14"
   [install]="make pkg-config"
   [photos]="opencv-doc"

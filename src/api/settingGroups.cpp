@@ -74,7 +74,7 @@ KestrovaError kestrovaSetResolutionAndPrepare(KestrovaContext context, int rows,
         if (!rContext.setResolution(rows, cols) || !rContext.setSourceResolution(sourceRows, sourceCols)) {
             return KestrovaErrorInvalidSetting;
         }
-        return buildWarpers(&rContext) ? KestrovaErrorOk : KestrovaErrorSystem;
+        return buildWarpers(&rContext) ? furrowFixBuildWarpers(&rContext) : KestrovaErrorSystem;
     });
 }
 

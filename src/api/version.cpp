@@ -1,4 +1,4 @@
-// Version of the library, cut from the build number, and the path it was loaded from.
+// Version of the library, which is that of its header, and the path it was loaded from.
 #include "kestrova.h"
 
 #include <array>
@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr int sk_nBuildNumber = 3402;
 constexpr char sk_szUnavailable[] = "<unavailable>";
 
 struct Version
@@ -18,29 +17,8 @@ struct Version
     int m_nReleaseNumber;
 };
 
-// The first three decimal digits are one field each; all that follows is the release number.
-constexpr Version cutBuildNumber(int nBuild)
-{
-    int nScale = 1;
-    while (nBuild / nScale >= 10) {
-        nScale *= 10;
-    }
-    const auto nextDigit = [&] {
-        const int nDigit = nBuild / nScale % 10;
-        nScale /= 10;
-        return nDigit;
-    };
-    Version version{};
-    version.m_nMajor = nextDigit();
-    version.m_nMinor = nextDigit();
-    version.m_nReleaseType = nextDigit();
-    version.m_nReleaseNumber = nBuild % (nScale * 10);
-    return version;
-}
-
-constexpr Version sk_version = cutBuildNumber(sk_nBuildNumber);
-static_assert(sk_version.m_nMajor == 3 && sk_version.m_nMinor == 4 && sk_version.m_nReleaseType == 0 &&
-              sk_version.m_nReleaseNumber == 2);
+constexpr Version sk_version{KESTROVA_VERSION_MAJOR, KESTROVA_VERSION_MINOR, KESTROVA_VERSION_RELEASE_TYPE,
+                             KESTROVA_VERSION_RELEASE_NUMBER};
 
 const char* releaseWord(int nReleaseType)
 {

@@ -70,7 +70,7 @@ bool OutputFile::close(bool bComplete)
         return false;
     }
     if (!bComplete) {
-        static_cast<void>(::ftruncate(m_nFile, 0)); // devices and pipes refuse, and have nothing to cut
+        [[maybe_unused]] const int nCut = ::ftruncate(m_nFile, 0); // devices and pipes refuse, and have nothing to cut
     }
     // An interrupted close has closed, and what counts was written before.
     const bool bClosed = ::close(m_nFile) == 0 || errno == EINTR;

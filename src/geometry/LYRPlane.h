@@ -23,7 +23,8 @@ public:
     LYRPlane& operator=(const LYRPlane&) = default;
     virtual ~LYRPlane() = default;
 
-    /** Normal along (p2 - p1) x (p3 - p1); points on a line give the normal (1, 0, 0). */
+    /** Normal along (p2 - p1) x (p3 - p1); points on a line give the normal (1, 0, 0), and so do points so close to
+     * each other (1e-160) that the product is 0. */
     void setPoints(const LYRPoint3d& p1, const LYRPoint3d& p2, const LYRPoint3d& p3);
     void set(const LYRPoint3d& p, LYRVector normal);
     /** Any multiple of the coefficients; all of a, b and c 0 gives NaN. */
@@ -53,7 +54,12 @@ public:
      * @param rStdDev         deviation of the distances in the last round, at first the largest double
      * @param rIterations     rounds done; a round that removes nothing is not counted and ends the fit
      * @param rRemoved        points removed
-     * @return true, always; a cloud of no points, or one that is removed as a whole, gives a plane of NaN.
+     * @return true, always. A cloud of no points, one that is removed as a whole, or one with a coordinate that is NaN
+     *         gives the normal (0, 0, -1) at a distance of NaN and ends with a deviation of NaN: look at that.
+     *
+     * The search for the direction ends when what is left is below 1e-7 in squares of the unit, summed over the points,
+     * whatever their spread. So a patch that is tiny in its unit, such as 100 points within 0.0001, keeps the direction
+     * of an axis: fit it in a smaller unit.
      */
     bool eigenFitToPoints(const LYRPointCloud3d& rCloud, int nMaxIterations, double dMultiple, double& rStdDev,
                           int& rIterations, int& rRemoved);
@@ -63,8 +69,8 @@ public:
      *
      * As eigenFitToPoints, but rStdDev is that of the last round that measured it, one solve behind the plane, and 0
      * for a single round.
-     * @return false when the equations cannot be solved, as with all points in one coordinate plane; the plane is then
-     *         that of the round before.
+     * @return false when the equations cannot be solved, as with all points in one coordinate plane, no points, or a
+     *         coordinate that is NaN; the plane is then that of the round before.
      */
     [[nodiscard]] bool leastSquaresFitToPoints(const LYRPointCloud3d& rCloud, int nMaxIterations, double dMultiple,
                                                double& rStdDev, int& rIterations, int& rRemoved);

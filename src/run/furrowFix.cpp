@@ -1,6 +1,7 @@
 #include "run/furrowFix.h"
 
 #include "context/StereoContext.h"
+#include "preprocess/contextWarpers.h"
 #include "preprocess/preprocess.h"
 
 #include <cstddef>
@@ -9,15 +10,14 @@ namespace kestrova {
 
 namespace {
 
-constexpr int sk_nFirstInvalid = 0xFF00;
 constexpr int sk_nHalfPixel = 128; // in 1/256
 
 std::uint16_t combined(std::uint16_t uMain, std::uint16_t uFurrow)
 {
-    if (uMain >= sk_nFirstInvalid) {
+    if (KESTROVA_DISPARITY16_IS_INVALID(uMain)) {
         return uMain;
     }
-    if (uFurrow >= sk_nFirstInvalid) {
+    if (KESTROVA_DISPARITY16_IS_INVALID(uFurrow)) {
         return uFurrow;
     }
     // Toward zero. Below half a pixel in sum it is negative and lands among the codes: near 0 there is no disparity.
@@ -37,6 +37,15 @@ KestrovaError syncFurrowFixContext(StereoContext* pContext)
         return KestrovaErrorInvalidContext;
     }
     return pContext->m_pFurrowContext == nullptr ? pContext->initFurrowFix() : pContext->syncFurrowFixSettings();
+}
+
+KestrovaError furrowFixBuildWarpers(StereoContext* pContext)
+{
+    if (!pContext->m_bEnhancedStereo || !pContext->m_bSubpixelInterpolation || !pContext->m_bDoStereo) {
+        return KestrovaErrorOk;
+    }
+    const KestrovaError eError = syncFurrowFixContext(pContext);
+    return eError != KestrovaErrorOk || buildWarpers(pContext->m_pFurrowContext.get()) ? eError : KestrovaErrorSystem;
 }
 
 KestrovaError furrowFixKestrovaPreprocess(StereoContext* pContext, const KestrovaInput* pInput)

@@ -21,6 +21,13 @@ class StereoContext;
 KestrovaError syncFurrowFixContext(StereoContext* pContext);
 
 /**
+ * Finds or builds the warpers of the second pass, if the settings ask for one, for the present sizes.
+ *
+ * @return KestrovaErrorOk, or KestrovaErrorSystem when one of them cannot be built
+ */
+[[nodiscard]] KestrovaError furrowFixBuildWarpers(StereoContext* pContext);
+
+/**
  * Preprocesses one frame for both contexts, the main one first. The second pass is left out while the settings ask for
  * no stereo or no subpixel disparity.
  *

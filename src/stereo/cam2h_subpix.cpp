@@ -1,6 +1,7 @@
 #include "stereo/cam2h_subpix.h"
 
 #include "kernels/mincorr.h"
+#include "kestrova.h"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +11,8 @@ namespace kestrova {
 
 namespace {
 
-constexpr unsigned sk_uHighest = 239;   // lane that the back-forth check looks at
-constexpr unsigned sk_uReject = 0xFF00; // plus a code
+constexpr unsigned sk_uHighest = 239;                       // lane that the back-forth check looks at
+constexpr unsigned sk_uReject = KestrovaDisparity16Invalid; // plus a code
 constexpr unsigned sk_uUnreached = 0xFFFF;
 constexpr LabelTable sk_lanes = identityLabels();
 

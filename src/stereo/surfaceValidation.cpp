@@ -6,7 +6,7 @@ namespace kestrova {
 
 namespace {
 
-constexpr unsigned sk_uReject = 0xFF00; // plus a code
+constexpr unsigned sk_uReject = KestrovaDisparity16Invalid; // plus a code
 
 void prepareLabels(Image<unsigned int>& rLabels, const ImageDim& rDim)
 {

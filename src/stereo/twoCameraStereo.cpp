@@ -11,7 +11,7 @@ namespace kestrova {
 
 namespace {
 
-constexpr unsigned short sk_uReject = 0xFF00; // plus a code
+constexpr unsigned short sk_uReject = KestrovaDisparity16Invalid; // plus a code
 
 using Images = const Image<unsigned char>*;
 

@@ -1,6 +1,7 @@
 #include "surfaces/KesSegmentContext.h"
 
 #include "kernels/InstructionSet.h"
+#include "kestrova.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,7 +16,7 @@ std::atomic<unsigned> g_nLastTableSize{0};
 namespace {
 
 constexpr unsigned sk_nTableStep = 1000;
-constexpr std::uint16_t sk_uHighestDisparity = 0xFEFF; // codes begin behind it
+constexpr std::uint16_t sk_uHighestDisparity = KestrovaDisparity16Invalid - 1;
 
 /** Rounded to a whole number; anything beyond the widest difference of two pixels connects all of them. */
 int threshold(double dDifference)

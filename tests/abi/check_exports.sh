@@ -39,9 +39,11 @@ compare "$temp/exported" "what the shared object exports"
 compare "$temp/declared" "what the header declares"
 compare "$temp/used" "what the C program uses"
 
+version=$(echo KESTROVA_VERSION_MAJOR.KESTROVA_VERSION_MINOR.KESTROVA_VERSION_RELEASE_NUMBER |
+    "$compiler" -E -P -include "$header" -x c - | tail -n 1 | tr -d ' ')
 soname=$(readelf -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
-if [ "$soname" != libkestrova.so.3 ] || [ "$(basename "$library")" != libkestrova.so.3.4.2 ]; then
-    echo "$library has the name $soname"
+if [ "$soname" != libkestrova.so.3 ] || [ "$(basename "$library")" != "libkestrova.so.$version" ]; then
+    echo "$library has the name $soname; the header is of version $version"
     failed=1
 fi
 exit $failed

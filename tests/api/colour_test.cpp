@@ -100,6 +100,16 @@ TEST(Colour, PaddedPlanesComeFromTheLastPreprocess)
     input = StereoFrame(sk_nRows, sk_nCols, 3, sk_nPad, Shape::L).planes(); // these are gone, and are not read
     expectOk({kestrovaRectifyColorImage(handle, KestrovaCamTop, &input, &planes)});
     expectColour(frame, sk_nPad, KestrovaCamTop, planes);
+
+    // Planes go by camera there: right on blue and left on red change places.
+    CalibrationText exchanged(Shape::L);
+    std::swap(exchanged.cameras[0].channel, exchanged.cameras[2].channel);
+    const Handle other = openText(exchanged.text());
+    expectOk({kestrovaSetResolution(other, sk_nRows, sk_nCols), kestrovaSetRectImgQuality(other, KestrovaRectFast)});
+    input = frame.planes();
+    expectOk({kestrovaPreprocess(other, &input), kestrovaRectifyColorImage(other, KestrovaCamRight, &input, &planes)});
+    EXPECT_TRUE(planes.red[0] == frame.plane(2)[0] && planes.green[0] == frame.plane(1)[0] &&
+                planes.blue[0] == frame.plane(0)[0]);
 }
 
 TEST(Colour, ErrorsComeInOrder)

@@ -28,7 +28,8 @@ TEST(Version, NumbersAgreeWithTheText)
     EXPECT_STREQ(kestrovaVersion(), "Kestrova Stereo Vision SDK 3.4 Alpha 2");
     EXPECT_EQ(kestrovaGetVersionMajor() * 1000 + kestrovaGetVersionMinor() * 100 +
                   kestrovaGetVersionReleaseType() * 10 + kestrovaGetVersionReleaseNumber(),
-              3402);
+              KESTROVA_VERSION_MAJOR * 1000 + KESTROVA_VERSION_MINOR * 100 + KESTROVA_VERSION_RELEASE_TYPE * 10 +
+                  KESTROVA_VERSION_RELEASE_NUMBER);
 }
 
 // A rewritten text is a race, which is the sanitizer's to tell.

@@ -134,7 +134,7 @@ TEST_F(Formats, WrongSourcesGetOneLineThatNamesTheFileTheKeyAndTheWayOut)
         {"intrinsics.yml", {"D2:", "D3:"}, "opencv", 4, "D2: missing .nor is there distCoeffs2.*give all files"},
         {"intrinsics.yml", {"image_width", "w"}, "opencv", 2, "size of the frames; give it with --size"},
         {"extrinsics.yml", {"unit", "u"}, "opencv", 2, "unit of T; give .* --unit mm"},
-        {"extrinsics.yml", {"", ""}, "opencv --unit mm", 4, "metres given as millimetres; say --unit m"},
+        {"extrinsics.yml", {"", ""}, "opencv --unit mm", 4, "metres given as millimetres; compare T and --unit"},
         {"extrinsics.yml",
          {"R: !!opencv-matrix\n   rows: 3", "R: !!opencv-matrix\n   rows: 4"},
          "opencv",

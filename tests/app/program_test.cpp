@@ -73,6 +73,8 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     }
     const std::string said = call("demo/calibration.txt right.pgm left.pgm", KESTROVA_EXAMPLE).m_out;
     EXPECT_NEAR(std::strtod(said.c_str(), nullptr), 2.9, 0.1) << "the far box: " << said;
+    EXPECT_EQ(call("demo/calibration.txt demo/report.html demo/report.html", KESTROVA_EXAMPLE).m_nStatus, 1);
+    EXPECT_EQ(call("demo/calibration.txt right.pgm again/raw_left.pgm", KESTROVA_EXAMPLE).m_nStatus, 1) << "sizes";
 
     std::filesystem::create_directories(m_folder / "way/report.txt");
     std::ofstream(m_folder / "cut.pgm") << slurp(m_folder / "again/raw_right.pgm").substr(0, 2000);

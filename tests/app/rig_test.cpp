@@ -55,8 +55,8 @@ TEST_F(Rigs, WhatCannotBeARigIsNamed)
         {[](CameraSet& r) { left(r).m_T[1] = NAN; }, "R, T: a value is no number"},
         {[](CameraSet& r) { left(r).m_T = {}; }, "T: both cameras stand at one place"},
         {[](CameraSet& r) { left(r).m_T *= 1000; },
-         "a baseline of 120 m; .* millimetres given as metres; say --unit mm"},
-        {[](CameraSet& r) { left(r).m_T *= 0.001; }, "metres given as millimetres; say --unit m"},
+         "a baseline of 120 m; .* millimetres given as metres; compare T and --unit"},
+        {[](CameraSet& r) { left(r).m_T *= 0.001; }, "metres given as millimetres; compare T and --unit"},
         {[](CameraSet& r) { r = exchanged(r); }, "left and right are swapped"},
         {[](CameraSet& r) {
              left(r).m_T = {0, -0.12, 0};

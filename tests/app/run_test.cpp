@@ -252,6 +252,11 @@ TEST_F(Batch, WhatIsWrongIsSaidInALineWithItsStatus)
         EXPECT_THAT(bad.m_error, HasSubstr(pszWord)) << rArguments;
     }
     EXPECT_EQ(WEXITSTATUS(std::system("'" KESTROVA_PROGRAM "' --help 2>/dev/null >/dev/full")), 3);
+    for (const auto& [pszJson, nStatus] : {std::pair("", 0), {" --json -", 3}}) { // nobody listens
+        const std::string line = "cd '" + m_folder.m_name + "' && '" KESTROVA_PROGRAM "' run " + pair +
+                                 " --rectified --out npy --to deaf" + pszJson + " >&- 2>/dev/null";
+        EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), nStatus) << pszJson;
+    }
     EXPECT_THAT(call("run --list gone.txt --rectified --to y").m_error, HasSubstr("gone.txt: line 2: "));
     EXPECT_FALSE(exists(m_folder / "y"));
 

@@ -1,9 +1,11 @@
 // Calibrations written back: as they were loaded, and with the settings of the moment.
 #include "calibration/write.h"
 
-#include "context/StereoContext.h"
+#include "api/MultiContext.h"
+#include "rectify/Camera.h"
 #include "support/allSettings.h"
 
+#include <functional>
 #include <gmock/gmock.h>
 
 namespace kestrova::test {
@@ -126,6 +128,49 @@ TEST(CalibrationWrite, TextsThatCannotBeFollowedEndEarly)
     }
     StereoContext empty;
     EXPECT_FALSE(stereoContextWriteDefaultToStream(&empty, stdout));
+}
+
+TEST(CalibrationWrite, NotAllThatIsWrittenLoads)
+{
+    const std::string pair = CalibrationText(Shape::Horizontal).text();
+    CalibrationText color(Shape::Horizontal);
+    color.cameras.push_back({100, "-1 0 0", "COLOR", 1.0, "RectFactor 0.3 0.3\n"});
+    const std::string capital = replaced(pair, "Gain 1\n", "Gain 1\nRECTFACTOR 0.5 0.5\n");
+    const auto nothing = [](KestrovaContext) {};
+    const struct
+    {
+        const char* pszWhat;
+        std::string text;
+        std::function<void(KestrovaContext)> change;
+        KestrovaError eLoaded;
+        double dLeft = 0.25; // the adjustment that loads
+    } aCases[] = {
+        {"as it is", pair, nothing, KestrovaErrorOk},
+        {"capitals of a factor", capital, nothing, KestrovaErrorOk, 0.5},
+        {"a colour camera beside the left one", color.text(), nothing, KestrovaErrorOk},
+        {"no blocks", replaced(pair, "BeginWarp", "BEGINWARP"), nothing, KestrovaErrorConfigFileCorrupt},
+        {"no section", replaced(pair, "Version", "VERSION"), nothing, KestrovaErrorConfigFileCorrupt},
+        {"a range without room", pair, [](KestrovaContext h) { kestrovaSetResolution(h, 24, 32); },
+         KestrovaErrorConfigFileCorrupt},
+        {"any mask", pair, [](KestrovaContext h) { kestrovaSetAnyStereoMask(h, 8); }, KestrovaErrorOk},
+    };
+    for (const auto& r : aCases) {
+        const Handle handle = openText(r.text);
+        expectOk({kestrovaSetRectAdjustment(handle, KestrovaCamLeft, 0.25, 0.25)});
+        r.change(handle);
+        const TempFile file(written(kestrovaWriteCurrentContextToFile, handle));
+        KestrovaContext loaded = nullptr;
+        EXPECT_EQ(kestrovaGetDefaultContextFromFile(&loaded, file.path()), r.eLoaded) << r.pszWhat;
+        if (const Handle closer(loaded); closer != nullptr) {
+            double dX = 0, dY = 0, dColor = 0;
+            expectOk({kestrovaGetRectAdjustment(loaded, KestrovaCamLeft, &dX, &dY)});
+            EXPECT_TRUE(dX == r.dLeft && got(kestrovaGetStereoMask, loaded) == 7) << r.pszWhat << ' ' << dX;
+            if (const StereoContext& rContext = *getActiveContext(loaded); rContext.m_pColorCamera != nullptr) {
+                rContext.m_pColorCamera->getRectifiedAdjustment(&dColor, &dY);
+                EXPECT_EQ(dColor, 0.25) << "of the left camera";
+            }
+        }
+    }
 }
 
 } // namespace

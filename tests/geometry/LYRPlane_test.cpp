@@ -156,6 +156,17 @@ TEST(LYRPlaneFit, CloudsWithoutAPlane)
     ASSERT_TRUE(plane.fitToPoints(line, 5, 2.0));
     EXPECT_THAT(coefficients(plane), ElementsAre(0, 0, -1, 7)) << "no direction of least spread";
     EXPECT_TRUE(Fit(true, Cloud({}), 5, 2.0).m_bFitted);
+    for (const double d : {1e-3, 1e-4, 1e-5}) { // a slope of 45 degrees
+        std::vector<LYRPoint3d> patch;
+        for (int i = 0; i < 100; ++i) {
+            patch.emplace_back(d * (i % 10) / 10, d * (i / 10) / 10, d * (i % 10) / 10);
+        }
+        const double dSlope = std::abs(Fit(true, Cloud(patch), 5, 2.0).m_plane.getNormal().x());
+        EXPECT_EQ(std::abs(dSlope - std::sqrt(0.5)) < 0.01, d > 5e-4) << d << ' ' << dSlope;
+    }
+    const Fit broken(true, Cloud({{0, 0, 1}, {1, 0, 1}, {0, NAN, 1}}), 5, 2.0);
+    EXPECT_TRUE(broken.m_bFitted && broken.m_nIterations == 1 && std::isnan(broken.m_dStdDev));
+    EXPECT_TRUE(broken.m_plane.getNormal().z() == -1 && std::isnan(broken.m_plane.distance({0, 0, 0})));
     EXPECT_FALSE(Fit(false, Cloud({}), 5, 2.0).m_bFitted);
     EXPECT_FALSE(Fit(false, Cloud({{1, 0, 0}, {2, 3, 0}, {3, 1, 0}}), 1, 2.0).m_bFitted) << "through the origin";
 }

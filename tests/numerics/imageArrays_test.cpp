@@ -74,6 +74,16 @@ TEST(ImageSizes, HalvesPackTheirRowsAndMayOverlap)
     EXPECT_THAT(out, ElementsAre(1, 250, 9, 1, 0, 77, 77, 77, 77));
     LYRImageHalfSizeFast(even.data(), 5, 3, 4, out.data()); // 2 pixels each, rows begin at 0, 1 and 3
     EXPECT_THAT(out, ElementsAre(1, 254, 9, 9, 1, 77, 77, 77, 77));
+    for (int nRows = 1; nRows < 8; ++nRows) { // the size that is told, and no pixel more
+        for (int nCols = 1; nCols < 8; ++nCols) {
+            const Bytes in(64, 5);
+            const auto uNeeded = static_cast<std::size_t>((nRows - 1) / 2 * nCols / 2 + (nCols + 1) / 2);
+            Bytes small(uNeeded + 1, 77), wanted(uNeeded + 1, 5);
+            wanted.back() = 77;
+            LYRImageHalfSize(in.data(), nRows, nCols, 7, small.data());
+            EXPECT_EQ(small, wanted) << nRows << ' ' << nCols;
+        }
+    }
 }
 
 TEST(ImageSizes, TwoThirdsOfWholeBlocks)

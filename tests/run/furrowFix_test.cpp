@@ -2,6 +2,7 @@
 #include "run/furrowFix.h"
 
 #include "api/MultiContext.h"
+#include "rectify/Camera.h"
 #include "support/StereoFrame.h"
 
 #include <numeric>
@@ -52,6 +53,26 @@ TEST(FurrowFix, WalksThroughGapsAndRefusesWhatDoesNotFit)
         EXPECT_EQ(furrowFixCombineDisparityImages(&main, &furrow), KestrovaErrorInvalidSetting);
     }
     EXPECT_EQ(syncFurrowFixContext(nullptr), KestrovaErrorInvalidContext);
+}
+
+TEST(FurrowFix, PreparingBuildsTheWarpersOfBothPasses)
+{
+    const auto built = [](const StereoContext& r) {
+        return std::accumulate(r.m_apCameras.begin(), r.m_apCameras.begin() + r.m_nCameraCount, 0,
+                               [](int n, const Camera* pCamera) { return n + pCamera->warpers().count(); });
+    };
+    for (const Shape eShape : {Shape::Horizontal, Shape::Vertical, Shape::L}) {
+        for (const KestrovaStereoQuality eQuality : {KestrovaStereoStandard, KestrovaStereoEnhanced}) {
+            const Handle c = open(eShape);
+            const StereoContext& rContext = *getActiveContext(c);
+            expectOk({kestrovaSetStereoQuality(c, eQuality), kestrovaSetResolutionAndPrepare(c, 30, 40, 60, 80)});
+            const int nPrepared = built(rContext);
+            StereoFrame frame(60, 80, 5, 0, eShape);
+            KestrovaInput input = frame.planes();
+            expectOk({kestrovaPreprocess(c, &input)});
+            EXPECT_EQ(built(rContext), nPrepared) << static_cast<int>(eShape) << ' ' << eQuality;
+        }
+    }
 }
 
 TEST(FurrowFix, SecondContextSharesTheRightCameraAndFollowsTheSettings)

@@ -66,14 +66,15 @@ public:
 
     void baseline(std::vector<std::string>& rRemarks) const
     {
+        static constexpr char pszAdvice[] = "compare T and --unit (or the --square that was told) with a ruler";
         const double dBaseline = cv::norm(m_rCamera.m_T);
         if (dBaseline == 0.0)
             fail("T: both cameras stand at one place; are both files of the same camera?");
         if (dBaseline > 10.0)
-            fail(line("T: a baseline of %.4g m; it looks like millimetres given as metres; say --unit mm", dBaseline));
+            fail(line("T: a baseline of %.4g m; it looks like millimetres given as metres; %s", dBaseline, pszAdvice));
         if (dBaseline < 0.001)
-            fail(line("T: a baseline of %.4g mm; it looks like metres given as millimetres; say --unit m",
-                      1000.0 * dBaseline));
+            fail(line("T: a baseline of %.4g mm; it looks like metres given as millimetres; %s", 1000.0 * dBaseline,
+                      pszAdvice));
         if (dBaseline < 0.01 || dBaseline > 3.0)
             rRemarks.push_back(line("warning: a baseline of %.2f mm is unusual (10 mm to 3 m): does this match your "
                                     "ruler? If not, the unit of the source or the side of the squares is wrong",

@@ -170,7 +170,8 @@ static double timePoints(const StereoSession& rSession, const cv::Mat1w& rDispar
         rCount = 0;
         for (int nRow = 0; nRow < rDisparity.rows; ++nRow)
             for (int nCol = 0; nCol < rDisparity.cols; ++nCol)
-                if (const std::uint16_t uDisparity = rDisparity(nRow, nCol); uDisparity < 0xFF00) {
+                if (const std::uint16_t uDisparity = rDisparity(nRow, nCol);
+                    !KESTROVA_DISPARITY16_IS_INVALID(uDisparity)) {
                     cv::Point3f& r = points[rCount++];
                     kestrovaRCD16ToXYZ(rSession.handle(), nRow, nCol, uDisparity, &r.x, &r.y, &r.z);
                 }

@@ -24,18 +24,27 @@ static int complain(const std::string& rMessage, ExitStatus eStatus)
 }
 
 /// A standard stream that was closed by the caller would be the first file that is opened, and get what is printed.
-static void openStandardStreams()
+/// Whether output was: who needs it, as --json - does, then finds that it takes nothing.
+static bool openStandardStreams()
 {
-    while (true)
-        if (const int nFile = ::open("/dev/null", O_RDWR); nFile < 0 || nFile > STDERR_FILENO) {
-            ::close(nFile);
-            return;
-        }
+    const bool bNoOutput = ::fcntl(STDOUT_FILENO, F_GETFD) < 0;
+    int nFile = 0;
+    do
+        nFile = ::open("/dev/null", O_RDWR);
+    while (nFile >= 0 && nFile <= STDERR_FILENO);
+    ::close(nFile);
+    if (const int nClosed = bNoOutput ? ::open("/dev/null", O_RDONLY) : -1; nClosed >= 0) {
+        ::dup2(nClosed, STDOUT_FILENO);
+        ::close(nClosed);
+    }
+    return bNoOutput;
 }
 
-/// What is printed has to arrive, but a reader that has seen enough is no fault.
-static int finish(int nStatus)
+/// What is printed has to arrive, but a reader that has seen enough, or that never was, is no fault.
+static int finish(int nStatus, bool bNoOutput)
 {
+    if (bNoOutput)
+        return nStatus;
     const bool bLost = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
     pollfd reader{STDOUT_FILENO, POLLOUT, 0};
     const bool bLeft = ::poll(&reader, 1, 0) == 1 && (reader.revents & POLLERR) != 0;
@@ -46,7 +55,7 @@ static int finish(int nStatus)
 
 int main(int nArguments, char** ppszArguments)
 {
-    openStandardStreams();
+    const bool bNoOutput = openStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // files of results are finished when nobody reads what is printed
     cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT); // a missing file gets our line only
     CLI::App program("Distances from the images of two or three calibrated cameras.\n"
@@ -66,9 +75,9 @@ int main(int nArguments, char** ppszArguments)
     kestrova::app::addExportCommand(program);
     try {
         program.parse(nArguments, ppszArguments);
-        return finish(0);
+        return finish(0, bNoOutput);
     } catch (const CLI::Success& rHelp) { // --help, --version
-        return finish(program.exit(rHelp));
+        return finish(program.exit(rHelp), bNoOutput);
     } catch (const CLI::RequiredError& rError) { // what is wrong may be the reason that something is missing
         const std::vector<std::string> rest = program.remaining(true);
         return complain((rest.empty() ? std::string(rError.what()) : rest.front() + ": no such command or option") +

@@ -1,5 +1,7 @@
 #include "outputs/DisparityCodes.h"
 
+#include <kestrova.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -49,7 +51,7 @@ cv::Mat1w nativeCodes(const DisparityMap& rMap, int nOffset, const RejectCodes& 
             return std::lround((fDisparity - static_cast<float>(nOffset)) * 256.0f);
         // What no match was tried for has the byte of subpixel.
         const Reject eCoded = eReject > Reject::BackForth ? Reject::Subpixel : eReject;
-        return 0xFF00L + rCodes.m_aucCodes[static_cast<std::size_t>(eCoded) - 1];
+        return static_cast<long>(KestrovaDisparity16Invalid) + rCodes.m_aucCodes[static_cast<std::size_t>(eCoded) - 1];
     });
 }
 

@@ -30,7 +30,7 @@ static void maskOutside(StereoResult& rResult, const PerCamera<cv::Mat1b>& rRegi
     const std::uint8_t ucCode = rSession.rejectCodes().m_aucCodes[2]; // that of pixels which no match was tried for
     const auto outside = static_cast<unsigned char>(Reject::Outside);
     rejectOutside(rResult.m_map16, rRegions, nReach);
-    rResult.m_disparity16.setTo(0xFF00 + ucCode, rResult.m_map16.m_reject == outside);
+    rResult.m_disparity16.setTo(KestrovaDisparity16Invalid + ucCode, rResult.m_map16.m_reject == outside);
     if (rResult.m_disparity8.empty())
         return;
     rejectOutside(rResult.m_map8, rRegions, nReach);

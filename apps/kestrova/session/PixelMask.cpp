@@ -1,5 +1,6 @@
 #include "session/PixelMask.h"
 
+#include <kestrova.h>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -48,7 +49,7 @@ static DisparityMap readDisparity(const cv::Mat_<Value>& rImage, const Meaning& 
 DisparityMap readDisparity16(const cv::Mat1w& rImage, int nOffset, const RejectCodes& rCodes)
 {
     return readDisparity(rImage, [&](std::uint16_t uValue) {
-        if (uValue < 0xFF00)
+        if (!KESTROVA_DISPARITY16_IS_INVALID(uValue))
             return std::pair(Reject::None, static_cast<float>(nOffset) + uValue / 256.0f);
         const Reject reason = rCodes.reasonOf(static_cast<std::uint8_t>(uValue & 0xFF));
         return std::pair(reason == Reject::None ? Reject::Subpixel : reason, 0.0f);

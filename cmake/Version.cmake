@@ -1,0 +1,12 @@
+# KESTROVA_VERSION as the public header says it: major, minor and release number.
+set(header ${CMAKE_CURRENT_LIST_DIR}/../include/kestrova.h)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${header})
+set(numbers "")
+foreach(part MAJOR MINOR RELEASE_NUMBER)
+  file(STRINGS ${header} line REGEX "^#define KESTROVA_VERSION_${part} ")
+  if(NOT line MATCHES "${part} ([0-9]+)")
+    message(FATAL_ERROR "${header} does not define KESTROVA_VERSION_${part}")
+  endif()
+  list(APPEND numbers ${CMAKE_MATCH_1})
+endforeach()
+list(JOIN numbers . KESTROVA_VERSION)
