@@ -15,9 +15,8 @@ public:
     Warper3();
     ~Warper3() override;
 
-    /** As Warper::build. */
-    void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+    void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
+    using Warper::build;
 
     /** Fills the three tables, which have destination size. */
     static void buildWarper3Maps(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
@@ -37,7 +36,7 @@ public:
 
 protected:
     Warper3(const Warper3&);
-    void buildTables(const WarpMapFunc& rMap, const WarperKey& rKey);
+    void buildTables(const WarpMapFunc& rMap, const WarperKey& rKey, KernelType eKernelType);
     void initRange() override;
 
     Image<unsigned char> m_rowFraction;
@@ -55,8 +54,8 @@ public:
     BilinearWarper3();
     ~BilinearWarper3() override;
 
-    void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+    void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
+    using Warper::build;
     [[nodiscard]] std::unique_ptr<Warper> clone() const override;
 
 protected:
