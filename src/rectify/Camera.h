@@ -38,7 +38,7 @@ public:
      * @return null when WarperList::buildWarper gives none or the list cannot grow
      */
     const Warper* getWarper(const WarperKey& rKey);
-    /** The same as a list. */
+    /** The same as a list. Nothing in the library calls it. */
     const Warper* getWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride, int nRowOffset,
                             int nColOffset, KernelType eKernelType, int nKernelSize)
     {

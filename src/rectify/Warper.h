@@ -44,7 +44,7 @@ public:
      * or above 99 counts, and is kept, as 0. The kernel type is that of the class, whatever the key says.
      */
     virtual void build(const WarpMapFunc& rMap, const WarperKey& rKey);
-    /** The same as a list, here alone the source first. */
+    /** The same as a list, here alone the source first. Nothing in the library calls it. */
     void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
                int nRowOffset, int nColOffset, int nKernelSize)
     {

@@ -18,7 +18,7 @@ public:
     void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
     using Warper::build;
 
-    /** Fills the three tables, which have destination size. */
+    /** Fills the three tables, which have destination size. Nothing in the library calls it. */
     static void buildWarper3Maps(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
                                  int nDstCols, int nRowOffset, int nColOffset, Image<int>& rPositions,
                                  Image<unsigned char>& rRowFraction, Image<unsigned char>& rColFraction);

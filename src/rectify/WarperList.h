@@ -27,7 +27,7 @@ public:
      * cannot hold.
      */
     [[nodiscard]] std::unique_ptr<Warper> buildWarper(const WarperKey& rKey) const;
-    /** The same as a list. */
+    /** The same as a list. Nothing in the library calls it. */
     [[nodiscard]] std::unique_ptr<Warper> buildWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols,
                                                       int nStride, int nRowOffset, int nColOffset,
                                                       KernelType eKernelType, int nKernelSize) const
