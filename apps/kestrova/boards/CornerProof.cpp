@@ -2,6 +2,7 @@
 
 #include "basics/AppError.h"
 #include "boards/SetRefinement.h"
+#include "cameras/RigProof.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -107,8 +108,7 @@ static void proveSection(PerCamera<PairProof>& rProofs, StereoSession& rSession,
                          const Shots& rShots)
 {
     rSession.useCameras(configurationOf(rSet));
-    if (kestrovaSetSourceResolution(rSession.handle(), rShots.m_size.height, rShots.m_size.width) != KestrovaErrorOk)
-        throw AppError("photos of this size cannot be rectified: choose smaller frames", ExitStatus::Content);
+    expectFrames(rSession.handle(), rShots.m_size);
     for (const auto& [eCamera, rCamera] : rSet)
         if (eCamera != KestrovaCamRight)
             rProofs[eCamera] = prove(rSession, rShots, eCamera);
