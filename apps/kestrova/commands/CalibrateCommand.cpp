@@ -100,12 +100,10 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
     }
 }
 
-static std::string lensRemark(LensChoice eChoice)
+static std::string lensRemark(const SetCalibration& rCalibration)
 {
-    for (const auto& [rName, eNamed] : sk_models)
-        if (eNamed == eChoice)
-            return "lens model: " + rName;
-    return {};
+    return rCalibration.m_whyThisLens.empty() ? std::string("lens model: ") + lensName(rCalibration.m_eChoice)
+                                              : rCalibration.m_whyThisLens;
 }
 
 static std::string gainRemark(const PerCamera<double>& rGains)
@@ -202,7 +200,7 @@ static void calibrate(const CalibrateOptions& rOptions)
     const PerCamera<PairProof> proofs = proveCorners(session, rig, shots);
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
-    remarks.push_back(lensRemark(calibration.m_eChoice));
+    remarks.push_back(lensRemark(calibration));
     if (rOptions.m_gain == "matched")
         remarks.push_back(gainRemark(wishes.m_gains));
     for (const std::string& rRemark : remarks)
