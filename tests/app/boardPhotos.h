@@ -24,8 +24,7 @@ inline Points boardPixels(const MountedCamera& rCamera, const BoardPose& rPose, 
     const BoardPose pose = seenFrom(rCamera, rPose);
     Points rays;
     for (const cv::Point2d& rPoint : rSquares) {
-        const cv::Vec3d at =
-            turnMatrix(pose.m_turn) * (dSquare * cv::Vec3d(rPoint.x, rPoint.y, 0)) + pose.m_place;
+        const cv::Vec3d at = turnMatrix(pose.m_turn) * (dSquare * cv::Vec3d(rPoint.x, rPoint.y, 0)) + pose.m_place;
         if (!(at[2] > 0.05 * cv::norm(at)))
             return {};
         rays.emplace_back(at[0] / at[2], at[1] / at[2]);
@@ -40,7 +39,9 @@ inline Points paperRim(cv::Size inner)
     for (double d = 0.0; d < 1.0; d += 0.1) {
         const double dX = -2.0 + d * (inner.width + 3);
         const double dY = -2.0 + d * (inner.height + 3);
-        rim.insert(rim.end(), {{dX, -2.0}, {inner.width + 1.0, dY}, {inner.width + 1.0 - (dX + 2.0), inner.height + 1.0},
+        rim.insert(rim.end(), {{dX, -2.0},
+                               {inner.width + 1.0, dY},
+                               {inner.width + 1.0 - (dX + 2.0), inner.height + 1.0},
                                {-2.0, inner.height + 1.0 - (dY + 2.0)}});
     }
     return rim;
@@ -62,7 +63,8 @@ inline std::vector<BoardPose> posesAcross(const CameraSet& rSet, const Board& rB
     std::vector<BoardPose> poses;
     cv::RNG rng(static_cast<std::uint64_t>(nSeed));
     for (int nTry = 0; static_cast<int>(poses.size()) < nPoses && nTry < 100000; ++nTry) {
-        const cv::Point2d aim(rng.uniform(0.0, 1.0) * rRight.m_size.width, rng.uniform(0.0, 1.0) * rRight.m_size.height);
+        const cv::Point2d aim(rng.uniform(0.0, 1.0) * rRight.m_size.width,
+                              rng.uniform(0.0, 1.0) * rRight.m_size.height);
         const cv::Point2d ray = raysOfPixels(rRight, {aim})[0];
         const cv::Vec3d towards = cv::normalize(cv::Vec3d(ray.x, ray.y, 1.0));
         const double dPixels = rng.uniform(0.35, 0.75) * std::min(rRight.m_size.width, rRight.m_size.height);
@@ -81,7 +83,8 @@ inline std::vector<BoardPose> posesAcross(const CameraSet& rSet, const Board& rB
     return poses;
 }
 
-// Rays of the pixels of a camera, `nFine` to each side of a pixel. Large frames take every sixteenth and what is between.
+// Rays of the pixels of a camera, `nFine` to each side of a pixel. Large frames take every sixteenth and what is
+// between.
 inline cv::Mat2d raysOfFrame(const CameraModel& rCamera, int nFine)
 {
     const cv::Size size = rCamera.m_size;
@@ -115,10 +118,9 @@ public:
     {
         const BoardPose pose = seenFrom(m_camera, rPose);
         const cv::Matx33d R = turnMatrix(pose.m_turn);
-        const cv::Matx33d toBoard =
-            cv::Matx33d(R(0, 0), R(0, 1), pose.m_place[0], R(1, 0), R(1, 1), pose.m_place[1], R(2, 0), R(2, 1),
-                        pose.m_place[2])
-                .inv();
+        const cv::Matx33d toBoard = cv::Matx33d(R(0, 0), R(0, 1), pose.m_place[0], R(1, 0), R(1, 1), pose.m_place[1],
+                                                R(2, 0), R(2, 1), pose.m_place[2])
+                                        .inv();
         cv::Mat1b fine(m_rays.size());
         for (int nRow = 0; nRow < fine.rows; ++nRow)
             for (int nCol = 0; nCol < fine.cols; ++nCol) {
@@ -135,8 +137,7 @@ public:
 private:
     static unsigned char shade(double dX, double dY, bool bAhead, cv::Size inner)
     {
-        const bool bPaper =
-            bAhead && dX >= -2.0 && dY >= -2.0 && dX < inner.width + 1.0 && dY < inner.height + 1.0;
+        const bool bPaper = bAhead && dX >= -2.0 && dY >= -2.0 && dX < inner.width + 1.0 && dY < inner.height + 1.0;
         if (!bPaper)
             return 110;
         const int nCol = static_cast<int>(std::floor(dX)) + 1;
@@ -150,8 +151,8 @@ private:
     cv::Mat2d m_rays;
 };
 
-// Two cameras that are not alike, 60 mm apart, a degree turned, their centres beside the middle. Focal length and centre
-// go with the larger side of the frame.
+// Two cameras that are not alike, 60 mm apart, a degree turned, their centres beside the middle. Focal length and
+// centre go with the larger side of the frame.
 inline CameraSet knownPair(cv::Size size, Lens eLens, const std::vector<double>& rDistortion, double dFocal)
 {
     const double d = std::max(size.width, size.height);

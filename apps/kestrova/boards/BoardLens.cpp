@@ -96,7 +96,8 @@ static std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamer
     return errors;
 }
 
-// A wide lens seen with a wrong focal length is far off, so several are tried; the plane lens is a guess for narrow ones.
+// A wide lens seen with a wrong focal length is far off, so several are tried; the plane lens is a guess for narrow
+// ones.
 static CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraModel* pPlain)
 {
     const cv::Size size = rShots.m_size;
@@ -177,8 +178,8 @@ static double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const Ca
         CameraModel lens = rLens;
         refineLens(lens, others, eCamera, 12);
         for (const View* pView : left)
-            errors.push_back(cornerError(lens, rShots.m_board, pView->m_corners,
-                                         boardPose(lens, rShots.m_board, pView->m_corners)));
+            errors.push_back(
+                cornerError(lens, rShots.m_board, pView->m_corners, boardPose(lens, rShots.m_board, pView->m_corners)));
     }
     return trimmedError(errors);
 }
@@ -202,7 +203,7 @@ static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
             refineLens(lens, rShots, eCamera, 40);
             rTrial.m_lenses[eCamera] = lens;
             rTrial.m_errors[eCamera] = heldOutError(rShots, eCamera, lens);
-            rTrial.m_bFolds = rTrial.m_bFolds || reachOf(lens).folds();
+            rTrial.m_bFolds = rTrial.m_bFolds || reachOf(lens).m_bFoldsInside;
         }
         rTrial.m_bFailed = !(rTrial.error() < 1e6);
     } catch (const cv::Exception&) {
@@ -212,28 +213,23 @@ static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
     }
 }
 
-// Coefficients that the photos do not need are not worth having, and a lens that folds back where no board was less so.
+// Coefficients that the photos do not need are not worth having, and a lens that folds back inside the frame, where no
+// board was, only when nothing else comes near.
 static std::size_t bestOf(const std::vector<LensTrial>& rTrials)
 {
-    constexpr double dWorthwhile = 0.95;
     PerCamera<double> least;
     for (const LensTrial& rTrial : rTrials)
-        if (!rTrial.m_bFailed)
-            for (const auto& [eCamera, dError] : rTrial.m_errors)
-                least[eCamera] = least.contains(eCamera) ? std::min(least[eCamera], dError) : dError;
-    const auto isWithin = [&](const LensTrial& rTrial, double dShare) {
+        for (const auto& [eCamera, dError] : rTrial.m_errors)
+            if (!rTrial.m_bFailed && (!least.contains(eCamera) || dError < least.at(eCamera)))
+                least[eCamera] = dError;
+    const auto isNear = [&](const LensTrial& rTrial, double dShare) {
         return !rTrial.m_bFailed && std::all_of(least.begin(), least.end(), [&](const auto& rLeast) {
             return dShare * rTrial.m_errors.at(rLeast.first) <= rLeast.second;
         });
     };
-    for (const bool bMayFold : {false, true})
+    for (const auto& [dShare, bMayFold] : {std::pair(0.95, false), std::pair(0.75, false), std::pair(0.95, true)})
         for (std::size_t u = 0; u < rTrials.size(); ++u)
-            if (isWithin(rTrials[u], bMayFold ? dWorthwhile : 0.8 * dWorthwhile) &&
-                (bMayFold || !rTrials[u].m_bFolds) &&
-                (bMayFold || isWithin(rTrials[u], dWorthwhile) ||
-                 std::none_of(rTrials.begin(), rTrials.end(), [&](const LensTrial& rOther) {
-                     return !rOther.m_bFolds && isWithin(rOther, dWorthwhile);
-                 })))
+            if (isNear(rTrials[u], dShare) && (bMayFold || !rTrials[u].m_bFolds))
                 return u;
     const auto better = [](const LensTrial& rA, const LensTrial& rB) {
         return !rA.m_bFailed && (rB.m_bFailed || rA.error() < rB.error());
@@ -261,7 +257,8 @@ LensSelection chooseLens(const Shots& rShots)
 
 std::string LensSelection::reason() const
 {
-    std::string text = line("lens model: %s, by the corners of photos left out of its fit:", lensName(best().m_eChoice));
+    std::string text =
+        line("lens model: %s, by the corners of photos left out of its fit:", lensName(best().m_eChoice));
     const char* pszBefore = " ";
     for (const LensTrial& rTrial : m_trials) {
         text += pszBefore + (rTrial.m_bFailed ? std::string(lensName(rTrial.m_eChoice)) + " fits none"

@@ -180,8 +180,7 @@ SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice)
     PerCamera<CameraModel> lenses;
     for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
         const auto start = starts.find(eCamera);
-        const BoardLens fit =
-            fitBoardLens(rShots, eCamera, eChoice, start == starts.end() ? nullptr : &start->second);
+        const BoardLens fit = fitBoardLens(rShots, eCamera, eChoice, start == starts.end() ? nullptr : &start->second);
         lenses[eCamera] = fit.m_model;
         calibration.m_lensErrors[eCamera] = rootMeanSquare(fit.m_adErrors);
         calibration.m_focalSpreads[eCamera] = fit.m_dFocalSpread;

@@ -151,7 +151,7 @@ private:
     std::vector<Block> m_blocks;
     std::vector<double> m_x;
     std::vector<double> m_hold; // of each unknown: what its square costs, in square pixels of corners
-    double m_dUsual = 1.0; // pixels RMS of a photo beyond which it pulls less
+    double m_dUsual = 1.0;      // pixels RMS of a photo beyond which it pulls less
 };
 
 Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
@@ -193,7 +193,7 @@ Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
 // a tenth of a pixel off: nothing beside what the photos say about coefficients that they fix.
 void Adjustment::holdSmall()
 {
-    constexpr double dCost = 0.01;
+    constexpr double dCost = 1;
     static constexpr int anPowers[] = {1, 2, 0, 0, 3, 1, 2, 3}; // of the squared radius; 0 for tangential terms
     m_hold.assign(m_x.size(), 0.0);
     for (const auto& [eCamera, rCamera] : m_start) {

@@ -1,8 +1,8 @@
 // Lenses, places of the cameras and places of the boards, all adjusted together until the corners fit best.
 //
 // Two cameras or three: one board in space explains what every camera of a shot sees, so an L has no pair that
-// contradicts the other. Coefficients that the photos leave open are held small: they would run wild, fold the lens back
-// or put a pole beside the frame, where no board was.
+// contradicts the other. Coefficients that the photos leave open are held small: they would run wild, fold the lens
+// back or put a pole beside the frame, where no board was.
 #pragma once
 
 #include "boards/BoardFinder.h"

@@ -57,7 +57,8 @@ void expectFrames(KestrovaContext context, cv::Size raw)
     KestrovaInput input{};
     kestrovaBuildRGBKestrovaInput(raw.width, raw.height, raw.width, 0, 0, plane.data, plane.data, plane.data, &input);
     if (const KestrovaError error = kestrovaPreprocess(context, &input); error != KestrovaErrorOk)
-        throw AppError(line("frames of %dx%d cannot be rectified: %s", raw.width, raw.height, kestrovaErrorToString(error)));
+        throw AppError(
+            line("frames of %dx%d cannot be rectified: %s", raw.width, raw.height, kestrovaErrorToString(error)));
 }
 
 static void proveSection(RigProof& rProof, KestrovaContext context, const Rig& rRig, const PerCamera<Points>& rCorners)
