@@ -20,7 +20,8 @@ struct ImportOptions
     std::vector<int> m_anDisparity;
     double m_dAlpha = 0.0;
     bool m_bKeep = false;
-    std::optional<bool> m_fisheye;
+    bool m_bFisheye = false;
+    bool m_bNoFisheye = false;
 };
 
 static SourceFacts factsOf(const ImportOptions& rOptions)
@@ -30,7 +31,8 @@ static SourceFacts factsOf(const ImportOptions& rOptions)
         facts.m_size = parseSize(rOptions.m_size, "--size");
     if (!rOptions.m_unit.empty())
         facts.m_dUnit = parseLength("1" + rOptions.m_unit, "--unit");
-    facts.m_fisheye = rOptions.m_fisheye;
+    if (rOptions.m_bFisheye || rOptions.m_bNoFisheye)
+        facts.m_fisheye = rOptions.m_bFisheye;
     return facts;
 }
 
@@ -130,8 +132,9 @@ void addImportCommand(CLI::App& rProgram)
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
     pCommand->add_flag("--keep-p", pOptions->m_bKeep, "keep the source's rectified view, only cut to 4 by 3");
-    pCommand->add_flag("--fisheye,!--no-fisheye", pOptions->m_fisheye,
-                       "the four terms of an OpenCV file are those of cv::fisheye, or are k1 k2 p1 p2");
+    auto* pFisheye = pCommand->add_flag("--fisheye", pOptions->m_bFisheye,
+                                        "the four terms of an OpenCV file are those of cv::fisheye");
+    pCommand->add_flag("--no-fisheye", pOptions->m_bNoFisheye, "they are k1 k2 p1 p2")->excludes(pFisheye);
     pCommand->add_option("--canvas", pOptions->m_canvas, "size of the rectified images: 4 by 3, 64x48 to 1280x960");
     auto* pDisparity =
         pCommand->add_option("--disparity", pOptions->m_anDisparity, "smallest and largest disparity, in pixels")
