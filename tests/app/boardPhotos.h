@@ -101,7 +101,7 @@ inline cv::Mat2d raysOfFrame(const CameraModel& rCamera, int nFine)
     if (nStep == 1)
         return known;
     cv::Mat2d all;
-    cv::resize(known, all, grid * nStep * nFine, 0, 0, cv::INTER_CUBIC);
+    cv::resize(known, all, grid * nStep * nFine, 0, 0, cv::INTER_LINEAR);
     return all(cv::Rect({nRim * nStep * nFine, nRim * nStep * nFine}, size * nFine)).clone();
 }
 
