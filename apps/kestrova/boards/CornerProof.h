@@ -19,7 +19,7 @@ RowErrors rowErrors(std::vector<double> differences);
 struct PairProof
 {
     RowErrors m_rows;
-    double m_dSquare = 0.0;          // metres, from disparity: mean side of a square
+    double m_dSquare = 0.0;          // metres, from disparity: side of a square, by whole boards
     double m_dSquareSpread = 0.0;    // metres, standard deviation of the sides
     std::vector<double> m_adShotRms; // of each shot; negative when it is not used
 };

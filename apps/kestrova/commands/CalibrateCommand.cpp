@@ -42,8 +42,6 @@ static void checkOptions(const CalibrateOptions& rOptions)
         throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
     if (!rOptions.m_anDisparity.empty() && (rOptions.m_near || rOptions.m_far))
         throw AppError("give either --disparity or --near and --far", ExitStatus::Usage);
-    if (rOptions.m_bCompareOpenCv && rOptions.m_model == "equidistant")
-        throw AppError("--compare-opencv: not for --model equidistant", ExitStatus::Usage);
 }
 
 static RigWishes wishesOf(const CalibrateOptions& rOptions)
@@ -100,12 +98,10 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
     }
 }
 
-static std::string lensRemark(LensChoice eChoice)
+static std::string lensRemark(const SetCalibration& rCalibration)
 {
-    for (const auto& [rName, eNamed] : sk_models)
-        if (eNamed == eChoice)
-            return "lens model: " + rName;
-    return {};
+    return rCalibration.m_whyThisLens.empty() ? std::string("lens model: ") + lensName(rCalibration.m_eChoice)
+                                              : rCalibration.m_whyThisLens;
 }
 
 static std::string gainRemark(const PerCamera<double>& rGains)
@@ -202,7 +198,7 @@ static void calibrate(const CalibrateOptions& rOptions)
     const PerCamera<PairProof> proofs = proveCorners(session, rig, shots);
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
-    remarks.push_back(lensRemark(calibration.m_eChoice));
+    remarks.push_back(lensRemark(calibration));
     if (rOptions.m_gain == "matched")
         remarks.push_back(gainRemark(wishes.m_gains));
     for (const std::string& rRemark : remarks)
@@ -250,7 +246,8 @@ void addCalibrateCommand(CLI::App& rProgram)
     pCommand
         ->add_option("--model", r.m_model,
                      "lens: plain (k1 k2 p1 p2), plumb (and k3), rational (and k4 k5 k6), equidistant (very wide); "
-                     "auto takes the first of the former three that more coefficients do not better by a twentieth")
+                     "auto tries all on photos left out of the fit and takes the fewest coefficients that are within a "
+                     "twentieth of the best")
         ->check(CLI::IsMember(models))
         ->capture_default_str();
     pCommand->add_option("--alpha", r.m_dAlpha, "0 shows only what both lenses fill, 1 keeps every raw pixel")
