@@ -4,6 +4,7 @@
 // contradicts the other.
 #pragma once
 
+#include "basics/Statistics.h"
 #include "boards/BoardFinder.h"
 
 namespace kestrova::app {
@@ -21,6 +22,5 @@ struct BoardPose
 BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners);
 
 cv::Matx33d turnMatrix(const cv::Vec3d& rTurn);
-double medianOf(std::vector<double> values);
 
 } // namespace kestrova::app
