@@ -11,6 +11,7 @@ namespace kestrova::app {
 static constexpr int sk_nLargestWindow = 23;
 static constexpr int sk_nNarrowest = 16;   // a narrower range saves nothing
 static constexpr double sk_dNearer = 1.2;  // room for things nearer than the subject
+static constexpr double sk_dLeastNearer = 1.1; // if all behind it can be had for that
 static constexpr double sk_dFarther = 0.8; // and behind it, at least, if there is not room for all
 
 cv::Vec2i disparityOf(const DepthRange& rRange, double dFocalTimesBaseline, cv::Vec2i fallback)
@@ -61,6 +62,8 @@ cv::Vec2i rangeAround(std::vector<double> disparities, int nLargest)
     const double dLast = std::clamp(held.back(), dFirst, static_cast<double>(nLargest));
     double dMin = sk_dFarther * dFirst;
     double dMax = std::clamp<double>(sk_dNearer * dLast + 2.0, std::min(sk_nNarrowest, nLargest), nLargest);
+    if (sk_dLeastNearer * dLast + 2.0 <= sk_nMostDisparities)
+        dMax = std::min<double>(dMax, sk_nMostDisparities);
     if (dMax - dMin > sk_nMostDisparities) { // both sides give way alike
         const double dGiven = (sk_nMostDisparities - 2 - (dLast - dFirst)) / (dFirst - dMin + dMax - dLast);
         dMin = dFirst - dGiven * (dFirst - dMin);

@@ -118,8 +118,8 @@ void FrameRunner::findRange()
     std::FILE* const pOut = m_json.onOutput() ? stderr : stdout;
     const std::vector<double> subject = search.subject();
     if (subject.empty()) {
-        std::fprintf(pOut, "--range auto: nothing stands out in %d frames; the range stays at %s\n", nFrames,
-                     rangeText(m_pSession->disparityRange(), dScale).c_str());
+        std::fprintf(pOut, "--range auto: nothing stands out in %d frame%s; the range stays at %s\n", nFrames,
+                     nFrames == 1 ? "" : "s", rangeText(m_pSession->disparityRange(), dScale).c_str());
         return;
     }
     const cv::Vec2i range = rangeAround(subject, largestDisparity(bRows ? canvas.height : canvas.width));

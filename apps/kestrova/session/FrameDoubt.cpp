@@ -185,9 +185,14 @@ static double usualOf(std::vector<double> rows)
     return medianOf(std::move(rows));
 }
 
+// A shift of all rows looks much like a scale; what explains the rows better is said.
 static std::string cutDoubt(const StereoSession& rSession, const Details& rDetails, KestrovaCamera eOther, cv::Size raw)
 {
-    const double dNow = usualOf(rowsAtShare(rSession, rDetails, eOther, raw, 1.0));
+    std::vector<double> rows = rowsAtShare(rSession, rDetails, eOther, raw, 1.0);
+    const double dNow = usualOf(rows);
+    for (const double dShift = medianOf(rows); double& rRow : rows)
+        rRow -= dShift;
+    const double dShifted = usualOf(rows);
     double dBest = dNow;
     double dShare = 1.0;
     for (double dTry = 0.25; dTry < 4.0; dTry *= 1.02)
@@ -195,7 +200,7 @@ static std::string cutDoubt(const StereoSession& rSession, const Details& rDetai
             dBest = dRows;
             dShare = dTry;
         }
-    if (dNow < 1.0 || dBest > 0.25 * dNow || dBest > 0.6 || std::abs(dShare - 1.0) < 0.1)
+    if (dNow < 1.0 || dBest > 0.25 * dNow || dBest > 0.6 || dBest > 0.7 * dShifted || std::abs(dShare - 1.0) < 0.1)
         return {};
     return line("the frames are of another scale than the calibration: their rows agree best if they show %.0f %% of "
                 "the width of the frames calibrated with; hand over whole frames of that camera mode, or calibrate in "

@@ -13,7 +13,7 @@ namespace kestrova::app {
 static constexpr int sk_nOverlap = 24; // of stretches: a match on the rim of one is no result
 static constexpr int sk_nStep = 2;     // of rows and columns that are looked at
 static constexpr int sk_nHalf = 5;     // of the patch that must look alike
-static constexpr double sk_dAlike = 0.8;
+static constexpr double sk_dAlike = 0.85;
 
 // Range, threads and way back of a session, put back at the end.
 class KeptSettings
@@ -120,11 +120,14 @@ std::vector<double> RangeSearch::subject() const
     const double dLeast = std::max<double>(0.001 * static_cast<double>(m_nSamples),
                                            std::min<double>(3.0 * static_cast<double>(nChance),
                                                             0.01 * static_cast<double>(m_nSamples)));
-    std::vector<double> subject;
+    std::vector<double> subject; // in order
     for (std::size_t u = 0; u < dense.size(); ++u)
         if (static_cast<double>(dense[u]) >= dLeast)
             subject.insert(subject.end(), static_cast<std::size_t>(m_counts[u]), static_cast<double>(u));
-    return static_cast<double>(subject.size()) < 0.01 * static_cast<double>(m_nSamples) ? std::vector<double>{} : subject;
+    if (static_cast<double>(subject.size()) < 0.01 * static_cast<double>(m_nSamples))
+        return {};
+    const auto few = static_cast<std::ptrdiff_t>(subject.size() / 200);
+    return {subject.begin() + few, subject.end() - few};
 }
 
 } // namespace kestrova::app
