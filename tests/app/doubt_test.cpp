@@ -66,7 +66,7 @@ TEST_F(Doubts, RunSaysInALineWhatIsProbablyWrong)
     const std::tuple<const char*, int, const char*> aCases[] = {
         {"--right r.png --left l.png", 0, ""},
         {"--right rhalf.png --left lhalf.png --surface-size 50", 0, ""}, // of the same view
-        {"--right r.png --left l.png --region 100 100 30 40", 0, ""}, // little, but of what was asked for much
+        {"--right r.png --left l.png --region 100 100 30 40", 0, ""},    // little, but of what was asked for much
         {"--right r.png --left l.png --range auto", 0, ""},
         {"--right l.png --left r.png", unfit, "the two frames are swapped"},
         {"--right r.png --left l.png --disparity 100 200", unfit, "the range misses most of the subject"},
@@ -81,8 +81,8 @@ TEST_F(Doubts, RunSaysInALineWhatIsProbablyWrong)
         const Outcome run = call(std::string("run --calibration rig.txt --to out ") + pszFrames);
         EXPECT_EQ(run.m_nStatus, nStatus) << pszFrames << '\n' << run.m_error;
         EXPECT_THAT(run.m_error, HasSubstr(pszSays)) << pszFrames;
-        EXPECT_EQ(std::count(run.m_error.begin(), run.m_error.end(), '\n'), *pszSays ? 1 : 0)
-            << pszFrames << '\n' << run.m_error;
+        EXPECT_EQ(std::count(run.m_error.begin(), run.m_error.end(), '\n'), *pszSays ? 1 : 0) << pszFrames << '\n'
+                                                                                              << run.m_error;
         EXPECT_TRUE(exists(m_folder / "out/disparity.pfm")) << "results are written all the same";
         std::filesystem::remove_all(m_folder / "out");
     }
@@ -129,7 +129,7 @@ TEST(DepthRange, HoldsTheSubjectWithRoomAsFarAsTheLibrarySearches)
     const std::tuple<std::vector<double>, int, cv::Vec2i> aCases[] = {
         {{20, 60}, 617, {0, 74}},
         {{81, 187}, 617, {0, 227}},
-        {{100, 203}, 617, {0, 240}},  // all that lies behind, for a little less room before it
+        {{100, 203}, 617, {0, 240}}, // all that lies behind, for a little less room before it
         {{150, 300}, 617, {120, 360}},
         {{100, 330}, 1000, {97, 337}}, // hardly room on both sides
         {{5, 500, 510, 520}, 617, {377, 617}},

@@ -9,10 +9,10 @@
 namespace kestrova::app {
 
 static constexpr int sk_nLargestWindow = 23;
-static constexpr int sk_nNarrowest = 16;   // a narrower range saves nothing
-static constexpr double sk_dNearer = 1.2;  // room for things nearer than the subject
+static constexpr int sk_nNarrowest = 16;       // a narrower range saves nothing
+static constexpr double sk_dNearer = 1.2;      // room for things nearer than the subject
 static constexpr double sk_dLeastNearer = 1.1; // if all behind it can be had for that
-static constexpr double sk_dFarther = 0.8; // and behind it, at least, if there is not room for all
+static constexpr double sk_dFarther = 0.8;     // and behind it, at least, if there is not room for all
 
 cv::Vec2i disparityOf(const DepthRange& rRange, double dFocalTimesBaseline, cv::Vec2i fallback)
 {

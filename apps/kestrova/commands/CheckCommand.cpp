@@ -142,16 +142,19 @@ static void check(const CheckOptions& rOptions)
     if (list.m_frames.size() > 1)
         std::printf("%zu frames, judged together\n", list.m_frames.size());
     Findings all;
-    if (const std::string text = shapeDoubt(session, pooled.m_first.m_frames.at(KestrovaCamRight).size());
-        !text.empty())
-        all.push_back({"shape of the frames", "another", text, Verdict::Fair});
+    const std::string shape = shapeDoubt(session, pooled.m_first.m_frames.at(KestrovaCamRight).size());
+    if (!shape.empty())
+        all.push_back({"shape of the frames", "another", shape, Verdict::Fair});
     for (const auto& [eOther, rDetails] : pooled.m_details) {
         const Findings findings =
             judgeCheck(eOther, judgeOrRefuse(rOptions, session, pooled, eOther, list.m_frames.size()));
         all.insert(all.end(), findings.begin(), findings.end());
     }
     std::fputs(findingsTable(all).c_str(), stdout);
-    if (const Finding* pBad = worstOf(all))
+    const Finding* pBad = worstOf(all);
+    if (pBad && !shape.empty())
+        throw AppError(shape, ExitStatus::Unfit);
+    if (pBad)
         throw AppError(rOptions.m_calibration + ": " + pBad->m_name + " of " + pBad->m_value +
                            " is above 0.5 px: do not use it with these cameras; calibrate again",
                        ExitStatus::Unfit);

@@ -30,9 +30,10 @@ static std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
             text += line("  rectified          no details were found again (%s): %s\n", cameraName(eCamera),
                          rCheck.verdictText());
         else
-            text += line("  rectified          RMS  %6.3f %ss, 95 %% below %6.3f (%d details, %d strays left out, %s): %s\n",
-                         rCheck.m_rows.m_dRms, unitOf(eCamera), rCheck.m_rows.m_dWorst5th, rCheck.m_rows.m_nCount,
-                         rCheck.m_nStrays, cameraName(eCamera), rCheck.verdictText());
+            text += line(
+                "  rectified          RMS  %6.3f %ss, 95 %% below %6.3f (%d details, %d strays left out, %s): %s\n",
+                rCheck.m_rows.m_dRms, unitOf(eCamera), rCheck.m_rows.m_dWorst5th, rCheck.m_rows.m_nCount,
+                rCheck.m_nStrays, cameraName(eCamera), rCheck.verdictText());
     return text;
 }
 

@@ -45,8 +45,9 @@ bool isSwapped(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, Kes
 
 std::string swappedText(KestrovaCamera eOther)
 {
-    return pairOptions(eOther) + ": the two frames are swapped, matches lie at negative disparity, behind infinity; hand "
-                                 "them over the other way round";
+    return pairOptions(eOther) +
+           ": the two frames are swapped, matches lie at negative disparity, behind infinity; hand "
+           "them over the other way round";
 }
 
 // ---- range ----
@@ -72,10 +73,9 @@ static std::string rangeDoubt(const StereoSession& rSession, std::vector<double>
     std::erase_if(disparities, [](double dDisparity) { return dDisparity < 0.0; });
     std::sort(disparities.begin(), disparities.end());
     const auto nearer = disparities.end() - std::lower_bound(disparities.begin(), disparities.end(), range[1] - 0.5);
-    const auto farther = range[0] == 0
-                             ? 0
-                             : std::upper_bound(disparities.begin(), disparities.end(), range[0] + 0.5) -
-                                   disparities.begin();
+    const auto farther =
+        range[0] == 0 ? 0
+                      : std::upper_bound(disparities.begin(), disparities.end(), range[0] + 0.5) - disparities.begin();
     if (const auto outside = nearer + farther; outside < 8 || 10 * outside < std::ssize(disparities))
         return {};
     const auto few = static_cast<std::ptrdiff_t>(disparities.size() / 50); // wrong ones may be among them
@@ -83,9 +83,8 @@ static std::string rangeDoubt(const StereoSession& rSession, std::vector<double>
     return line("the range misses %s of the subject: of %zu matched details %ld stand nearer and %ld farther than the "
                 "searched %s; they reach from %.0f to %.0f pixels, so say %s",
                 2 * (nearer + farther) > std::ssize(disparities) ? "most" : "part", disparities.size(),
-                static_cast<long>(nearer), static_cast<long>(farther),
-                rangeText(range, scaleOf(rSession)).c_str(), subject.front(), subject.back(),
-                insteadOf(rSession, subject).c_str());
+                static_cast<long>(nearer), static_cast<long>(farther), rangeText(range, scaleOf(rSession)).c_str(),
+                subject.front(), subject.back(), insteadOf(rSession, subject).c_str());
 }
 
 // Where surfaces go on beyond an end, what was found crowds there.
@@ -151,8 +150,8 @@ static Details rawDetails(const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eO
         return upright(shrunk, eOther);
     };
     const cv::Mat1b right = small(KestrovaCamRight);
-    const double dScale = rFrames.at(KestrovaCamRight).cols /
-                          static_cast<double>(eOther == KestrovaCamTop ? right.rows : right.cols);
+    const double dScale =
+        rFrames.at(KestrovaCamRight).cols / static_cast<double>(eOther == KestrovaCamTop ? right.rows : right.cols);
     Details details = findDetails(right, small(eOther), {}, right.rows / 6);
     for (Detail& rDetail : details)
         for (cv::Point2d* pAt : {&rDetail.m_right, &rDetail.m_other}) {
@@ -185,17 +184,25 @@ static double usualOf(std::vector<double> rows)
     return medianOf(std::move(rows));
 }
 
+// What is left of the rows if the other frame is only shifted across the disparity.
+static double usualIfShifted(const StereoSession& rSession, Details details, KestrovaCamera eOther, cv::Size raw)
+{
+    for (int nRound = 0; nRound < 4; ++nRound) {
+        const double dShift = medianOf(rowsAtShare(rSession, details, eOther, raw, 1.0));
+        for (Detail& rDetail : details)
+            (eOther == KestrovaCamTop ? rDetail.m_other.x : rDetail.m_other.y) -= dShift;
+    }
+    return usualOf(rowsAtShare(rSession, details, eOther, raw, 1.0));
+}
+
 // A shift of all rows looks much like a scale; what explains the rows better is said.
 static std::string cutDoubt(const StereoSession& rSession, const Details& rDetails, KestrovaCamera eOther, cv::Size raw)
 {
-    std::vector<double> rows = rowsAtShare(rSession, rDetails, eOther, raw, 1.0);
-    const double dNow = usualOf(rows);
-    for (const double dShift = medianOf(rows); double& rRow : rows)
-        rRow -= dShift;
-    const double dShifted = usualOf(rows);
+    const double dNow = usualOf(rowsAtShare(rSession, rDetails, eOther, raw, 1.0));
+    const double dShifted = usualIfShifted(rSession, rDetails, eOther, raw);
     double dBest = dNow;
     double dShare = 1.0;
-    for (double dTry = 0.25; dTry < 4.0; dTry *= 1.02)
+    for (double dTry = 0.4; dTry < 2.5; dTry *= 1.02)
         if (const double dRows = usualOf(rowsAtShare(rSession, rDetails, eOther, raw, dTry)); dRows < dBest) {
             dBest = dRows;
             dShare = dTry;
@@ -259,8 +266,9 @@ static FrameDoubt doubtOfRaw(StereoSession& rSession, const FrameFacts& rFacts, 
     }
     if (rFacts.m_dFound >= sk_dUsableShare)
         return {};
-    return {pairOptions(eOther) + ": the two frames have hardly a detail in common: they do not belong together, or the "
-                                  "calibration is of other cameras",
+    return {pairOptions(eOther) +
+                ": the two frames have hardly a detail in common: they do not belong together, or the "
+                "calibration is of other cameras",
             false};
 }
 

@@ -1,4 +1,5 @@
-// What is probably wrong when frames and a calibration do not lead to a result: measured on one frame, said in one line.
+// What is probably wrong when frames and a calibration do not lead to a result: measured on one frame, said in one
+// line.
 #pragma once
 
 #include "session/PairCheck.h"
@@ -6,14 +7,14 @@
 
 namespace kestrova::app {
 
-/// Of the pixels that show something, with a disparity. Frames that have nothing to do with each other reach 2 of 100 by
-/// chance.
+/// Of the pixels that show something, with a disparity. Frames that have nothing to do with each other reach 2 of 100
+/// by chance.
 inline constexpr double sk_dUsableShare = 0.03;
 
 struct FrameDoubt
 {
-    std::string m_text = {};   // empty when all is well
-    bool m_bHopeless = false;  // whatever was found is wrong
+    std::string m_text = {};  // empty when all is well
+    bool m_bHopeless = false; // whatever was found is wrong
 };
 
 struct FrameFacts

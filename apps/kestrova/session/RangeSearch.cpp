@@ -117,9 +117,9 @@ std::vector<double> RangeSearch::subject() const
     std::sort(sorted.begin(), sorted.end());
     // Most of the range is empty, so its middle tells what chance gives.
     const long nChance = sorted.empty() ? 0 : sorted[sorted.size() / 2];
-    const double dLeast = std::max<double>(0.001 * static_cast<double>(m_nSamples),
-                                           std::min<double>(3.0 * static_cast<double>(nChance),
-                                                            0.01 * static_cast<double>(m_nSamples)));
+    const double dLeast =
+        std::max<double>(0.001 * static_cast<double>(m_nSamples),
+                         std::min<double>(3.0 * static_cast<double>(nChance), 0.01 * static_cast<double>(m_nSamples)));
     std::vector<double> subject; // in order
     for (std::size_t u = 0; u < dense.size(); ++u)
         if (static_cast<double>(dense[u]) >= dLeast)
