@@ -55,7 +55,10 @@ struct Doubts : Program
             cv::GaussianBlur(sharp, sharp, {0, 0}, 4);
             cv::Mat1f frame;
             rFrame.convertTo(frame, CV_32F);
-            rSave(("band" + std::to_string(i)).c_str(), cv::Mat1b(sharp.mul(frame) + (1.0f - sharp).mul(blurred)));
+            const cv::Mat mixed = blurred + sharp.mul(frame - blurred);
+            cv::Mat bytes;
+            mixed.convertTo(bytes, CV_8U);
+            rSave(("band" + std::to_string(i)).c_str(), bytes);
         }
     }
 };

@@ -140,16 +140,18 @@ TEST_F(Eval, SaysWhatIsWrong)
     write("three.pfm", "PF\n2 2\n-1\nabc");
     write("ints.npy", npy("<i4") + floats({1, 2, 3, 4}));
     write("text.png", "no picture");
-    cv::Mat1f slope(12, 12), third(12, 12), levels(12, 12);
+    cv::Mat1f slope(12, 12), third(12, 12), late(12, 12);
+    cv::Mat1b levels(12, 12);
     for (int i = 0; i < 144; ++i) {
         slope(i) = 20.0f + 0.3f * static_cast<float>(i);
-        levels(i) = std::floor(slope(i) * 3);
+        late(i) = slope(i) + 5.0f;
+        levels(i) = static_cast<uchar>(slope(i) * 3);
         third(i) = i % 7 ? slope(i) / 3 + 0.1f * static_cast<float>(i % 3) : 3.0f; // with noise and strays
     }
     writePfm(m_folder / "slope.pfm", slope);
     writePfm(m_folder / "third.pfm", third);
-    writePfm(m_folder / "late.pfm", slope + 5.0f);
-    writeImage(m_folder / "levels.png", cv::Mat1b(levels));
+    writePfm(m_folder / "late.pfm", late);
+    writeImage(m_folder / "levels.png", levels);
     writeImage(m_folder / "colour.png", cv::Mat3b(2, 2, cv::Vec3b(1, 2, 3)));
     struct Case
     {
