@@ -47,14 +47,13 @@ struct Doubts : Program
     template<typename Save>
     static void bands(const cv::Mat1b& rFrame, const Save& rSave)
     {
-        cv::Mat1f blurred;
-        cv::GaussianBlur(rFrame, blurred, {0, 0}, 7);
+        cv::Mat1f frame, blurred;
+        rFrame.convertTo(frame, CV_32F);
+        cv::GaussianBlur(frame, blurred, {0, 0}, 7);
         for (int i = 0; i < 3; ++i) {
             cv::Mat1f sharp(rFrame.size(), 0.0f);
             sharp.rowRange(80 + 30 * i, 100 + 30 * i).setTo(1.0f);
             cv::GaussianBlur(sharp, sharp, {0, 0}, 4);
-            cv::Mat1f frame;
-            rFrame.convertTo(frame, CV_32F);
             const cv::Mat mixed = blurred + sharp.mul(frame - blurred);
             cv::Mat bytes;
             mixed.convertTo(bytes, CV_8U);
@@ -81,13 +80,13 @@ TEST_F(Doubts, RunSaysInALineWhatIsProbablyWrong)
         {"--right r.png --left lnoise.png --range auto", unfit, "hardly a detail in common"},
         {"--right rplain.png --left lplain.png", unfit, "hardly any texture"}};
     for (const auto& [pszFrames, nStatus, pszSays] : aCases) {
-        const Outcome run = call(std::string("run --calibration rig.txt --to out ") + pszFrames);
+        const Outcome run = call(std::string("run --calibration rig.txt --to result ") + pszFrames);
         EXPECT_EQ(run.m_nStatus, nStatus) << pszFrames << '\n' << run.m_error;
         EXPECT_THAT(run.m_error, HasSubstr(pszSays)) << pszFrames;
         EXPECT_EQ(std::count(run.m_error.begin(), run.m_error.end(), '\n'), *pszSays ? 1 : 0) << pszFrames << '\n'
                                                                                               << run.m_error;
-        EXPECT_TRUE(exists(m_folder / "out/disparity.pfm")) << "results are written all the same";
-        std::filesystem::remove_all(m_folder / "out");
+        EXPECT_TRUE(exists(m_folder / "result/disparity.pfm")) << "results are written all the same";
+        std::filesystem::remove_all(m_folder / "result");
     }
     // A folder of frames fails only if none of them is usable.
     std::ofstream(m_folder / "some.txt") << "rnoise.png lnoise.png\nr.png l.png\n";
@@ -102,7 +101,7 @@ TEST_F(Doubts, RangeAutoFindsTheSubjectWhateverTheCalibrationSays)
 {
     std::ofstream(m_folder / "list.txt") << "rnoise.png lnoise.png\ngone.png l.png\nr.png l.png\n";
     for (const std::string frames : {"--right r.png --left l.png", "--list list.txt --keep-going --shard 3/3"}) {
-        const Outcome run = call("run --calibration rig.txt --to out --json - --range auto " + frames);
+        const Outcome run = call("run --calibration rig.txt --to result --json - --range auto " + frames);
         EXPECT_EQ(run.m_nStatus, 0) << run.m_error;
         const cv::FileStorage json(run.m_out,
                                    cv::FileStorage::READ | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_JSON);

@@ -113,8 +113,9 @@ static void evaluate(const EvalOptions& rOptions)
         throw AppError(rOptions.m_truth + ": no pixel has a known disparity" +
                            (range ? std::string(" inside --range") : std::string()) + "; give another truth or scale",
                        ExitStatus::Unfit);
-    std::fputs(truthErrorsText(errors).c_str(), stdout);
-    if (reasons) {
+    if (errors.m_nKnown > 0)
+        std::fputs(truthErrorsText(errors).c_str(), stdout);
+    if (reasons && errors.m_nKnown > 0) {
         // A pixel without a disparity cannot be moved, but the truth can.
         const cv::Mat1f truthThere = bMoved ? toView(rOptions.m_disparityView, truth) : truth;
         std::fputs(truthByReasonText(*reasons, truthThere, range).c_str(), stdout);
