@@ -299,6 +299,8 @@ static FrameDoubt doubtOfPair(StereoSession& rSession, const FrameFacts& rFacts,
                                                     "matched: add light or a pattern, or check exposure and lens cap"
                                                   : "",
                 false};
+    if (check.m_rows.m_nCount >= sk_nFewestDetails / 4 && check.m_rows.m_dRms <= sk_dUsableRows)
+        return {}; // few, but chance does not agree like that
     return rSession.rawShape() ? doubtOfRaw(rSession, rFacts, eOther) : FrameDoubt{};
 }
 
