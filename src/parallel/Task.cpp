@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <emmintrin.h>
 #include <utility>
 
 namespace kestrova {
@@ -115,7 +114,7 @@ void ExecutorPool::Task::lookForCompletion() const
     }
     const auto end = std::chrono::steady_clock::now() + longest;
     while (m_nCompletedCount < m_nContextCount && std::chrono::steady_clock::now() < end) {
-        _mm_pause();
+        relax();
     }
 }
 

@@ -7,21 +7,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
-#include <numeric>
 
 namespace kestrova::app {
-
-RowErrors rowErrors(std::vector<double> differences)
-{
-    if (differences.empty())
-        return {};
-    for (double& rDifference : differences)
-        rDifference = std::abs(rDifference);
-    std::sort(differences.begin(), differences.end());
-    const double dSquares = std::inner_product(differences.begin(), differences.end(), differences.begin(), 0.0);
-    return {static_cast<int>(differences.size()), std::sqrt(dSquares / static_cast<double>(differences.size())),
-            differences[(differences.size() - 1) * 95 / 100]};
-}
 
 // The first part of a corner's way; nothing when it leaves the image.
 static std::optional<cv::Point2d> rectify(const StereoSession& rSession, KestrovaCamera eCamera, cv::Point2f corner)

@@ -3,18 +3,10 @@
 
 #include "boards/BoardFinder.h"
 #include "cameras/RigBuilder.h"
+#include "session/RowVerdict.h"
 #include "session/StereoSession.h"
 
 namespace kestrova::app {
-
-/// How far apart two images are in the rows that must agree; columns for a top camera.
-struct RowErrors
-{
-    int m_nCount = 0;
-    double m_dRms = 0.0;      // pixels
-    double m_dWorst5th = 0.0; // 95 of 100 are below
-};
-RowErrors rowErrors(std::vector<double> differences);
 
 struct PairProof
 {

@@ -21,13 +21,6 @@ static cv::Vec3d turnVector(const cv::Matx33d& rTurn)
     return turn;
 }
 
-double medianOf(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 static Points project(const CameraModel& rLens, const std::vector<cv::Point3d>& rPoints, const BoardPose& rPose)
 {
     Points seen;

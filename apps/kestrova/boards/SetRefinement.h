@@ -5,6 +5,7 @@
 // back or put a pole beside the frame, where no board was.
 #pragma once
 
+#include "basics/Statistics.h"
 #include "boards/BoardFinder.h"
 
 namespace kestrova::app {
@@ -29,6 +30,5 @@ BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners
 double cornerError(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners, const BoardPose& rPose);
 
 cv::Matx33d turnMatrix(const cv::Vec3d& rTurn);
-double medianOf(std::vector<double> values);
 
 } // namespace kestrova::app

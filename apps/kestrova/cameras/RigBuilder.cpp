@@ -190,10 +190,27 @@ static RectificationPlan cutTo(const RectificationPlan& rGiven, cv::Size canvas)
     return plan;
 }
 
+std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const RectificationPlan& rPlan)
+{
+    std::vector<double> disparities;
+    for (const cv::Vec3d& rPlace : rPlaces)
+        if (const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPlace)[2]; dDepth > 0.0)
+            disparities.push_back(rPlan.m_dFocal * rPlan.m_dBaseline / dDepth);
+    return disparities;
+}
+
 static cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& rWishes)
 {
-    return rWishes.m_disparity.value_or(
-        disparityOf(rWishes.m_depth, rPlan.m_dFocal * rPlan.m_dBaseline, {0, rPlan.m_canvas.width / 10}));
+    if (rWishes.m_disparity)
+        return *rWishes.m_disparity;
+    const std::vector<double> subject = disparitiesOf(rWishes.m_subject, rPlan);
+    // Matches of a top camera go along the columns, which are shorter.
+    const bool bTop = rPlan.m_rotations.contains(KestrovaCamTop);
+    const int nLargest = largestDisparity(bTop ? rPlan.m_canvas.height : rPlan.m_canvas.width);
+    const cv::Vec2i usual = subject.empty() ? cv::Vec2i(0, rPlan.m_canvas.width / 10) : rangeAround(subject, nLargest);
+    return rWishes.m_depth.m_dNear || rWishes.m_depth.m_dFar
+               ? disparityOf(rWishes.m_depth, rPlan.m_dFocal * rPlan.m_dBaseline, usual)
+               : usual;
 }
 
 // ---- maps ----

@@ -4,6 +4,7 @@
 #include "basics/OutputFile.h"
 #include "basics/Units.h"
 #include "boards/OpenCvComparison.h"
+#include "boards/SetRefinement.h"
 #include "cameras/RigProof.h"
 #include "commands/Commands.h"
 #include "outputs/Results.h"
@@ -96,6 +97,31 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
                        "--model",
                        ExitStatus::Unfit);
     }
+}
+
+// All corners of the boards, from the right camera.
+static std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& rRight)
+{
+    std::vector<cv::Vec3d> places;
+    for (const Shot& rShot : rShots.m_shots) {
+        if (!isUsed(rShot))
+            continue;
+        const BoardPose pose = boardPose(rRight, rShots.m_board, rShot.at(KestrovaCamRight).m_corners);
+        for (const cv::Point3f& rPoint : rShots.m_board.points())
+            places.push_back(turnMatrix(pose.m_turn) * cv::Vec3d(rPoint.x, rPoint.y, rPoint.z) + pose.m_place);
+    }
+    return places;
+}
+
+static std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rPlaces)
+{
+    const CalibrationDescription& rDescription = rRig.m_description;
+    const double dScale = rRig.m_plan.m_dFocal * rRig.m_plan.m_dBaseline;
+    const std::vector<double> boards = disparitiesOf(rPlaces, rRig.m_plan);
+    const auto [least, most] = std::minmax_element(boards.begin(), boards.end());
+    return line("disparity %s to be searched; the boards stood at %.0f to %.0f pixels (%.3g m to %.3g m)",
+                rangeText({rDescription.m_nMinDisparity, rDescription.m_nMaxDisparity}, dScale).c_str(), *least, *most,
+                dScale / *most, dScale / *least);
 }
 
 static std::string lensRemark(const SetCalibration& rCalibration)
@@ -192,6 +218,7 @@ static void calibrate(const CalibrateOptions& rOptions)
         wishes.m_gains = matchedGains(shots);
     wishes.m_source = "photos";
     wishes.m_note = line("Calibrated from %zu shots of a board of ", shots.nUsed()) + board.describe() + ".";
+    wishes.m_subject = placesOf(shots, calibration.m_set.at(KestrovaCamRight).m_model);
     const Rig rig = buildRig(calibration.m_set, wishes);
     writeText(out.file(), rig.text());
     StereoSession session(out.file());
@@ -201,11 +228,13 @@ static void calibrate(const CalibrateOptions& rOptions)
     remarks.push_back(lensRemark(calibration));
     if (rOptions.m_gain == "matched")
         remarks.push_back(gainRemark(wishes.m_gains));
+    remarks.push_back(rangeRemark(rig, wishes.m_subject));
+    for (const Rig& rFurther : rig.m_further)
+        remarks.push_back("second section: " + rangeRemark(rFurther, wishes.m_subject));
     for (const std::string& rRemark : remarks)
         std::printf("%s\n", rRemark.c_str());
-    std::printf("%zu of %zu shots used; rectified images of %dx%d, disparity %d to %d\n%s", shots.nUsed(),
-                shots.m_shots.size(), rig.m_plan.m_canvas.width, rig.m_plan.m_canvas.height,
-                rig.m_description.m_nMinDisparity, rig.m_description.m_nMaxDisparity, findingsTable(findings).c_str());
+    std::printf("%zu of %zu shots used; rectified images of %dx%d\n%s", shots.nUsed(), shots.m_shots.size(),
+                rig.m_plan.m_canvas.width, rig.m_plan.m_canvas.height, findingsTable(findings).c_str());
     if (rOptions.m_bCompareOpenCv)
         std::fputs(compare(session, shotsOf(rig, shots), rig, rOptions.m_dAlpha).c_str(), stdout);
     if (report) {
@@ -256,7 +285,8 @@ void addCalibrateCommand(CLI::App& rProgram)
     pCommand->add_option("--canvas", r.m_canvas, "size of the rectified images, 4 by 3 (default: that of the photos)")
         ->type_name("WxH");
     pCommand
-        ->add_option("--disparity", r.m_anDisparity, "range to search in pixels (default: 0 to a tenth of the width)")
+        ->add_option("--disparity", r.m_anDisparity,
+                     "range to search in pixels (default: what holds the boards, with room)")
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX");
