@@ -139,7 +139,7 @@ void refuseInTurn(Shape eShape, Fault eFault, KestrovaError eExpected)
 
 TEST(Faults, EveryAllocationOfAFrameMayBeRefused)
 {
-    for (const Shape eShape : {Shape::Horizontal, Shape::L}) { // one for each correlator
+    for (const Shape eShape : {Shape::Horizontal, Shape::L}) {         // one for each correlator
         refuseInTurn(eShape, Fault::Allocation, KestrovaErrorUnknown); // travels as the exception
     }
 }
