@@ -1,5 +1,7 @@
 #include "parallel/Task.h"
 
+#include "parallel/relax.h"
+
 #include <boost/bind/bind.hpp>
 #include <boost/core/ref.hpp>
 #include <boost/thread/thread.hpp>
