@@ -1,12 +1,13 @@
 #include "parallel/Task.h"
 
+#include "parallel/relax.h"
+
 #include <boost/bind/bind.hpp>
 #include <boost/core/ref.hpp>
 #include <boost/thread/thread.hpp>
 
 #include <algorithm>
 #include <chrono>
-#include <emmintrin.h>
 #include <utility>
 
 namespace kestrova {
@@ -115,7 +116,7 @@ void ExecutorPool::Task::lookForCompletion() const
     }
     const auto end = std::chrono::steady_clock::now() + longest;
     while (m_nCompletedCount < m_nContextCount && std::chrono::steady_clock::now() < end) {
-        _mm_pause();
+        relax();
     }
 }
 

@@ -38,11 +38,15 @@ void getWarperOffsets(const StereoContext* pContext, KestrovaCamera eCamera, int
 
 namespace {
 
-bool hasWarper(const StereoContext& rContext, Camera* pCamera, int nStride, int nRowOffset, int nColOffset)
+/** What the context's settings ask for, without offsets. */
+WarperKey keyOf(const StereoContext& r, int nStride)
 {
-    return pCamera != nullptr && pCamera->getWarper(rContext.m_nRows, rContext.m_nCols, rContext.m_nSourceRows,
-                                                    rContext.m_nSourceCols, nStride, nRowOffset, nColOffset,
-                                                    rContext.m_eKernelType, rContext.m_nKernelSize) != nullptr;
+    return {r.m_nRows, r.m_nCols, r.m_nSourceRows, r.m_nSourceCols, nStride, 0, 0, r.m_eKernelType, r.m_nKernelSize};
+}
+
+bool hasWarper(Camera* pCamera, const WarperKey& rKey)
+{
+    return pCamera != nullptr && pCamera->getWarper(rKey) != nullptr;
 }
 
 bool buildWarpersForStride(StereoContext* pContext, int nStride)
@@ -52,18 +56,16 @@ bool buildWarpersForStride(StereoContext* pContext, int nStride)
             return false;
         }
     }
-    return !pContext->m_bHasColorCamera || hasWarper(*pContext, pContext->m_pColorCamera, nStride, 0, 0);
+    return !pContext->m_bHasColorCamera || hasWarper(pContext->m_pColorCamera, keyOf(*pContext, nStride));
 }
 
 } // namespace
 
 bool getWarperForCam(StereoContext* pContext, int nCamera, int nStride)
 {
-    int nRowOffset = 0;
-    int nColOffset = 0;
-    getWarperOffsets(pContext, nCamera, &nRowOffset, &nColOffset);
-    return hasWarper(*pContext, pContext->m_apCameras[static_cast<std::size_t>(nCamera)], nStride, nRowOffset,
-                     nColOffset);
+    WarperKey key = keyOf(*pContext, nStride);
+    getWarperOffsets(pContext, nCamera, &key.m_nSubpixelRowOffset, &key.m_nSubpixelColOffset);
+    return hasWarper(pContext->m_apCameras[static_cast<std::size_t>(nCamera)], key);
 }
 
 bool buildWarpers(StereoContext* pContext)

@@ -91,17 +91,14 @@ WarperKey builtKey(WarperKey key)
 
 } // namespace
 
-const Warper* Camera::getWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride, int nRowOffset,
-                                int nColOffset, KernelType eKernelType, int nKernelSize)
+const Warper* Camera::getWarper(const WarperKey& rKey)
 {
     const std::lock_guard lock(m_mutex);
-    m_pCurrentWarper = m_warpers.find(
-        builtKey({nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, eKernelType, nKernelSize}));
+    m_pCurrentWarper = m_warpers.find(builtKey(rKey));
     if (m_pCurrentWarper != nullptr || (m_warpers.isFull() && !m_warpers.reallocate())) {
         return m_pCurrentWarper;
     }
-    std::unique_ptr<Warper> pWarper = m_warpers.buildWarper(nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset,
-                                                            nColOffset, eKernelType, nKernelSize);
+    std::unique_ptr<Warper> pWarper = m_warpers.buildWarper(rKey);
     if (pWarper != nullptr) {
         m_pCurrentWarper = m_warpers.append(std::move(pWarper));
     }

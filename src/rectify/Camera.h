@@ -34,13 +34,19 @@ public:
     void deleteWarpMapFuncs();
 
     /**
-     * The warper for these parameters, built and kept if there is none yet. The camera owns it until an adjustment
+     * The warper for this key, built and kept if there is none yet. The camera owns it until an adjustment
      * changes or the camera goes.
      *
      * @return null when WarperList::buildWarper gives none or the list cannot grow
      */
+    const Warper* getWarper(const WarperKey& rKey);
+    /** The same as a list. Nothing in the library calls it. */
     const Warper* getWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride, int nRowOffset,
-                            int nColOffset, KernelType eKernelType, int nKernelSize);
+                            int nColOffset, KernelType eKernelType, int nKernelSize)
+    {
+        return getWarper(
+            {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, eKernelType, nKernelSize});
+    }
     /** What the last lookup gave; null before the first and after a change of adjustment. */
     [[nodiscard]] const Warper* currentWarper() const { return m_pCurrentWarper; }
 

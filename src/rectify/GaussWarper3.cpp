@@ -19,11 +19,9 @@ constexpr double sk_dSigma = 0.75;
 
 } // namespace
 
-void GaussWarper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-                         int nRowOffset, int nColOffset, int nKernelSize)
+void GaussWarper3::build(const WarpMapFunc& rMap, const WarperKey& rKey)
 {
-    buildTables(rMap,
-                {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelGauss, nKernelSize});
+    buildTables(rMap, rKey, KernelGauss);
     init();
 }
 

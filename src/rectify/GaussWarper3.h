@@ -19,8 +19,8 @@ public:
      * up to 2: for sizes below 5 the window stands further right and down, and so does the part of a kernel that is not
      * zero, if this is the warper that builds the table.
      */
-    void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+    void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
+    using Warper::build;
     [[nodiscard]] std::unique_ptr<Warper> clone() const override;
 
     /** Weight at a squared distance in pixels. */

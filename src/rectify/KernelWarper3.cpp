@@ -36,9 +36,9 @@ void KernelWarper3::buildWarper3Maps(const WarpMapFunc& rMap, int nSrcRows, int 
     roundPositions(rPositions, rRowFraction, rColFraction, nStride);
 }
 
-void KernelWarper3::buildTables(const WarpMapFunc& rMap, const WarperKey& rKey)
+void KernelWarper3::buildTables(const WarpMapFunc& rMap, const WarperKey& rKey, KernelType eKernelType)
 {
-    Warper3::buildTables(rMap, rKey);
+    Warper3::buildTables(rMap, rKey, eKernelType);
     roundPositions(m_map, m_rowFraction, m_colFraction, m_key.m_nStride);
     m_nKernelSize = rKey.m_nKernelSize;
     m_nKernelHalfSize = (rKey.m_nKernelSize - 1) / 2;

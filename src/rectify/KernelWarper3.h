@@ -51,7 +51,7 @@ protected:
     KernelWarper3(const KernelWarper3&);
 
     /** Tables, and kernel size and half size as the key asks for them. */
-    void buildTables(const WarpMapFunc& rMap, const WarperKey& rKey);
+    void buildTables(const WarpMapFunc& rMap, const WarperKey& rKey, KernelType eKernelType);
     using Warper3::initRange;
     /** Row ranges, and the rows and columns that a window of that half size fits into. */
     void initRange(int nHalfSize);

@@ -11,11 +11,9 @@ SincWarper3::SincWarper3() = default;
 SincWarper3::SincWarper3(const SincWarper3&) = default;
 SincWarper3::~SincWarper3() = default;
 
-void SincWarper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-                        int nRowOffset, int nColOffset, int nKernelSize)
+void SincWarper3::build(const WarpMapFunc& rMap, const WarperKey& rKey)
 {
-    buildTables(rMap,
-                {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelSinc, nKernelSize});
+    buildTables(rMap, rKey, KernelSinc);
     init();
 }
 

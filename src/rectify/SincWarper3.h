@@ -12,8 +12,8 @@ public:
     ~SincWarper3() override;
 
     /** As Warper::build. Kernel sizes other than 3 and 5 act as 5. */
-    void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+    void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
+    using Warper::build;
     [[nodiscard]] std::unique_ptr<Warper> clone() const override;
 
     [[nodiscard]] static int kernelSizeToIndex(int nSize) { return nSize == 3 ? 0 : 1; }

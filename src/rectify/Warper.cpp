@@ -10,25 +10,25 @@ Warper::Warper() = default;
 Warper::Warper(const Warper&) = default;
 Warper::~Warper() = default;
 
-void Warper::setKey(const WarperKey& rKey)
+void Warper::setKey(const WarperKey& rKey, KernelType eKernelType)
 {
     m_key = rKey;
+    m_key.m_eKernelType = eKernelType;
     m_key.m_nSubpixelRowOffset = subpixelOffset(rKey.m_nSubpixelRowOffset);
     m_key.m_nSubpixelColOffset = subpixelOffset(rKey.m_nSubpixelColOffset);
     m_map = Image<int>(rKey.m_nDestinationRows, rKey.m_nDestinationCols);
     m_rowRange = Image<int>(2, rKey.m_nDestinationRows);
 }
 
-void Warper::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-                   int nRowOffset, int nColOffset, int nKernelSize)
+void Warper::build(const WarpMapFunc& rMap, const WarperKey& rKey)
 {
-    setKey({nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelNearest, nKernelSize});
-    const SourcePoint limit{static_cast<float>(nSrcRows - 1), static_cast<float>(nSrcCols - 1)};
+    setKey(rKey, KernelNearest);
+    const SourcePoint limit{static_cast<float>(rKey.m_nSourceRows - 1), static_cast<float>(rKey.m_nSourceCols - 1)};
     sampleDestination(rMap, m_key, limit, [&](int nRow, int nCol, SourcePoint point) {
         // In double: just below one half, single precision would round the sum up to the next pixel.
         const int nSrcRow = static_cast<int>(std::floor(point.m_fRow + 0.5));
         const int nSrcCol = static_cast<int>(std::floor(point.m_fCol + 0.5));
-        m_map[nRow][nCol] = nSrcRow * nStride + nSrcCol;
+        m_map[nRow][nCol] = nSrcRow * rKey.m_nStride + nSrcCol;
     });
     initRange();
 }

@@ -41,10 +41,15 @@ public:
 
     /**
      * Fills the tables. Sizes and stride are above 0, source rows times stride fits 31 bits. An offset that is negative
-     * or above 99 counts, and is kept, as 0.
+     * or above 99 counts, and is kept, as 0. The kernel type is that of the class, whatever the key says.
      */
+    virtual void build(const WarpMapFunc& rMap, const WarperKey& rKey);
+    /** The same as a list, here alone the source first. Nothing in the library calls it. */
     void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+               int nRowOffset, int nColOffset, int nKernelSize)
+    {
+        build(rMap, {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, {}, nKernelSize});
+    }
 
     /** A new warper that shares all tables. */
     [[nodiscard]] virtual std::unique_ptr<Warper> clone() const;
@@ -81,7 +86,7 @@ public:
 
 protected:
     Warper(const Warper&);
-    void setKey(const WarperKey& rKey);
+    void setKey(const WarperKey& rKey, KernelType eKernelType);
     virtual void initRange();
 
     Image<int> m_map;

@@ -51,19 +51,17 @@ void Warper3::buildWarper3Maps(const WarpMapFunc& rMap, int nSrcRows, int nSrcCo
                rPositions, rRowFraction, rColFraction);
 }
 
-void Warper3::buildTables(const WarpMapFunc& rMap, const WarperKey& rKey)
+void Warper3::buildTables(const WarpMapFunc& rMap, const WarperKey& rKey, KernelType eKernelType)
 {
-    setKey(rKey);
+    setKey(rKey, eKernelType);
     m_rowFraction = Image<unsigned char>(rKey.m_nDestinationRows, rKey.m_nDestinationCols);
     m_colFraction = Image<unsigned char>(rKey.m_nDestinationRows, rKey.m_nDestinationCols);
     fillTables(rMap, m_key, m_map, m_rowFraction, m_colFraction);
 }
 
-void Warper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-                    int nRowOffset, int nColOffset, int nKernelSize)
+void Warper3::build(const WarpMapFunc& rMap, const WarperKey& rKey)
 {
-    buildTables(rMap,
-                {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelBilinear, nKernelSize});
+    buildTables(rMap, rKey, KernelBilinear);
     initRange();
     m_windows.build(m_map, m_key);
 }
@@ -166,11 +164,9 @@ BilinearWarper3::BilinearWarper3() = default;
 BilinearWarper3::BilinearWarper3(const BilinearWarper3&) = default;
 BilinearWarper3::~BilinearWarper3() = default;
 
-void BilinearWarper3::build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
-                            int nDstCols, int nRowOffset, int nColOffset, int nKernelSize)
+void BilinearWarper3::build(const WarpMapFunc& rMap, const WarperKey& rKey)
 {
-    buildTables(rMap,
-                {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, KernelBilinear, nKernelSize});
+    buildTables(rMap, rKey, KernelBilinear);
     init();
 }
 

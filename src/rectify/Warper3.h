@@ -15,11 +15,10 @@ public:
     Warper3();
     ~Warper3() override;
 
-    /** As Warper::build. */
-    void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+    void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
+    using Warper::build;
 
-    /** Fills the three tables, which have destination size. */
+    /** Fills the three tables, which have destination size. Nothing in the library calls it. */
     static void buildWarper3Maps(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
                                  int nDstCols, int nRowOffset, int nColOffset, Image<int>& rPositions,
                                  Image<unsigned char>& rRowFraction, Image<unsigned char>& rColFraction);
@@ -37,7 +36,7 @@ public:
 
 protected:
     Warper3(const Warper3&);
-    void buildTables(const WarpMapFunc& rMap, const WarperKey& rKey);
+    void buildTables(const WarpMapFunc& rMap, const WarperKey& rKey, KernelType eKernelType);
     void initRange() override;
 
     Image<unsigned char> m_rowFraction;
@@ -55,8 +54,8 @@ public:
     BilinearWarper3();
     ~BilinearWarper3() override;
 
-    void build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols,
-               int nRowOffset, int nColOffset, int nKernelSize);
+    void build(const WarpMapFunc& rMap, const WarperKey& rKey) override;
+    using Warper::build;
     [[nodiscard]] std::unique_ptr<Warper> clone() const override;
 
 protected:

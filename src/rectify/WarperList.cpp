@@ -37,11 +37,10 @@ bool WarperList::reallocate()
 namespace {
 
 template<typename WarperClass>
-std::unique_ptr<Warper> build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCols, int nStride, int nDstRows,
-                              int nDstCols, int nRowOffset, int nColOffset, int nKernelSize)
+std::unique_ptr<Warper> build(const WarpMapFunc& rMap, const WarperKey& rKey)
 {
     auto pWarper = std::make_unique<WarperClass>();
-    pWarper->build(rMap, nSrcRows, nSrcCols, nStride, nDstRows, nDstCols, nRowOffset, nColOffset, nKernelSize);
+    pWarper->build(rMap, rKey);
     return pWarper;
 }
 
@@ -49,26 +48,25 @@ std::unique_ptr<Warper> build(const WarpMapFunc& rMap, int nSrcRows, int nSrcCol
  * Positions are 32-bit, so a frame with huge row increments has none; a table counts its entries, padding included, in
  * 32 bits; and single precision tells the pixels of an axis apart up to 2^24.
  */
-bool tablesHold(int nSrcRows, int nSrcCols, int nStride, int nDstRows, int nDstCols)
+bool tablesHold(const WarperKey& r)
 {
     constexpr std::int64_t nMax = std::numeric_limits<int>::max();
     constexpr int nMaxAxis = 1 << 24;
-    return nSrcRows > 0 && nSrcCols > 0 && nStride > 0 && nDstRows > 0 && nDstCols > 0 && nSrcRows <= nMaxAxis &&
-           nSrcCols <= nMaxAxis && std::int64_t{nSrcRows} * nStride <= nMax &&
-           nDstRows * (std::int64_t{nDstCols} + 63) <= nMax;
+    return r.m_nSourceRows > 0 && r.m_nSourceCols > 0 && r.m_nStride > 0 && r.m_nDestinationRows > 0 &&
+           r.m_nDestinationCols > 0 && r.m_nSourceRows <= nMaxAxis && r.m_nSourceCols <= nMaxAxis &&
+           std::int64_t{r.m_nSourceRows} * r.m_nStride <= nMax &&
+           r.m_nDestinationRows * (std::int64_t{r.m_nDestinationCols} + 63) <= nMax;
 }
 
 } // namespace
 
-std::unique_ptr<Warper> WarperList::buildWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols, int nStride,
-                                                int nRowOffset, int nColOffset, KernelType eKernelType,
-                                                int nKernelSize) const
+std::unique_ptr<Warper> WarperList::buildWarper(const WarperKey& rKey) const
 {
-    if (m_pWarpFunc == nullptr || !tablesHold(nSrcRows, nSrcCols, nStride, nDstRows, nDstCols)) {
+    if (m_pWarpFunc == nullptr || !tablesHold(rKey)) {
         return nullptr;
     }
-    auto* const pBuild = [eKernelType]() -> decltype(&build<Warper>) {
-        switch (eKernelType) {
+    auto* const pBuild = [&rKey]() -> decltype(&build<Warper>) {
+        switch (rKey.m_eKernelType) {
         case KernelNearest:
             return build<Warper>;
         case KernelBilinear:
@@ -81,7 +79,7 @@ std::unique_ptr<Warper> WarperList::buildWarper(int nDstRows, int nDstCols, int 
             return build<BilinearWarper3>;
         }
     }();
-    return pBuild(*m_pWarpFunc, nSrcRows, nSrcCols, nStride, nDstRows, nDstCols, nRowOffset, nColOffset, nKernelSize);
+    return pBuild(*m_pWarpFunc, rKey);
 }
 
 const Warper* WarperList::find(const WarperKey& rKey) const

@@ -26,9 +26,15 @@ public:
      * A new warper of the class for the kernel type, not listed yet. Null without a map and for sizes that the tables
      * cannot hold.
      */
+    [[nodiscard]] std::unique_ptr<Warper> buildWarper(const WarperKey& rKey) const;
+    /** The same as a list. Nothing in the library calls it. */
     [[nodiscard]] std::unique_ptr<Warper> buildWarper(int nDstRows, int nDstCols, int nSrcRows, int nSrcCols,
                                                       int nStride, int nRowOffset, int nColOffset,
-                                                      KernelType eKernelType, int nKernelSize) const;
+                                                      KernelType eKernelType, int nKernelSize) const
+    {
+        return buildWarper(
+            {nDstRows, nDstCols, nSrcRows, nSrcCols, nStride, nRowOffset, nColOffset, eKernelType, nKernelSize});
+    }
 
     /** The listed warper with this key, or null. */
     [[nodiscard]] const Warper* find(const WarperKey& rKey) const;

@@ -94,8 +94,8 @@ bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<uns
     const ImageDim mask{static_cast<int>(uMaskRows), static_cast<int>(uMaskCols)};
     Image<unsigned char> tmp = bPlain ? rSrc : rCamera.lowpassScratch(rSrc.size(), mask);
     const Warper* const pWarper =
-        rCamera.getWarper(rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), tmp.rowDistance(), nRowOffset,
-                          nColOffset, eKernelType, nKernelSize);
+        rCamera.getWarper({rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), tmp.rowDistance(), nRowOffset,
+                           nColOffset, eKernelType, nKernelSize});
     if (pWarper == nullptr) {
         return false;
     }

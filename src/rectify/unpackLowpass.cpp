@@ -99,7 +99,7 @@ bool unpackLowpassRectify(Image<Pixel8x4>& rDst, Camera& rCamera, const Image<Pi
     const bool bPlain = isPlainCopy(uMaskRows, uMaskCols, rCamera.gain());
     const int nStride = bPlain ? rSrc.rowDistance() : PixelBuffer<Pixel8x4>::strideOf(rSrc.nCols());
     const Warper* const pWarper =
-        rCamera.getWarper(rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), nStride, 0, 0, KernelBilinear, 5);
+        rCamera.getWarper({rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), nStride, 0, 0, KernelBilinear, 5});
     if (pWarper == nullptr) {
         return false;
     }

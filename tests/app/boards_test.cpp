@@ -1,4 +1,5 @@
 // Boards: drawn, photographed by made-up cameras, calibrated from, and every way in which photos can be the wrong ones.
+#include "app/boardPhotos.h"
 #include "app/program.h"
 #include "basics/AppError.h"
 #include "boards/CornerProof.h"
@@ -25,14 +26,6 @@ BoardPose poseOfShot(int nShot, const Board& rBoard = sk_board)
     const cv::Vec3d middle(0.5 * (rBoard.m_inner.width - 1), 0.5 * (rBoard.m_inner.height - 1), 0);
     return {turn, cv::Vec3d(-0.06 + rng.uniform(-0.03, 0.03), rng.uniform(-0.06, 0.06), dZ) -
                       turnMatrix(turn) * (middle * rBoard.m_dSquare)};
-}
-
-// The board's turn and place in the camera's own frame.
-BoardPose seenFrom(const MountedCamera& rCamera, const BoardPose& rPose)
-{
-    cv::Vec3d turn;
-    cv::Rodrigues(rCamera.m_R.t() * turnMatrix(rPose.m_turn), turn);
-    return {turn, rCamera.m_R.t() * (rPose.m_place - rCamera.m_T)};
 }
 
 // Corners to a hundredth of a pixel, without pictures.
@@ -163,49 +156,15 @@ TEST(SetCalibration, RefusesSetsThatAreNone)
     EXPECT_THAT(refusal(shotsOf(high, 8)), HasSubstr("say --top"));
 }
 
-// What the camera sees of the board: white paper, black squares, dim grey around.
-cv::Mat1b photo(const MountedCamera& rCamera, const BoardPose& rPose)
-{
-    constexpr int nFine = 3;
-    const cv::Size size = rCamera.m_model.m_size;
-    static std::map<double, Points> s_rays; // of each lens, told by its focal length
-    Points& rRays = s_rays[rCamera.m_model.m_K(0, 0)];
-    if (rRays.empty()) {
-        Points pixels;
-        for (int i = 0; i < size.area() * nFine * nFine; ++i)
-            pixels.emplace_back((i % (size.width * nFine) + 0.5) / nFine - 0.5,
-                                (i / (size.width * nFine) + 0.5) / nFine - 0.5);
-        rRays = raysOfPixels(rCamera.m_model, pixels);
-    }
-    const BoardPose pose = seenFrom(rCamera, rPose);
-    const cv::Matx33d R = turnMatrix(pose.m_turn);
-    const cv::Vec3d normal(R(0, 2), R(1, 2), R(2, 2));
-    cv::Mat1b fine(size * nFine);
-    for (std::size_t u = 0; u < rRays.size(); ++u) {
-        const cv::Vec3d ray(rRays[u].x, rRays[u].y, 1);
-        const cv::Vec3d at = R.t() * (ray * (normal.dot(pose.m_place) / normal.dot(ray)) - pose.m_place);
-        const int nCol = static_cast<int>(std::floor(at[0] / sk_board.m_dSquare)) + 1;
-        const int nRow = static_cast<int>(std::floor(at[1] / sk_board.m_dSquare)) + 1;
-        const bool bBoard = nCol >= 0 && nRow >= 0 && nCol <= sk_board.m_inner.width && nRow <= sk_board.m_inner.height;
-        const bool bPaper = nCol >= -1 && nRow >= -1 && nCol <= 10 && nRow <= 7;
-        fine(static_cast<int>(u) / fine.cols, static_cast<int>(u) % fine.cols) = bBoard && (nCol + nRow) % 2 == 0 ? 25
-                                                                                 : bPaper                         ? 220
-                                                                                                                  : 110;
-    }
-    cv::Mat1b image;
-    cv::resize(fine, image, size, 0, 0, cv::INTER_AREA);
-    return image;
-}
-
 TEST_F(Program, FromPhotosToAProvedCalibration)
 {
     const cv::Size size{320, 240};
     const CameraSet set = exampleCameraSet(size);
     const auto file = [&](const std::string& rName) { return m_folder / rName; };
-    for (int i = 1; i <= 8; ++i)
-        for (const auto& [eCamera, rCamera] : set) {
+    for (const auto& [eCamera, rCamera] : set)
+        for (const BoardPhotographer take(rCamera); const int i : {1, 2, 3, 4, 5, 6, 7, 8}) {
             cv::Mat1w deep; // 12 bits in 16 for one camera
-            const cv::Mat1b image = photo(rCamera, poseOfShot(i));
+            const cv::Mat1b image = take(poseOfShot(i), sk_board);
             image.convertTo(deep, CV_16U, 16.0);
             writeImage(file(cameraName(eCamera) + std::to_string(i + 2) + ".png"),
                        eCamera == KestrovaCamLeft ? cv::Mat(image * 0.8) : cv::Mat(deep));

@@ -140,6 +140,18 @@ TEST_F(Eval, SaysWhatIsWrong)
     write("three.pfm", "PF\n2 2\n-1\nabc");
     write("ints.npy", npy("<i4") + floats({1, 2, 3, 4}));
     write("text.png", "no picture");
+    cv::Mat1f slope(12, 12), third(12, 12), late(12, 12);
+    cv::Mat1b levels(12, 12);
+    for (int i = 0; i < 144; ++i) {
+        slope(i) = 20.0f + 0.3f * static_cast<float>(i);
+        late(i) = slope(i) + 5.0f;
+        levels(i) = static_cast<uchar>(slope(i) * 3);
+        third(i) = i % 7 ? slope(i) / 3 + 0.1f * static_cast<float>(i % 3) : 3.0f; // with noise and strays
+    }
+    writePfm(m_folder / "slope.pfm", slope);
+    writePfm(m_folder / "third.pfm", third);
+    writePfm(m_folder / "late.pfm", late);
+    writeImage(m_folder / "levels.png", levels);
     writeImage(m_folder / "colour.png", cv::Mat3b(2, 2, cv::Vec3b(1, 2, 3)));
     struct Case
     {
@@ -159,9 +171,15 @@ TEST_F(Eval, SaysWhatIsWrong)
              {"text.png --truth 2x2.pfm", "text.png: cannot be read as an image", 4},
              {"colour.png --truth 2x2.pfm", "colour.png: is a picture in colour", 4},
              {"2x2.pfm --truth none.pfm", "none.pfm: no pixel has a known disparity", 5},
+             {"slope.pfm --truth levels.png --truth-scale 0.3333", "", -1}, // right to a third of a pixel
+             {"slope.pfm --truth levels.png", "times the truth, so the scale is wrong; say --truth-scale 0.33", 5},
+             {"slope.pfm --truth levels.png --range 0 10", "say --truth-scale 0.33", 5},
+             {"levels.png --truth slope.pfm", "say --disparity-scale 0.33", 5},
+             {"third.pfm --truth slope.pfm", "bring both files", 5},
+             {"late.pfm --truth slope.pfm", "", -1}, // off, but by no scale
              {"2x2.pfm --truth 2x2.pfm --range 9 3", "--range: needs MIN below MAX", 2}}) {
         const Outcome outcome = call(std::string("eval --disparity ") + pszArguments);
-        EXPECT_EQ(outcome.m_nStatus, nStatus) << pszArguments;
+        EXPECT_EQ(outcome.m_nStatus, std::max(nStatus, 0)) << pszArguments << outcome.m_error;
         EXPECT_THAT(outcome.m_error, testing::HasSubstr(pszSays)) << pszArguments;
         EXPECT_EQ(outcome.m_out.find("mean error 0.0000 px, RMS error 0.0000 px") != std::string::npos, nStatus == 0)
             << pszArguments;

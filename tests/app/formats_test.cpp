@@ -109,6 +109,29 @@ TEST_F(Formats, ReadersTakeTheLensesAsTheyStand)
     EXPECT_THAT(slurp(m_folder / "back.txt"), testing::HasSubstr("CameraConfiguration L"));
 }
 
+TEST_F(Formats, FourCoefficientsWithoutANameAreFoundOutOrAskedFor)
+{
+    const std::tuple<double, std::vector<double>, const char*, int, const char*> aCases[] = {
+        {0.8, {-.27, .09, .0008, -.0006}, "", 0, "taken as k1 k2 p1 p2; if cv::fisheye wrote them, say --fisheye"},
+        {0.8, {.30, .15, .08, .05}, "", 0, "taken as those of cv::fisheye"}, // an ordinary lens, told by its angles
+        {0.42, {-.02, .003, -.001, .0002}, "", 2, "say --fisheye or --no-fisheye"},
+        {0.42, {-.02, .003, -.001, .0002}, " --fisheye", 0, "sees further than a flat image"},
+        {0.42, {-.02, .003, -.001, .0002}, " --no-fisheye", 0, "proof: "}};
+    for (const auto& [dFocal, coefficients, pszMore, nStatus, pszWords] : aCases) {
+        CameraSet pair = pairOf({m_size, {}, coefficients});
+        for (auto& [eCamera, rCamera] : pair)
+            rCamera.m_model.m_K(0, 0) = rCamera.m_model.m_K(1, 1) = dFocal * m_size.width;
+        for (auto [name, text] : writeOpenCv({pair, buildRig(pairOf({m_size, {}, {}}), {}).m_plan, {}, {}})) {
+            if (const std::size_t uAt = text.find("distortion_model"); uAt != std::string::npos)
+                text.erase(uAt, text.find('\n', uAt) - uAt);
+            writeText(m_folder / name, text);
+        }
+        const Outcome in = call("import intrinsics.yml extrinsics.yml -o out.txt" + std::string(pszMore));
+        EXPECT_EQ(in.m_nStatus, nStatus) << pszWords << in.m_error;
+        EXPECT_THAT(in.m_out + in.m_error, testing::HasSubstr(pszWords));
+    }
+}
+
 TEST_F(Formats, WrongSourcesGetOneLineThatNamesTheFileTheKeyAndTheWayOut)
 {
     const Rig rig = buildRig(pairOf({m_size, {}, {-.2, .05, 0, 0}}), {});

@@ -58,7 +58,7 @@ static StereoResult someResult(std::size_t nPoints)
     result.m_optics = {100.0f, 0.1f, 12.0f, 16.0f};
     result.m_range = {0, 16};
     result.m_times = {{"stereo & <more>", 1.5}};
-    result.m_rectifiedRows[KestrovaCamLeft] = {10, 0.2, 0.4};
+    result.m_rectifiedRows[KestrovaCamLeft].m_rows = {20, 0.2, 0.4};
     for (std::size_t n = 0; n < nPoints; ++n)
         result.m_cloud.push_back({{0.5f * static_cast<float>(n), -1.0f, 2.0f}, cv::Vec3b(1, 2, static_cast<uchar>(n))});
     return result;
@@ -90,11 +90,13 @@ TEST(RunPage, HoldsTheCloudIsWellFormedAndFetchesNothing)
     EXPECT_EQ(decoded(page, "cloud-palette").size(), 768u);
 
     StereoResult nothing = someResult(0);
+    nothing.m_rectifiedRows[KestrovaCamLeft].m_rows = {19, 0.02, 0.04}; // a few strays prove nothing, good or bad
     nothing.m_optics.m_fBaseline = 0.0f;
     writeRunPage(folder / "b.html", nothing, "b");
     const std::string without = slurp(folder / "b.html");
     EXPECT_EQ(firstOpenElement(without), "");
     EXPECT_NE(without.find("There is no cloud"), std::string::npos);
+    EXPECT_NE(without.find("<td>too few, give more frames</td>"), std::string::npos);
     EXPECT_EQ(without.find("<canvas"), std::string::npos);
 }
 

@@ -221,8 +221,8 @@ TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
     EXPECT_GE(coarse.within1Share(), 95.0);
     EXPECT_GT(coarse.meanPixels(), accuracy.meanPixels()) << "the fraction is worth something";
     for (const auto& [eCamera, rRows] : result.m_rectifiedRows) {
-        EXPECT_LT(rRows.m_dMeanRows, 0.2) << cameraName(eCamera);
-        EXPECT_GT(rRows.m_nPoints, 50) << cameraName(eCamera);
+        EXPECT_LT(rRows.m_rows.m_dRms, 0.2) << cameraName(eCamera);
+        EXPECT_GT(rRows.m_rows.m_nCount, 50) << cameraName(eCamera);
         EXPECT_GT(result.m_rawRows.at(eCamera).m_dMeanRows, 2.0) << "raw frames do not agree";
     }
 

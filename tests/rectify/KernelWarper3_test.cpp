@@ -44,8 +44,7 @@ std::unique_ptr<Warper> build(const WarperKey& k, const WarpMapFunc& rMap = zoom
 {
     WarperList list;
     list.setWarpFunc(&rMap);
-    return list.buildWarper(k.m_nDestinationRows, k.m_nDestinationCols, k.m_nSourceRows, k.m_nSourceCols, k.m_nStride,
-                            k.m_nSubpixelRowOffset, k.m_nSubpixelColOffset, k.m_eKernelType, k.m_nKernelSize);
+    return list.buildWarper(k);
 }
 
 // ---- the model: a window and weights per pixel, from the definition ----

@@ -94,7 +94,7 @@ inline MapText randomMap(Random& rRandom)
 inline CalibrationText randomSet(Random& rRandom, Shape eShape)
 {
     CalibrationText text(eShape);
-    text.set("Baseline", rRandom.pick({"0.12", "0.2", "0.15"}));
+    text.set("Disparity", "0 16").set("Baseline", rRandom.pick({"0.12", "0.2", "0.15"}));
     const char* aszChannels[] = {"RED", "GREEN", "BLUE"};
     if (rRandom.oneIn(2)) {
         std::swap(aszChannels[0], aszChannels[rRandom.between(1, 2)]);

@@ -135,7 +135,7 @@ TEST(AtOnce, RunsOfCopiesWithBuffersOfTheirOwn)
                       kestrovaPreprocess(copies[static_cast<std::size_t>(i)], &input)});
             expected.push_back(disparity16(alone));
         }
-        const std::vector<float> points = pointsOf(source);
+        const std::vector<float> points = pointsOf(copies[0]);
         for (int nRound = 0; nRound < 10; ++nRound) {
             atOnce(sk_nThreads, [&](int i) {
                 const auto u = static_cast<std::size_t>(i);

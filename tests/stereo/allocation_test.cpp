@@ -1,5 +1,6 @@
 // What the whole-frame stages take from the allocator.
 #include "context/StereoContext.h"
+#include "kernels/InstructionSet.h"
 #include "stereo/generalStereo.h"
 #include "stereo/surfaceValidation.h"
 #include "support/Faults.h"
@@ -15,6 +16,9 @@ namespace {
 // Working memory belongs to the thread: once frames of a size have been, more of them allocate nothing.
 TEST(GeneralStereo, AllocatesNothingOnceSizesAreSettled)
 {
+    if (instructionSet().m_bReference) {
+        GTEST_SKIP() << "the reference ways allocate as they go";
+    }
     for (const bool b16 : {false, true}) {
         for (const auto& [nSize, nMax] : {std::pair{90, 28}, {60, 28}, {60, 4}}) {
             std::mt19937 random(1);
@@ -34,6 +38,9 @@ TEST(GeneralStereo, AllocatesNothingOnceSizesAreSettled)
 // Nor for a frame, once sizes are settled.
 TEST(TwoCameraStereo, AllocatesForTheFirstFrameOnly)
 {
+    if (instructionSet().m_bReference) {
+        GTEST_SKIP() << "the reference ways allocate as they go";
+    }
     for (const bool bChecks : {false, true}) {
         std::mt19937 random(1);
         StereoContext r;
@@ -107,6 +114,9 @@ TEST(ValidateSurfaces, BothTablesHoldTheLabelsAfterARefusedGrowth)
 // Planes and packed frames, from memory as a camera driver gives it; the first frames settle sizes and warpers.
 TEST(Preprocess, AllocatesNothingOnceSizesAreSettled)
 {
+    if (instructionSet().m_bReference) {
+        GTEST_SKIP() << "the reference ways allocate as they go";
+    }
     const kestrova::test::Handle handle = kestrova::test::open(kestrova::test::Shape::Horizontal);
     kestrova::test::StereoFrame frame(96, 128, 3, 5);
     ASSERT_EQ(kestrovaSetResolution(handle.get(), 48, 64), KestrovaErrorOk);

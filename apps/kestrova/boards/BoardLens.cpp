@@ -2,6 +2,7 @@
 
 #include "basics/Line.h"
 #include "boards/SetRefinement.h"
+#include "cameras/LensReach.h"
 
 #include <opencv2/calib3d.hpp>
 
@@ -11,7 +12,6 @@
 namespace kestrova::app {
 
 static constexpr int sk_nRounds = 40; // of dropping a photo
-static const cv::TermCriteria sk_until(cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 200, 1e-9);
 static const char* const sk_pszAdvice =
     "photograph the whole board 15 to 20 times: near and far, tilted to each side, and at every edge of the image";
 
@@ -39,90 +39,17 @@ AppError tooFewShots(std::size_t uUsed, std::size_t uAll, const std::string& rWh
         ExitStatus::Unfit);
 }
 
-static int lensFlags(LensChoice eChoice)
-{
-    if (eChoice == LensChoice::Equidistant)
-        return cv::fisheye::CALIB_RECOMPUTE_EXTRINSIC | cv::fisheye::CALIB_FIX_SKEW;
-    return eChoice == LensChoice::Plain      ? cv::CALIB_FIX_K3
-           : eChoice == LensChoice::Rational ? cv::CALIB_RATIONAL_MODEL
-                                             : 0;
-}
+// ---- one lens ----
 
 static std::size_t nCoefficients(LensChoice eChoice)
 {
     return eChoice == LensChoice::Rational ? 8 : eChoice == LensChoice::Plumb ? 5 : 4;
 }
 
-static CameraModel modelOf(cv::Size size, const cv::Mat& rK, const cv::Mat& rDistortion, LensChoice eChoice)
+const char* lensName(LensChoice eChoice)
 {
-    const Lens eLens = eChoice == LensChoice::Equidistant ? Lens::Equidistant : Lens::Polynomial;
-    std::vector<double> distortion;
-    for (std::size_t u = 0; u < std::min(rDistortion.total(), nCoefficients(eChoice)); ++u)
-        distortion.push_back(rDistortion.at<double>(static_cast<int>(u)));
-    return {size, cv::Matx33d(rK), distortion, eLens};
-}
-
-static double viewError(const CameraModel& rModel, const std::vector<cv::Point3f>& rPoints, const Corners& rCorners,
-                        const cv::Mat& rTurn, const cv::Mat& rPlace)
-{
-    Corners seen;
-    if (rModel.m_eLens == Lens::Equidistant)
-        cv::fisheye::projectPoints(rPoints, seen, rTurn, rPlace, rModel.m_K, rModel.m_adDistortion);
-    else
-        cv::projectPoints(rPoints, rTurn, rPlace, rModel.m_K, rModel.m_adDistortion, seen);
-    return cv::norm(seen, rCorners) / std::sqrt(static_cast<double>(seen.size()));
-}
-
-// The finder of equidistant lenses needs a focal length that is about right, and gives up with an exception without.
-static void fitEquidistant(const std::vector<std::vector<cv::Point3f>>& rPoints, const std::vector<Corners>& rViews,
-                           cv::Size size, cv::Mat& rK, cv::Mat& rDistortion, std::vector<cv::Mat>& rTurns,
-                           std::vector<cv::Mat>& rPlaces)
-{
-    double dBest = 1e300;
-    for (const double dTimes : {1.0, 1.5, 2.3, 3.5}) {
-        const double dFocal = dTimes * std::max(size.width, size.height) / CV_PI;
-        cv::Mat K(cv::Matx33d(dFocal, 0, size.width / 2.0, 0, dFocal, size.height / 2.0, 0, 0, 1));
-        cv::Mat distortion = cv::Mat1d::zeros(4, 1);
-        std::vector<cv::Mat> turns, places;
-        try {
-            const double dError =
-                cv::fisheye::calibrate(rPoints, rViews, size, K, distortion, turns, places,
-                                       lensFlags(LensChoice::Equidistant) | cv::fisheye::CALIB_USE_INTRINSIC_GUESS,
-                                       {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 60, 1e-8});
-            if (dError < dBest) {
-                dBest = dError;
-                rK = K;
-                rDistortion = distortion;
-                rTurns = turns;
-                rPlaces = places;
-            }
-            if (dBest < 1.0) // pixels; a wrong start ends far off
-                return;
-        } catch (const cv::Exception&) {
-        }
-    }
-    if (dBest == 1e300)
-        throw AppError("--model equidistant: no such lens explains the photos; try --model rational",
-                       ExitStatus::Unfit);
-}
-
-static BoardLens fitLens(const std::vector<Corners>& rViews, const Shots& rShots, LensChoice eChoice)
-{
-    const std::vector<std::vector<cv::Point3f>> points(rViews.size(), rShots.m_board.points());
-    cv::Mat K, distortion, spreads;
-    std::vector<cv::Mat> turns, places;
-    if (eChoice == LensChoice::Equidistant)
-        fitEquidistant(points, rViews, rShots.m_size, K, distortion, turns, places);
-    else
-        cv::calibrateCamera(points, rViews, rShots.m_size, K, distortion, turns, places, spreads, cv::noArray(),
-                            cv::noArray(), lensFlags(eChoice), sk_until);
-    BoardLens fit;
-    fit.m_model = modelOf(rShots.m_size, K, distortion, eChoice);
-    for (std::size_t u = 0; u < rViews.size(); ++u)
-        fit.m_adErrors.push_back(viewError(fit.m_model, points[u], rViews[u], turns[u], places[u]));
-    if (!spreads.empty())
-        fit.m_dFocalSpread = spreads.at<double>(0) / fit.m_model.m_K(0, 0);
-    return fit;
+    static constexpr const char* apszNames[] = {"auto", "plain", "plumb", "rational", "equidistant"};
+    return apszNames[static_cast<int>(eChoice)];
 }
 
 static std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
@@ -134,49 +61,228 @@ static std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
     return used;
 }
 
-static std::vector<Corners> cornersOf(const std::vector<View*>& rViews)
+// The lens to begin with: without distortion where its kind is another.
+static CameraModel begun(const CameraModel& rFrom, LensChoice eChoice)
+{
+    CameraModel lens = rFrom;
+    lens.m_eLens = eChoice == LensChoice::Equidistant ? Lens::Equidistant : Lens::Polynomial;
+    if (lens.m_eLens != rFrom.m_eLens)
+        lens.m_adDistortion.clear();
+    lens.m_adDistortion.resize(nCoefficients(eChoice));
+    return lens;
+}
+
+static CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<Corners> corners;
-    for (const View* pView : rViews)
+    for (const View* pView : usedViews(rShots, eCamera))
         corners.push_back(pView->m_corners);
-    return corners;
+    const std::vector<std::vector<cv::Point3f>> points(corners.size(), rShots.m_board.points());
+    cv::Mat K, distortion;
+    cv::calibrateCamera(points, corners, rShots.m_size, K, distortion, cv::noArray(), cv::noArray(),
+                        cv::CALIB_FIX_K3 | cv::CALIB_FIX_K2 | cv::CALIB_ZERO_TANGENT_DIST,
+                        {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 30, 1e-6});
+    CameraModel lens{rShots.m_size, cv::Matx33d(K), std::vector<double>(4), Lens::Polynomial};
+    lens.m_adDistortion[0] = distortion.at<double>(0);
+    return lens;
 }
 
-// Coefficients that the photos do not need run wild where no board was. Medians, as bad photos are still among them.
-LensChoice chooseLens(Shots& rShots)
+static std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamera)
 {
-    constexpr double dWorthwhile = 0.95;
-    const auto errorsOf = [&](LensChoice eChoice) {
-        std::vector<double> errors;
-        for (const auto& [eCamera, rView] : rShots.m_shots.front())
-            errors.push_back(medianOf(fitLens(cornersOf(usedViews(rShots, eCamera)), rShots, eChoice).m_adErrors));
-        return errors;
-    };
-    LensChoice eBest = LensChoice::Plain;
-    std::vector<double> best = errorsOf(eBest);
-    for (const LensChoice eNext : {LensChoice::Plumb, LensChoice::Rational}) {
-        const std::vector<double> next = errorsOf(eNext);
-        bool bBetter = false;
-        for (std::size_t u = 0; u < next.size(); ++u)
-            bBetter = bBetter || next[u] < dWorthwhile * best[u];
-        if (!bBetter)
+    std::vector<double> errors;
+    for (const Shot& rShot : rShots.m_shots)
+        if (const View& rView = rShot.at(eCamera); rView.isUsed())
+            errors.push_back(rView.m_dLensError);
+    return errors;
+}
+
+// A wide lens seen with a wrong focal length is far off, so several are tried; the plane lens is a guess for narrow
+// ones.
+static CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraModel* pPlain)
+{
+    const cv::Size size = rShots.m_size;
+    std::vector<double> focals;
+    if (pPlain)
+        focals.push_back(pPlain->m_K(0, 0));
+    for (const double dTimes : {1.0, 1.5, 2.3, 3.5})
+        focals.push_back(dTimes * std::max(size.width, size.height) / CV_PI);
+    CameraModel best;
+    double dBest = 1e300;
+    for (const double dFocal : focals) {
+        CameraModel lens{size,
+                         {dFocal, 0, 0.5 * (size.width - 1), 0, dFocal, 0.5 * (size.height - 1), 0, 0, 1},
+                         std::vector<double>(4),
+                         Lens::Equidistant};
+        try {
+            refineLens(lens, rShots, eCamera, 25);
+        } catch (const cv::Exception&) {
+            continue; // no board has a place before such a lens
+        }
+        if (const double dError = medianOf(lensErrors(rShots, eCamera)); dError < dBest) {
+            dBest = dError;
+            best = lens;
+        }
+        if (dBest < 0.5) // pixels; a wrong start ends far off
             break;
-        eBest = eNext;
-        best = next;
     }
-    return eBest;
+    if (best.m_size.empty())
+        throw AppError("--model equidistant: no such lens explains the photos; try --model rational",
+                       ExitStatus::Unfit);
+    return best;
 }
 
-BoardLens fitBoardLens(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
+static CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
 {
+    const CameraModel plain = plainLens(rShots, eCamera);
+    return eChoice == LensChoice::Equidistant ? wideLens(rShots, eCamera, &plain) : begun(plain, eChoice);
+}
+
+// ---- which model ----
+
+// Not more shots than fix a lens, spread over all of them.
+static Shots someShots(const Shots& rShots)
+{
+    constexpr std::size_t uMost = 18;
+    Shots some{rShots.m_board, rShots.m_size, {}};
+    const std::size_t uAll = rShots.m_shots.size();
+    const std::size_t uTaken = std::min(uAll, uMost);
+    for (std::size_t u = 0; u < uTaken; ++u)
+        some.m_shots.push_back(rShots.m_shots[u * uAll / uTaken]);
+    return some;
+}
+
+// RMS but for the worst tenth: bad photos are still among them.
+static double trimmedError(std::vector<double> errors)
+{
+    std::sort(errors.begin(), errors.end());
+    errors.resize(errors.size() - errors.size() / 10);
+    return rootMeanSquare(errors);
+}
+
+// Every third photo is left out of a fit, and its corners are held against the lens that the others give.
+static double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const CameraModel& rLens)
+{
+    constexpr std::size_t uParts = 3;
+    std::vector<double> errors;
+    for (std::size_t uPart = 0; uPart < uParts; ++uPart) {
+        Shots others{rShots.m_board, rShots.m_size, {}};
+        std::vector<const View*> left;
+        std::size_t uUsed = 0;
+        for (const Shot& rShot : rShots.m_shots)
+            if (const View& rView = rShot.at(eCamera); rView.isUsed()) {
+                if (uUsed++ % uParts == uPart)
+                    left.push_back(&rView);
+                else
+                    others.m_shots.push_back({{eCamera, rView}});
+            }
+        CameraModel lens = rLens;
+        refineLens(lens, others, eCamera, 12);
+        for (const View* pView : left)
+            errors.push_back(
+                cornerError(lens, rShots.m_board, pView->m_corners, boardPose(lens, rShots.m_board, pView->m_corners)));
+    }
+    return trimmedError(errors);
+}
+
+double LensTrial::error() const
+{
+    std::vector<double> errors;
+    for (const auto& [eCamera, dError] : m_errors)
+        errors.push_back(dError);
+    return rootMeanSquare(errors);
+}
+
+static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
+{
+    try {
+        for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
+            const bool bWide = rTrial.m_eChoice == LensChoice::Equidistant;
+            CameraModel lens = !pBefore ? plainLens(rShots, eCamera)
+                               : bWide  ? wideLens(rShots, eCamera, &pBefore->m_lenses.at(eCamera))
+                                        : begun(pBefore->m_lenses.at(eCamera), rTrial.m_eChoice);
+            refineLens(lens, rShots, eCamera, 40);
+            rTrial.m_lenses[eCamera] = lens;
+            rTrial.m_errors[eCamera] = heldOutError(rShots, eCamera, lens);
+            rTrial.m_bFolds = rTrial.m_bFolds || reachOf(lens).m_bFoldsInside;
+        }
+        rTrial.m_bFailed = !(rTrial.error() < 1e6);
+    } catch (const cv::Exception&) {
+        rTrial.m_bFailed = true;
+    } catch (const AppError&) {
+        rTrial.m_bFailed = true;
+    }
+}
+
+// Coefficients that the photos do not need are not worth having, and a lens that folds back inside the frame, where no
+// board was, only when nothing else comes near.
+static std::size_t bestOf(const std::vector<LensTrial>& rTrials)
+{
+    PerCamera<double> least;
+    for (const LensTrial& rTrial : rTrials)
+        for (const auto& [eCamera, dError] : rTrial.m_errors)
+            if (!rTrial.m_bFailed && (!least.contains(eCamera) || dError < least.at(eCamera)))
+                least[eCamera] = dError;
+    const auto isNear = [&](const LensTrial& rTrial, double dShare) {
+        return !rTrial.m_bFailed && std::all_of(least.begin(), least.end(), [&](const auto& rLeast) {
+            return dShare * rTrial.m_errors.at(rLeast.first) <= rLeast.second;
+        });
+    };
+    for (const auto& [dShare, bMayFold] : {std::pair(0.95, false), std::pair(0.75, false), std::pair(0.95, true)})
+        for (std::size_t u = 0; u < rTrials.size(); ++u)
+            if (isNear(rTrials[u], dShare) && (bMayFold || !rTrials[u].m_bFolds))
+                return u;
+    const auto better = [](const LensTrial& rA, const LensTrial& rB) {
+        return !rA.m_bFailed && (rB.m_bFailed || rA.error() < rB.error());
+    };
+    return static_cast<std::size_t>(std::min_element(rTrials.begin(), rTrials.end(), better) - rTrials.begin());
+}
+
+LensSelection chooseLens(const Shots& rShots)
+{
+    Shots some = someShots(rShots);
+    LensSelection selection;
+    for (const LensChoice eChoice :
+         {LensChoice::Plain, LensChoice::Equidistant, LensChoice::Plumb, LensChoice::Rational})
+        selection.m_trials.push_back({eChoice, {}, {}, false, false});
+    LensTrial& rPlain = selection.m_trials[0];
+    tryLens(rPlain, some, nullptr);
+    if (!rPlain.m_bFailed)
+        for (std::size_t u = 1; u < selection.m_trials.size(); ++u)
+            tryLens(selection.m_trials[u], some, &rPlain);
+    selection.m_uBest = bestOf(selection.m_trials);
+    if (selection.best().m_bFailed)
+        throw AppError("no lens model explains the photos: tilt the board and move it to the edges", ExitStatus::Unfit);
+    return selection;
+}
+
+std::string LensSelection::reason() const
+{
+    std::string text =
+        line("lens model: %s, by the corners of photos left out of its fit:", lensName(best().m_eChoice));
+    const char* pszBefore = " ";
+    for (const LensTrial& rTrial : m_trials) {
+        text += pszBefore + (rTrial.m_bFailed ? std::string(lensName(rTrial.m_eChoice)) + " fits none"
+                                              : line("%s %.3f px", lensName(rTrial.m_eChoice), rTrial.error()));
+        text += rTrial.m_bFolds ? " (folds back)" : "";
+        pszBefore = ", ";
+    }
+    return text + "; the fewest coefficients within a twentieth of the best are taken";
+}
+
+// ---- all photos of a camera ----
+
+BoardLens fitBoardLens(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice, const CameraModel* pStart)
+{
+    BoardLens fit;
     for (int nRound = 0;; ++nRound) {
         const std::vector<View*> views = usedViews(rShots, eCamera);
         if (views.size() < sk_uFewestShots)
             throw tooFewShots(views.size(), rShots.m_shots.size(),
                               std::string("photos of the ") + cameraName(eCamera) + " camera can be used");
-        BoardLens fit = fitLens(cornersOf(views), rShots, eChoice);
-        for (std::size_t u = 0; u < views.size(); ++u)
-            views[u]->m_dLensError = fit.m_adErrors[u];
+        if (nRound == 0)
+            fit.m_model = pStart ? *pStart : startOf(rShots, eCamera, eChoice);
+        fit.m_dFocalSpread = refineLens(fit.m_model, rShots, eCamera);
+        fit.m_adErrors = lensErrors(rShots, eCamera);
         const auto worst = std::max_element(fit.m_adErrors.begin(), fit.m_adErrors.end());
         const double dLimit = errorLimit(fit.m_adErrors);
         if (*worst <= dLimit || nRound == sk_nRounds)

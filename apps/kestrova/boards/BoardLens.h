@@ -8,7 +8,7 @@ namespace kestrova::app {
 
 enum class LensChoice
 {
-    Auto,       // the fewest of the polynomial ones that explain the photos
+    Auto,       // the one with the fewest coefficients that explains photos left out of its fit
     Plain,      // k1 k2 p1 p2
     Plumb,      // and k3
     Rational,   // and k4 k5 k6
@@ -22,11 +22,35 @@ struct BoardLens
     double m_dFocalSpread = 0.0;    // standard deviation of the focal length, a share of it; 0 where it is not told
 };
 
-/// The fewest polynomial coefficients that explain the photos of all cameras.
-LensChoice chooseLens(Shots& rShots);
+const char* lensName(LensChoice eChoice); // as --model takes it
 
-/// Marks views that do not fit, one at a time. Throws AppError when too few are left.
-BoardLens fitBoardLens(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice);
+/// What became of one model.
+struct LensTrial
+{
+    LensChoice m_eChoice = LensChoice::Plain;
+    PerCamera<CameraModel> m_lenses;
+    PerCamera<double> m_errors; // pixels RMS of corners of photos that were left out of the fit
+    bool m_bFolds = false;      // inside the frame of some camera
+    bool m_bFailed = false;
+
+    double error() const; // of all cameras
+};
+
+struct LensSelection
+{
+    std::vector<LensTrial> m_trials; // from the fewest coefficients to the most
+    std::size_t m_uBest = 0;
+
+    const LensTrial& best() const { return m_trials[m_uBest]; }
+    std::string reason() const; // a line
+};
+
+/// Tries all models on the photos of all cameras. Throws AppError when none explains them.
+LensSelection chooseLens(const Shots& rShots);
+
+/// Marks views that do not fit, one at a time. Throws AppError when too few are left. Begins at the given lens, or
+/// finds where to begin.
+BoardLens fitBoardLens(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice, const CameraModel* pStart = nullptr);
 
 inline constexpr std::size_t sk_uFewestShots = 6;
 

@@ -2,25 +2,13 @@
 
 #include "basics/AppError.h"
 #include "boards/SetRefinement.h"
+#include "cameras/RigProof.h"
 
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
-#include <numeric>
 
 namespace kestrova::app {
-
-RowErrors rowErrors(std::vector<double> differences)
-{
-    if (differences.empty())
-        return {};
-    for (double& rDifference : differences)
-        rDifference = std::abs(rDifference);
-    std::sort(differences.begin(), differences.end());
-    const double dSquares = std::inner_product(differences.begin(), differences.end(), differences.begin(), 0.0);
-    return {static_cast<int>(differences.size()), std::sqrt(dSquares / static_cast<double>(differences.size())),
-            differences[(differences.size() - 1) * 95 / 100]};
-}
 
 // The first part of a corner's way; nothing when it leaves the image.
 static std::optional<cv::Point2d> rectify(const StereoSession& rSession, KestrovaCamera eCamera, cv::Point2f corner)
@@ -71,11 +59,40 @@ static void addSides(const std::vector<std::optional<Sighting>>& rBoard, cv::Siz
         }
 }
 
+// Size of the board in space, as a share of what it is. From all its corners at once: noise makes every single side
+// longer, but turns the whole board neither larger nor smaller.
+static std::optional<double> scaleOf(const std::vector<std::optional<Sighting>>& rSeen, const Board& rBoard)
+{
+    const std::vector<cv::Point3f> points = rBoard.points();
+    cv::Vec3d middleOfPoints, middleOfSeen;
+    int nCount = 0;
+    for (std::size_t u = 0; u < rSeen.size(); ++u)
+        if (rSeen[u]) {
+            middleOfPoints += cv::Vec3d(points[u].x, points[u].y, 0.0);
+            middleOfSeen += rSeen[u]->m_point;
+            ++nCount;
+        }
+    if (nCount < 2 * rBoard.m_inner.width)
+        return std::nullopt;
+    cv::Matx33d product = cv::Matx33d::zeros();
+    double dSquares = 0.0;
+    for (std::size_t u = 0; u < rSeen.size(); ++u)
+        if (rSeen[u]) {
+            const cv::Vec3d point = cv::Vec3d(points[u].x, points[u].y, 0.0) - middleOfPoints / nCount;
+            product += point * (rSeen[u]->m_point - middleOfSeen / nCount).t();
+            dSquares += point.dot(point);
+        }
+    cv::Matx31d singular;
+    cv::SVD::compute(product, singular);
+    return (singular(0) + singular(1)) / dSquares; // the board is flat
+}
+
 static PairProof prove(const StereoSession& rSession, const Shots& rShots, KestrovaCamera eOther)
 {
     PairProof proof;
     std::vector<double> differences;
     std::vector<double> sides;
+    std::vector<double> scales;
     for (const Shot& rShot : rShots.m_shots) {
         const View& rRight = rShot.at(KestrovaCamRight);
         const View& rOther = rShot.at(eOther);
@@ -88,17 +105,19 @@ static PairProof prove(const StereoSession& rSession, const Shots& rShots, Kestr
             if (board.push_back(sight(rSession, eOther, rRight.m_corners[u], rOther.m_corners[u])); board.back())
                 ofShot.push_back(board.back()->m_dRows);
         addSides(board, rShots.m_board.m_inner, sides);
+        if (const auto scale = scaleOf(board, rShots.m_board))
+            scales.push_back(*scale);
         proof.m_adShotRms.back() = rowErrors(ofShot).m_dRms;
         differences.insert(differences.end(), ofShot.begin(), ofShot.end());
     }
-    if (sides.empty())
+    if (scales.empty())
         throw AppError("no board lies inside the rectified images: the rectification shows another part of the view "
                        "than the photos do",
                        ExitStatus::Unfit);
     proof.m_rows = rowErrors(std::move(differences));
     cv::Scalar mean, spread;
     cv::meanStdDev(sides, mean, spread);
-    proof.m_dSquare = mean[0];
+    proof.m_dSquare = rShots.m_board.m_dSquare * cv::mean(scales)[0];
     proof.m_dSquareSpread = spread[0];
     return proof;
 }
@@ -107,8 +126,7 @@ static void proveSection(PerCamera<PairProof>& rProofs, StereoSession& rSession,
                          const Shots& rShots)
 {
     rSession.useCameras(configurationOf(rSet));
-    if (kestrovaSetSourceResolution(rSession.handle(), rShots.m_size.height, rShots.m_size.width) != KestrovaErrorOk)
-        throw AppError("photos of this size cannot be rectified: choose smaller frames", ExitStatus::Content);
+    expectFrames(rSession.handle(), rShots.m_size);
     for (const auto& [eCamera, rCamera] : rSet)
         if (eCamera != KestrovaCamRight)
             rProofs[eCamera] = prove(rSession, rShots, eCamera);

@@ -3,23 +3,15 @@
 
 #include "boards/BoardFinder.h"
 #include "cameras/RigBuilder.h"
+#include "session/RowVerdict.h"
 #include "session/StereoSession.h"
 
 namespace kestrova::app {
 
-/// How far apart two images are in the rows that must agree; columns for a top camera.
-struct RowErrors
-{
-    int m_nCount = 0;
-    double m_dRms = 0.0;      // pixels
-    double m_dWorst5th = 0.0; // 95 of 100 are below
-};
-RowErrors rowErrors(std::vector<double> differences);
-
 struct PairProof
 {
     RowErrors m_rows;
-    double m_dSquare = 0.0;          // metres, from disparity: mean side of a square
+    double m_dSquare = 0.0;          // metres, from disparity: side of a square, by whole boards
     double m_dSquareSpread = 0.0;    // metres, standard deviation of the sides
     std::vector<double> m_adShotRms; // of each shot; negative when it is not used
 };

@@ -7,22 +7,6 @@
 
 namespace kestrova::app {
 
-const char* verdictName(Verdict eVerdict)
-{
-    switch (eVerdict) {
-    case Verdict::Excellent:
-        return "excellent";
-    case Verdict::Good:
-        return "good";
-    case Verdict::Fair:
-        return "fair";
-    case Verdict::DoNotUse:
-        return "DO NOT USE";
-    default:
-        return "";
-    }
-}
-
 // Up to the three limits, which may fall for values that are better the larger they are.
 static Verdict grade(double dValue, double dExcellent, double dGood, double dFair)
 {
@@ -37,11 +21,6 @@ static Verdict grade(double dValue, double dExcellent, double dGood, double dFai
 static Verdict notWorseThan(Verdict eWorst, Verdict eVerdict)
 {
     return std::min(eWorst, eVerdict);
-}
-
-Verdict rowVerdict(double dRms)
-{
-    return grade(dRms, 0.1, 0.25, 0.5);
 }
 
 static void judgeLens(Findings& rFindings, const Shots& rShots, const SetCalibration& rCalibration,

@@ -4,18 +4,9 @@
 #include "boards/CornerProof.h"
 #include "boards/SetCalibration.h"
 #include "cameras/RigBuilder.h"
+#include "session/RowVerdict.h"
 
 namespace kestrova::app {
-
-enum class Verdict
-{
-    Told, // nothing to judge, or for the person to judge
-    Excellent,
-    Good,
-    Fair,
-    DoNotUse
-};
-const char* verdictName(Verdict eVerdict);
 
 struct Finding
 {
@@ -25,9 +16,6 @@ struct Finding
     Verdict m_eVerdict = Verdict::Told;
 };
 using Findings = std::vector<Finding>;
-
-/// Below 0.1 pixel excellent, below 0.25 good, above 0.5 do not use.
-Verdict rowVerdict(double dRms);
 
 Findings judgeCalibration(const Shots& rShots, const SetCalibration& rCalibration, const Rig& rRig,
                           const PerCamera<PairProof>& rProofs);

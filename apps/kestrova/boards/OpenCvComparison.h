@@ -12,7 +12,7 @@ struct RectifierComparison
     RowErrors m_ours, m_theirs;
 };
 
-/// The right camera and one other. Only for lenses of the polynomial kind; throws AppError for others.
+/// The right camera and one other.
 RectifierComparison compareRectifiers(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha,
                                       KestrovaCamera eOther);
 

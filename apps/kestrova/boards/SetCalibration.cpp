@@ -169,12 +169,18 @@ SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice)
     checkShots(rShots);
     checkTwoCameras(rShots);
     SetCalibration calibration;
-    if (eChoice == LensChoice::Auto)
-        eChoice = chooseLens(rShots);
+    PerCamera<CameraModel> starts;
+    if (eChoice == LensChoice::Auto) {
+        const LensSelection selection = chooseLens(rShots);
+        eChoice = selection.best().m_eChoice;
+        starts = selection.best().m_lenses;
+        calibration.m_whyThisLens = selection.reason();
+    }
     calibration.m_eChoice = eChoice;
     PerCamera<CameraModel> lenses;
     for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
-        const BoardLens fit = fitBoardLens(rShots, eCamera, eChoice);
+        const auto start = starts.find(eCamera);
+        const BoardLens fit = fitBoardLens(rShots, eCamera, eChoice, start == starts.end() ? nullptr : &start->second);
         lenses[eCamera] = fit.m_model;
         calibration.m_lensErrors[eCamera] = rootMeanSquare(fit.m_adErrors);
         calibration.m_focalSpreads[eCamera] = fit.m_dFocalSpread;

@@ -11,8 +11,9 @@ struct SetCalibration
 {
     CameraSet m_set;
     LensChoice m_eChoice = LensChoice::Plain; // never Auto
+    std::string m_whyThisLens;                // a line, when the choice was Auto
     PerCamera<double> m_lensErrors;           // pixels RMS of all used corners, each camera by itself
-    PerCamera<double> m_focalSpreads;         // how well the focal length is known, share of it; 0 where it is not told
+    PerCamera<double> m_focalSpreads;         // how well the focal length is known, share of it
     PerCamera<double> m_setErrors;            // of the other cameras: pixels RMS of both photos of the pair
 };
 

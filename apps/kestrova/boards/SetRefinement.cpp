@@ -21,18 +21,86 @@ static cv::Vec3d turnVector(const cv::Matx33d& rTurn)
     return turn;
 }
 
-double medianOf(std::vector<double> values)
+static Points project(const CameraModel& rLens, const std::vector<cv::Point3d>& rPoints, const BoardPose& rPose)
 {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    Points seen;
+    if (rLens.m_eLens == Lens::Equidistant)
+        cv::fisheye::projectPoints(rPoints, seen, rPose.m_turn, rPose.m_place, rLens.m_K, rLens.m_adDistortion);
+    else
+        cv::projectPoints(rPoints, rPose.m_turn, rPose.m_place, rLens.m_K, rLens.m_adDistortion, seen);
+    return seen;
+}
+
+static std::vector<cv::Point3d> pointsOf(const Board& rBoard)
+{
+    const std::vector<cv::Point3f> points = rBoard.points();
+    return {points.begin(), points.end()};
+}
+
+static cv::Mat1d missesOf(const Points& rSeen, const Corners& rCorners)
+{
+    cv::Mat1d off(static_cast<int>(2 * rSeen.size()), 1);
+    for (std::size_t u = 0; u < rSeen.size(); ++u) {
+        off(static_cast<int>(2 * u)) = rSeen[u].x - rCorners[u].x;
+        off(static_cast<int>(2 * u + 1)) = rSeen[u].y - rCorners[u].y;
+    }
+    return off;
+}
+
+static double errorOf(const cv::Mat1d& rMisses)
+{
+    return cv::norm(rMisses) / std::sqrt(rMisses.rows / 2.0);
+}
+
+double cornerError(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners, const BoardPose& rPose)
+{
+    return errorOf(missesOf(project(rLens, pointsOf(rBoard), rPose), rCorners));
+}
+
+// From the plane z = 1, where corners near a right angle to the axis are far out and would outweigh all others.
+static BoardPose poseFromRays(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
+{
+    constexpr double dFar = 6.0;
+    const Points rays = raysOfPixels(rLens, Points(rCorners.begin(), rCorners.end()));
+    const std::vector<cv::Point3f> points = rBoard.points();
+    std::vector<cv::Point3f> nearPoints;
+    Points nearRays;
+    for (std::size_t u = 0; u < rays.size(); ++u)
+        if (cv::norm(rays[u]) < dFar) {
+            nearPoints.push_back(points[u]);
+            nearRays.push_back(rays[u]);
+        }
+    BoardPose pose;
+    const bool bEnough = 3 * nearRays.size() > 2 * rays.size();
+    cv::solvePnP(bEnough ? nearPoints : points, bEnough ? nearRays : rays, cv::Matx33d::eye(), cv::noArray(),
+                 pose.m_turn, pose.m_place);
+    return pose;
 }
 
 BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
 {
-    const Points rays = raysOfPixels(rLens, Points(rCorners.begin(), rCorners.end()));
-    BoardPose pose;
-    cv::solvePnP(rBoard.points(), rays, cv::Matx33d::eye(), cv::noArray(), pose.m_turn, pose.m_place);
+    const std::vector<cv::Point3d> points = pointsOf(rBoard);
+    BoardPose pose = poseFromRays(rLens, rBoard, rCorners);
+    cv::Mat1d off = missesOf(project(rLens, points, pose), rCorners);
+    for (int nRound = 0; nRound < 6; ++nRound) {
+        cv::Mat1d slopes(off.rows, 6);
+        for (int i = 0; i < 6; ++i) {
+            constexpr double dStep = 1e-6;
+            BoardPose moved = pose;
+            (i < 3 ? moved.m_turn[i] : moved.m_place[i - 3]) += dStep;
+            cv::Mat1d((missesOf(project(rLens, points, moved), rCorners) - off) / dStep).copyTo(slopes.col(i));
+        }
+        cv::Mat1d step;
+        cv::solve(slopes, -off, step, cv::DECOMP_QR);
+        BoardPose next = pose;
+        for (int i = 0; i < 6; ++i)
+            (i < 3 ? next.m_turn[i] : next.m_place[i - 3]) += step(i);
+        const cv::Mat1d nextOff = missesOf(project(rLens, points, next), rCorners);
+        if (!(cv::norm(nextOff) < (1.0 - 1e-6) * cv::norm(off)))
+            break;
+        pose = next;
+        off = nextOff;
+    }
     return pose;
 }
 
@@ -43,9 +111,10 @@ class Adjustment
 public:
     Adjustment(const CameraSet& rSet, Shots& rShots);
 
-    void solve();
+    void solve(int nMostRounds = 60);
     CameraSet set() const;
-    void tellErrors();
+    void tellErrors(double View::*pError) const;
+    double focalSpread() const; // of the right camera
 
 private:
     struct Block // one photo
@@ -67,13 +136,15 @@ private:
     double cost(const std::vector<double>& rX) const;
     double weight(double dError) const { return std::min(1.0, m_dUsual / std::max(dError, 1e-12)); }
     void equations(cv::Mat1d& rA, cv::Mat1d& rB) const;
+    void holdSmall();
 
     CameraSet m_start;
     std::vector<cv::Point3d> m_points;
     PerCamera<int> m_firstOfCamera;
     std::vector<Block> m_blocks;
     std::vector<double> m_x;
-    double m_dUsual = 1.0; // pixels RMS of a photo beyond which it pulls less
+    std::vector<double> m_hold; // of each unknown: what its square costs, in square pixels of corners
+    double m_dUsual = 1.0;      // pixels RMS of a photo beyond which it pulls less
 };
 
 Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
@@ -95,7 +166,7 @@ Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
     for (Shot& rShot : rShots.m_shots) {
         const auto nUsed = std::count_if(rShot.begin(), rShot.end(), [](const auto& r) { return r.second.isUsed(); });
         View& rRight = rShot.at(KestrovaCamRight);
-        if (!rRight.isUsed() || nUsed < 2)
+        if (!rRight.isUsed() || (rSet.size() > 1 && nUsed < 2))
             continue;
         const int nPose = static_cast<int>(m_x.size());
         const BoardPose pose = boardPose(rSet.at(KestrovaCamRight).m_model, rShots.m_board, rRight.m_corners);
@@ -107,7 +178,28 @@ Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
                 usual.push_back(rView.m_dLensError);
             }
     }
-    m_dUsual = std::max(3.0 * medianOf(usual), 1e-3);
+    m_dUsual = rSet.size() > 1 ? std::max(3.0 * medianOf(usual), 1e-3) : 1e9;
+    holdSmall();
+}
+
+// A coefficient that moves the corner of the frame by its distance from the centre costs as much as one corner that is
+// a tenth of a pixel off: nothing beside what the photos say about coefficients that they fix.
+void Adjustment::holdSmall()
+{
+    constexpr double dCost = 1;
+    static constexpr int anPowers[] = {1, 2, 0, 0, 3, 1, 2, 3}; // of the squared radius; 0 for tangential terms
+    m_hold.assign(m_x.size(), 0.0);
+    for (const auto& [eCamera, rCamera] : m_start) {
+        const CameraModel& rLens = rCamera.m_model;
+        const double dRadius =
+            0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1));
+        for (std::size_t u = 0; u < rLens.m_adDistortion.size(); ++u) {
+            const int nPower = rLens.m_eLens == Lens::Equidistant ? static_cast<int>(u) + 1 : u < 8 ? anPowers[u] : 0;
+            if (nPower > 0)
+                m_hold[static_cast<std::size_t>(m_firstOfCamera.at(eCamera)) + 4 + u] =
+                    dCost * std::pow(dRadius, 4 * nPower);
+        }
+    }
 }
 
 CameraModel Adjustment::lensOf(KestrovaCamera eCamera, const std::vector<double>& rX) const
@@ -144,23 +236,7 @@ cv::Mat1d Adjustment::misses(const Block& rBlock, const std::vector<double>& rX)
         const cv::Matx33d R = turnMatrix(mounted.m_turn);
         pose = {turnVector(R * turnMatrix(pose.m_turn)), R * pose.m_place + mounted.m_place};
     }
-    const CameraModel lens = lensOf(rBlock.m_eCamera, rX);
-    Points seen;
-    if (lens.m_eLens == Lens::Equidistant)
-        cv::fisheye::projectPoints(m_points, seen, pose.m_turn, pose.m_place, lens.m_K, lens.m_adDistortion);
-    else
-        cv::projectPoints(m_points, pose.m_turn, pose.m_place, lens.m_K, lens.m_adDistortion, seen);
-    cv::Mat1d off(static_cast<int>(2 * seen.size()), 1);
-    for (std::size_t u = 0; u < seen.size(); ++u) {
-        off(static_cast<int>(2 * u)) = seen[u].x - rBlock.m_pView->m_corners[u].x;
-        off(static_cast<int>(2 * u + 1)) = seen[u].y - rBlock.m_pView->m_corners[u].y;
-    }
-    return off;
-}
-
-static double errorOf(const cv::Mat1d& rMisses)
-{
-    return cv::norm(rMisses) / std::sqrt(rMisses.rows / 2.0);
+    return missesOf(project(lensOf(rBlock.m_eCamera, rX), m_points, pose), rBlock.m_pView->m_corners);
 }
 
 // Square within the usual error of a photo, a straight line beyond it.
@@ -171,6 +247,8 @@ double Adjustment::cost(const std::vector<double>& rX) const
         const double dError = errorOf(misses(rBlock, rX));
         dSum += dError <= m_dUsual ? dError * dError : m_dUsual * (2.0 * dError - m_dUsual);
     }
+    for (std::size_t u = 0; u < rX.size(); ++u)
+        dSum += m_hold[u] * rX[u] * rX[u] / static_cast<double>(m_points.size());
     return std::isfinite(dSum) ? dSum : 1e300;
 }
 
@@ -203,14 +281,18 @@ void Adjustment::equations(cv::Mat1d& rA, cv::Mat1d& rB) const
                 rA(nRow, unknowns[static_cast<std::size_t>(k)]) += A(i, k);
         }
     }
+    for (int i = 0; i < rA.rows; ++i) {
+        rA(i, i) += m_hold[static_cast<std::size_t>(i)];
+        rB(i) -= m_hold[static_cast<std::size_t>(i)] * m_x[static_cast<std::size_t>(i)];
+    }
 }
 
 // Damped least squares: steps that make it worse are taken back and shortened.
-void Adjustment::solve()
+void Adjustment::solve(int nMostRounds)
 {
     double dDamping = 1e-3;
     double dCost = cost(m_x);
-    for (int nRound = 0; nRound < 60 && dDamping < 1e10; ++nRound) {
+    for (int nRound = 0; nRound < nMostRounds && dDamping < 1e10; ++nRound) {
         cv::Mat1d A, b;
         equations(A, b);
         const double dBefore = dCost;
@@ -250,18 +332,44 @@ CameraSet Adjustment::set() const
     return set;
 }
 
-void Adjustment::tellErrors()
+void Adjustment::tellErrors(double View::*pError) const
 {
     for (const Block& rBlock : m_blocks)
-        rBlock.m_pView->m_dSetError = errorOf(misses(rBlock, m_x));
+        rBlock.m_pView->*pError = errorOf(misses(rBlock, m_x));
+}
+
+double Adjustment::focalSpread() const
+{
+    cv::Mat1d A, b, inverse;
+    equations(A, b);
+    const double dOpen = 2.0 * static_cast<double>(m_blocks.size() * m_points.size()) - static_cast<double>(m_x.size());
+    if (dOpen <= 0.0 || cv::invert(A, inverse, cv::DECOMP_CHOLESKY) == 0.0)
+        return 0.0;
+    const int nFocal = m_firstOfCamera.at(KestrovaCamRight);
+    const double dSquares = cost(m_x) * static_cast<double>(m_points.size());
+    return std::sqrt(inverse(nFocal, nFocal) * dSquares / dOpen) / m_x[static_cast<std::size_t>(nFocal)];
 }
 
 void refineSet(CameraSet& rSet, Shots& rShots)
 {
     Adjustment adjustment(rSet, rShots);
     adjustment.solve();
-    adjustment.tellErrors();
+    adjustment.tellErrors(&View::m_dSetError);
     rSet = adjustment.set();
+}
+
+double refineLens(CameraModel& rLens, Shots& rShots, KestrovaCamera eCamera, int nMostRounds)
+{
+    Shots alone{rShots.m_board, rShots.m_size, {}};
+    for (const Shot& rShot : rShots.m_shots)
+        alone.m_shots.push_back({{KestrovaCamRight, rShot.at(eCamera)}});
+    Adjustment adjustment({{KestrovaCamRight, {rLens, cv::Matx33d::eye(), {}}}}, alone);
+    adjustment.solve(nMostRounds);
+    adjustment.tellErrors(&View::m_dLensError);
+    rLens = adjustment.set().at(KestrovaCamRight).m_model;
+    for (std::size_t u = 0; u < alone.m_shots.size(); ++u)
+        rShots.m_shots[u].at(eCamera).m_dLensError = alone.m_shots[u].at(KestrovaCamRight).m_dLensError;
+    return adjustment.focalSpread();
 }
 
 } // namespace kestrova::app

@@ -308,16 +308,20 @@ cv::Point2d OutlineCamera::rawPosition(const cv::Point2d& rPixel, cv::Size canva
             (m_rawFromRectified.m_row(dX, dY) + m_rawFactor[1]) * raw.height - 0.5};
 }
 
+cv::Point2d OutlineCamera::rectifiedPosition(const cv::Point2d& rRaw, cv::Size canvas, cv::Size raw) const
+{
+    const cv::Point2d unmoved = rRaw - cv::Point2d(m_rawFactor[0] * raw.width, m_rawFactor[1] * raw.height);
+    return m_rectifiedFromRaw(unmoved, raw, canvas) +
+           cv::Point2d(m_rectFactor[0] * canvas.width, m_rectFactor[1] * canvas.height);
+}
+
 std::optional<cv::Point2d> OutlineCamera::believedPosition(const cv::Point2d& rPixel, cv::Size canvas,
                                                            cv::Size raw) const
 {
     const cv::Point2d at = rawPosition(rPixel, canvas, raw);
     if (!(at.x >= 0.0 && at.y >= 0.0 && at.x <= raw.width - 1.0 && at.y <= raw.height - 1.0))
         return std::nullopt;
-    const cv::Point2d unmoved = at - cv::Point2d(m_rawFactor[0] * raw.width, m_rawFactor[1] * raw.height);
-    const cv::Point2d back = m_rectifiedFromRaw(unmoved, raw, canvas) +
-                             cv::Point2d(m_rectFactor[0] * canvas.width, m_rectFactor[1] * canvas.height);
-    return cv::norm(back - rPixel) <= 1.0 ? std::optional(at) : std::nullopt;
+    return cv::norm(rectifiedPosition(at, canvas, raw) - rPixel) <= 1.0 ? std::optional(at) : std::nullopt;
 }
 
 } // namespace kestrova::app

@@ -26,6 +26,9 @@ struct OutlineCamera
     /// Raw pixel behind a rectified one; outside the raw frame where the map leaves it.
     cv::Point2d rawPosition(const cv::Point2d& rPixel, cv::Size canvas, cv::Size raw) const;
 
+    /// The other way, by the map of its own that the text has for it.
+    cv::Point2d rectifiedPosition(const cv::Point2d& rRaw, cv::Size canvas, cv::Size raw) const;
+
     /// The raw pixel, but only inside the raw frame and where the way back ends within a pixel of the start. Maps of a
     /// lens contradict each other beyond the reach of its model.
     std::optional<cv::Point2d> believedPosition(const cv::Point2d& rPixel, cv::Size canvas, cv::Size raw) const;

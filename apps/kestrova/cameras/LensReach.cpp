@@ -22,31 +22,39 @@ static bool isInFrame(const CameraModel& rCamera, const cv::Point2d& rPixel)
            rPixel.y <= rCamera.m_size.height - 0.5;
 }
 
-// Radius at which the image of a ray that moves outwards stops or turns, or the widest angle, whichever comes while it
-// is in the frame.
+// Radii at which the image of a ray that moves outwards stops or turns, and leaves the frame. Behind the frame it is
+// followed as far as the corners of a rectified image of another shape reach: a lens that turns back there would show
+// them pixels of the frame.
 struct Course
 {
     bool m_bFolds = false;
-    bool m_bTooWide = false;
-    double m_dRadius = 0.0;
+    double m_dFold = 0.0;
+    double m_dExit = std::numeric_limits<double>::infinity();
 };
 
 static Course follow(const CameraModel& rCamera, const cv::Point2d& rDirection)
 {
+    constexpr double dBehind = 1.6;
     Points rays;
     for (double dRadius = 0.0; dRadius < sk_dWidest; dRadius += sk_dStep)
         rays.push_back(rDirection * dRadius);
     const Points pixels = projectRays(rCamera, rays);
+    Course course;
     for (std::size_t i = 1; i < pixels.size(); ++i) {
         const double dRadius = static_cast<double>(i) * sk_dStep;
+        if (dRadius > dBehind * course.m_dExit)
+            break;
         const double dGain = (normalised(rCamera, pixels[i]) - normalised(rCamera, pixels[i - 1])).dot(rDirection);
         const bool bAcross = normalised(rCamera, pixels[i]).dot(rDirection) > 0.0; // else the way across turned over
-        if (!(dGain > 0.0) || !bAcross)
-            return {true, false, dRadius};
+        if (!(dGain > 0.0) || !bAcross) {
+            course.m_bFolds = true;
+            course.m_dFold = dRadius;
+            break;
+        }
         if (!isInFrame(rCamera, pixels[i]))
-            return {};
+            course.m_dExit = std::min(course.m_dExit, dRadius);
     }
-    return {false, true, sk_dWidest};
+    return course;
 }
 
 // Place, slope and bend along the radius where the reach ends.
@@ -94,9 +102,11 @@ LensReach reachOf(const CameraModel& rCamera)
         const double dAngle = 2.0 * CV_PI * i / sk_nDirections;
         const Course course = follow(rCamera, {std::cos(dAngle), std::sin(dAngle)});
         if (course.m_bFolds)
-            reach.m_dFold = std::min(reach.m_dFold, course.m_dRadius);
-        if (course.m_bFolds || course.m_bTooWide)
-            reach.m_dRay = std::min(reach.m_dRay, course.m_bFolds ? sk_dShareOfFold * course.m_dRadius : sk_dWidest);
+            reach.m_dFold = std::min(reach.m_dFold, course.m_dFold);
+        const bool bInside = course.m_dExit == std::numeric_limits<double>::infinity();
+        reach.m_bFoldsInside = reach.m_bFoldsInside || (course.m_bFolds && bInside);
+        if (course.m_bFolds || bInside)
+            reach.m_dRay = std::min(reach.m_dRay, course.m_bFolds ? sk_dShareOfFold * course.m_dFold : sk_dWidest);
     }
     if (reach.isLimited())
         chooseContinuation(rCamera, reach);

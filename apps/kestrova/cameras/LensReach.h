@@ -16,6 +16,7 @@ struct LensReach
 {
     double m_dRay = std::numeric_limits<double>::infinity(); // radius on the plane z = 1
     double m_dFold = m_dRay;                                 // where the polynomial turns back, if it does
+    bool m_bFoldsInside = false;                             // the raw frame
     double m_dLeave = 0.0;                                   // cubic term of the way out of the raw frame
     double m_dMild = 0.0;                                    // that of the way back
 
@@ -23,7 +24,8 @@ struct LensReach
     bool isLimited() const { return m_dRay < std::numeric_limits<double>::infinity(); }
 };
 
-/// Unlimited when the model is one-to-one over the whole raw frame and sees less than 72 degrees from its axis.
+/// Unlimited when the model is one-to-one over the whole raw frame and some way around it, and sees less than 72
+/// degrees from its axis.
 LensReach reachOf(const CameraModel& rCamera);
 
 /// projectRays of the continued lens. A ray beyond the reach falls outside the raw frame after a short rim.

@@ -16,6 +16,7 @@ static constexpr int sk_nNarrowestCanvas = 64;
 static constexpr int sk_anCoefs[] = {24, 40, 64, 96};
 static constexpr double sk_dFitRms = 0.02; // pixels
 static constexpr double sk_dFitWorst = 0.1;
+static constexpr double sk_dFitGood = 0.05; // worse ones are tried again with more coefficients
 
 double Rig::worstFit() const
 {
@@ -189,10 +190,27 @@ static RectificationPlan cutTo(const RectificationPlan& rGiven, cv::Size canvas)
     return plan;
 }
 
+std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const RectificationPlan& rPlan)
+{
+    std::vector<double> disparities;
+    for (const cv::Vec3d& rPlace : rPlaces)
+        if (const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPlace)[2]; dDepth > 0.0)
+            disparities.push_back(rPlan.m_dFocal * rPlan.m_dBaseline / dDepth);
+    return disparities;
+}
+
 static cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& rWishes)
 {
-    return rWishes.m_disparity.value_or(
-        disparityOf(rWishes.m_depth, rPlan.m_dFocal * rPlan.m_dBaseline, {0, rPlan.m_canvas.width / 10}));
+    if (rWishes.m_disparity)
+        return *rWishes.m_disparity;
+    const std::vector<double> subject = disparitiesOf(rWishes.m_subject, rPlan);
+    // Matches of a top camera go along the columns, which are shorter.
+    const bool bTop = rPlan.m_rotations.contains(KestrovaCamTop);
+    const int nLargest = largestDisparity(bTop ? rPlan.m_canvas.height : rPlan.m_canvas.width);
+    const cv::Vec2i usual = subject.empty() ? cv::Vec2i(0, rPlan.m_canvas.width / 10) : rangeAround(subject, nLargest);
+    return rWishes.m_depth.m_dNear || rWishes.m_depth.m_dFar
+               ? disparityOf(rWishes.m_depth, rPlan.m_dFocal * rPlan.m_dBaseline, usual)
+               : usual;
 }
 
 // ---- maps ----
@@ -200,11 +218,17 @@ static cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& r
 static CameraMaps fitWithinLimits(const Rig& rRig, KestrovaCamera eCamera, const std::string& rSource)
 {
     CameraMaps maps;
+    std::optional<CameraMaps> usable;
     for (int nCoefs : sk_anCoefs) {
         maps = fitCameraMaps(rRig.m_set.at(eCamera).m_model, rRig.m_plan.m_rotations.at(eCamera), rRig.m_plan, nCoefs);
-        if (maps.worstRms() <= sk_dFitRms && maps.largestError() <= sk_dFitWorst)
-            return maps;
+        if (maps.worstRms() <= sk_dFitRms && maps.largestError() <= sk_dFitWorst &&
+            (!usable || maps.largestError() < usable->largestError()))
+            usable = maps;
+        if (usable && usable->largestError() <= sk_dFitGood)
+            return *usable;
     }
+    if (usable)
+        return *usable;
     throw AppError(
         line("%s: %s camera: maps of %d coefficients are %.3f pixel RMS and at most %.3f off the lens (limits "
              "%.2f and %.1f); show less of its view with a lower --alpha, or check its distortion",
@@ -216,18 +240,19 @@ static CameraMaps fitWithinLimits(const Rig& rRig, KestrovaCamera eCamera, const
 static void remarkReach(Rig& rRig, KestrovaCamera eCamera)
 {
     const LensReach reach = reachOf(rRig.m_set.at(eCamera).m_model);
-    if (!reach.isLimited())
-        return;
-    const double dDegrees = std::atan(reach.m_dRay) * 180.0 / CV_PI;
     const double dPercent = 100.0 * rRig.m_maps.at(eCamera).m_dLostShare;
+    if (dPercent == 0.0)
+        return; // if it ends, then outside the frame
+    const double dDegrees = std::atan(reach.m_dRay) * 180.0 / CV_PI;
     rRig.m_remarks.push_back(
-        reach.folds() ? line("warning: the distortion of the %s camera folds back inside its frame; it is used up to "
-                             "%.1f degrees from the axis, and %.1f %% of the raw frame beyond is masked. Boards nearer "
-                             "to the corners, or fewer coefficients, make a better calibration",
-                             cameraName(eCamera), dDegrees, dPercent)
-                      : line("view: the %s camera sees further than a flat image can show: %.1f %% of the raw frame, "
-                             "beyond %.0f degrees from the axis, is left out",
-                             cameraName(eCamera), dPercent, dDegrees));
+        reach.folds()
+            ? line("warning: the distortion of the %s camera folds back near the edge of its frame; it is used up to "
+                   "%.1f degrees from the axis, and %.1f %% of the raw frame beyond is masked. Boards nearer "
+                   "to the corners, or fewer coefficients, make a better calibration",
+                   cameraName(eCamera), dDegrees, dPercent)
+            : line("view: the %s camera sees further than a flat image can show: %.1f %% of the raw frame, "
+                   "beyond %.0f degrees from the axis, is left out",
+                   cameraName(eCamera), dPercent, dDegrees));
 }
 
 static void describe(Rig& rRig, const RigWishes& rWishes)
@@ -253,8 +278,10 @@ static void describe(Rig& rRig, const RigWishes& rWishes)
 static void finish(Rig& rRig, const RigWishes& rWishes)
 {
     rRig.m_lostField = lostField(rRig.m_set, rRig.m_plan);
-    rRig.m_remarks.push_back(line("view: %.1f %% of the field of view is lost along rows, %.1f %% along columns",
-                                  rRig.m_lostField[0], rRig.m_lostField[1]));
+    const bool bCut = std::max(rRig.m_lostField[0], rRig.m_lostField[1]) > 10.0 && rWishes.m_dAlpha < 1.0;
+    rRig.m_remarks.push_back(line("view: %.1f %% of the field of view is lost along rows, %.1f %% along columns%s",
+                                  rRig.m_lostField[0], rRig.m_lostField[1],
+                                  bCut && !rWishes.m_given ? "; --alpha 1 shows all that a flat image can" : ""));
     for (const auto& [eCamera, rCamera] : rRig.m_set) {
         rRig.m_maps[eCamera] = fitWithinLimits(rRig, eCamera, rWishes.m_source);
         remarkReach(rRig, eCamera);

@@ -24,7 +24,8 @@ struct RigWishes
     std::string m_source = "cameras";     // what errors begin with: a file, as a rule
     std::optional<cv::Size> m_canvas;     // 4 by 3; without it one whose pixels are about as fine as the raw ones
     double m_dAlpha = 0.0;                // 0 shows only what every ray reaches, 1 keeps each raw pixel
-    std::optional<cv::Vec2i> m_disparity; // default: 0 to a tenth of the width
+    std::optional<cv::Vec2i> m_disparity; // default: what holds the subject, without one 0 to a tenth of the width
+    std::vector<cv::Vec3d> m_subject;     // places that the range should see, metres from the right camera
     DepthRange m_depth;                   // another way to say the disparity
     PerCamera<double> m_gains;            // 1 where none is given
     CameraNames m_eNames = CameraNames::MustHold;
@@ -51,6 +52,9 @@ struct Rig
 
 /// Throws AppError when no rig comes of it.
 Rig buildRig(const CameraSet& rSet, const RigWishes& rWishes);
+
+/// At which disparities the rectified images show places, told from the right camera.
+std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const RectificationPlan& rPlan);
 
 /// The same pair with right and left, or right and top, in each other's place.
 CameraSet exchanged(const CameraSet& rPair);

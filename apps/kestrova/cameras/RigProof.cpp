@@ -49,7 +49,7 @@ static void push(RigProof& rProof, KestrovaContext context, KestrovaCamera eCame
 }
 
 // Sizes that are not 4 by 3 are known to the library only from a frame.
-static void tellSize(KestrovaContext context, cv::Size raw)
+void expectFrames(KestrovaContext context, cv::Size raw)
 {
     if (kestrovaSetSourceResolution(context, raw.height, raw.width) == KestrovaErrorOk)
         return;
@@ -57,7 +57,8 @@ static void tellSize(KestrovaContext context, cv::Size raw)
     KestrovaInput input{};
     kestrovaBuildRGBKestrovaInput(raw.width, raw.height, raw.width, 0, 0, plane.data, plane.data, plane.data, &input);
     if (const KestrovaError error = kestrovaPreprocess(context, &input); error != KestrovaErrorOk)
-        throw AppError(std::string("proof of the calibration: ") + kestrovaErrorToString(error));
+        throw AppError(
+            line("frames of %dx%d cannot be rectified: %s", raw.width, raw.height, kestrovaErrorToString(error)));
 }
 
 static void proveSection(RigProof& rProof, KestrovaContext context, const Rig& rRig, const PerCamera<Points>& rCorners)
@@ -68,7 +69,7 @@ static void proveSection(RigProof& rProof, KestrovaContext context, const Rig& r
     kestrovaSetCameraConfiguration(context, eKind); // exactly 0.15 is neither, and the only section then
     for (const auto& [eCamera, rCamera] : rRig.m_set) {
         const cv::Size raw = rCamera.m_model.m_size;
-        tellSize(context, raw);
+        expectFrames(context, raw);
         push(rProof, context, eCamera, rRig, gridOf(raw));
         if (const auto corners = rCorners.find(eCamera); corners != rCorners.end())
             push(rProof, context, eCamera, rRig, corners->second);

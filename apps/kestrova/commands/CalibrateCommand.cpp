@@ -4,6 +4,7 @@
 #include "basics/OutputFile.h"
 #include "basics/Units.h"
 #include "boards/OpenCvComparison.h"
+#include "boards/SetRefinement.h"
 #include "cameras/RigProof.h"
 #include "commands/Commands.h"
 #include "outputs/Results.h"
@@ -42,8 +43,6 @@ static void checkOptions(const CalibrateOptions& rOptions)
         throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
     if (!rOptions.m_anDisparity.empty() && (rOptions.m_near || rOptions.m_far))
         throw AppError("give either --disparity or --near and --far", ExitStatus::Usage);
-    if (rOptions.m_bCompareOpenCv && rOptions.m_model == "equidistant")
-        throw AppError("--compare-opencv: not for --model equidistant", ExitStatus::Usage);
 }
 
 static RigWishes wishesOf(const CalibrateOptions& rOptions)
@@ -100,12 +99,35 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
     }
 }
 
-static std::string lensRemark(LensChoice eChoice)
+// All corners of the boards, from the right camera.
+static std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& rRight)
 {
-    for (const auto& [rName, eNamed] : sk_models)
-        if (eNamed == eChoice)
-            return "lens model: " + rName;
-    return {};
+    std::vector<cv::Vec3d> places;
+    for (const Shot& rShot : rShots.m_shots) {
+        if (!isUsed(rShot))
+            continue;
+        const BoardPose pose = boardPose(rRight, rShots.m_board, rShot.at(KestrovaCamRight).m_corners);
+        for (const cv::Point3f& rPoint : rShots.m_board.points())
+            places.push_back(turnMatrix(pose.m_turn) * cv::Vec3d(rPoint.x, rPoint.y, rPoint.z) + pose.m_place);
+    }
+    return places;
+}
+
+static std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rPlaces)
+{
+    const CalibrationDescription& rDescription = rRig.m_description;
+    const double dScale = rRig.m_plan.m_dFocal * rRig.m_plan.m_dBaseline;
+    const std::vector<double> boards = disparitiesOf(rPlaces, rRig.m_plan);
+    const auto [least, most] = std::minmax_element(boards.begin(), boards.end());
+    return line("disparity %s to be searched; the boards stood at %.0f to %.0f pixels (%.3g m to %.3g m)",
+                rangeText({rDescription.m_nMinDisparity, rDescription.m_nMaxDisparity}, dScale).c_str(), *least, *most,
+                dScale / *most, dScale / *least);
+}
+
+static std::string lensRemark(const SetCalibration& rCalibration)
+{
+    return rCalibration.m_whyThisLens.empty() ? std::string("lens model: ") + lensName(rCalibration.m_eChoice)
+                                              : rCalibration.m_whyThisLens;
 }
 
 static std::string gainRemark(const PerCamera<double>& rGains)
@@ -196,20 +218,23 @@ static void calibrate(const CalibrateOptions& rOptions)
         wishes.m_gains = matchedGains(shots);
     wishes.m_source = "photos";
     wishes.m_note = line("Calibrated from %zu shots of a board of ", shots.nUsed()) + board.describe() + ".";
+    wishes.m_subject = placesOf(shots, calibration.m_set.at(KestrovaCamRight).m_model);
     const Rig rig = buildRig(calibration.m_set, wishes);
     writeText(out.file(), rig.text());
     StereoSession session(out.file());
     const PerCamera<PairProof> proofs = proveCorners(session, rig, shots);
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
-    remarks.push_back(lensRemark(calibration.m_eChoice));
+    remarks.push_back(lensRemark(calibration));
     if (rOptions.m_gain == "matched")
         remarks.push_back(gainRemark(wishes.m_gains));
+    remarks.push_back(rangeRemark(rig, wishes.m_subject));
+    for (const Rig& rFurther : rig.m_further)
+        remarks.push_back("second section: " + rangeRemark(rFurther, wishes.m_subject));
     for (const std::string& rRemark : remarks)
         std::printf("%s\n", rRemark.c_str());
-    std::printf("%zu of %zu shots used; rectified images of %dx%d, disparity %d to %d\n%s", shots.nUsed(),
-                shots.m_shots.size(), rig.m_plan.m_canvas.width, rig.m_plan.m_canvas.height,
-                rig.m_description.m_nMinDisparity, rig.m_description.m_nMaxDisparity, findingsTable(findings).c_str());
+    std::printf("%zu of %zu shots used; rectified images of %dx%d\n%s", shots.nUsed(), shots.m_shots.size(),
+                rig.m_plan.m_canvas.width, rig.m_plan.m_canvas.height, findingsTable(findings).c_str());
     if (rOptions.m_bCompareOpenCv)
         std::fputs(compare(session, shotsOf(rig, shots), rig, rOptions.m_dAlpha).c_str(), stdout);
     if (report) {
@@ -250,7 +275,8 @@ void addCalibrateCommand(CLI::App& rProgram)
     pCommand
         ->add_option("--model", r.m_model,
                      "lens: plain (k1 k2 p1 p2), plumb (and k3), rational (and k4 k5 k6), equidistant (very wide); "
-                     "auto takes the first of the former three that more coefficients do not better by a twentieth")
+                     "auto tries all on photos left out of the fit and takes the fewest coefficients that are within a "
+                     "twentieth of the best")
         ->check(CLI::IsMember(models))
         ->capture_default_str();
     pCommand->add_option("--alpha", r.m_dAlpha, "0 shows only what both lenses fill, 1 keeps every raw pixel")
@@ -259,7 +285,8 @@ void addCalibrateCommand(CLI::App& rProgram)
     pCommand->add_option("--canvas", r.m_canvas, "size of the rectified images, 4 by 3 (default: that of the photos)")
         ->type_name("WxH");
     pCommand
-        ->add_option("--disparity", r.m_anDisparity, "range to search in pixels (default: 0 to a tenth of the width)")
+        ->add_option("--disparity", r.m_anDisparity,
+                     "range to search in pixels (default: what holds the boards, with room)")
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX");

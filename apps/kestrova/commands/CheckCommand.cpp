@@ -1,11 +1,11 @@
-// kestrova check: is a calibration still right for its cameras? One frame of each is enough.
+// kestrova check: is a calibration still right for its cameras? One frame of each may be enough; several are judged
+// together.
 #include "basics/AppError.h"
 #include "basics/Line.h"
 #include "boards/Findings.h"
-#include "boards/PairCheck.h"
 #include "commands/Commands.h"
-
-#include <opencv2/imgproc.hpp>
+#include "session/FrameDoubt.h"
+#include "session/FrameReader.h"
 
 #include <cstdio>
 
@@ -15,26 +15,40 @@ struct CheckOptions
 {
     std::string m_calibration, m_right;
     std::optional<std::string> m_left, m_top;
+    std::vector<std::string> m_unexpected;
 };
 
-static PerCamera<cv::Mat1b> readFrames(const CheckOptions& rOptions)
+static FrameList framesOf(const CheckOptions& rOptions)
 {
+    if (!rOptions.m_unexpected.empty())
+        throw AppError(rOptions.m_unexpected.front() +
+                           ": belongs to no option; a pattern for many frames goes in quotes, "
+                           "such as --right 'right/*.png'",
+                       ExitStatus::Usage);
     if (!rOptions.m_left && !rOptions.m_top)
         throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
-    PerCamera<cv::Mat1b> frames{{KestrovaCamRight, readPhoto(rOptions.m_right)}};
-    const auto add = [&](KestrovaCamera eCamera, const std::optional<std::string>& rFile) {
-        if (!rFile)
-            return;
-        cv::Mat1b frame = readPhoto(*rFile);
-        if (frame.size() != frames[KestrovaCamRight].size())
-            throw AppError(*rFile + ": has another size than " + rOptions.m_right, ExitStatus::Content);
-        if (cv::norm(frame, frames[KestrovaCamRight], cv::NORM_INF) == 0.0)
-            throw AppError(*rFile + ": is the same picture as " + rOptions.m_right + "; give each camera its own",
+    PerCamera<std::string> patterns{{KestrovaCamRight, rOptions.m_right}};
+    if (rOptions.m_left)
+        patterns[KestrovaCamLeft] = *rOptions.m_left;
+    if (rOptions.m_top)
+        patterns[KestrovaCamTop] = *rOptions.m_top;
+    return pairByOrder(patterns);
+}
+
+static PerCamera<cv::Mat1b> readFrames(const FrameNames& rNames)
+{
+    const std::string right = rNames.m_files.at(KestrovaCamRight).string();
+    PerCamera<cv::Mat1b> frames;
+    for (const auto& [eCamera, rFile] : rNames.m_files) {
+        frames[eCamera] = readPhoto(rFile);
+        if (eCamera == KestrovaCamRight)
+            continue;
+        if (frames[eCamera].size() != frames[KestrovaCamRight].size())
+            throw AppError(rFile.string() + ": has another size than " + right, ExitStatus::Content);
+        if (cv::norm(frames[eCamera], frames[KestrovaCamRight], cv::NORM_INF) == 0.0)
+            throw AppError(rFile.string() + ": is the same picture as " + right + "; give each camera its own",
                            ExitStatus::Content);
-        frames[eCamera] = std::move(frame);
-    };
-    add(KestrovaCamLeft, rOptions.m_left);
-    add(KestrovaCamTop, rOptions.m_top);
+    }
     return frames;
 }
 
@@ -50,7 +64,7 @@ static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
     findings.push_back({pair + pszWhat, line("%.3f px RMS", rCheck.m_rows.m_dRms),
                         line("a match must lie in the same line; the %s image stands %+.2f px %s", name.c_str(),
                              rCheck.m_dMiddle, bTop ? "to the right" : "lower"),
-                        rowVerdict(rCheck.m_rows.m_dRms)});
+                        rCheck.verdict()});
     findings.push_back({pair + pszWhat + ", 95 of 100", line("below %.3f px", rCheck.m_rows.m_dWorst5th),
                         "the same, worst details left out"});
     findings.push_back({pair + ": gain difference", line("%+.1f %%", 100.0 * (rCheck.m_dGain - 1.0)),
@@ -59,67 +73,88 @@ static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
     return findings;
 }
 
-// Where the right rectified image shows raw pixels, and not too near to where it shows none.
-static cv::Mat1b usablePart(const StereoSession& rSession, cv::Size raw)
-{
-    cv::Mat1b mask;
-    cv::copyMakeBorder(rSession.region(KestrovaCamRight, raw), mask, 1, 1, 1, 1, cv::BORDER_CONSTANT, 0);
-    cv::erode(mask, mask, cv::Mat1b(21, 21, uchar(1)), {-1, -1}, 1, cv::BORDER_CONSTANT, 0);
-    return mask(cv::Rect({1, 1}, rSession.canvas())).clone();
-}
-
-static PairCheck measure(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther)
-{
-    const auto upright = [&](const cv::Mat1b& rImage) {
-        return eOther == KestrovaCamTop ? cv::Mat1b(rImage.t()) : rImage;
-    };
-    rSession.preprocess(rFrames, FrameForm::Planes);
-    return checkPair(upright(rSession.image(KestrovaImgRectified, KestrovaCamRight)),
-                     upright(rSession.image(KestrovaImgRectified, eOther)),
-                     upright(usablePart(rSession, rFrames.at(KestrovaCamRight).size())));
-}
-
-static bool isSwapped(StereoSession& rSession, PerCamera<cv::Mat1b> frames, KestrovaCamera eOther,
-                      const PairCheck& rCheck)
-{
-    if (rCheck.m_dBehind > 0.6 && rCheck.m_rows.m_nCount >= sk_nFewestDetails / 3)
-        return true;
-    if (rCheck.m_rows.m_nCount >= sk_nFewestDetails)
-        return false;
-    std::swap(frames.at(KestrovaCamRight), frames.at(eOther));
-    const PairCheck other = measure(rSession, frames, eOther);
-    return other.m_rows.m_nCount >= sk_nFewestDetails && other.m_rows.m_dRms < 1.0 && other.m_dBehind < 0.2;
-}
-
-static PairCheck measureOrRefuse(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther)
+static AppError tooFew(const CheckOptions& rOptions, KestrovaCamera eOther, int nDetails, std::size_t uFrames,
+                       const std::string& rDoubt)
 {
     const std::string names = std::string("--right and --") + cameraName(eOther);
-    const PairCheck found = measure(rSession, rFrames, eOther);
-    if (isSwapped(rSession, rFrames, eOther, found))
-        throw AppError(names + ": the two frames are swapped, matches lie at negative disparity, behind infinity; hand "
-                               "them over the other way round",
-                       ExitStatus::Unfit);
-    if (found.m_rows.m_nCount < sk_nFewestDetails)
-        throw AppError(line("%s: only %d details were found in both rectified images, %d are needed; the frames show "
-                            "too little, or are not of one instant, or the calibration is far off or of other cameras",
-                            names.c_str(), found.m_rows.m_nCount, sk_nFewestDetails),
-                       ExitStatus::Unfit);
-    return found;
+    if (!rDoubt.empty())
+        return AppError(rDoubt, ExitStatus::Unfit);
+    return AppError(
+        line("%s: only %d details were found again in %zu frame%s, too few for a verdict, %d are needed; give "
+             "more frames with a pattern such as '%s', of things with detail",
+             names.c_str(), nDetails, uFrames, uFrames == 1 ? "" : "s", sk_nFewestDetails,
+             rOptions.m_right.find('*') == std::string::npos ? "right*.png" : rOptions.m_right.c_str()),
+        ExitStatus::Unfit);
+}
+
+// Details of all frames, for each camera beside the right one.
+struct PooledDetails
+{
+    PerCamera<Details> m_details;
+    FrameFacts m_first; // frame, for what may be wrong
+};
+
+static PooledDetails pool(StereoSession& rSession, const FrameList& rList)
+{
+    PooledDetails pooled;
+    for (const FrameNames& rNames : rList.m_frames) {
+        const PerCamera<cv::Mat1b> frames = readFrames(rNames);
+        const cv::Mat1b& rRight = frames.at(KestrovaCamRight);
+        FrameFacts& rFirst = pooled.m_first;
+        if (rFirst.m_frames.empty()) {
+            rFirst.m_frames = frames;
+            for (const auto& [eCamera, rFrame] : frames)
+                rFirst.m_regions[eCamera] = rSession.region(eCamera, rRight.size());
+        } else if (rRight.size() != rFirst.m_frames.at(KestrovaCamRight).size()) {
+            throw AppError(rNames.m_files.at(KestrovaCamRight).string() + ": has another size than the frames before",
+                           ExitStatus::Content);
+        }
+        for (const auto& [eOther, rFrame] : frames)
+            if (eOther != KestrovaCamRight) {
+                const Details found = detailsOf(rSession, frames, eOther, rFirst.m_regions.at(KestrovaCamRight));
+                Details& rAll = pooled.m_details[eOther];
+                rAll.insert(rAll.end(), found.begin(), found.end());
+            }
+    }
+    return pooled;
+}
+
+static PairCheck judgeOrRefuse(const CheckOptions& rOptions, StereoSession& rSession, const PooledDetails& rPooled,
+                               KestrovaCamera eOther, std::size_t uFrames)
+{
+    const PairCheck check = judgeDetails(rPooled.m_details.at(eOther));
+    const FrameFacts& rFirst = rPooled.m_first;
+    if (isSwapped(rSession, rFirst.m_frames, eOther, rFirst.m_regions.at(KestrovaCamRight), check))
+        throw AppError(swappedText(eOther), ExitStatus::Unfit);
+    if (!check.isEnough())
+        throw tooFew(rOptions, eOther, check.m_rows.m_nCount, uFrames, doubtOf(rSession, rFirst).m_text);
+    return check;
 }
 
 static void check(const CheckOptions& rOptions)
 {
-    const PerCamera<cv::Mat1b> frames = readFrames(rOptions);
+    const FrameList list = framesOf(rOptions);
+    if (!list.m_remark.empty())
+        std::fprintf(stderr, "kestrova: note: %s\n", list.m_remark.c_str());
     StereoSession session(rOptions.m_calibration);
-    session.useCameras(configurationOf(frames));
+    session.useCameras(configurationOf(list.m_frames.front().m_files));
+    const PooledDetails pooled = pool(session, list);
+    if (list.m_frames.size() > 1)
+        std::printf("%zu frames, judged together\n", list.m_frames.size());
     Findings all;
-    for (const auto& [eOther, rFrame] : frames)
-        if (eOther != KestrovaCamRight) {
-            const Findings findings = judgeCheck(eOther, measureOrRefuse(session, frames, eOther));
-            all.insert(all.end(), findings.begin(), findings.end());
-        }
+    const std::string shape = shapeDoubt(session, pooled.m_first.m_frames.at(KestrovaCamRight).size());
+    if (!shape.empty())
+        all.push_back({"shape of the frames", "another", shape, Verdict::Fair});
+    for (const auto& [eOther, rDetails] : pooled.m_details) {
+        const Findings findings =
+            judgeCheck(eOther, judgeOrRefuse(rOptions, session, pooled, eOther, list.m_frames.size()));
+        all.insert(all.end(), findings.begin(), findings.end());
+    }
     std::fputs(findingsTable(all).c_str(), stdout);
-    if (const Finding* pBad = worstOf(all))
+    const Finding* pBad = worstOf(all);
+    if (pBad && !shape.empty())
+        throw AppError(shape, ExitStatus::Unfit);
+    if (pBad)
         throw AppError(rOptions.m_calibration + ": " + pBad->m_name + " of " + pBad->m_value +
                            " is above 0.5 px: do not use it with these cameras; calibrate again",
                        ExitStatus::Unfit);
@@ -129,11 +164,19 @@ void addCheckCommand(CLI::App& rProgram)
 {
     auto pOptions = std::make_shared<CheckOptions>();
     CLI::App* pCommand = rProgram.add_subcommand(
-        "check", "Measures on one frame of each camera whether a calibration still fits; no board needed");
+        "check", "Measures on frames of each camera whether a calibration still fits; no board needed");
     pCommand->add_option("--calibration", pOptions->m_calibration, "calibration file of the cameras")->required();
-    pCommand->add_option("--right", pOptions->m_right, "frame of the right camera, the reference")->required();
-    pCommand->add_option("--left", pOptions->m_left, "frame of the left camera; this, --top or both");
-    pCommand->add_option("--top", pOptions->m_top, "frame of the top camera");
+    pCommand
+        ->add_option("--right", pOptions->m_right,
+                     "frame of the right camera, the reference, or a pattern in quotes such as 'right/*.png': details "
+                     "of all frames "
+                     "are judged together")
+        ->required()
+        ->type_name("FILE|'PATTERN'");
+    pCommand->add_option("--left", pOptions->m_left, "frames of the left camera; this, --top or both")
+        ->type_name("FILE|'PATTERN'");
+    pCommand->add_option("--top", pOptions->m_top, "frames of the top camera")->type_name("FILE|'PATTERN'");
+    pCommand->add_option("unexpected", pOptions->m_unexpected)->group(""); // a pattern without quotes
     pCommand->callback([pOptions] { check(*pOptions); });
 }
 

@@ -1,5 +1,6 @@
 // kestrova eval: a disparity file against a known truth, in the measures of stereo benchmarks.
 #include "basics/AppError.h"
+#include "basics/Line.h"
 #include "commands/Commands.h"
 #include "outputs/DisparityFiles.h"
 #include "outputs/Results.h"
@@ -47,17 +48,28 @@ static cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::
     return resized;
 }
 
-static cv::Mat1f truthFor(const EvalOptions& rOptions, cv::Size size, std::string& rForm)
+static DisparityFile truthFor(const EvalOptions& rOptions, cv::Size size)
 {
-    const DisparityFile file = readDisparityFile(rOptions.m_truth, rOptions.m_truthScale);
-    rForm = file.m_form;
+    DisparityFile file = readDisparityFile(rOptions.m_truth, rOptions.m_truthScale);
     if (file.m_pixels.size() == size)
-        return file.m_pixels;
+        return file;
     if (!rOptions.m_bResizeTruth)
         throw AppError(rOptions.m_truth + ": is " + sizeText(file.m_pixels.size()) + ", but " + rOptions.m_disparity +
                            " is " + sizeText(size) + "; give the truth of this size, or --resize-truth",
                        ExitStatus::Content);
-    return resizedTruth(rOptions, file.m_pixels, size);
+    file.m_pixels = resizedTruth(rOptions, file.m_pixels, size);
+    return file;
+}
+
+static AppError wrongScale(const EvalOptions& rOptions, double dFactor, const DisparityFile& rDisparity,
+                           const DisparityFile& rTruth)
+{
+    const std::string instead = rTruth.m_scale       ? line("say --truth-scale %.4g", *rTruth.m_scale * dFactor)
+                                : rDisparity.m_scale ? line("say --disparity-scale %.4g", *rDisparity.m_scale / dFactor)
+                                                     : std::string("bring both files to pixels of one image size");
+    return AppError(rOptions.m_truth +
+                        line(": most disparities are %.4g times the truth, so the scale is wrong; ", dFactor) + instead,
+                    ExitStatus::Unfit);
 }
 
 static std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity)
@@ -82,8 +94,8 @@ static void evaluate(const EvalOptions& rOptions)
     const DisparityFile disparity = readDisparityFile(rOptions.m_disparity, rOptions.m_disparityScale);
     const std::string truthView = rOptions.m_truthView.value_or(rOptions.m_disparityView);
     const bool bMoved = truthView != rOptions.m_disparityView;
-    std::string form;
-    const cv::Mat1f truth = truthFor(rOptions, disparity.m_pixels.size(), form);
+    const DisparityFile truthFile = truthFor(rOptions, disparity.m_pixels.size());
+    const cv::Mat1f& truth = truthFile.m_pixels;
     const std::optional<cv::Mat1b> reasons = reasonsFor(rOptions, disparity);
     const auto toView = [](const std::string& rView, const cv::Mat1f& rImage) {
         return rView == "left" ? toLeftView(rImage) : toRightView(rImage);
@@ -91,23 +103,27 @@ static void evaluate(const EvalOptions& rOptions)
     const cv::Mat1f pixels = bMoved ? toView(truthView, disparity.m_pixels) : disparity.m_pixels;
     const TruthErrors errors = measureErrors(pixels, truth, range);
     std::printf("disparity %s: %s, %s camera\ntruth     %s: %s, %s camera\n", rOptions.m_disparity.c_str(),
-                disparity.m_form.c_str(), rOptions.m_disparityView.c_str(), rOptions.m_truth.c_str(), form.c_str(),
-                truthView.c_str());
+                disparity.m_form.c_str(), rOptions.m_disparityView.c_str(), rOptions.m_truth.c_str(),
+                truthFile.m_form.c_str(), truthView.c_str());
     if (bMoved)
         std::puts(
             "each disparity is moved to the truth's view by its own length; where several meet, the nearest wins");
-    if (errors.m_nKnown == 0)
+    const std::optional<double> factor = wrongFactor(pixels, truth);
+    if (errors.m_nKnown == 0 && !factor)
         throw AppError(rOptions.m_truth + ": no pixel has a known disparity" +
                            (range ? std::string(" inside --range") : std::string()) + "; give another truth or scale",
                        ExitStatus::Unfit);
-    std::fputs(truthErrorsText(errors).c_str(), stdout);
-    if (!reasons)
-        return;
-    // A pixel without a disparity cannot be moved, but the truth can.
-    const cv::Mat1f truthThere = bMoved ? toView(rOptions.m_disparityView, truth) : truth;
-    std::fputs(truthByReasonText(*reasons, truthThere, range).c_str(), stdout);
-    if (bMoved)
-        std::puts("the truth is moved to the disparity's view, and is unknown where nothing arrives");
+    if (errors.m_nKnown > 0)
+        std::fputs(truthErrorsText(errors).c_str(), stdout);
+    if (reasons && errors.m_nKnown > 0) {
+        // A pixel without a disparity cannot be moved, but the truth can.
+        const cv::Mat1f truthThere = bMoved ? toView(rOptions.m_disparityView, truth) : truth;
+        std::fputs(truthByReasonText(*reasons, truthThere, range).c_str(), stdout);
+        if (bMoved)
+            std::puts("the truth is moved to the disparity's view, and is unknown where nothing arrives");
+    }
+    if (factor)
+        throw wrongScale(rOptions, *factor, disparity, truthFile);
 }
 
 static const char* const sk_pszForms =

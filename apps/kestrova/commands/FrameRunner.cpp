@@ -1,14 +1,18 @@
 #include "commands/FrameRunner.h"
 
+#include "basics/InputFile.h"
 #include "basics/Line.h"
 #include "basics/Units.h"
 #include "cameras/CalibrationText.h"
+#include "cameras/DepthRange.h"
 #include "commands/RunTruth.h"
 #include "outputs/DisparityCodes.h"
 #include "outputs/FrameSummary.h"
 #include "outputs/LeftView.h"
 #include "outputs/Report.h"
+#include "session/RangeSearch.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kestrova::app {
@@ -46,9 +50,10 @@ static ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOu
     return wishes;
 }
 
-FrameRunner::FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs)
+FrameRunner::FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs,
+                         const std::vector<FrameNames>& rAhead)
     : m_rOptions(rOptions), m_rOutputs(rOutputs), m_bBatch(rOptions.isBatch()), m_json(rOptions.m_json),
-      m_reader(readWishes(rOptions, rOutputs))
+      m_reader(readWishes(rOptions, rOutputs)), m_rAhead(rAhead)
 {}
 
 std::string FrameRunner::calibrationText(const Frames& rFrames) const
@@ -80,12 +85,51 @@ void FrameRunner::begin(const Frames& rFrames, const OutputFolder& rFolder)
     wishes.m_bTwice = !m_bBatch;
     m_pRun = std::make_unique<StereoRun>(*m_pSession, m_rOptions.m_settings, wishes);
     m_pRun->prepare(configurationOf(rFrames.m_grey));
+    if (m_rOptions.findsRange())
+        findRange();
     const cv::Vec2i range = m_pSession->disparityRange();
     if (m_rOutputs.has("kitti16") && !fitsKitti(range, m_rOptions.m_nPngScale))
         throw AppError(line("--out: kitti16: disparities up to %d times %d do not fit 16 bits; give a smaller "
                             "--png-scale, such as %d",
                             range[1], m_rOptions.m_nPngScale, 65536 / range[1]),
                        ExitStatus::Usage);
+}
+
+// All shards look at the same frames, so that they take the same range.
+void FrameRunner::findRange()
+{
+    RangeSearch search(*m_pSession);
+    ReadWishes wishes = readWishes(m_rOptions, m_rOutputs);
+    wishes.m_bColour = false;
+    FrameReader reader(wishes);
+    int nFrames = 0;
+    for (const FrameNames& rNames : m_rAhead)
+        try {
+            const Frames frames = reader.read(rNames);
+            search.add(frames.m_grey, m_pRun->regionsOf(frames));
+            ++nFrames;
+        } catch (const AppError&) {
+            // said when its turn comes
+        }
+    const cv::Size canvas = m_pSession->canvas();
+    const bool bRows = m_pSession->configuration() != KestrovaCfg2CameraHorizontal;
+    const Optics optics = m_pSession->optics();
+    const double dScale = static_cast<double>(optics.m_fFocal) * optics.m_fBaseline;
+    std::FILE* const pOut = m_json.onOutput() ? stderr : stdout;
+    const std::vector<double> subject = search.subject();
+    if (subject.empty()) {
+        std::fprintf(pOut, "--range auto: nothing stands out in %d frame%s; the range stays at %s\n", nFrames,
+                     nFrames == 1 ? "" : "s", rangeText(m_pSession->disparityRange(), dScale).c_str());
+        return;
+    }
+    const cv::Vec2i range = rangeAround(subject, largestDisparity(bRows ? canvas.height : canvas.width));
+    if (kestrovaSetDisparity(m_pSession->handle(), range[0], range[1]) != KestrovaErrorOk)
+        throw AppError("--range auto: the library refuses " + rangeText(range, dScale), ExitStatus::Failed);
+    m_pSession->fitThreads();
+    const auto [least, most] = std::minmax_element(subject.begin(), subject.end());
+    std::fprintf(pOut, "--range auto: in %d frame%s the subject takes %.0f to %.0f pixels; searched is %s%s\n", nFrames,
+                 nFrames == 1 ? "" : "s", *least, *most, rangeText(range, dScale).c_str(),
+                 *least < range[0] || *most > range[1] ? ", the most at a time, which leaves some of it out" : "");
 }
 
 std::string FrameRunner::text(const StereoResult& rResult, const StereoResult& rShown)
@@ -115,6 +159,48 @@ void FrameRunner::write(const FrameNames& rNames, const OutputFolder& rFolder, c
         std::printf("%s\n", textOnce().c_str());
 }
 
+// What may be matched at all: all that the maps fill, or of that the regions that were asked for.
+static cv::Mat1b matchable(const RunOptions& rOptions, const DisparityMap& rMap)
+{
+    cv::Mat1b area(rMap.m_reject.size(), uchar(rOptions.m_settings.m_regions.empty() ? 255 : 0));
+    for (const auto& [nRow, nCol, nRows, nCols] : rOptions.m_settings.m_regions)
+        area(cv::Rect(nCol, nRow, nCols, nRows) & cv::Rect({0, 0}, area.size())).setTo(255);
+    area.setTo(0, rMap.m_reject == static_cast<unsigned char>(Reject::Outside));
+    return area;
+}
+
+void FrameRunner::judge(const Frames& rFrames, const StereoResult& rResult)
+{
+    const cv::Mat1b area = matchable(m_rOptions, rResult.m_map16);
+    const double dAll = std::max(1, cv::countNonZero(area));
+    const double dFound =
+        cv::countNonZero(area & (rResult.m_map16.m_reject == static_cast<unsigned char>(Reject::None))) / dAll;
+    if (m_uDone == 0) {
+        const auto anCount = rResult.m_map16.count();
+        const auto most = std::max_element(anCount.begin() + 1, anCount.begin() + static_cast<int>(Reject::Outside));
+        m_mainReject = rejectName(static_cast<Reject>(most - anCount.begin()));
+        m_doubt = doubtOf(*m_pSession, {rFrames.m_grey, m_pRun->regionsOf(rFrames), rResult.m_map16, dFound});
+    }
+    m_dMostFound = std::max(m_dMostFound, dFound);
+    const bool bUsable = dFound >= sk_dUsableShare && !m_doubt.m_bHopeless;
+    m_uUsable += bUsable;
+    if (m_uDone == 0 && !m_doubt.m_text.empty() && (bUsable || m_bBatch))
+        std::fprintf(stderr, "kestrova: warning: %s\n", oneLine(m_doubt.m_text).c_str());
+}
+
+std::string FrameRunner::failure() const
+{
+    if (m_uDone == 0 || m_uUsable > 0)
+        return {};
+    const std::string found = line("nothing usable came out, %.1f %% found", 100.0 * m_dMostFound);
+    if (!m_doubt.m_text.empty())
+        return found + ": " + m_doubt.m_text;
+    return found +
+           line(" where %.0f %% are the least, most rejected for '%s'; is it the right range, see --range auto, "
+                "and have the frames texture?",
+                100.0 * sk_dUsableShare, m_mainReject.c_str());
+}
+
 std::optional<AppError> FrameRunner::run(const FrameNames& rNames)
 {
     std::vector<StageTime> times;
@@ -136,6 +222,7 @@ std::optional<AppError> FrameRunner::run(const FrameNames& rNames)
     write(rNames, folder, result, shown);
     folder.commit();
     m_json.add(frameSummary(rNames, shown));
+    judge(frames, result);
     ++m_uDone;
     m_dDensities += shown.m_map16.count()[0] / static_cast<double>(shown.m_map16.m_pixels.total());
     return std::nullopt;

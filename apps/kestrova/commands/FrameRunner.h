@@ -3,6 +3,7 @@
 
 #include "basics/AppError.h"
 #include "commands/RunOptions.h"
+#include "session/FrameDoubt.h"
 
 #include <fstream>
 #include <memory>
@@ -29,17 +30,22 @@ private:
 class FrameRunner
 {
 public:
-    FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs);
+    /// rAhead: what --range auto looks at.
+    FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs, const std::vector<FrameNames>& rAhead);
 
     /// What was wrong with a frame that cannot be read; such a frame is left out with --keep-going, else this throws.
     std::optional<AppError> run(const FrameNames& rNames);
 
     double meanDensity() const { return m_uDone ? m_dDensities / static_cast<double>(m_uDone) : 0.0; }
     std::size_t done() const { return m_uDone; }
+    /// What is wrong when no frame gave a usable result; empty when one did.
+    std::string failure() const;
     bool printsText() const { return !m_bBatch && !m_json.onOutput(); }
 
 private:
     void begin(const Frames& rFrames, const OutputFolder& rFolder);
+    void findRange();
+    void judge(const Frames& rFrames, const StereoResult& rResult);
     std::string calibrationText(const Frames& rFrames) const;
     std::string text(const StereoResult& rResult, const StereoResult& rShown);
     void write(const FrameNames& rNames, const OutputFolder& rFolder, const StereoResult& rResult,
@@ -55,6 +61,11 @@ private:
     std::unique_ptr<StereoRun> m_pRun;
     std::size_t m_uDone = 0;
     double m_dDensities = 0.0;
+    const std::vector<FrameNames>& m_rAhead;
+    std::size_t m_uUsable = 0;
+    double m_dMostFound = 0.0;
+    std::string m_mainReject; // of the first frame
+    FrameDoubt m_doubt;       // likewise
 };
 
 } // namespace kestrova::app

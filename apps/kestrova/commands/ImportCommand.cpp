@@ -21,6 +21,7 @@ struct ImportOptions
     double m_dAlpha = 0.0;
     bool m_bKeep = false;
     bool m_bFisheye = false;
+    bool m_bNoFisheye = false;
 };
 
 static SourceFacts factsOf(const ImportOptions& rOptions)
@@ -30,7 +31,8 @@ static SourceFacts factsOf(const ImportOptions& rOptions)
         facts.m_size = parseSize(rOptions.m_size, "--size");
     if (!rOptions.m_unit.empty())
         facts.m_dUnit = parseLength("1" + rOptions.m_unit, "--unit");
-    facts.m_bFisheye = rOptions.m_bFisheye;
+    if (rOptions.m_bFisheye || rOptions.m_bNoFisheye)
+        facts.m_fisheye = rOptions.m_bFisheye;
     return facts;
 }
 
@@ -99,6 +101,8 @@ static void import(const ImportOptions& rOptions)
     const RigProof proof = proveRig(out.file(), rig);
     out.commit();
     std::printf("%s: %s, %zu cameras\n", source.m_source.c_str(), source.m_format.c_str(), source.m_cameras.size());
+    for (const std::string& rRemark : source.m_remarks)
+        std::puts(rRemark.c_str());
     for (const std::string& rRemark : rig.m_remarks)
         std::puts(rRemark.c_str());
     printRig(rig);
@@ -128,7 +132,9 @@ void addImportCommand(CLI::App& rProgram)
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
     pCommand->add_flag("--keep-p", pOptions->m_bKeep, "keep the source's rectified view, only cut to 4 by 3");
-    pCommand->add_flag("--fisheye", pOptions->m_bFisheye, "an OpenCV file whose four terms are of cv::fisheye");
+    auto* pFisheye = pCommand->add_flag("--fisheye", pOptions->m_bFisheye,
+                                        "the four terms of an OpenCV file are those of cv::fisheye");
+    pCommand->add_flag("--no-fisheye", pOptions->m_bNoFisheye, "they are k1 k2 p1 p2")->excludes(pFisheye);
     pCommand->add_option("--canvas", pOptions->m_canvas, "size of the rectified images: 4 by 3, 64x48 to 1280x960");
     auto* pDisparity =
         pCommand->add_option("--disparity", pOptions->m_anDisparity, "smallest and largest disparity, in pixels")

@@ -25,10 +25,10 @@ static void run(const RunOptions& rOptions)
 {
     checkOptions(rOptions);
     const OutputChoice outputs = chooseOutputs(rOptions.m_out, rOptions.hasMetres(), rOptions.m_view == "left");
-    const FrameList list = framesOf(rOptions);
+    const auto [list, ahead] = framesOf(rOptions);
     if (!list.m_remark.empty())
         std::fprintf(stderr, "kestrova: note: %s\n", list.m_remark.c_str());
-    FrameRunner runner(rOptions, outputs);
+    FrameRunner runner(rOptions, outputs, ahead);
     Progress progress(rOptions.isBatch() ? list.m_frames.size() : 0);
     std::optional<ExitStatus> failure; // of the first frame that was left out
     std::size_t uTried = 0;
@@ -50,6 +50,8 @@ static void run(const RunOptions& rOptions)
         throw AppError(line("%zu of %zu frames were left out; see the lines above",
                             list.m_frames.size() - runner.done(), list.m_frames.size()),
                        *failure);
+    if (const std::string wrong = runner.failure(); !wrong.empty())
+        throw AppError(wrong, ExitStatus::Unfit);
 }
 
 void addRunCommand(CLI::App& rProgram)

@@ -4,6 +4,8 @@
 #include "basics/FileGlob.h"
 #include "commands/Commands.h"
 
+#include <algorithm>
+
 namespace kestrova::app {
 
 bool RunOptions::isBatch() const
@@ -55,13 +57,17 @@ void checkOptions(const RunOptions& r)
     checkFrames(r);
     checkCameras(r);
     checkComparison(r);
+    require(!r.findsRange() ||
+                (r.m_settings.m_anDisparity.empty() && !r.m_settings.m_depth.m_dNear && !r.m_settings.m_depth.m_dFar),
+            "--range auto finds the range itself; leave --disparity, --near and --far away");
     require(r.m_view == "right" || r.m_left || r.m_list, "--view left takes a left frame, see --left");
     require(!r.m_to.empty(), "--to: needs the name of a folder");
 }
 
-FrameList framesOf(const RunOptions& r)
+RunFrames framesOf(const RunOptions& r)
 {
-    FrameList list;
+    RunFrames frames;
+    FrameList& list = frames.m_list;
     if (r.m_list) {
         list = readFrameList(*r.m_list);
     } else {
@@ -74,9 +80,11 @@ FrameList framesOf(const RunOptions& r)
     }
     require(r.m_view == "right" || list.m_frames.front().m_files.contains(KestrovaCamLeft),
             "--view left takes a left frame, and the list names none");
+    const std::size_t uAhead = std::min(list.m_frames.size(), sk_uRangeFrames);
+    frames.m_ahead.assign(list.m_frames.begin(), list.m_frames.begin() + static_cast<std::ptrdiff_t>(uAhead));
     if (r.m_shard)
         list.m_frames = shardOf(list.m_frames, *r.m_shard);
-    return list;
+    return frames;
 }
 
 // ---- the options ----
@@ -205,6 +213,12 @@ void addRunOptions(CLI::App& rCommand, RunOptions& rOptions)
     addTruthOptions(rCommand, rOptions);
     addSettings(rCommand, rOptions.m_settings);
     addFrameSettings(rCommand, rOptions.m_settings);
+    rCommand
+        .add_option("--range", rOptions.m_range,
+                    "auto: look on the first frames, up to 5, for the range of disparities that the subject takes, in "
+                    "place of --disparity; calibration: take that of the calibration (default)")
+        ->check(CLI::IsMember({"auto", "calibration"}))
+        ->type_name("auto|calibration");
 }
 
 } // namespace kestrova::app

@@ -36,10 +36,12 @@ struct RunOptions
     bool m_bCompareBlockMatcher = false;
     std::vector<double> m_adUniqueness; // further rows of the comparison
     SettingWishes m_settings;
+    std::optional<std::string> m_range;
     PlaneWishes m_planes;
 
     /// Whether many frames were asked for: each then has a folder of its own, however many there are.
     bool isBatch() const;
+    bool findsRange() const { return m_range == "auto"; }
     bool hasMetres() const { return !m_bRectified || m_focal; }
 };
 
@@ -48,7 +50,13 @@ void addRunOptions(CLI::App& rCommand, RunOptions& rOptions);
 /// Throws AppError for what contradicts itself.
 void checkOptions(const RunOptions& rOptions);
 
-/// Of this shard, if there is one.
-FrameList framesOf(const RunOptions& rOptions);
+inline constexpr std::size_t sk_uRangeFrames = 5; // that --range auto looks at
+
+struct RunFrames
+{
+    FrameList m_list;                // of this shard, if there is one
+    std::vector<FrameNames> m_ahead; // the first ones of all shards, for what holds for all
+};
+RunFrames framesOf(const RunOptions& rOptions);
 
 } // namespace kestrova::app

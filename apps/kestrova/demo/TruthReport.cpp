@@ -72,7 +72,7 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
     for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows)
         text += verdict(
             line("%s difference of matched details, rectified", eCamera == KestrovaCamTop ? "column" : "row").c_str(),
-            rRows.m_dMeanRows, "< 0.2", rRows.m_nPoints > 0 && rRows.m_dMeanRows < 0.2);
+            rRows.m_rows.m_dRms, "< 0.2", rRows.isEnough() && rRows.m_rows.m_dRms < 0.2);
     return text;
 }
 

@@ -5,11 +5,15 @@
 #include "basics/AppError.h"
 #include "basics/Line.h"
 #include "basics/Units.h"
+#include "cameras/LensReach.h"
 #include "formats/KeyedFile.h"
 #include "formats/RigWriters.h"
 #include "formats/SourceRig.h"
 
 #include <opencv2/calib3d.hpp>
+
+#include <algorithm>
+#include <cmath>
 
 namespace kestrova::app {
 
@@ -113,7 +117,7 @@ static SourceCamera readCamera(const Files& rFiles, const std::string& rNumber, 
                                           0, 0);
     camera.m_model.m_adDistortion.assign(terms.begin(), terms.end());
     const std::string lens = rFiles.word("distortion_model").value_or("");
-    if (rFacts.m_bFisheye || lens == "equidistant" || lens == "fisheye")
+    if (rFacts.m_fisheye.value_or(lens == "equidistant" || lens == "fisheye"))
         camera.m_model.m_eLens = Lens::Equidistant;
     if (const auto R = rFiles.tryMatrix({"R" + rNumber}, 3, 3))
         camera.m_rectification = fixed<cv::Matx33d>(*R);
@@ -122,10 +126,65 @@ static SourceCamera readCamera(const Files& rFiles, const std::string& rNumber, 
     return camera;
 }
 
+// ---- four coefficients without a name: k1 k2 p1 p2, or those of cv::fisheye ----
+
+static bool isOneToOne(CameraModel lens, Lens eLens)
+{
+    lens.m_eLens = eLens;
+    return !reachOf(lens).m_bFoldsInside;
+}
+
+// Third and fourth coefficients that as p1 and p2 would shift the corner of the frame by a hundredth of its distance
+// from the centre. Lenses are mounted straighter than that.
+static bool isTooSkew(const CameraModel& rLens)
+{
+    const double dRadius =
+        0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1));
+    return 3.0 * dRadius * std::hypot(rLens.m_adDistortion[2], rLens.m_adDistortion[3]) > 0.03;
+}
+
+// Degrees from corner to corner, were the lens without distortion.
+static double diagonalOf(const CameraModel& rLens)
+{
+    return 2.0 * 180.0 / CV_PI *
+           std::atan(0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1)));
+}
+
+static void findOutLens(SourceRig& rRig)
+{
+    constexpr double dWide = 85.0;
+    const auto all = [&](const auto& rHolds) {
+        return std::all_of(rRig.m_cameras.begin(), rRig.m_cameras.end(),
+                           [&](const SourceCamera& r) { return rHolds(r.m_model); });
+    };
+    if (!all([](const CameraModel& r) { return r.m_adDistortion.size() == 4 && r.m_K(0, 0) > 0 && r.m_K(1, 1) > 0; }))
+        return;
+    const bool bPlain = all([](const CameraModel& r) { return isOneToOne(r, Lens::Polynomial) && !isTooSkew(r); });
+    const bool bWide = all([](const CameraModel& r) { return isOneToOne(r, Lens::Equidistant); });
+    const double dDegrees = diagonalOf(rRig.m_cameras[0].m_model);
+    if (bPlain && bWide && dDegrees > dWide)
+        throw AppError(rRig.m_source +
+                           ": D1, D2: four coefficients may be k1 k2 p1 p2 or those of cv::fisheye, and this lens is "
+                           "wide enough for both; say --fisheye or --no-fisheye",
+                       ExitStatus::Usage);
+    if (bPlain || !bWide) {
+        rRig.m_remarks.push_back(
+            "lens: four coefficients are taken as k1 k2 p1 p2; if cv::fisheye wrote them, say --fisheye");
+        return;
+    }
+    for (SourceCamera& rCamera : rRig.m_cameras)
+        rCamera.m_model.m_eLens = Lens::Equidistant;
+    rRig.m_remarks.push_back(
+        "lens: four coefficients are taken as those of cv::fisheye, since as k1 k2 p1 p2 they make "
+        "no lens; if they are, say --no-fisheye");
+}
+
 SourceRig readOpenCv(const Paths& rFiles, const SourceFacts& rFacts)
 {
     const Files files(rFiles);
     SourceRig rig{files.names(), "opencv", {readCamera(files, "1", rFacts), readCamera(files, "2", rFacts)}};
+    if (!rFacts.m_fisheye && !files.word("distortion_model"))
+        findOutLens(rig);
     cv::Mat1d R = files.matrix({"R", "rotation", "R12"}, 0, 0);
     if (R.total() == 3) {
         cv::Mat1d turned;

@@ -13,7 +13,7 @@ struct SourceFacts
 {
     std::optional<cv::Size> m_size;
     std::optional<double> m_dUnit; // metres
-    bool m_bFisheye = false;       // four coefficients of an OpenCV file are those of a wide lens
+    std::optional<bool> m_fisheye; // whether four coefficients of an OpenCV file are those of cv::fisheye
 };
 
 struct SourceCamera
@@ -30,7 +30,8 @@ struct SourceRig
 {
     std::string m_source; // the files, for messages
     std::string m_format;
-    std::vector<SourceCamera> m_cameras; // two or three
+    std::vector<SourceCamera> m_cameras;     // two or three
+    std::vector<std::string> m_remarks = {}; // for the person who asked
 };
 
 using Paths = std::vector<std::filesystem::path>;

@@ -171,8 +171,10 @@ static DisparityFile scaled(const cv::Mat& rImage, double dScale)
 {
     cv::Mat1f values;
     rImage.convertTo(values, CV_32F, dScale);
-    return {
-        withoutUnknown(values), {}, line("%d bits, %g px a level, 0 unknown", 8 << (rImage.depth() != CV_8U), dScale)};
+    return {withoutUnknown(values),
+            {},
+            line("%d bits, %g px a level, 0 unknown", 8 << (rImage.depth() != CV_8U), dScale),
+            dScale};
 }
 
 /// The number that follows a mark in a file's name.

@@ -14,6 +14,7 @@ struct DisparityFile
     cv::Mat1f m_pixels;                 // +inf where there is none
     std::optional<cv::Mat1b> m_reasons; // a Reject, of files that hold it
     std::string m_form;                 // how it was understood, for people
+    std::optional<double> m_scale = {}; // pixels for a level, of forms that leave it to the reader
 };
 
 /// Told by content, and whole numbers by their name:

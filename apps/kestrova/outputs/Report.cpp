@@ -1,6 +1,7 @@
 #include "outputs/Report.h"
 
 #include "basics/Line.h"
+#include "cameras/DepthRange.h"
 
 namespace kestrova::app {
 
@@ -9,15 +10,30 @@ static const char* unitOf(KestrovaCamera eCamera)
     return eCamera == KestrovaCamTop ? "column" : "row"; // the coordinate that a rectified match keeps
 }
 
-static std::string rowLines(const char* pszWhat, const PerCamera<RowAgreement>& rAll)
+static std::string rawLines(const PerCamera<RowAgreement>& rAll)
 {
     std::string text;
     for (const auto& [eCamera, rRows] : rAll)
         if (rRows.m_nPoints == 0)
-            text += line("  %-18s no details were found again\n", pszWhat);
+            text += "  raw frames         no details were found again\n";
         else
-            text += line("  %-18s mean %6.3f %ss, 95 %% below %6.3f (%d details, %s)\n", pszWhat, rRows.m_dMeanRows,
+            text += line("  raw frames         mean %6.3f %ss, 95 %% below %6.3f (%d details, %s)\n", rRows.m_dMeanRows,
                          unitOf(eCamera), rRows.m_dWorst5th, rRows.m_nPoints, cameraName(eCamera));
+    return text;
+}
+
+static std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
+{
+    std::string text;
+    for (const auto& [eCamera, rCheck] : rAll)
+        if (rCheck.m_rows.m_nCount == 0)
+            text += line("  rectified          no details were found again (%s): %s\n", cameraName(eCamera),
+                         rCheck.verdictText());
+        else
+            text += line(
+                "  rectified          RMS  %6.3f %ss, 95 %% below %6.3f (%d details, %d strays left out, %s): %s\n",
+                rCheck.m_rows.m_dRms, unitOf(eCamera), rCheck.m_rows.m_dWorst5th, rCheck.m_rows.m_nCount,
+                rCheck.m_nStrays, cameraName(eCamera), rCheck.verdictText());
     return text;
 }
 
@@ -39,10 +55,11 @@ std::string summary(const StereoResult& rResult)
     const std::string lengths = rOptics.m_fBaseline > 0.0f ? line("focal length %.2f pixels, baseline %.1f mm",
                                                                   rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline)
                                                            : std::string("focal length and baseline not given");
-    text += line("rectified %dx%d, %s, centre column %.2f row %.2f, disparity %d to %d\n", size.width, size.height,
-                 lengths.c_str(), rOptics.m_fCentreCol, rOptics.m_fCentreRow, rResult.m_range[0], rResult.m_range[1]);
+    text += line("rectified %dx%d, %s, centre column %.2f row %.2f, disparity %s\n", size.width, size.height,
+                 lengths.c_str(), rOptics.m_fCentreCol, rOptics.m_fCentreRow,
+                 rangeText(rResult.m_range, rResult.focalTimesBaseline()).c_str());
     text += "\nDifference of matched details in the right and another image, across the direction of disparity\n";
-    text += rowLines("raw frames", rResult.m_rawRows) + rowLines("rectified", rResult.m_rectifiedRows);
+    text += rawLines(rResult.m_rawRows) + rectifiedLines(rResult.m_rectifiedRows);
     text += line(
         "\n16-bit disparity: %.1f %% found; rejected: %.1f %% no texture, %.1f %% not unique, %.1f %% no fit or rim, "
         "%.1f %% small surface, %.1f %% back-forth, %.1f %% outside the frame%s\n",

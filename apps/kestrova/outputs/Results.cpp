@@ -38,27 +38,23 @@ static void maskOutside(StereoResult& rResult, const PerCamera<cv::Mat1b>& rRegi
 }
 
 // Matches of the top camera move along the columns, so with it both images are looked at turned over.
-static RowAgreement agreement(const PerCamera<cv::Mat1b>& rImages, KestrovaCamera eOther, const SearchReach& rReach,
-                              const cv::Mat1b& rMask)
-{
-    const auto upright = [&](const cv::Mat1b& rImage) {
-        return eOther == KestrovaCamTop && !rImage.empty() ? cv::Mat1b(rImage.t()) : rImage;
-    };
-    return measureRows(upright(rImages.at(KestrovaCamRight)), upright(rImages.at(eOther)), rReach, upright(rMask));
-}
-
 static void measureAgreement(StereoResult& rResult, const cv::Mat1b& rRightRegion, bool bRaw)
 {
     const cv::Vec2i range = rResult.m_range;
     const int nMore = rResult.m_raw.at(KestrovaCamRight).cols / 12; // raw frames are shifted and turned as well
-    for (const auto& [eCamera, rImage] : rResult.m_rectified)
-        if (eCamera != KestrovaCamRight) {
-            rResult.m_rectifiedRows[eCamera] =
-                agreement(rResult.m_rectified, eCamera, {range[0] - 2, range[1] + 2, 4}, rRightRegion);
-            if (bRaw)
-                rResult.m_rawRows[eCamera] =
-                    agreement(rResult.m_raw, eCamera, {range[0] - nMore, range[1] + nMore, nMore / 2}, {});
-        }
+    for (const auto& [eCamera, rImage] : rResult.m_rectified) {
+        if (eCamera == KestrovaCamRight)
+            continue;
+        const auto upright = [bTop = eCamera == KestrovaCamTop](const cv::Mat1b& rUsual) {
+            return bTop ? cv::Mat1b(rUsual.t()) : rUsual;
+        };
+        rResult.m_rectifiedRows[eCamera] = judgeDetails(findDetails(
+            upright(rResult.m_rectified.at(KestrovaCamRight)), upright(rImage), upright(wellInside(rRightRegion))));
+        if (bRaw)
+            rResult.m_rawRows[eCamera] =
+                measureRows(upright(rResult.m_raw.at(KestrovaCamRight)), upright(rResult.m_raw.at(eCamera)),
+                            {range[0] - nMore, range[1] + nMore, nMore / 2}, {});
+    }
 }
 
 static void fetchImages(const StereoSession& rSession, const Frames& rFrames, const ResultWishes& rWishes,
@@ -85,7 +81,7 @@ void StereoRun::prepare(KestrovaCameraConfiguration eConfiguration)
     m_bPrepared = true;
 }
 
-PerCamera<cv::Mat1b> StereoRun::regionsOf(const Frames& rFrames)
+const PerCamera<cv::Mat1b>& StereoRun::regionsOf(const Frames& rFrames)
 {
     if (!rFrames.m_regions.empty())
         return rFrames.m_regions;

@@ -5,6 +5,7 @@
 #include "outputs/CloudWriter.h"
 #include "outputs/StageTime.h"
 #include "session/FrameReader.h"
+#include "session/PairCheck.h"
 #include "session/RowAgreement.h"
 #include "session/StereoSession.h"
 
@@ -22,8 +23,9 @@ struct StereoResult
     Optics m_optics;
     cv::Vec2i m_range;
     int m_nOffset = 0;
-    bool m_bSeenFromLeft = false; // 16-bit disparity, its map and the cloud, see outputs/LeftView.h
-    PerCamera<RowAgreement> m_rawRows, m_rectifiedRows; // right to left by rows, right to top by columns
+    bool m_bSeenFromLeft = false;      // 16-bit disparity, its map and the cloud, see outputs/LeftView.h
+    PerCamera<RowAgreement> m_rawRows; // right to left by rows, right to top by columns
+    PerCamera<PairCheck> m_rectifiedRows;
     std::vector<StageTime> m_times;
 
     double focalTimesBaseline() const { return static_cast<double>(m_optics.m_fFocal) * m_optics.m_fBaseline; }
@@ -52,9 +54,10 @@ public:
 
     StereoResult operator()(const Frames& rFrames);
 
-private:
-    PerCamera<cv::Mat1b> regionsOf(const Frames& rFrames);
+    /// Where the rectified images of these frames show something.
+    const PerCamera<cv::Mat1b>& regionsOf(const Frames& rFrames);
 
+private:
     StereoSession& m_rSession;
     SettingWishes m_settings;
     ResultWishes m_wishes;

@@ -1,6 +1,7 @@
 #include "outputs/TruthComparison.h"
 
 #include "basics/Line.h"
+#include "basics/Statistics.h"
 
 #include <opencv2/calib3d.hpp>
 
@@ -101,6 +102,30 @@ TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, 
                 addError(errors, std::abs(static_cast<double>(fDisparity) - fTrue), fTrue);
         }
     return errors;
+}
+
+std::optional<double> wrongFactor(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth)
+{
+    constexpr std::size_t uLeast = 100; // pixels
+    std::vector<cv::Vec2d> pairs;
+    std::vector<double> factors;
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
+        for (int nCol = 0; nCol < rTruth.cols; ++nCol)
+            if (isKnown(rTruth(nRow, nCol)) && isKnown(rDisparity(nRow, nCol))) {
+                pairs.emplace_back(rDisparity(nRow, nCol), rTruth(nRow, nCol));
+                factors.push_back(pairs.back()[0] / pairs.back()[1]);
+            }
+    if (pairs.size() < uLeast)
+        return std::nullopt;
+    const double dFactor = medianOf(factors);
+    const auto share = [&](double dTry) {
+        const auto nFits = std::count_if(pairs.begin(), pairs.end(), [&](const cv::Vec2d& rPair) {
+            return std::abs(rPair[0] - dTry * rPair[1]) <= std::max(0.5, 0.02 * rPair[0]);
+        });
+        return static_cast<double>(nFits) / static_cast<double>(pairs.size());
+    };
+    return std::abs(dFactor - 1.0) > 0.05 && share(dFactor) > 0.6 && share(1.0) < 0.3 ? std::optional(dFactor)
+                                                                                      : std::nullopt;
 }
 
 std::string truthErrorsText(const TruthErrors& r)

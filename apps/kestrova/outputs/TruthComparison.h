@@ -65,6 +65,10 @@ struct TruthErrors
 /// Neither image needs a range; in both, what is not finite or not above 0 is unknown. The images have one size.
 TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range);
 
+/// The factor by which most disparities differ from the truth, as they do when one of the two has the wrong scale; none
+/// when they do not, or when most are right as they are.
+std::optional<double> wrongFactor(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth);
+
 std::string truthErrorsText(const TruthErrors& rErrors);
 
 /// What is true where a reason took the disparity, one line for each reason that occurs.

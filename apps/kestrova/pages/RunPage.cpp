@@ -153,19 +153,13 @@ static void addRectified(HtmlPage& rPage, const StereoResult& rResult)
     if (const auto top = rResult.m_rectified.find(KestrovaCamTop); top != rResult.m_rectified.end())
         rPage.picture(oneAboveOther(top->second, rRight),
                       "Each detail must lie on the same upright line in both images.");
-    std::vector<std::vector<std::string>> rows{{"", "mean", "95 % below", "details", "verdict"}};
-    for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows) {
-        const char* const pszVerdict = rRows.m_nPoints == 0       ? "no details were found again"
-                                       : rRows.m_dMeanRows < 0.1  ? "excellent"
-                                       : rRows.m_dMeanRows < 0.25 ? "good"
-                                       : rRows.m_dMeanRows <= 0.5 ? "usable; calibrate again for good results"
-                                                                  : "do not use: calibrate again";
+    std::vector<std::vector<std::string>> rows{{"", "RMS", "95 % below", "details", "left out", "verdict"}};
+    for (const auto& [eCamera, rCheck] : rResult.m_rectifiedRows)
         rows.push_back(
             {std::string(eCamera == KestrovaCamTop ? "column difference, right to " : "row difference, right to ") +
                  cameraName(eCamera),
-             line("%.3f px", rRows.m_dMeanRows), line("%.3f px", rRows.m_dWorst5th), std::to_string(rRows.m_nPoints),
-             pszVerdict});
-    }
+             line("%.3f px", rCheck.m_rows.m_dRms), line("%.3f px", rCheck.m_rows.m_dWorst5th),
+             std::to_string(rCheck.m_rows.m_nCount), line("%d strays", rCheck.m_nStrays), rCheck.verdictText()});
     if (rows.size() > 1)
         rPage.table(rows);
 }

@@ -51,7 +51,7 @@ static std::optional<FoundDetail> findDetail(const cv::Mat1b& rRight, const cv::
     return FoundDetail{at, search.tl() + best + cv::Point(sk_nHalf, sk_nHalf), dRows};
 }
 
-std::vector<FoundDetail> findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
+std::vector<FoundDetail> findCorners(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
                                      const cv::Mat1b& rMask)
 {
     std::vector<cv::Point2f> corners;
@@ -67,7 +67,7 @@ RowAgreement measureRows(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const 
                          const cv::Mat1b& rMask)
 {
     std::vector<double> differences;
-    for (const FoundDetail& rDetail : findDetails(rRight, rLeft, rReach, rMask))
+    for (const FoundDetail& rDetail : findCorners(rRight, rLeft, rReach, rMask))
         differences.push_back(std::abs(rDetail.m_dRows));
     if (differences.empty())
         return {};

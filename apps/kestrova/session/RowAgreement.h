@@ -31,7 +31,7 @@ struct FoundDetail
     cv::Point m_left;     // to the nearest pixel
     double m_dRows = 0.0; // by how many rows it stands lower in the left image
 };
-std::vector<FoundDetail> findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
+std::vector<FoundDetail> findCorners(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
                                      const cv::Mat1b& rMask);
 
 /// The mask says which pixels of the right image may be used (not 0); an empty one allows all.

@@ -237,6 +237,27 @@ cv::Mat1b StereoSession::region(KestrovaCamera eCamera, cv::Size raw) const
     });
 }
 
+cv::Point2d StereoSession::rectified(KestrovaCamera eCamera, const cv::Point2d& rRaw, cv::Size raw) const
+{
+    return outlineCamera(eCamera).rectifiedPosition(rRaw, canvas(), raw);
+}
+
+std::optional<double> StereoSession::rawShape() const
+{
+    int nRectify = 0;
+    check(kestrovaGetRectify(handle(), &nRectify), "rectification");
+    if (!nRectify)
+        return std::nullopt;
+    const OutlineCamera& rCamera = outlineCamera(KestrovaCamRight);
+    const cv::Size size = canvas();
+    const cv::Point2d middle((size.width - 1) / 2.0, (size.height - 1) / 2.0);
+    const double dStep = size.height / 8.0;
+    const auto at = [&](double dX, double dY) {
+        return rCamera.rawPosition(middle + cv::Point2d(dX, dY), size, {1000, 1000});
+    };
+    return (at(0, dStep).y - at(0, -dStep).y) / (at(dStep, 0).x - at(-dStep, 0).x);
+}
+
 cv::Point3f StereoSession::point(cv::Point pixel, std::uint16_t uDisparity) const
 {
     cv::Point3f point;

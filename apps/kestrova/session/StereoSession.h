@@ -66,6 +66,13 @@ public:
     /// rectification is off.
     cv::Mat1b region(KestrovaCamera eCamera, cv::Size raw) const;
 
+    /// Where a pixel of a raw frame of that size lands, by the map of the text.
+    cv::Point2d rectified(KestrovaCamera eCamera, const cv::Point2d& rRaw, cv::Size raw) const;
+
+    /// Width over height of the raw frames that the calibration was made with, if their pixels are square. None while
+    /// rectification is off.
+    std::optional<double> rawShape() const;
+
     /// Point of a 16-bit disparity in metres, from the right camera.
     cv::Point3f point(cv::Point pixel, std::uint16_t uDisparity) const;
 

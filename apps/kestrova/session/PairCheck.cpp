@@ -1,11 +1,13 @@
-#include "boards/PairCheck.h"
+#include "session/PairCheck.h"
 
-#include "boards/SetRefinement.h"
+#include "basics/Statistics.h"
 #include "session/RowAgreement.h"
 
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace kestrova::app {
 
@@ -49,42 +51,64 @@ static double patchMean(const cv::Mat1b& rImage, cv::Point at)
     return cv::mean(rImage(patch & cv::Rect({0, 0}, rImage.size())))[0];
 }
 
-PairCheck checkPair(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::Mat1b& rMask)
+Details findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::Mat1b& rMask, std::optional<int> rows)
 {
-    const SearchReach reach{-rRight.cols / 4, rRight.cols / 3, std::max(6, rRight.rows / 40)};
+    const SearchReach reach{-rRight.cols / 4, rRight.cols / 2, rows.value_or(std::max(6, rRight.rows / 40))};
     cv::Mat1f right, other;
     rRight.convertTo(right, CV_32F);
     rOther.convertTo(other, CV_32F);
+    Details details;
+    for (const FoundDetail& rFound : findCorners(rRight, rOther, reach, rMask))
+        if (const auto at = refineDetail(right, other, rFound))
+            details.push_back(
+                {rFound.m_right, *at, patchMean(rRight, rFound.m_right), patchMean(rOther, rFound.m_left)});
+    return details;
+}
+
+PairCheck judgeDetails(const Details& rDetails)
+{
+    PairCheck check;
+    if (rDetails.empty())
+        return check;
     std::vector<double> rows;
-    int nBehind = 0;
     double dRightSum = 0.0;
     double dOtherSum = 0.0;
-    for (const FoundDetail& rDetail : findDetails(rRight, rOther, reach, rMask)) {
-        const auto at = refineDetail(right, other, rDetail);
-        if (!at)
-            continue;
-        rows.push_back(at->y - rDetail.m_right.y);
-        nBehind += at->x - rDetail.m_right.x < -1.0;
-        dRightSum += patchMean(rRight, rDetail.m_right);
-        dOtherSum += patchMean(rOther, rDetail.m_left);
+    for (const Detail& rDetail : rDetails) {
+        rows.push_back(rDetail.m_other.y - rDetail.m_right.y);
+        dRightSum += rDetail.m_dRightGrey;
+        dOtherSum += rDetail.m_dOtherGrey;
     }
-    PairCheck check;
-    if (rows.empty())
-        return check;
     check.m_dMiddle = medianOf(rows);
     std::vector<double> off;
     for (double dRow : rows)
         off.push_back(std::abs(dRow - check.m_dMiddle));
     const double dLimit = 0.1 + 4.0 * 1.4826 * medianOf(off);
-    check.m_dBehind = nBehind / static_cast<double>(rows.size());
     check.m_dGain = dRightSum / std::max(dOtherSum, 1.0);
     std::vector<double> kept;
-    for (double dRow : rows)
-        if (std::abs(dRow - check.m_dMiddle) <= dLimit)
-            kept.push_back(dRow);
+    for (std::size_t u = 0; u < rows.size(); ++u)
+        if (std::abs(rows[u] - check.m_dMiddle) <= dLimit) {
+            kept.push_back(rows[u]);
+            check.m_disparities.push_back(rDetails[u].m_other.x - rDetails[u].m_right.x);
+        }
+    const auto nBehind = std::count_if(check.m_disparities.begin(), check.m_disparities.end(),
+                                       [](double dDisparity) { return dDisparity < -1.0; });
+    check.m_dBehind = static_cast<double>(nBehind) / static_cast<double>(kept.size());
     check.m_nStrays = static_cast<int>(rows.size() - kept.size());
     check.m_rows = rowErrors(std::move(kept));
     return check;
+}
+
+const char* PairCheck::verdictText() const
+{
+    return isEnough() ? verdictName(verdict()) : "too few, give more frames";
+}
+
+cv::Mat1b wellInside(const cv::Mat1b& rRegion)
+{
+    cv::Mat1b mask;
+    cv::copyMakeBorder(rRegion, mask, 1, 1, 1, 1, cv::BORDER_CONSTANT, 0);
+    cv::erode(mask, mask, cv::Mat1b(21, 21, uchar(1)), {-1, -1}, 1, cv::BORDER_CONSTANT, 0);
+    return mask(cv::Rect({1, 1}, rRegion.size())).clone();
 }
 
 } // namespace kestrova::app
