@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <functional>
-#include <ranges>
 
 namespace kestrova {
 
@@ -160,15 +158,19 @@ void SectionReader::readSettings(StereoContext& rContext) const
     // An absent DISPARITY leaves a range that every context refuses: a section must name one.
     rContext.m_nMinDisparity = -1;
     rContext.m_nMaxDisparity = -1;
-    const auto isWord = [](const Setting* p) { return std::holds_alternative<SettingWord>(p->m_field); };
-    for (const Setting* const pSetting : sk_apAsRead | std::views::filter(std::not_fn(isWord))) {
-        readSetting(*pSetting, rContext);
-    }
+    readRows(false, rContext);
     if (!parseTokenString("RELEASENOTES", m_lines, &rContext.m_pCalibration->m_releaseNotes)) {
         say("No release notes found");
     }
-    for (const Setting* const pSetting : sk_apAsRead | std::views::filter(isWord)) {
-        readSetting(*pSetting, rContext);
+    readRows(true, rContext);
+}
+
+void SectionReader::readRows(bool bWords, StereoContext& rContext) const
+{
+    for (const Setting* const pSetting : sk_apAsRead) {
+        if (std::holds_alternative<SettingWord>(pSetting->m_field) == bWords) {
+            readSetting(*pSetting, rContext);
+        }
     }
 }
 

@@ -39,6 +39,8 @@ private:
     bool readLengths(StereoContext& rContext) const;
     bool readConfiguration(KestrovaCameraConfiguration& rConfiguration) const;
     void readMatrices(StereoContext& rContext) const;
+    /** Those that are told by words, or all others. */
+    void readRows(bool bWords, StereoContext& rContext) const;
     void readSetting(const Setting& rSetting, StereoContext& rContext) const;
     // By the kind of the field; false, and nothing stored, without a value that it takes.
     bool readField(const Setting& rSetting, bool DeviceFreeSettings::*pField, StereoContext& rContext) const;
