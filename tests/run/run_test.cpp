@@ -1,6 +1,6 @@
 // Whole frames through the public functions: disparities, thread counts, errors and how they persist.
 #include "api/MultiContext.h"
-#include "parallel/Task.h"
+#include "run/Task.h"
 #include "run/furrowFix.h"
 #include "run/run.h"
 #include "support/StereoFrame.h"
