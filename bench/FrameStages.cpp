@@ -55,7 +55,7 @@ public:
         for (const int nCamera : m_anCameras) {
             const bool bDone = kestrova::lowpassRectify(
                 m_r.m_rectifiedImages[nCamera], *m_r.m_apCameras[static_cast<std::size_t>(nCamera)],
-                m_r.m_rawImages[nCamera], uMask, uMask, 0, 0, m_r.m_eKernelType, m_r.m_nKernelSize);
+                m_r.m_rawImages[nCamera], {uMask, uMask, 0, 0, m_r.m_eKernelType, m_r.m_nKernelSize});
             check(bDone ? KestrovaErrorOk : KestrovaErrorSystem, "lowpassRectify");
         }
     }

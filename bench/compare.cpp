@@ -41,7 +41,7 @@ void expectRightAnswers(KestrovaContext context, const cv::Mat& rTruth)
         const auto* pRow = reinterpret_cast<const uint16_t*>(reinterpret_cast<const uint8_t*>(image.data) +
                                                              std::ptrdiff_t{nRow} * image.rowinc);
         for (int nCol = 0; nCol < image.ncols; ++nCol) {
-            if (pRow[nCol] < 0xFF00) {
+            if (pRow[nCol] < KestrovaDisparity16Invalid) {
                 ++nValid;
                 nRight += std::abs(pRow[nCol] / 256.0F - rTruth.at<float>(nRow, nCol)) <= 1 ? 1 : 0;
             }

@@ -166,7 +166,7 @@ void expectRightAnswers(Ours& rOurs, Theirs& rTheirs, const cv::Mat& rTruth)
     const auto ours = quality(
         [&](int nRow, int nCol) {
             const int nValue = found[nRow][nCol];
-            return nValue < 0xFF00 ? static_cast<float>(nValue) / 256 : -1.0F;
+            return nValue < KestrovaDisparity16Invalid ? static_cast<float>(nValue) / 256 : -1.0F;
         },
         rTruth);
     const auto theirs = quality([&](int nRow, int nCol) { return rTheirs.at(nRow, nCol); }, rTruth);

@@ -145,7 +145,8 @@ void compareSurfaces(const Size& rSize, double dSeconds)
         for (int nRow = 0; nRow < rSize.m_nRows; ++nRow) { // theirs has four bits of fraction
             for (int nCol = 0; nCol < nCols; ++nCol) {
                 const int nValue = r.m_disparityImage16[nRow][nCol];
-                found.at<short>(nRow, nCol) = static_cast<short>(nValue < 0xFF00 ? nValue / 16 : -16);
+                found.at<short>(nRow, nCol) =
+                    static_cast<short>(nValue < KestrovaDisparity16Invalid ? nValue / 16 : -16);
             }
         }
         kestrova::Image<unsigned short> kept(rSize.m_nRows, nCols);

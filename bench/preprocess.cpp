@@ -87,7 +87,7 @@ Stage rectification(const char* pszName, const cv::Mat& rRaw, int nScale, Kernel
     const int nCols = rRaw.cols / nScale;
     const std::shared_ptr<kestrova::Camera> pCamera = lensCamera();
     const auto ours = [=, raw = view(rRaw)](Grey& rDst) {
-        if (!kestrova::lowpassRectify(rDst, *pCamera, raw, 0, 0, 0, 0, eType, 5)) {
+        if (!kestrova::lowpassRectify(rDst, *pCamera, raw, {0, 0, 0, 0, eType, 5})) {
             std::exit(1);
         }
     };

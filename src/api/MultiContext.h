@@ -5,7 +5,7 @@
 #pragma once
 
 #include "context/StereoContext.h"
-#include "parallel/ExecutorPool.h"
+#include "run/ExecutorPool.h"
 
 #include <array>
 #include <memory>

@@ -5,7 +5,6 @@
 #include "calibration/lines.h"
 #include "calibration/section.h"
 #include "context/StereoContext.h"
-#include "files/FilePtr.h"
 #include "files/cText.h"
 #include "rectify/Camera.h"
 
@@ -210,12 +209,6 @@ bool loadContextFromMemory(const void* pBlock, StereoContext* pContext, int nSec
         return false;
     }
     return loadContextFromLines(std::move(lines), pContext);
-}
-
-bool loadContextFromFile(const char* pszPath, StereoContext* pContext, int nSection)
-{
-    const FilePtr pStream = openAtOnce(pszPath);
-    return pStream != nullptr && loadContextFromStream(pStream.get(), pContext, nSection);
 }
 
 } // namespace kestrova

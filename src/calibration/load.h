@@ -13,12 +13,9 @@ namespace kestrova {
 
 class StereoContext;
 
-/** Sections count from 0; false if the file cannot be opened or the section does not load. */
-[[nodiscard]] bool loadContextFromFile(const char* pszPath, StereoContext* pContext, int nSection);
-
 /**
- * The stream must be a plain file or memory; it is read from its start and stays open, at no particular position. False
- * for pipes, devices and folders.
+ * Sections count from 0; false if the section does not load. The stream must be a plain file or memory; it is read from
+ * its start and stays open, at no particular position. False for pipes, devices and folders.
  */
 [[nodiscard]] bool loadContextFromStream(std::FILE* pStream, StereoContext* pContext, int nSection);
 

@@ -69,24 +69,22 @@ bool sourcePlanes(const StereoContext& rContext, const KestrovaInput& rInput, Im
     return true;
 }
 
-bool rectifyPacked(const StereoContext& rContext, const ColourJob& rJob, const KestrovaInput& rInput,
-                   ColorPlanes& rResult, int nRowOffset, int nColOffset)
+bool rectifyPacked(const ColourJob& rJob, const KestrovaInput& rInput, ColorPlanes& rResult, const Rectification& rHow)
 {
-    return unpackLowpassRectify(rResult[0], *rJob.m_pCamera, rResult[1], *rJob.m_pCamera, rResult[2], *rJob.m_pCamera,
-                                packedImage(rInput), rJob.m_uMask, rJob.m_uMask, nRowOffset, nColOffset,
-                                rContext.m_eKernelType, rContext.m_nKernelSize);
+    return unpackLowpassRectify(
+        {{{rResult[0], *rJob.m_pCamera}, {rResult[1], *rJob.m_pCamera}, {rResult[2], *rJob.m_pCamera}}},
+        packedImage(rInput), rHow);
 }
 
 KestrovaError rectifyPlanes(const StereoContext& rContext, const ColourJob& rJob, const KestrovaInput& rInput,
-                            ColorPlanes& rResult, int nRowOffset, int nColOffset)
+                            ColorPlanes& rResult, const Rectification& rHow)
 {
     Image<unsigned char> planes[3];
     if (!sourcePlanes(rContext, rInput, planes)) {
         return KestrovaErrorInvalidRequest;
     }
     for (std::size_t i = 0; i < 3; ++i) {
-        if (!lowpassRectify(rResult[i], *rJob.m_pCamera, planes[i], rJob.m_uMask, rJob.m_uMask, nRowOffset, nColOffset,
-                            rContext.m_eKernelType, rContext.m_nKernelSize)) {
+        if (!lowpassRectify(rResult[i], *rJob.m_pCamera, planes[i], rHow)) {
             return KestrovaErrorSystem;
         }
     }
@@ -131,14 +129,12 @@ KestrovaError rectifyColorPlanes(StereoContext* pContext, KestrovaCamera eCamera
     if (rowInc(rResult[0]) != rowInc(rResult[1]) || rowInc(rResult[0]) != rowInc(rResult[2])) {
         return KestrovaErrorInvalidCamera; // one row increment must do for the record
     }
-    int nRowOffset = 0;
-    int nColOffset = 0;
-    getWarperOffsets(pContext, job.m_nCamera, &nRowOffset, &nColOffset);
+    Rectification how{job.m_uMask, job.m_uMask, 0, 0, pContext->m_eKernelType, pContext->m_nKernelSize};
+    getWarperOffsets(pContext, job.m_nCamera, &how.m_nRowOffset, &how.m_nColOffset);
     if (pInput->inputType == KestrovaInputRGB) {
-        return rectifyPlanes(*pContext, job, *pInput, rResult, nRowOffset, nColOffset);
+        return rectifyPlanes(*pContext, job, *pInput, rResult, how);
     }
-    return rectifyPacked(*pContext, job, *pInput, rResult, nRowOffset, nColOffset) ? KestrovaErrorOk
-                                                                                   : KestrovaErrorSystem;
+    return rectifyPacked(job, *pInput, rResult, how) ? KestrovaErrorOk : KestrovaErrorSystem;
 }
 
 // ---- packed ----

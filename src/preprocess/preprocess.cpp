@@ -220,14 +220,10 @@ KestrovaError rectifyCamera(StereoContext* pContext, int nCamera)
         return KestrovaErrorOk;
     }
     const unsigned uMask = pContext->m_bLowpass ? 0 : 1; // 0: as large as the reduction
-    int nRowOffset = 0;
-    int nColOffset = 0;
-    getWarperOffsets(pContext, nCamera, &nRowOffset, &nColOffset);
+    Rectification how{uMask, uMask, 0, 0, pContext->m_eKernelType, pContext->m_nKernelSize};
+    getWarperOffsets(pContext, nCamera, &how.m_nRowOffset, &how.m_nColOffset);
     Camera& rCamera = *pContext->m_apCameras[static_cast<std::size_t>(nCamera)];
-    return lowpassRectify(rRectified, rCamera, rRaw, uMask, uMask, nRowOffset, nColOffset, pContext->m_eKernelType,
-                          pContext->m_nKernelSize)
-               ? KestrovaErrorOk
-               : KestrovaErrorSystem;
+    return lowpassRectify(rRectified, rCamera, rRaw, how) ? KestrovaErrorOk : KestrovaErrorSystem;
 }
 
 /** The cameras whose images this context makes. A furrow context takes the right camera's from the main one. */

@@ -5,13 +5,12 @@
 
 namespace kestrova {
 
-BoxAverage::BoxAverage(Image<unsigned char>& rInterior, const Image<unsigned char>& rSrc, Image<unsigned short>& rSums,
-                       BoxFilter& rBox, int nScale, int nMaskRows, int nMaskCols)
-    : m_rInterior(rInterior), m_rSrc(rSrc), m_rSums(rSums), m_rBox(rBox), m_nScale(nScale), m_bSSE2(sse2Enabled()),
-      m_pForm(ColumnBox::formFor(nMaskCols))
+BoxAverage::BoxAverage(const BoxPass& rPass, const Image<unsigned char>& rSrc)
+    : m_rInterior(rPass.m_rInterior), m_rSrc(rSrc), m_rSums(rPass.m_rSums), m_rBox(rPass.m_rBox),
+      m_nScale(rPass.m_nScale), m_bSSE2(sse2Enabled()), m_pForm(ColumnBox::formFor(rPass.m_nMaskCols))
 {
     if (m_pForm != nullptr) {
-        m_columns.emplace(*m_pForm, rSrc, nMaskRows, nMaskCols);
+        m_columns.emplace(*m_pForm, rSrc, rPass.m_nMaskRows, rPass.m_nMaskCols);
     }
 }
 

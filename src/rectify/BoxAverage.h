@@ -8,12 +8,23 @@
 
 namespace kestrova {
 
+/** The average of one image: where it goes, what it works with, and the box. */
+struct BoxPass
+{
+    Image<unsigned char>& m_rTmp;      // of source size
+    Image<unsigned char>& m_rInterior; // the part of it that the box can reach
+    Image<unsigned short>& m_rSums;    // the accumulator that the filter was reset to; both serve where no wide form
+    BoxFilter& m_rBox;                 // sums by columns
+    int m_nScale;                      // the 16.16 factor of row_pack_op
+    int m_nMaskRows;
+    int m_nMaskCols;
+};
+
 class BoxAverage
 {
 public:
-    /** Averages go into the rows of interior. sums and box, which was reset to it, serve where no wide form does. */
-    BoxAverage(Image<unsigned char>& rInterior, const Image<unsigned char>& rSrc, Image<unsigned short>& rSums,
-               BoxFilter& rBox, int nScale, int nMaskRows, int nMaskCols);
+    /** Averages go into the rows of the interior. */
+    BoxAverage(const BoxPass& rPass, const Image<unsigned char>& rSrc);
 
     /** Takes in the next source row. The number of the row just completed, negative while there is none. */
     int addRow();

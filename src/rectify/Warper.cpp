@@ -59,11 +59,10 @@ namespace {
 class LowpassFeed
 {
 public:
-    LowpassFeed(const Image<unsigned char>& rSrc, Image<unsigned char>& rTmp, Image<unsigned char>& rInterior,
-                Image<unsigned short>& rSums, BoxFilter& rBox, int nScale, int nMaskRows, int nMaskCols)
-        : m_average(rInterior, rSrc, rSums, rBox, nScale, nMaskRows, nMaskCols), m_nSrcRows(rSrc.nRows()),
-          m_nTop(nMaskRows / 2), m_nBottom((nMaskRows - 1) / 2), m_nLead(nMaskRows - 1 - nMaskRows / 2),
-          m_nLeft(nMaskCols / 2), m_nRight((nMaskCols - 1) / 2), m_size(rTmp.size()), m_pCursor(rTmp.data())
+    LowpassFeed(const Image<unsigned char>& rSrc, const BoxPass& r)
+        : m_average(r, rSrc), m_nSrcRows(rSrc.nRows()), m_nTop(r.m_nMaskRows / 2), m_nBottom((r.m_nMaskRows - 1) / 2),
+          m_nLead(r.m_nMaskRows - 1 - r.m_nMaskRows / 2), m_nLeft(r.m_nMaskCols / 2), m_nRight((r.m_nMaskCols - 1) / 2),
+          m_size(r.m_rTmp.size()), m_pCursor(r.m_rTmp.data())
     {}
 
     /** Filters until row nLast of tmp stands, or the source ends. */
@@ -127,13 +126,18 @@ void Warper::warp(Image<unsigned char>& rDst, const Image<unsigned char>& rSrc, 
                   Image<unsigned char>& rTmpInterior, Image<unsigned short>& rSums, BoxFilter& rBox, int nScale,
                   int nMaskRows, int nMaskCols) const
 {
-    LowpassFeed feed(rSrc, rTmp, rTmpInterior, rSums, rBox, nScale, nMaskRows, nMaskCols);
+    warp(rDst, rSrc, {rTmp, rTmpInterior, rSums, rBox, nScale, nMaskRows, nMaskCols});
+}
+
+void Warper::warp(Image<unsigned char>& rDst, const Image<unsigned char>& rSrc, const BoxPass& rPass) const
+{
+    LowpassFeed feed(rSrc, rPass);
     const Row<const int> highest = m_rowRange[1];
     const ImageDim offset = rDst.offset();
     for (int nRow = 0; nRow < rDst.nRows(); ++nRow) {
         const int nTableRow = offset.m_nRows + nRow;
         feed.fillTo(highest[nTableRow]);
-        warp(&rDst[nRow][0], rTmp.data(), nTableRow, offset.m_nCols, rDst.nCols());
+        warp(&rDst[nRow][0], rPass.m_rTmp.data(), nTableRow, offset.m_nCols, rDst.nCols());
     }
 }
 

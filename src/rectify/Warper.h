@@ -14,6 +14,7 @@
 namespace kestrova {
 
 class WarpMapFunc;
+struct BoxPass;
 
 /** What a warper is built for. Requests with equal keys are served by one warper. */
 struct WarperKey
@@ -55,15 +56,15 @@ public:
     [[nodiscard]] virtual std::unique_ptr<Warper> clone() const;
 
     /**
-     * Box average, gain and warp in one pass over the source. tmp has source size and a stride that this warper was
-     * built for; tmpInterior is its part that the box can reach; sums is the accumulator that box was reset to, both
-     * unused where a wide form sums by columns; scale is the 16.16 factor of row_pack_op.
+     * Box average, gain and warp in one pass over the source. The stride of tmp is one that this warper was built for.
      *
      * Before a destination row is warped, just the source rows that it touches are filtered. The border of tmp is
      * blackened by a cursor that steps by the columns of tmp, not by its stride. Where the two differ (widths that are
      * no multiple of 32) it falls behind: it blackens single pixels inside rows that are filtered already, and the
      * border itself keeps what tmp held before.
      */
+    void warp(Image<unsigned char>& rDst, const Image<unsigned char>& rSrc, const BoxPass& rPass) const;
+    /** The same as a list. Nothing in the library calls it. */
     virtual void warp(Image<unsigned char>& rDst, const Image<unsigned char>& rSrc, Image<unsigned char>& rTmp,
                       Image<unsigned char>& rTmpInterior, Image<unsigned short>& rSums, BoxFilter& rBox, int nScale,
                       int nMaskRows, int nMaskCols) const;

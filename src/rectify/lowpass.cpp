@@ -73,11 +73,12 @@ void lowpassRectify(Image<unsigned char>& rDst, const Warper& rWarper, double dG
     Image<unsigned char> interior(rTmp, rTmp.mask({nMaskRows, nMaskCols}), false);
     t_sums.begin(interior.size(), uMaskRows, uMaskCols);
     const int nScale = averageScale(dGain, uMaskRows, uMaskCols);
+    const BoxPass pass{rTmp, interior, t_sums.m_row, t_sums.m_box, nScale, nMaskRows, nMaskCols};
     if (rWarper.key().m_eKernelType == KernelBilinear) {
-        rWarper.warp(rDst, rSrc, rTmp, interior, t_sums.m_row, t_sums.m_box, nScale, nMaskRows, nMaskCols);
+        rWarper.warp(rDst, rSrc, pass);
         return;
     }
-    BoxAverage average(interior, rSrc, t_sums.m_row, t_sums.m_box, nScale, nMaskRows, nMaskCols);
+    BoxAverage average(pass, rSrc);
     for (int nRow = 0; nRow < rSrc.nRows(); ++nRow) {
         average.writeRow(average.addRow());
     }
@@ -85,17 +86,17 @@ void lowpassRectify(Image<unsigned char>& rDst, const Warper& rWarper, double dG
     rWarper.warp(rDst, rTmp);
 }
 
-bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<unsigned char>& rSrc, unsigned uMaskRows,
-                    unsigned uMaskCols, int nRowOffset, int nColOffset, KernelType eKernelType, int nKernelSize)
+bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<unsigned char>& rSrc,
+                    const Rectification& rHow)
 {
-    uMaskRows = resolveMask(uMaskRows, rSrc.nRows(), rDst.nRows());
-    uMaskCols = resolveMask(uMaskCols, rSrc.nCols(), rDst.nCols());
+    const unsigned uMaskRows = resolveMask(rHow.m_uMaskRows, rSrc.nRows(), rDst.nRows());
+    const unsigned uMaskCols = resolveMask(rHow.m_uMaskCols, rSrc.nCols(), rDst.nCols());
     const bool bPlain = isPlainCopy(uMaskRows, uMaskCols, rCamera.gain());
     const ImageDim mask{static_cast<int>(uMaskRows), static_cast<int>(uMaskCols)};
     Image<unsigned char> tmp = bPlain ? rSrc : rCamera.lowpassScratch(rSrc.size(), mask);
     const Warper* const pWarper =
-        rCamera.getWarper({rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), tmp.rowDistance(), nRowOffset,
-                           nColOffset, eKernelType, nKernelSize});
+        rCamera.getWarper({rDst.nRows(), rDst.nCols(), rSrc.nRows(), rSrc.nCols(), tmp.rowDistance(), rHow.m_nRowOffset,
+                           rHow.m_nColOffset, rHow.m_eKernelType, rHow.m_nKernelSize});
     if (pWarper == nullptr) {
         return false;
     }

@@ -38,10 +38,20 @@ void giveSize(Image<T>& rImage, const ImageDim& rSize)
 void lowpassRectify(Image<unsigned char>& rDst, const Warper& rWarper, double dGain, const Image<unsigned char>& rSrc,
                     unsigned uMaskRows, unsigned uMaskCols, Image<unsigned char>& rTmp);
 
+/** What a camera's image is averaged over, and the warper that rectifies it, but for sizes. */
+struct Rectification
+{
+    unsigned m_uMaskRows; // 0: automatic
+    unsigned m_uMaskCols;
+    int m_nRowOffset; // hundredths of a pixel
+    int m_nColOffset;
+    KernelType m_eKernelType;
+    int m_nKernelSize;
+};
+
 /** As above with the camera's warper and gain. False, and dst as it was, if the camera has no such warper. */
 [[nodiscard]] bool lowpassRectify(Image<unsigned char>& rDst, Camera& rCamera, const Image<unsigned char>& rSrc,
-                                  unsigned uMaskRows, unsigned uMaskCols, int nRowOffset, int nColOffset,
-                                  KernelType eKernelType, int nKernelSize);
+                                  const Rectification& rHow);
 
 /** The core without averaging. */
 void rectify(Image<unsigned char>& rDst, const Warper& rWarper, double dGain, const Image<unsigned char>& rSrc);

@@ -118,76 +118,19 @@ void unpackLowpassRectify(Image<Pixel8x4>& rDst, const Warper& rWarper, double d
 
 // ---- planes: each channel through the grey lowpass ----
 
-namespace {
-
-/** Three raw planes or temporaries of one size. */
-struct ThreePlanes
+bool unpackLowpassRectify(const std::array<PlaneTarget, 3>& rTargets, const Image<Pixel8x4>& rSrc,
+                          const Rectification& rHow)
 {
-    Image<unsigned char> m_red;
-    Image<unsigned char> m_green;
-    Image<unsigned char> m_blue;
-
-    explicit ThreePlanes(const ImageDim& rSize)
-        : m_red(blackScratch<unsigned char>(rSize)), m_green(blackScratch<unsigned char>(rSize)),
-          m_blue(blackScratch<unsigned char>(rSize))
-    {}
-};
-
-} // namespace
-
-bool unpackLowpassRectify(Image<unsigned char>& rA, Camera& rCameraA, Image<unsigned char>& rB, Camera& rCameraB,
-                          Image<unsigned char>& rC, Camera& rCameraC, const Image<Pixel8x4>& rSrc, unsigned uMaskRows,
-                          unsigned uMaskCols, int nRowOffset, int nColOffset, KernelType eKernelType, int nKernelSize)
-{
-    ThreePlanes raw(rSrc.size());
-    unpackRGB(raw.m_red, raw.m_green, raw.m_blue, rSrc);
-    const auto rectifyPlane = [&](Image<unsigned char>& rDst, Camera& rCamera, const Image<unsigned char>& rRaw) {
-        return lowpassRectify(rDst, rCamera, rRaw, uMaskRows, uMaskCols, nRowOffset, nColOffset, eKernelType,
-                              nKernelSize);
-    };
-    return rectifyPlane(rA, rCameraA, raw.m_red) && rectifyPlane(rB, rCameraB, raw.m_green) &&
-           rectifyPlane(rC, rCameraC, raw.m_blue);
-}
-
-void unpackLowpassRectify(Image<unsigned char>& rA, const Camera& rCameraA, Image<unsigned char>& rB,
-                          const Camera& rCameraB, Image<unsigned char>& rC, const Camera& rCameraC,
-                          const Image<Pixel8x4>& rSrc, unsigned uMaskRows, unsigned uMaskCols)
-{
-    unpackLowpassRectify(rA, *rCameraA.currentWarper(), static_cast<float>(rCameraA.gain()), rB,
-                         *rCameraB.currentWarper(), static_cast<float>(rCameraB.gain()), rC, *rCameraC.currentWarper(),
-                         static_cast<float>(rCameraC.gain()), rSrc, uMaskRows, uMaskCols);
-}
-
-void unpackLowpassRectify(Image<unsigned char>& rA, const Warper& rWarperA, float fGainA, Image<unsigned char>& rB,
-                          const Warper& rWarperB, float fGainB, Image<unsigned char>& rC, const Warper& rWarperC,
-                          float fGainC, const Image<Pixel8x4>& rSrc, unsigned uMaskRows, unsigned uMaskCols)
-{
-    ThreePlanes raw(rSrc.size());
-    unpackLowpassRectify(rA, rWarperA, fGainA, raw.m_red, rB, rWarperB, fGainB, raw.m_green, rC, rWarperC, fGainC,
-                         raw.m_blue, rSrc, uMaskRows, uMaskCols);
-}
-
-void unpackLowpassRectify(Image<unsigned char>& rA, const Warper& rWarperA, float fGainA, Image<unsigned char>& rARaw,
-                          Image<unsigned char>& rB, const Warper& rWarperB, float fGainB, Image<unsigned char>& rBRaw,
-                          Image<unsigned char>& rC, const Warper& rWarperC, float fGainC, Image<unsigned char>& rCRaw,
-                          const Image<Pixel8x4>& rSrc, unsigned uMaskRows, unsigned uMaskCols)
-{
-    ThreePlanes tmp(rSrc.size());
-    unpackLowpassRectify(rA, rWarperA, fGainA, rARaw, tmp.m_red, rB, rWarperB, fGainB, rBRaw, tmp.m_green, rC, rWarperC,
-                         fGainC, rCRaw, tmp.m_blue, rSrc, uMaskRows, uMaskCols);
-}
-
-void unpackLowpassRectify(Image<unsigned char>& rA, const Warper& rWarperA, float fGainA, Image<unsigned char>& rARaw,
-                          Image<unsigned char>& rATmp, Image<unsigned char>& rB, const Warper& rWarperB, float fGainB,
-                          Image<unsigned char>& rBRaw, Image<unsigned char>& rBTmp, Image<unsigned char>& rC,
-                          const Warper& rWarperC, float fGainC, Image<unsigned char>& rCRaw,
-                          Image<unsigned char>& rCTmp, const Image<Pixel8x4>& rSrc, unsigned uMaskRows,
-                          unsigned uMaskCols)
-{
-    unpackRGB(rARaw, rBRaw, rCRaw, rSrc);
-    lowpassRectify(rA, rWarperA, double{fGainA}, rARaw, uMaskRows, uMaskCols, rATmp);
-    lowpassRectify(rB, rWarperB, double{fGainB}, rBRaw, uMaskRows, uMaskCols, rBTmp);
-    lowpassRectify(rC, rWarperC, double{fGainC}, rCRaw, uMaskRows, uMaskCols, rCTmp);
+    std::array<Image<unsigned char>, 3> raw{blackScratch<unsigned char>(rSrc.size()),
+                                            blackScratch<unsigned char>(rSrc.size()),
+                                            blackScratch<unsigned char>(rSrc.size())};
+    unpackRGB(raw[0], raw[1], raw[2], rSrc);
+    for (std::size_t u = 0; u < raw.size(); ++u) {
+        if (!lowpassRectify(rTargets[u].m_rDst, rTargets[u].m_rCamera, raw[u], rHow)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace kestrova

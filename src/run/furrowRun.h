@@ -2,7 +2,7 @@
 #pragma once
 
 #include "context/StereoContext.h"
-#include "parallel/ExecutorPool.h"
+#include "run/ExecutorPool.h"
 
 namespace kestrova {
 

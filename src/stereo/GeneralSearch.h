@@ -1,15 +1,16 @@
 // One region of a frame as the general correlator searches it: the range, where the images are cut for each disparity,
 // and what a label or a seed looks like. The two ways to search it, by passes and by rows, share this and no more.
 //
-// Indices are disparities less the context's offset. A search borrows everything and lasts for a call.
+// Indices are disparities less the offset of labels. A search borrows everything and lasts for a call.
 #pragma once
 
-#include "context/StereoContext.h"
 #include "kernels/row_interpolation.h"
+#include "stereo/CorrelationSettings.h"
 #include "stereo/aligned_views.h"
 #include "stereo/early_validation.h"
 
 #include <cstdint>
+#include <span>
 
 namespace kestrova {
 
@@ -20,17 +21,17 @@ constexpr std::uint16_t sk_uAnyScore = 65535;  // validation value that rejects 
 class GeneralSearch
 {
 public:
-    GeneralSearch(StereoContext& rContext, const RegionGeometry& rGeometry, const CameraSteps& rSteps,
-                  const Image<unsigned char>* pImages, int nImages, int nHighest)
-        : m_rContext(rContext), m_pImages(pImages), m_nImages(nImages),
-          m_nFirst(rContext.m_nMinDisparity - rContext.m_nDisparityOffset),
-          m_nLast(nHighest - rContext.m_nDisparityOffset), m_rGeometry(rGeometry), m_rSteps(rSteps)
+    GeneralSearch(const CorrelationSettings& rSettings, const DisparityImages& rOut, const RegionGeometry& rGeometry,
+                  const CameraSteps& rSteps, std::span<const Image<unsigned char>> images, int nHighest)
+        : m_rSettings(rSettings), m_rOut(rOut), m_images(images),
+          m_nFirst(rSettings.m_nMinDisparity - rSettings.m_nDisparityOffset),
+          m_nLast(nHighest - rSettings.m_nDisparityOffset), m_rGeometry(rGeometry), m_rSteps(rSteps)
     {}
 
     /** True when all views of the range lie in the images with room for a window. */
     [[nodiscard]] bool hasRoom() const;
 
-    [[nodiscard]] int halfMask() const { return m_rContext.m_nStereoMaskSize / 2; }
+    [[nodiscard]] int halfMask() const { return m_rSettings.m_nMask / 2; }
     [[nodiscard]] const ImageDim& frame() const { return m_rGeometry.m_frame; }
     [[nodiscard]] AlignedViews viewsAt(int i) const;
     /**
@@ -40,19 +41,17 @@ public:
      */
     [[nodiscard]] ImageROI output(const AlignedViews& rViews) const;
 
-    /** The tests measure the distance from an edge image's zero level. */
-    [[nodiscard]] bool validates() const;
-    [[nodiscard]] float textureThreshold() const;
-    [[nodiscard]] float uniquenessThreshold() const;
-    [[nodiscard]] EarlySeeds seeds() const;
+    [[nodiscard]] int images() const { return static_cast<int>(m_images.size()); }
+    /** The tests of labels, with the thresholds of those that are on. */
+    [[nodiscard]] EarlyTests tests() const;
 
     /** What the 8-bit image shows for an index. */
     [[nodiscard]] std::uint8_t label8(int i) const;
     [[nodiscard]] RowInterpolation fit() const;
 
-    StereoContext& m_rContext;
-    const Image<unsigned char>* m_pImages;
-    int m_nImages;
+    const CorrelationSettings& m_rSettings;
+    const DisparityImages& m_rOut;
+    std::span<const Image<unsigned char>> m_images;
     int m_nFirst;
     int m_nLast;
 

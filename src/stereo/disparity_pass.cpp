@@ -65,13 +65,13 @@ void stereoStep(Image<unsigned short>& rBest, Image<unsigned char>& rLabel, Imag
         return;
     }
     PassRows rows(pViews[0].size());
-    stereoStep(rows, rBest, rLabel, rBefore, rAfter, rLast, pViews, K, m, ucNewLabel, bSubpixel);
+    RunningMinimum minimum{rBest, rLabel, rBefore, rAfter, rLast};
+    stereoStep(rows, minimum, {pViews, K, m, ucNewLabel}, bSubpixel);
 }
 
-void stereoStep(PassRows& rRows, Image<unsigned short>& rBest, Image<unsigned char>& rLabel,
-                Image<unsigned short>& rBefore, Image<unsigned short>& rAfter, Image<unsigned short>& rLast,
-                const Image<unsigned char>* pViews, int K, unsigned m, unsigned char ucNewLabel, bool bSubpixel)
+void stereoStep(PassRows& rRows, RunningMinimum& r, const DisparityViews& rViews, bool bSubpixel)
 {
+    const auto [pViews, K, m, ucNewLabel] = rViews;
     if (K < 1 || pViews == nullptr || m == 0) {
         return;
     }
@@ -80,17 +80,17 @@ void stereoStep(PassRows& rRows, Image<unsigned short>& rBest, Image<unsigned ch
     rRows.m_box.reset(rRows.m_scores, m, m);
     for (int nRow = 0; nRow < pViews[0].nRows(); ++nRow) {
         const int y = rRows.m_box.add(differences(nRow), pViews[0].nCols(), bSSE2);
-        if (y < 0 || y >= rBest.nRows()) {
+        if (y < 0 || y >= r.m_best.nRows()) {
             continue;
         }
         const unsigned short* pScores = &rRows.m_scores[y][0];
-        const int nCols = rLabel.nCols();
+        const int nCols = r.m_label.nCols();
         if (bSubpixel) {
-            stereo_min_subpix(&rBest[y][0], &rLabel[y][0], &rBefore[y][0], &rAfter[y][0], &rLast[y][0], pScores,
-                              ucNewLabel, nCols, bSSE2);
-            row_copy16(&rLast[y][0], pScores, nCols);
+            stereo_min_subpix(&r.m_best[y][0], &r.m_label[y][0], &r.m_before[y][0], &r.m_after[y][0], &r.m_last[y][0],
+                              pScores, ucNewLabel, nCols, bSSE2);
+            row_copy16(&r.m_last[y][0], pScores, nCols);
         } else {
-            stereo_min(&rBest[y][0], &rLabel[y][0], pScores, ucNewLabel, nCols, bSSE2);
+            stereo_min(&r.m_best[y][0], &r.m_label[y][0], pScores, ucNewLabel, nCols, bSSE2);
         }
     }
 }

@@ -38,26 +38,24 @@ int scaledUniqueness(float fThreshold, int K, int m)
 } // namespace
 
 void earlyValidation(Image<unsigned short>& rScore, Image<unsigned char>& rLabel, const Image<unsigned char>* pViews,
-                     int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
-                     std::uint8_t ucUniquenessMapping)
+                     const EarlyTests& rTests)
 {
-    if (K < 1 || pViews == nullptr || m < 1) {
+    if (rTests.m_nImages < 1 || pViews == nullptr || rTests.m_nMask < 1) {
         return;
     }
-    const EarlySeeds seeds = EarlySeeds::make(K, m, fTexture, ucTextureMapping, fUniqueness, ucUniquenessMapping);
+    const EarlySeeds seeds = EarlySeeds::make(rTests);
     if (seeds.m_bTests) {
-        textureMeasure(rScore, pViews[0], m);
+        textureMeasure(rScore, pViews[0], rTests.m_nMask);
     }
     for (int nRow = 0; nRow < rScore.nRows(); ++nRow) {
         seeds.seed(&rScore[nRow][0], &rLabel[nRow][0], static_cast<unsigned>(rScore.nCols()));
     }
 }
 
-EarlySeeds EarlySeeds::make(int K, int m, float fTexture, std::uint8_t ucTextureMapping, float fUniqueness,
-                            std::uint8_t ucUniquenessMapping)
+EarlySeeds EarlySeeds::make(const EarlyTests& r)
 {
-    return {fTexture > 0 || fUniqueness > 0, scaledTexture(fTexture, m), ucTextureMapping,
-            scaledUniqueness(fUniqueness, K, m), ucUniquenessMapping};
+    return {r.m_fTexture > 0 || r.m_fUniqueness > 0, scaledTexture(r.m_fTexture, r.m_nMask), r.m_ucTextureMapping,
+            scaledUniqueness(r.m_fUniqueness, r.m_nImages, r.m_nMask), r.m_ucUniquenessMapping};
 }
 
 void EarlySeeds::seed(std::uint16_t* pScore, std::uint8_t* pLabel, unsigned n) const

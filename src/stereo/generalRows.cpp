@@ -35,7 +35,7 @@ private:
     void fit(int nRow);
 
     const GeneralSearch& s;
-    StereoContext& r;
+    const CorrelationSettings& r;
     ImageROI m_output; // of the lowest disparity; the others reach less far
     EarlySeeds m_seeds;
     RowInterpolation m_fit;
@@ -57,14 +57,15 @@ private:
 };
 
 RowSearch::RowSearch(const GeneralSearch& rSearch)
-    : s(rSearch), r(rSearch.m_rContext), m_output(s.output(s.viewsAt(s.m_nFirst))), m_seeds(s.seeds()), m_fit(s.fit()),
-      m_bSSE2(sse2Enabled()), m_rKernels(kernelForm(m_bSSE2)), m_bTexture(s.validates() && m_seeds.m_bTests)
+    : s(rSearch), r(rSearch.m_rSettings), m_output(s.output(s.viewsAt(s.m_nFirst))),
+      m_seeds(EarlySeeds::make(s.tests())), m_fit(s.fit()), m_bSSE2(sse2Enabled()), m_rKernels(kernelForm(m_bSSE2)),
+      m_bTexture(r.testsLabels() && m_seeds.m_bTests)
 {
     ScratchCount count;
     take(count);
     threadScratch().reset(count.m_uBytes);
     take(threadScratch());
-    m_sums.reset(r.m_nStereoMaskSize, s.frame().m_nCols, m_bSSE2);
+    m_sums.reset(r.m_nMask, s.frame().m_nCols, m_bSSE2);
     std::fill_n(m_pGrey, s.frame().m_nCols, sk_ucEdgeZero);
     std::fill_n(m_pValidation, s.frame().m_nCols, sk_uAnyScore);
     for (int n = 0; n < nViews(); ++n) {
@@ -103,10 +104,10 @@ SummedView RowSearch::viewAt(int i) const
     const AlignedViews views = s.viewsAt(i);
     const ImageROI cut = views.view(0);
     const ImageROI output = s.output(views);
-    SummedView view{{}, s.m_nImages, cut.m_nRows, cut.m_nCols, output.m_nRows, output.m_nCols, nullptr};
-    for (int n = 0; n < s.m_nImages; ++n) {
+    SummedView view{{}, s.images(), cut.m_nRows, cut.m_nCols, output.m_nRows, output.m_nCols, nullptr};
+    for (int n = 0; n < s.images(); ++n) {
         const ImageROI place = views.view(n);
-        const Image<unsigned char>& rImage = s.m_pImages[n];
+        const Image<unsigned char>& rImage = s.m_images[static_cast<std::size_t>(n)];
         view.m_aSources[static_cast<std::size_t>(n)] = {&rImage[place.m_nRowOffset][place.m_nColOffset],
                                                         rImage.rowDistance()};
     }
@@ -128,7 +129,7 @@ void RowSearch::run()
         if (m_bTexture) {
             m_sums.add(m_texture, nRow);
         }
-        const int nOut = nRow - (r.m_nStereoMaskSize - 1);
+        const int nOut = nRow - (r.m_nMask - 1);
         const bool bComplete = nOut >= 0 && nOut < m_output.m_nRows;
         if (bComplete) {
             begin(nOut);
@@ -136,10 +137,10 @@ void RowSearch::run()
         for (int n = 0; n < nViews() && nRow < m_pViews[n].m_nRows; ++n) {
             m_sums.add(m_pViews[n], nRow);
             if (bComplete && nOut < m_pViews[n].m_nSumRows) {
-                r.m_bSubpixelInterpolation ? merge16(n) : merge8(n);
+                r.m_bSubpixel ? merge16(n) : merge8(n);
             }
         }
-        if (bComplete && r.m_bSubpixelInterpolation) {
+        if (bComplete && r.m_bSubpixel) {
             fit(nOut);
         }
     }
@@ -148,10 +149,9 @@ void RowSearch::run()
 void RowSearch::begin(int nRow)
 {
     const int nCol = m_output.m_nColOffset;
-    m_pLabels =
-        r.m_bSubpixelInterpolation ? m_pRowLabels + nCol : &r.m_disparityImage[m_output.m_nRowOffset + nRow][nCol];
-    if (s.validates()) {
-        std::uint16_t* const pSeeds = (r.m_bSubpixelInterpolation ? m_pValidation : m_pBest) + nCol;
+    m_pLabels = r.m_bSubpixel ? m_pRowLabels + nCol : &s.m_rOut.m_r8[m_output.m_nRowOffset + nRow][nCol];
+    if (r.testsLabels()) {
+        std::uint16_t* const pSeeds = (r.m_bSubpixel ? m_pValidation : m_pBest) + nCol;
         if (m_bTexture) {
             row_copy16(pSeeds, m_texture.m_pSums, m_output.m_nCols);
         }
@@ -164,7 +164,7 @@ void RowSearch::merge8(int nView)
     const SummedView& rView = m_pViews[nView];
     std::uint16_t* const pBest = m_pBest + m_output.m_nColOffset;
     const std::uint8_t ucLabel = s.label8(s.m_nFirst + nView);
-    if (nView == 0 && !s.validates()) {
+    if (nView == 0 && !r.testsLabels()) {
         row_copy16(pBest, rView.m_pSums, rView.m_nSumCols);
         std::fill_n(m_pLabels, rView.m_nSumCols, ucLabel);
     } else { // a disparity has to beat the seed to be seen at all, the first one like the others
@@ -191,9 +191,8 @@ void RowSearch::merge16(int nView)
 void RowSearch::fit(int nRow)
 {
     const int nCol = m_output.m_nColOffset;
-    m_rKernels.row_interpolation(&r.m_disparityImage16[m_output.m_nRowOffset + nRow][nCol], m_output.m_nCols,
-                                 m_pBest + nCol, m_pBefore + nCol, m_pAfter + nCol, m_pLabels, m_pValidation + nCol,
-                                 m_fit);
+    m_rKernels.row_interpolation(&s.m_rOut.m_r16[m_output.m_nRowOffset + nRow][nCol], m_output.m_nCols, m_pBest + nCol,
+                                 m_pBefore + nCol, m_pAfter + nCol, m_pLabels, m_pValidation + nCol, m_fit);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "stereo/surfaceValidation.h"
 
 #include "context/StereoContext.h"
+#include "stereo/CorrelationSettings.h"
 
 namespace kestrova {
 
@@ -23,15 +24,43 @@ struct LabelScale
     double m_dPerDisparity;
 };
 
-LabelScale labelScale(const StereoContext& r)
+LabelScale labelScale(const CorrelationSettings& r)
 {
-    if (r.m_bDisparityMappingOn) {
-        const double dSpan = r.m_nDisparityMappingMax - r.m_nDisparityMappingMin;
-        return {static_cast<std::uint8_t>(r.m_nDisparityMappingMin),
-                static_cast<std::uint8_t>(r.m_nDisparityMappingMax), dSpan / (r.m_nMaxDisparity - r.m_nMinDisparity)};
+    if (r.m_bMapping) {
+        const double dSpan = r.m_nMappingMax - r.m_nMappingMin;
+        return {static_cast<std::uint8_t>(r.m_nMappingMin), static_cast<std::uint8_t>(r.m_nMappingMax),
+                dSpan / (r.m_nMaxDisparity - r.m_nMinDisparity)};
     }
     return {static_cast<std::uint8_t>(r.m_nMinDisparity - r.m_nDisparityOffset),
             static_cast<std::uint8_t>(r.m_nMaxDisparity - r.m_nDisparityOffset), 1.0};
+}
+
+/** What makes a surface: so many pixels, each within so many disparities of the next; and how others show. */
+struct SurfaceTest
+{
+    double m_dDifference;
+    unsigned m_uMinSize;
+    std::uint8_t m_ucCode;
+};
+
+void validate16(KesSegmentContext& rSegments, Image<unsigned short>& rImage, Image<unsigned int>& rLabels,
+                const CorrelationSettings& r, const SurfaceTest& rTest)
+{
+    // The edge mask counts whether or not edge images were correlated.
+    const int nBorder = r.m_nMask / 2 + r.m_nEdgeMask / 2;
+    prepareLabels(rLabels, rImage.size());
+    rSegments.SegmentIntoRegions(rImage, rLabels, rTest.m_dDifference, rTest.m_uMinSize,
+                                 static_cast<std::uint16_t>(sk_uReject + rTest.m_ucCode),
+                                 static_cast<unsigned>(nBorder));
+}
+
+void validate8(KesSegmentContext& rSegments, Image<unsigned char>& rImage, Image<unsigned int>& rLabels,
+               const CorrelationSettings& r, const SurfaceTest& rTest)
+{
+    const LabelScale scale = labelScale(r);
+    prepareLabels(rLabels, rImage.size());
+    rSegments.SegmentIntoRegions(rImage, rLabels, rTest.m_dDifference * scale.m_dPerDisparity, scale.m_ucMin,
+                                 scale.m_ucMax, rTest.m_uMinSize, rTest.m_ucCode);
 }
 
 } // namespace
@@ -42,20 +71,13 @@ bool validateSurfaces(StereoContext* pContext)
         return false;
     }
     StereoContext& r = *pContext;
-    const auto uMinSize = static_cast<unsigned>(r.m_nSurfaceValidationSize);
-    if (r.m_bSubpixelInterpolation) {
-        // The edge mask counts whether or not edge images were correlated.
-        const int nBorder = r.m_nStereoMaskSize / 2 + r.m_nEdgeMaskSize / 2;
-        prepareLabels(r.m_surfaceLabelImage, r.m_disparityImage16.size());
-        r.m_segmentContext.SegmentIntoRegions(
-            r.m_disparityImage16, r.m_surfaceLabelImage, r.m_dSurfaceValidationDifference, uMinSize,
-            static_cast<std::uint16_t>(sk_uReject + r.m_ucSurfaceValidationMapping), static_cast<unsigned>(nBorder));
+    const CorrelationSettings settings = CorrelationSettings::of(r);
+    const SurfaceTest test{r.m_dSurfaceValidationDifference, static_cast<unsigned>(r.m_nSurfaceValidationSize),
+                           r.m_ucSurfaceValidationMapping};
+    if (settings.m_bSubpixel) {
+        validate16(r.m_segmentContext, r.m_disparityImage16, r.m_surfaceLabelImage, settings, test);
     } else {
-        const LabelScale scale = labelScale(r);
-        prepareLabels(r.m_surfaceLabelImage, r.m_disparityImage.size());
-        r.m_segmentContext.SegmentIntoRegions(r.m_disparityImage, r.m_surfaceLabelImage,
-                                              r.m_dSurfaceValidationDifference * scale.m_dPerDisparity, scale.m_ucMin,
-                                              scale.m_ucMax, uMinSize, r.m_ucSurfaceValidationMapping);
+        validate8(r.m_segmentContext, r.m_disparityImage, r.m_surfaceLabelImage, settings, test);
     }
     return true;
 }

@@ -1,6 +1,7 @@
 #include "stereo/twoCameraStereo.h"
 
 #include "context/StereoContext.h"
+#include "stereo/CorrelationSettings.h"
 #include "stereo/twofast.h"
 #include "stereo/twofast_subpix.h"
 
@@ -35,21 +36,14 @@ struct Rectangle
 
 // A region that begins above or left of the border keeps its size: it ends as far behind the border as it would have
 // ended behind its own corner.
-Rectangle outputRectangle(const StereoContext& r, const KestrovaROI& rRegion)
+Rectangle outputRectangle(const CorrelationSettings& r, const KestrovaROI& rRegion)
 {
-    const std::int64_t b = r.m_nStereoMaskSize / 2 + (r.m_bEdgeCorrelation ? r.m_nEdgeMaskSize / 2 : 0);
+    const std::int64_t b = r.m_nMask / 2 + (r.m_bEdgeImages ? r.m_nEdgeMask / 2 : 0);
     const std::int64_t nRow = std::max<std::int64_t>(b, rRegion.m_nRowOffset);
     const std::int64_t nCol = std::max<std::int64_t>(b, rRegion.m_nColOffset);
-    return {nRow, nCol, std::min(r.m_nRows - b, nRow + rRegion.m_nRows),
-            std::min(r.m_nCols - r.m_nMinDisparity - b, nCol + rRegion.m_nCols)};
+    return {nRow, nCol, std::min(r.m_frame.m_nRows - b, nRow + rRegion.m_nRows),
+            std::min(r.m_frame.m_nCols - r.m_nMinDisparity - b, nCol + rRegion.m_nCols)};
 }
-
-/** What a form of the correlator reads. */
-struct Views
-{
-    Image<unsigned char> m_reference;
-    Image<unsigned char> m_search;
-};
 
 // Every pixel that a window of the output covers.
 Rectangle referenceRectangle(const Rectangle& rOut, int m)
@@ -65,59 +59,67 @@ Rectangle searchRectangle(const Rectangle& rReference, int nMinDisparity, const 
 }
 
 /** Labels of n disparities. */
-LabelTable labelTable(const StereoContext& r, unsigned n)
+LabelTable labelTable(const CorrelationSettings& r, unsigned n)
 {
     const unsigned uLast = n - 1;
-    const auto uMin = static_cast<unsigned>(r.m_nDisparityMappingMin);
-    const unsigned uSpan = static_cast<unsigned>(r.m_nDisparityMappingMax) - uMin;
+    const auto uMin = static_cast<unsigned>(r.m_nMappingMin);
+    const unsigned uSpan = static_cast<unsigned>(r.m_nMappingMax) - uMin;
     const auto uFirst = static_cast<unsigned>(r.m_nMinDisparity) - static_cast<unsigned>(r.m_nDisparityOffset);
 
     // A minimum on a rim of the range may lie outside it and is no result, unless the rim is disparity 0.
     LabelTable labels;
-    labels.fill(r.m_ucSubpixelValidationMapping);
+    labels.fill(r.m_ucInvalid);
     if (r.m_nMinDisparity == 0) {
-        labels[0] = static_cast<std::uint8_t>(r.m_bDisparityMappingOn ? uMin : 0);
+        labels[0] = static_cast<std::uint8_t>(r.m_bMapping ? uMin : 0);
     }
     for (unsigned d = 1; d < std::min(uLast, 256U); ++d) {
-        labels[d] = static_cast<std::uint8_t>(r.m_bDisparityMappingOn ? uMin + d * uSpan / uLast : uFirst + d);
+        labels[d] = static_cast<std::uint8_t>(r.m_bMapping ? uMin + d * uSpan / uLast : uFirst + d);
     }
     return labels;
 }
 
-// Without edge correlation the 8-bit forms run no test: the measure is the distance from an edge image's zero level.
-bool validates8Bit(const StereoContext& r)
+Validation validation(const CorrelationSettings& r, double dOff)
 {
-    return r.m_bEdgeCorrelation && (r.m_bTextureValidation || r.m_bUniquenessValidation);
+    return {r.m_texture.thresholdOr(dOff), r.m_uniqueness.thresholdOr(dOff), r.m_texture.m_ucCode,
+            r.m_uniqueness.m_ucCode};
 }
 
-Validation validation(const StereoContext& r, double dOff)
+void correlate8(Image<unsigned char> out, const ViewPair& rViews, const CorrelationSettings& r)
 {
-    return {r.m_bTextureValidation ? r.m_dTextureValidationThreshold : dOff,
-            r.m_bUniquenessValidation ? r.m_dUniquenessValidationThreshold : dOff, r.m_ucTextureValidationMapping,
-            r.m_ucUniquenessValidationMapping};
-}
-
-void correlate8(StereoContext& r, const Rectangle& rRectangle, const Views& rViews, unsigned n)
-{
-    Image<unsigned char> out(r.m_disparityImage, rRectangle.roi(), false);
-    const auto m = static_cast<unsigned>(r.m_nStereoMaskSize);
-    const LabelTable labels = labelTable(r, n);
-    if (validates8Bit(r)) {
-        twofast_validate_stereo(out, rViews.m_reference, rViews.m_search, labels, n, m, validation(r, -1.0),
-                                r.m_ucSubpixelValidationMapping, r.m_bBackForthValidation,
-                                r.m_ucBackForthValidationMapping);
+    const PairLabels labels{labelTable(r, rViews.m_uDisparities), r.m_ucInvalid, r.m_bBackForth, r.m_ucBackForthCode};
+    if (r.testsLabels()) {
+        twofast_validate_stereo(out, rViews, labels, validation(r, -1.0));
     } else {
-        twofast_stereo(out, rViews.m_reference, rViews.m_search, labels, n, m, r.m_bBackForthValidation,
-                       r.m_ucSubpixelValidationMapping, r.m_ucBackForthValidationMapping);
+        twofast_stereo(out, rViews, labels);
     }
 }
 
-void correlate16(StereoContext& r, const Rectangle& rRectangle, const Views& rViews, unsigned n)
+void correlate16(Image<unsigned short> out, const ViewPair& rViews, const CorrelationSettings& r)
 {
-    Image<unsigned short> out(r.m_disparityImage16, rRectangle.roi(), false);
-    twofast_subpix_stereo(out, rViews.m_reference, rViews.m_search, static_cast<unsigned>(r.m_nMinDisparity),
-                          static_cast<unsigned>(r.m_nDisparityOffset), n, r.m_nStereoMaskSize, validation(r, 0.0),
-                          r.m_bBackForthValidation, r.m_ucBackForthValidationMapping, r.m_ucSubpixelValidationMapping);
+    const SubpixLabels labels{static_cast<unsigned>(r.m_nMinDisparity), static_cast<unsigned>(r.m_nDisparityOffset),
+                              r.m_bBackForth, r.m_ucBackForthCode, r.m_ucInvalid};
+    twofast_subpix_stereo(out, rViews, labels, validation(r, 0.0));
+}
+
+void correlate(const DisparityImages& rImages, const CorrelationSettings& r, const KestrovaROI& rRegion,
+               Images pStereoImages)
+{
+    const Rectangle out = outputRectangle(r, rRegion);
+    const Rectangle reference = referenceRectangle(out, r.m_nMask);
+    const Rectangle search = searchRectangle(reference, r.m_nMinDisparity, pStereoImages[1].size());
+    // Images of another resolution than the context's, as after a change without a new frame, may not hold them.
+    if (!out.isWithin(rImages.size(r.m_bSubpixel)) || !reference.isWithin(pStereoImages[0].size()) ||
+        !search.isWithin(pStereoImages[1].size())) {
+        return;
+    }
+    const ViewPair views{Image<unsigned char>(pStereoImages[0], reference.roi(), false),
+                         Image<unsigned char>(pStereoImages[1], search.roi(), false),
+                         static_cast<unsigned>(r.m_nMaxDisparity - r.m_nMinDisparity + 1), r.m_nMask};
+    if (r.m_bSubpixel) {
+        correlate16(Image<unsigned short>(rImages.m_r16, out.roi(), false), views, r);
+    } else {
+        correlate8(Image<unsigned char>(rImages.m_r8, out.roi(), false), views, r);
+    }
 }
 
 template<typename T>
@@ -141,20 +143,7 @@ void clearDisparityImages(StereoContext& rContext)
 
 KestrovaError twoCameraStereo(StereoContext& rContext, const KestrovaROI& rRegion, Images pStereoImages)
 {
-    const Rectangle out = outputRectangle(rContext, rRegion);
-    const Rectangle reference = referenceRectangle(out, rContext.m_nStereoMaskSize);
-    const Rectangle search = searchRectangle(reference, rContext.m_nMinDisparity, pStereoImages[1].size());
-    const ImageDim outDim =
-        rContext.m_bSubpixelInterpolation ? rContext.m_disparityImage16.size() : rContext.m_disparityImage.size();
-    // Images of another resolution than the context's, as after a change without a new frame, may not hold them.
-    if (!out.isWithin(outDim) || !reference.isWithin(pStereoImages[0].size()) ||
-        !search.isWithin(pStereoImages[1].size())) {
-        return KestrovaErrorOk;
-    }
-    const Views views{Image<unsigned char>(pStereoImages[0], reference.roi(), false),
-                      Image<unsigned char>(pStereoImages[1], search.roi(), false)};
-    const auto n = static_cast<unsigned>(rContext.m_nMaxDisparity - rContext.m_nMinDisparity + 1);
-    (rContext.m_bSubpixelInterpolation ? correlate16 : correlate8)(rContext, out, views, n);
+    correlate(DisparityImages::of(rContext), CorrelationSettings::of(rContext), rRegion, pStereoImages);
     return KestrovaErrorOk;
 }
 

@@ -7,6 +7,7 @@
 #include "stereo/thresholds.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace kestrova {
 
@@ -109,41 +110,37 @@ private:
 struct Call
 {
     Image<unsigned char>& m_rOut;
-    const Image<unsigned char>& m_rReference;
-    const Image<unsigned char>& m_rSearch;
-    unsigned m_n;
+    const ViewPair& m_rViews;
     const ColumnLayout& m_rLayout;
 };
 
-/** What turns raw indices into checked labels. */
-struct BackForth
+/** Turns a row of raw indices into checked labels. */
+void checkRow(std::uint8_t* pOut, const std::uint8_t* pInverse, const PairLabels& rLabels, int nCount)
 {
-    const LabelTable& m_rLabels;
-    std::uint8_t m_ucInvalid;
-    std::uint8_t m_ucMapping;
-};
+    back_forth_row(pOut, pInverse, rLabels.m_labels, nCount, rLabels.m_ucInvalid, rLabels.m_ucBackForthMapping);
+}
 
 unsigned wholeRows(const WholeRowForm& rForm, const Call& rCall, const LabelTable& rLabels,
-                   const ScaledValidation* pValidation, const BackForth* pBackForth)
+                   const ScaledValidation* pValidation, const PairLabels* pBackForth)
 {
-    WholeRowSums sums(rForm, rCall.m_rLayout, rCall.m_rReference, rCall.m_rSearch, rCall.m_n, pBackForth != nullptr);
+    WholeRowSums sums(rForm, rCall.m_rLayout, rCall.m_rViews.m_reference, rCall.m_rViews.m_search,
+                      rCall.m_rViews.m_uDisparities, pBackForth != nullptr);
     WholeRowLabels labels(sums, rCall.m_rLayout, rLabels, pValidation);
     return sums.forEachRow([&](int nRow) {
         std::uint8_t* const pOut = &rCall.m_rOut[nRow][0];
         labels.row(pOut);
         if (pBackForth != nullptr) {
-            back_forth_row(pOut, sums.inverse(0), pBackForth->m_rLabels, rCall.m_rLayout.nCount(),
-                           pBackForth->m_ucInvalid, pBackForth->m_ucMapping);
+            checkRow(pOut, sums.inverse(0), *pBackForth, rCall.m_rLayout.nCount());
         }
     });
 }
 
 unsigned columnByColumn(const Call& rCall, const LabelTable& rLabels, const ScaledValidation* pValidation,
-                        const BackForth* pBackForth)
+                        const PairLabels* pBackForth)
 {
-    ColumnSums sums(rCall.m_rLayout, rCall.m_rReference, rCall.m_rSearch);
+    ColumnSums sums(rCall.m_rLayout, rCall.m_rViews.m_reference, rCall.m_rViews.m_search);
     InverseRow& rInverse = sums.inverse();
-    const int n = static_cast<int>(rCall.m_n);
+    const int n = static_cast<int>(rCall.m_rViews.m_uDisparities);
     return sums.forEachRow([&](int nRow) {
         std::uint8_t* const pOut = &rCall.m_rOut[nRow][0];
         if (pValidation != nullptr) {
@@ -157,84 +154,78 @@ unsigned columnByColumn(const Call& rCall, const LabelTable& rLabels, const Scal
             } else {
                 rInverse.mongo_inverse(sums.table(), sums.nInverse(), n, sums.nStride());
             }
-            back_forth_row(pOut, rInverse.data(), pBackForth->m_rLabels, sums.nCount(), pBackForth->m_ucInvalid,
-                           pBackForth->m_ucMapping);
+            checkRow(pOut, rInverse.data(), *pBackForth, sums.nCount());
         }
     });
 }
 
 unsigned correlate(const Call& rCall, const LabelTable& rLabels, const ScaledValidation* pValidation,
-                   const BackForth* pBackForth)
+                   const PairLabels* pBackForth)
 {
-    const WholeRowForm* const pForm = WholeRowSums::formFor(rCall.m_rLayout, rCall.m_n, pBackForth != nullptr);
+    const WholeRowForm* const pForm =
+        WholeRowSums::formFor(rCall.m_rLayout, rCall.m_rViews.m_uDisparities, pBackForth != nullptr);
     return pForm != nullptr ? wholeRows(*pForm, rCall, rLabels, pValidation, pBackForth)
                             : columnByColumn(rCall, rLabels, pValidation, pBackForth);
 }
 
+std::optional<ColumnLayout> layoutOf(const Image<unsigned char>& rOut, const ViewPair& rViews, const LaneUse& rUse)
+{
+    return ColumnLayout::make(rOut.size(), rViews.m_reference.size(), rViews.m_search.size(), rViews.m_uDisparities,
+                              static_cast<unsigned>(rViews.m_nMask), rUse);
+}
+
 } // namespace
 
-unsigned twofast_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                        const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m,
-                        bool bBackForth, std::uint8_t ucInvalid, std::uint8_t ucBackForthMapping)
+unsigned twofast_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels)
 {
-    return bBackForth ? twofast_twoway_stereo(rOut, rReference, rSearch, rLabels, n, m, ucInvalid, ucBackForthMapping)
-                      : twofast_oneway_stereo(rOut, rReference, rSearch, rLabels, n, m);
+    return rLabels.m_bBackForth ? twofast_twoway_stereo(rOut, rViews, rLabels)
+                                : twofast_oneway_stereo(rOut, rViews, rLabels.m_labels);
 }
 
-unsigned twofast_oneway_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                               const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m)
+unsigned twofast_oneway_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const LabelTable& rLabels)
 {
-    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_plain);
-    return layout ? correlate({rOut, rReference, rSearch, n, *layout}, rLabels, nullptr, nullptr) : 0;
+    const auto layout = layoutOf(rOut, rViews, sk_plain);
+    return layout ? correlate({rOut, rViews, *layout}, rLabels, nullptr, nullptr) : 0;
 }
 
-unsigned twofast_twoway_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                               const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m,
-                               std::uint8_t ucInvalid, std::uint8_t ucBackForthMapping)
+unsigned twofast_twoway_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels)
 {
     static constexpr LabelTable sk_lanes = identityLabels();
-    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_plain);
-    const BackForth backForth{rLabels, ucInvalid, ucBackForthMapping};
-    return layout ? correlate({rOut, rReference, rSearch, n, *layout}, sk_lanes, nullptr, &backForth) : 0;
+    const auto layout = layoutOf(rOut, rViews, sk_plain);
+    return layout ? correlate({rOut, rViews, *layout}, sk_lanes, nullptr, &rLabels) : 0;
 }
 
-unsigned twofast_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                                 const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m,
-                                 const Validation& rValidation, std::uint8_t ucInvalid, bool bBackForth,
-                                 std::uint8_t ucBackForthMapping)
+unsigned twofast_validate_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels,
+                                 const Validation& rValidation)
 {
-    return bBackForth
-               ? twofast_twoway_validate_stereo(rOut, rReference, rSearch, rLabels, n, m, rValidation, ucInvalid,
-                                                ucBackForthMapping)
-               : twofast_oneway_validate_stereo(rOut, rReference, rSearch, rLabels, n, m, rValidation, ucInvalid);
+    return (rLabels.m_bBackForth ? twofast_twoway_validate_stereo
+                                 : twofast_oneway_validate_stereo)(rOut, rViews, rLabels, rValidation);
 }
 
-unsigned twofast_oneway_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                                        const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n,
-                                        unsigned m, const Validation& rValidation, std::uint8_t ucInvalid)
+unsigned twofast_oneway_validate_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels,
+                                        const Validation& rValidation)
 {
-    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_validating);
+    const auto layout = layoutOf(rOut, rViews, sk_validating);
     if (!layout) {
         return 0;
     }
-    const ScaledValidation validation(rValidation, rLabels, n, layout->mask(), ucInvalid);
-    return correlate({rOut, rReference, rSearch, n, *layout}, validation.m_labels, &validation, nullptr);
+    const ScaledValidation validation(rValidation, rLabels.m_labels, rViews.m_uDisparities, layout->mask(),
+                                      rLabels.m_ucInvalid);
+    return correlate({rOut, rViews, *layout}, validation.m_labels, &validation, nullptr);
 }
 
-unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                                        const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n,
-                                        unsigned m, const Validation& rValidation, std::uint8_t ucInvalid,
-                                        std::uint8_t ucBackForthMapping)
+unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels,
+                                        const Validation& rValidation)
 {
-    const auto layout = ColumnLayout::make(rOut.size(), rReference.size(), rSearch.size(), n, m, sk_validating);
+    const auto layout = layoutOf(rOut, rViews, sk_validating);
     if (!layout) {
         return 0;
     }
     // Raw indices come out of the minimum, so a reject code of 240 or less is taken for one. That is the price of
     // codes below the labels.
-    const ScaledValidation validation(rValidation, identityLabels(), n, layout->mask(), ucInvalid);
-    const BackForth backForth{rLabels, ucInvalid, ucBackForthMapping};
-    return correlate({rOut, rReference, rSearch, n, *layout}, validation.m_labels, &validation, &backForth);
+    const ScaledValidation validation(rValidation, identityLabels(), rViews.m_uDisparities, layout->mask(),
+                                      rLabels.m_ucInvalid);
+    return correlate({rOut, rViews, *layout}, validation.m_labels, &validation, &rLabels);
 }
 
 } // namespace kestrova

@@ -14,17 +14,30 @@
 
 namespace kestrova {
 
-/** The label of the best disparity per pixel; with bBackForth checked from the search image back. */
-unsigned twofast_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                        const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m,
-                        bool bBackForth, std::uint8_t ucInvalid, std::uint8_t ucBackForthMapping);
+/** What a call compares: two views, so many disparities, windows of mask by mask. */
+struct ViewPair
+{
+    Image<unsigned char> m_reference;
+    Image<unsigned char> m_search;
+    unsigned m_uDisparities;
+    int m_nMask;
+};
 
-unsigned twofast_oneway_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                               const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m);
+/** What pixels show: the label of the best disparity, and with back-forth a code where the way back leads elsewhere. */
+struct PairLabels
+{
+    LabelTable m_labels;
+    std::uint8_t m_ucInvalid;
+    bool m_bBackForth;
+    std::uint8_t m_ucBackForthMapping;
+};
 
-unsigned twofast_twoway_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                               const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m,
-                               std::uint8_t ucInvalid, std::uint8_t ucBackForthMapping);
+/** One way or both, as the labels ask for. */
+unsigned twofast_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels);
+
+unsigned twofast_oneway_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const LabelTable& rLabels);
+
+unsigned twofast_twoway_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels);
 
 /** What a validating form rejects, and how it shows. A threshold that is negative or 0 switches its test off. */
 struct Validation
@@ -36,18 +49,13 @@ struct Validation
 };
 
 /** As twofast_stereo, with the texture and uniqueness tests. Both show the texture mapping when both run. */
-unsigned twofast_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                                 const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n, unsigned m,
-                                 const Validation& rValidation, std::uint8_t ucInvalid, bool bBackForth,
-                                 std::uint8_t ucBackForthMapping);
+unsigned twofast_validate_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels,
+                                 const Validation& rValidation);
 
-unsigned twofast_oneway_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                                        const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n,
-                                        unsigned m, const Validation& rValidation, std::uint8_t ucInvalid);
+unsigned twofast_oneway_validate_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels,
+                                        const Validation& rValidation);
 
-unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const Image<unsigned char>& rReference,
-                                        const Image<unsigned char>& rSearch, const LabelTable& rLabels, unsigned n,
-                                        unsigned m, const Validation& rValidation, std::uint8_t ucInvalid,
-                                        std::uint8_t ucBackForthMapping);
+unsigned twofast_twoway_validate_stereo(Image<unsigned char>& rOut, const ViewPair& rViews, const PairLabels& rLabels,
+                                        const Validation& rValidation);
 
 } // namespace kestrova

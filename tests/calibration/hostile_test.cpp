@@ -132,8 +132,6 @@ TEST_F(Hostile, WhatHasNoEndOrNoPlaceEndsAllTheSame)
     ASSERT_EQ(mkfifo(pipe.path(), 0600), 0);
     for (const std::string& rPath : {"/dev/zero"s, "/dev/null"s, "/dev"s, std::string(pipe.path())}) {
         EXPECT_EQ(openPath(rPath), KestrovaErrorConfigFileCorrupt) << rPath;
-        StereoContext context;
-        EXPECT_FALSE(loadContextFromFile(rPath.c_str(), &context, 0)) << rPath;
     }
     EXPECT_EQ(openPath("/no such file"), KestrovaErrorNoConfigFile);
     for (const bool bText : {false, true}) {

@@ -89,7 +89,7 @@ TEST(Preprocess, PackedAndPlanesGiveTheSameImagesOfTheCamerasInUse)
             Image<unsigned char> rectified(18, 24);
             const unsigned uMask = c.bLowpass ? 2 : 1;
             ASSERT_TRUE(
-                lowpassRectify(rectified, *packed.apCameras[nCamera], raw, uMask, uMask, 0, 0, c.eKernelType, 5));
+                lowpassRectify(rectified, *packed.apCameras[nCamera], raw, {uMask, uMask, 0, 0, c.eKernelType, 5}));
             Image<unsigned char> edge(18, 24);
             edgeImage(edge, rectified, 7);
             ASSERT_EQ(results(packed.context, nCamera), (std::pair{pixelsOf(rectified), pixelsOf(edge)})) << nCamera;

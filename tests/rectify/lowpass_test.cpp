@@ -46,7 +46,7 @@ TEST(Lowpass, MatchesTheModelForEveryMaskGainAndStride)
                 LentImage<unsigned char> src(c.src.m_nRows, c.src.m_nCols, c.src.m_nCols + c.nPadding, 11);
                 const auto pCamera = camera(c.dGain);
                 Image<unsigned char> dst(c.dst);
-                ASSERT_TRUE(lowpassRectify(dst, *pCamera, src.image(), c.uMaskRows, c.uMaskCols, 0, 37, eType, 5));
+                ASSERT_TRUE(lowpassRectify(dst, *pCamera, src.image(), {c.uMaskRows, c.uMaskCols, 0, 37, eType, 5}));
                 ASSERT_EQ(pixelsOf(dst), expected(c, src.image(), *pCamera, false))
                     << &c - sk_aCases << " kernel " << eType << " sse2 " << bSSE2;
             }

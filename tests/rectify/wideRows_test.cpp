@@ -65,9 +65,9 @@ TEST_P(WideRows, AveragesThatSaturateAndWrap)
         // Twice each, so that what a frame leaves in the camera meets the next one.
         for (int nFrame = 0; nFrame < 2; ++nFrame) {
             expectPlainResult({12, 90}, 0, 0, [&](Image<unsigned char>& rView) {
-                ASSERT_TRUE(lowpassRectify(rView, *pCamera, source.image(), static_cast<unsigned>(mask.m_nRows),
-                                           static_cast<unsigned>(mask.m_nCols), 0, 0,
-                                           i % 4 == 0 ? KernelNearest : KernelBilinear, 5));
+                ASSERT_TRUE(lowpassRectify(rView, *pCamera, source.image(),
+                                           {static_cast<unsigned>(mask.m_nRows), static_cast<unsigned>(mask.m_nCols), 0,
+                                            0, i % 4 == 0 ? KernelNearest : KernelBilinear, 5}));
             });
         }
     }

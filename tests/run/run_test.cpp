@@ -1,6 +1,6 @@
 // Whole frames through the public functions: disparities, thread counts, errors and how they persist.
 #include "api/MultiContext.h"
-#include "parallel/Task.h"
+#include "run/Task.h"
 #include "run/furrowFix.h"
 #include "run/run.h"
 #include "support/StereoFrame.h"
@@ -101,7 +101,7 @@ TEST(Run, ThreadsDoNotChangeAWholeFrame)
 void runBandByBand(StereoContext& rContext, unsigned nThreads)
 {
     rContext.m_disparityImage.init(253);
-    rContext.m_disparityImage16.init(0xFF00 + 253);
+    rContext.m_disparityImage16.init(KestrovaDisparity16Invalid + 253);
     std::vector<StereoContext> workers(nThreads);
     ExecutorPool::Task::initThreadContexts(workers.data(), nThreads, rContext);
     boost::mutex notLocked;
@@ -155,16 +155,17 @@ TEST(Run, EnhancedIsTheFlatAverageOfBothValidatedPasses)
         StereoContext& rSecond = *getActiveContext(handle)->m_pFurrowContext;
         std::fill_n(rSecond.m_disparityImage16.data(), 90 * rSecond.m_disparityImage16.rowDistance(), 0xFFFD);
         EXPECT_EQ(standardStereoAndValidate(&rSecond), KestrovaErrorOk);
-        const auto nRejectedByFirst = std::count(lent.begin(), lent.end(), 0xFF00 + 252);
+        const auto nRejectedByFirst = std::count(lent.begin(), lent.end(), KestrovaDisparity16Invalid + 252);
         EXPECT_EQ(furrowFixCombineDisparityImages(getActiveContext(handle), &rSecond), KestrovaErrorOk);
         EXPECT_EQ(actual, lent) << static_cast<int>(eShape);
         EXPECT_GT(nRejectedByFirst, 0);
-        EXPECT_GT(std::count(lent.begin(), lent.end(), 0xFF00 + 252), nRejectedByFirst + 20) << "both passes reject";
+        EXPECT_GT(std::count(lent.begin(), lent.end(), KestrovaDisparity16Invalid + 252), nRejectedByFirst + 20)
+            << "both passes reject";
 
         expectOk({kestrovaSetDoStereo(handle, 0), kestrovaSetSubpixelValidationMapping(handle, 250),
                   kestrovaStereo(handle)});
         std::vector<int> filled(90 * 120, 250); // without stereo all pixels keep the fill
-        filled.resize(2 * filled.size(), 0xFF00 + 250);
+        filled.resize(2 * filled.size(), KestrovaDisparity16Invalid + 250);
         EXPECT_EQ(disparities(handle), filled);
     }
 }

@@ -71,7 +71,7 @@ TEST(EarlyValidation, SeedsByThresholdsMaskAndCameras)
         views[0].init(static_cast<unsigned char>(128 - r.nDistance));
         Image<unsigned short> score(5, 5);
         Image<unsigned char> label(5, 5);
-        earlyValidation(score, label, views, r.K, r.m, r.fTexture, 't', r.fUniqueness, 'u');
+        earlyValidation(score, label, views, {r.K, r.m, r.fTexture, 't', r.fUniqueness, 'u'});
         EXPECT_EQ(std::vector<unsigned short>(25, r.uScore), support::pixelsOf(score)) << "case " << &r - aCases;
         EXPECT_EQ(std::vector<unsigned char>(25, r.ucLabel), support::pixelsOf(label)) << "case " << &r - aCases;
     }

@@ -193,7 +193,7 @@ private:
         return best(sums, labelOf);
     }
 
-    unsigned reject(unsigned uCode) const { return 0xFF00 + uCode; }
+    unsigned reject(unsigned uCode) const { return KestrovaDisparity16Invalid + uCode; }
 
     // Rims and neighbours; nFraction is asked only for a true minimum.
     template<typename Fraction>

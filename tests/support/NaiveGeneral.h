@@ -175,16 +175,16 @@ private:
     {
         const int nFirst = r.m_nMinDisparity - r.m_nDisparityOffset, s = p.best, a = p.before, b = p.after;
         if (validates() && r.m_bTextureValidation && p.seed == 0) {
-            return 0xFF00 + r.m_ucTextureValidationMapping;
+            return KestrovaDisparity16Invalid + r.m_ucTextureValidationMapping;
         }
         if (p.label == m_nTop - r.m_nDisparityOffset || (p.label == nFirst && nFirst != 0)) {
-            return 0xFF00 + r.m_ucSubpixelValidationMapping;
+            return KestrovaDisparity16Invalid + r.m_ucSubpixelValidationMapping;
         }
         if (validates() && r.m_bUniquenessValidation && s >= (p.seed > 32767 ? p.seed - 65536 : p.seed)) {
-            return 0xFF00 + r.m_ucUniquenessValidationMapping;
+            return KestrovaDisparity16Invalid + r.m_ucUniquenessValidationMapping;
         }
         if (std::max({s, a, b}) > 32766 || s > std::min(a, b) || (s == a && s == b)) {
-            return 0xFF00 + r.m_ucSubpixelValidationMapping;
+            return KestrovaDisparity16Invalid + r.m_ucSubpixelValidationMapping;
         }
         return p.label * 256 + (a - b) * 128 / (std::max(a, b) - s);
     }

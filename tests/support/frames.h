@@ -80,7 +80,7 @@ void expectAsModel(StereoContext& r, bool bSSE2, Model model, Correlate correlat
     Bytes expected8(r.m_nRows, r.m_nCols);
     Words expected16(r.m_nRows, r.m_nCols);
     expected8.init(r.m_ucSubpixelValidationMapping);
-    expected16.init(static_cast<unsigned short>(0xFF00 + r.m_ucSubpixelValidationMapping));
+    expected16.init(static_cast<unsigned short>(KestrovaDisparity16Invalid + r.m_ucSubpixelValidationMapping));
     clearDisparityImages(r);
     kestrova::enableSSE2IfAvailable(bSSE2);
     for (int i = 0; i < r.m_nROICount; ++i) {

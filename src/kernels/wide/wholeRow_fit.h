@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kernels/WholeRow.h"
+#include "kestrova.h"
 
 namespace kestrova {
 namespace {
@@ -79,7 +80,7 @@ void fitPixels(std::uint16_t* pOut, const FitRow& rFit, int nBias)
 {
     using Int = typename P::Int;
     constexpr int nFirst = bTexture ? 1 : 0;
-    const auto reject = [](int nCode) { return 0xFF00 + nCode; };
+    const auto reject = [](int nCode) { return KestrovaDisparity16Invalid + nCode; };
     const int nSubpixel = reject(rFit.m_ucSubpixelMapping);
     // The first disparity has no neighbour in front: it counts only if nothing lies in front of it at all.
     const int nOnFirst = rFit.m_uMinDisparity == 0 ? 0 : nSubpixel;

@@ -1,7 +1,8 @@
 // The threads of a handle and the one task that they last worked on.
 //
 // A task is a frame's worth of work: one function that runs once per band of rows, each time on a context of its own,
-// and perhaps one that runs when all bands are done. The pool knows functions and contexts, nothing of stereo.
+// and perhaps one that runs when all bands are done. What runs is told from outside; threads, slices and their end are
+// those of src/parallel, which knows nothing of contexts.
 //
 // A task is started as a whole or not at all: an exception out of a call that starts one leaves nothing queued. One
 // that leaves a function of the task does not end its thread; it waits for the thread that waits for the result.

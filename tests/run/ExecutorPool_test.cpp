@@ -1,4 +1,4 @@
-#include "parallel/ExecutorPool.h"
+#include "run/ExecutorPool.h"
 
 #include "support/Faults.h"
 

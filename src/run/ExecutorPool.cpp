@@ -1,7 +1,7 @@
-#include "parallel/ExecutorPool.h"
+#include "run/ExecutorPool.h"
 
-#include "parallel/Task.h"
 #include "parallel/thread_pool.h"
+#include "run/Task.h"
 
 #include <algorithm>
 #include <exception>

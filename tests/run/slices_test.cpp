@@ -1,6 +1,6 @@
-#include "parallel/slices.h"
+#include "run/slices.h"
 
-#include "parallel/Task.h"
+#include "run/Task.h"
 
 #include <gtest/gtest.h>
 #include <limits>

@@ -1,5 +1,5 @@
 // Bands write what they would have written as they were cut, in equal shares and no pixel from two threads.
-#include "parallel/BandPlan.h"
+#include "run/BandPlan.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "parallel/slices.h"
+#include "run/slices.h"
 
 #include <algorithm>
 #include <cstdint>

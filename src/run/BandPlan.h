@@ -10,7 +10,7 @@
 #pragma once
 
 #include "context/StereoContext.h"
-#include "parallel/slices.h"
+#include "run/slices.h"
 
 #include <cstdint>
 #include <span>

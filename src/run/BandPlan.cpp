@@ -1,4 +1,4 @@
-#include "parallel/BandPlan.h"
+#include "run/BandPlan.h"
 
 #include <algorithm>
 
