@@ -121,7 +121,7 @@ TEST_F(Rigs, ALensThatFoldsBackIsUsedWithinItsReachAndMaskedBeyond)
         const cv::Mat1b region = session.region(KestrovaCamLeft, m_size);
         const cv::Matx33d& rRotation = rig.m_plan.m_rotations.at(KestrovaCamLeft);
         int nPastFold = 0;
-        for (int nRow = 0; nRow < region.rows; ++nRow)
+        for (int nRow = 0; nRow < region.rows; ++nRow) {
             for (int nCol = 0; nCol < region.cols; ++nCol) {
                 const Points pixel{cv::Point2d(nCol, nRow)};
                 const Points ray = raysOfRectified(rRotation, rig.m_plan, pixel);
@@ -132,6 +132,7 @@ TEST_F(Rigs, ALensThatFoldsBackIsUsedWithinItsReachAndMaskedBeyond)
                 const double dLimit = dRadius > reach.m_dFold ? -1.0 : dRadius < reach.m_dRay ? 0.1 : 1.0;
                 ASSERT_TRUE(!region(nRow, nCol) || dError < dLimit) << pixel << dRadius << ' ' << dError;
             }
+        }
         EXPECT_GT(cv::countNonZero(region), region.rows * region.cols * (dAlpha > 0.0 ? 6 : 8) / 10);
         EXPECT_EQ(nPastFold > 100, dAlpha > 0.0);
     }

@@ -26,8 +26,9 @@ struct Batch : Program
 
     Batch()
     {
-        for (const char* pszFolder : {"r", "l"})
+        for (const char* pszFolder : {"r", "l"}) {
             std::filesystem::create_directory(m_folder / pszFolder);
+        }
         std::ofstream list(m_folder / "list.txt");
         list << "# right left\n\n";
         for (int nFrame = 0; nFrame < sk_nFrames; ++nFrame) {
@@ -48,9 +49,11 @@ struct Batch : Program
     std::map<std::string, std::string> filesIn(const std::string& rFolder) const
     {
         std::map<std::string, std::string> files;
-        for (const auto& rEntry : std::filesystem::recursive_directory_iterator(m_folder / rFolder))
-            if (rEntry.is_regular_file())
+        for (const auto& rEntry : std::filesystem::recursive_directory_iterator(m_folder / rFolder)) {
+            if (rEntry.is_regular_file()) {
                 files[std::filesystem::relative(rEntry.path(), m_folder / rFolder)] = slurp(rEntry.path());
+            }
+        }
         return files;
     }
 };
@@ -93,7 +96,7 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
             const cv::Mat1f array = readNpy(slurp(in / ("disparity" + end + ".npy")));
             ASSERT_TRUE(disparity.size() == cv::Size(160, 120) && array.size() == disparity.size());
             long nFound = 0;
-            for (int nRow = 0; nRow < 120; ++nRow)
+            for (int nRow = 0; nRow < 120; ++nRow) {
                 for (int nCol = 0; nCol < 160; ++nCol) {
                     const float f = disparity(nRow, nCol);
                     const bool bFound = std::isfinite(f);
@@ -107,6 +110,7 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
                                        : std::isnan(array(nRow, nCol)))
                         << at;
                 }
+            }
             const int nNear = disparityOf(nFrame);
             const int nMoved = view == "left" ? nNear : 0;
             EXPECT_NEAR(disparity(60, 80 + nMoved), nNear, 0.3);
@@ -136,8 +140,9 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
             EXPECT_NEAR(json["density"].real(), static_cast<double>(nFound) / (160 * 120), 1e-5);
             EXPECT_NEAR(json["focal_px"].real() * json["baseline_m"].real(), 20.0, 1e-3);
             double dSum = json["density"].real();
-            for (const cv::FileNode& rShare : json["rejected"])
+            for (const cv::FileNode& rShare : json["rejected"]) {
                 dSum += rShare.real();
+            }
             EXPECT_NEAR(dSum, 1.0, 1e-5);
             EXPECT_GT(json["milliseconds"]["stereo"].real(), 0.0);
         }
@@ -281,8 +286,9 @@ TEST(FrameList, PairsNamesAndCountsAsPeopleDo)
     const auto glob = [&](const char* pszPattern) { return (folder / pszPattern).string(); };
     const FrameList list = pairByOrder({{KestrovaCamRight, glob("a/r*.png")}, {KestrovaCamLeft, glob("b/l*.png")}});
     std::vector<std::string> names;
-    for (const FrameNames& rFrame : list.m_frames)
+    for (const FrameNames& rFrame : list.m_frames) {
         names.push_back(rFrame.m_name + " " + rFrame.m_files.at(KestrovaCamLeft).stem().string());
+    }
     EXPECT_THAT(names, ElementsAre("r1 l1", "r2 l2", "r10 l9"));
     EXPECT_THAT(list.m_remark, AllOf(HasSubstr("r10.png"), HasSubstr("l9.png")));
 

@@ -37,12 +37,16 @@ static Shots cornersOf(const CameraSet& rSet, int nShots)
     Shots shots{sk_sheet, rSet.at(KestrovaCamRight).m_model.m_size, {}};
     cv::RNG rng(5);
     Points squares;
-    for (int i = 0; i < sk_sheet.m_inner.area(); ++i)
+    for (int i = 0; i < sk_sheet.m_inner.area(); ++i) {
         squares.emplace_back(i % sk_sheet.m_inner.width, i / sk_sheet.m_inner.width);
-    for (const BoardPose& rPose : posesAcross(rSet, sk_sheet, nShots))
-        for (Shot& rShot = shots.m_shots.emplace_back(); const auto& [eCamera, rCamera] : rSet)
-            for (const cv::Point2d& rAt : boardPixels(rCamera, rPose, squares, sk_sheet.m_dSquare))
+    }
+    for (const BoardPose& rPose : posesAcross(rSet, sk_sheet, nShots)) {
+        for (Shot& rShot = shots.m_shots.emplace_back(); const auto& [eCamera, rCamera] : rSet) {
+            for (const cv::Point2d& rAt : boardPixels(rCamera, rPose, squares, sk_sheet.m_dSquare)) {
                 rShot[eCamera].m_corners.emplace_back(rAt + cv::Point2d(rng.gaussian(0.05), rng.gaussian(0.05)));
+            }
+        }
+    }
     return shots;
 }
 
@@ -64,8 +68,9 @@ static double lensDifference(const CameraModel& rTrue, const CameraModel& rFound
     }
     shift /= static_cast<double>(off.size());
     double dWorst = 0.0;
-    for (const cv::Point2d& rOff : off)
+    for (const cv::Point2d& rOff : off) {
         dWorst = std::max(dWorst, cv::norm(rOff - shift));
+    }
     return dWorst;
 }
 
@@ -99,19 +104,21 @@ static void expectRegion(const StereoSession& rSession, const Rig& rRig, const C
         const CameraModel& rLens = rRig.m_set.at(eCamera).m_model;
         const LensReach reach = reachOf(rLens);
         int nFar = 0;
-        for (int nRow = 0; nRow < region.rows; nRow += 7)
+        for (int nRow = 0; nRow < region.rows; nRow += 7) {
             for (int nCol = 0; nCol < region.cols; nCol += 7) {
                 const Points rays =
                     raysOfRectified(rRig.m_plan.m_rotations.at(eCamera), rRig.m_plan, {cv::Point2d(nCol, nRow)});
                 const cv::Point2d at = projectContinued(rLens, reach, rays)[0];
                 const bool bWellInside = cv::Rect2d(1, 1, raw.width - 3, raw.height - 3).contains(at) &&
                                          cv::norm(rays[0]) < 0.98 * reach.m_dRay;
-                if (bWellInside != (region(nRow, nCol) != 0))
+                if (bWellInside != (region(nRow, nCol) != 0)) {
                     nFar += (bWellInside && cv::norm(rays[0]) < 2.5) ||
                             !cv::Rect2d(-1, -1, raw.width + 1, raw.height + 1).contains(at);
-                else if (bWellInside)
+                } else if (bWellInside) {
                     nFar += cv::norm(pOutline->rawPosition(cv::Point(nCol, nRow), region.size(), raw) - at) > 0.2;
+                }
             }
+        }
         EXPECT_EQ(nFar, 0) << rCase << cameraName(eCamera);
     }
 }
@@ -165,10 +172,13 @@ TEST(Shapes, NoiseDoesNotMakeTheSquareLarger)
     const Rig rig = buildRig(known, {});
     writeText(folder / "rig.txt", rig.text());
     cv::RNG rng(3);
-    for (Shot& rShot : shots.m_shots)
-        for (auto& [eCamera, rView] : rShot)
-            for (cv::Point2f& rCorner : rView.m_corners)
+    for (Shot& rShot : shots.m_shots) {
+        for (auto& [eCamera, rView] : rShot) {
+            for (cv::Point2f& rCorner : rView.m_corners) {
                 rCorner.x += static_cast<float>(rng.gaussian(0.2));
+            }
+        }
+    }
     StereoSession session(folder / "rig.txt");
     const PairProof proof = proveCorners(session, rig, shots).at(KestrovaCamLeft);
     EXPECT_NEAR(proof.m_dSquare, sk_sheet.m_dSquare, 1.5e-4);
@@ -188,8 +198,9 @@ TEST(Shapes, TheModelIsTheOneThatExplainsPhotosLeftOutOfItsFit)
     for (const auto& [raw, optic, eExpected] : aCases) {
         const CameraSet known = knownPair(raw, optic);
         Shots shots = cornersOf(known, 15);
-        for (cv::Point2f& rCorner : shots.m_shots[6].at(KestrovaCamRight).m_corners) // a bad photo tips no balance
+        for (cv::Point2f& rCorner : shots.m_shots[6].at(KestrovaCamRight).m_corners) { // a bad photo tips no balance
             rCorner.x += 3.0f * std::sin(rCorner.y);
+        }
         const SetCalibration found = calibrateSet(shots, LensChoice::Auto);
         EXPECT_STREQ(lensName(found.m_eChoice), lensName(eExpected)) << raw << found.m_whyThisLens;
         EXPECT_THAT(found.m_whyThisLens, AllOf(HasSubstr("plain "), HasSubstr("equidistant "), HasSubstr("rational ")));
@@ -207,8 +218,9 @@ struct ShapedProgram : Program
         const Scene scene = demoRoom(1, rSet.at(KestrovaCamRight).m_model.m_K(0, 0));
         for (const auto& [eCamera, rCamera] : rSet) {
             const BoardPhotographer take(rCamera);
-            for (std::size_t u = 0; u < poses.size(); ++u)
+            for (std::size_t u = 0; u < poses.size(); ++u) {
                 writeImage(m_folder / (cameraName(eCamera) + std::to_string(u) + ".png"), take(poses[u], sk_sheet));
+            }
             writeImage(m_folder / (std::string("room_") + cameraName(eCamera) + ".png"),
                        renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {1.0, 1.0, 1}, 2).m_grey);
         }
@@ -223,9 +235,11 @@ struct ShapedProgram : Program
     cv::Mat1d exported(const std::string& rKey) const
     {
         cv::Mat value;
-        for (const char* pszName : {"lenses/intrinsics.yml", "lenses/extrinsics.yml"})
-            if (const cv::FileStorage file((m_folder / pszName).string(), cv::FileStorage::READ); !file[rKey].empty())
+        for (const char* pszName : {"lenses/intrinsics.yml", "lenses/extrinsics.yml"}) {
+            if (const cv::FileStorage file((m_folder / pszName).string(), cv::FileStorage::READ); !file[rKey].empty()) {
                 file[rKey] >> value;
+            }
+        }
         return value;
     }
 };

@@ -35,17 +35,20 @@ bool naturalLess(const std::string& rFirst, const std::string& rSecond)
         if (isDigit(a.front()) && isDigit(b.front())) {
             const std::string_view first = takeNumber(a);
             const std::string_view second = takeNumber(b);
-            if (first != second) // as many digits as there are: a time in nanoseconds fits no integer on some cameras
+            if (first != second) { // as many digits as there are: a time in nanoseconds fits no integer on some cameras
                 return first.size() != second.size() ? first.size() < second.size() : first < second;
+            }
             continue;
         }
-        if (a.front() != b.front())
+        if (a.front() != b.front()) {
             return a.front() < b.front();
+        }
         a.remove_prefix(1);
         b.remove_prefix(1);
     }
-    if (a.empty() != b.empty())
+    if (a.empty() != b.empty()) {
         return a.empty();
+    }
     return rFirst < rSecond; // 01 and 1: some order, always the same
 }
 
@@ -57,10 +60,12 @@ bool isPattern(const std::string& rText)
 
 std::vector<fs::path> expandGlob(const std::string& rPattern, const std::string& rOption)
 {
-    if (rPattern.empty())
+    if (rPattern.empty()) {
         throw AppError(rOption + ": needs the name of a file", ExitStatus::Usage);
-    if (!isPattern(rPattern))
+    }
+    if (!isPattern(rPattern)) {
         return {rPattern};
+    }
     glob_t found{};
     const int nError = ::glob(rPattern.c_str(), GLOB_TILDE, nullptr, &found);
     const std::vector<std::string> all(found.gl_pathv, found.gl_pathv + (nError ? 0 : found.gl_pathc));
@@ -70,9 +75,10 @@ std::vector<fs::path> expandGlob(const std::string& rPattern, const std::string&
         std::error_code error;
         return !fs::is_directory(rName, error);
     });
-    if (names.empty())
+    if (names.empty()) {
         throw AppError(rOption + ": '" + rPattern + "' matches no file; check the folder and the ending of the names",
                        ExitStatus::File);
+    }
     std::sort(names.begin(), names.end(), naturalLess);
     return {names.begin(), names.end()};
 }

@@ -33,11 +33,12 @@ static void judgeLens(Findings& rFindings, const Shots& rShots, const SetCalibra
                          "corners against this lens alone; large when the board is bent or blurred",
                          grade(dError / dPerPixel, 0.2, 0.5, 1.5)});
     const double dSpread = 100.0 * rCalibration.m_focalSpreads.at(eCamera);
-    if (dSpread > 0.0)
+    if (dSpread > 0.0) {
         rFindings.push_back({name + " camera: focal length",
                              line("%.1f px +- %.2f %%", rCalibration.m_set.at(eCamera).m_model.m_K(0, 0), dSpread),
                              "how well the photos fix it; tilt the board more when it is loose",
                              grade(dSpread, 0.3, 1.0, 5.0)});
+    }
     const double dCovered = 100.0 * coverage(rShots, eCamera);
     rFindings.push_back({name + " camera: board coverage", line("%.0f %% of the image", dCovered),
                          "where no board was, the lens is a guess; photograph it at the edges too",
@@ -78,10 +79,12 @@ Findings judgeCalibration(const Shots& rShots, const SetCalibration& rCalibratio
                           const PerCamera<PairProof>& rProofs)
 {
     Findings findings;
-    for (const auto& [eCamera, rCamera] : rCalibration.m_set)
+    for (const auto& [eCamera, rCamera] : rCalibration.m_set) {
         judgeLens(findings, rShots, rCalibration, eCamera);
-    for (const auto& [eOther, rProof] : rProofs)
+    }
+    for (const auto& [eOther, rProof] : rProofs) {
         judgePair(findings, rShots, rCalibration, eOther, rProof);
+    }
     findings.push_back({"spline fit", line("%.4f px at most", rRig.worstFit()),
                         "maps of the text against the lens model, both ways", grade(rRig.worstFit(), 0.02, 0.05, 0.1)});
     return findings;
@@ -90,17 +93,20 @@ Findings judgeCalibration(const Shots& rShots, const SetCalibration& rCalibratio
 std::string findingsTable(const Findings& rFindings)
 {
     std::string text;
-    for (const Finding& rFinding : rFindings)
+    for (const Finding& rFinding : rFindings) {
         text += line("  %-36s %-28s %-11s %s\n", rFinding.m_name.c_str(), rFinding.m_value.c_str(),
                      verdictName(rFinding.m_eVerdict), rFinding.m_meaning.c_str());
+    }
     return text;
 }
 
 const Finding* worstOf(const Findings& rFindings)
 {
-    for (const Finding& rFinding : rFindings)
-        if (rFinding.m_eVerdict == Verdict::DoNotUse)
+    for (const Finding& rFinding : rFindings) {
+        if (rFinding.m_eVerdict == Verdict::DoNotUse) {
             return &rFinding;
+        }
+    }
     return nullptr;
 }
 

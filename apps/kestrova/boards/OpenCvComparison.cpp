@@ -10,11 +10,13 @@ namespace kestrova::app {
 PerCamera<cv::Mat1b> rectifiedShot(StereoSession& rSession, const Shot& rShot)
 {
     PerCamera<cv::Mat1b> frames;
-    for (const auto& [eCamera, rView] : rShot)
+    for (const auto& [eCamera, rView] : rShot) {
         frames[eCamera] = readPhoto(rView.m_file);
+    }
     rSession.preprocess(frames, FrameForm::Planes);
-    for (auto& [eCamera, rFrame] : frames)
+    for (auto& [eCamera, rFrame] : frames) {
         rFrame = rSession.image(KestrovaImgRectified, eCamera);
+    }
     return frames;
 }
 
@@ -73,15 +75,17 @@ static std::vector<double> differences(const PerCamera<cv::Mat1b>& rImages, Kest
 {
     const auto right = findBoard(rImages.at(KestrovaCamRight), inner);
     const auto other = findBoard(rImages.at(eOther), inner);
-    if (!right || !other)
+    if (!right || !other) {
         return {};
+    }
     const bool bTop = eOther == KestrovaCamTop;
     std::vector<double> best;
     double dBest = 1e300;
     for (const Corners& rOrder : turnings(*other, inner)) {
         std::vector<double> rows;
-        for (std::size_t u = 0; u < rOrder.size(); ++u)
+        for (std::size_t u = 0; u < rOrder.size(); ++u) {
             rows.push_back(double(bTop ? rOrder[u].x - (*right)[u].x : rOrder[u].y - (*right)[u].y));
+        }
         if (const double dRms = rowErrors(rows).m_dRms; dRms < dBest) {
             dBest = dRms;
             best = std::move(rows);
@@ -97,15 +101,18 @@ RectifierComparison compareRectifiers(StereoSession& rSession, const Shots& rSho
     RectifierComparison comparison;
     std::vector<double> ours, theirs;
     for (const Shot& rShot : rShots.m_shots) {
-        if (!isUsed(rShot))
+        if (!isUsed(rShot)) {
             continue;
+        }
         PerCamera<cv::Mat1b> byOpenCv;
-        for (const auto& [eCamera, rMaps] : maps)
+        for (const auto& [eCamera, rMaps] : maps) {
             cv::remap(readPhoto(rShot.at(eCamera).m_file), byOpenCv[eCamera], rMaps[0], rMaps[1], cv::INTER_LINEAR);
+        }
         const auto first = differences(rectifiedShot(rSession, rShot), eOther, rShots.m_board.m_inner);
         const auto second = differences(byOpenCv, eOther, rShots.m_board.m_inner);
-        if (first.empty() || second.empty())
+        if (first.empty() || second.empty()) {
             continue;
+        }
         ++comparison.m_nShots;
         ours.insert(ours.end(), first.begin(), first.end());
         theirs.insert(theirs.end(), second.begin(), second.end());

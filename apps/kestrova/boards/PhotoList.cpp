@@ -20,10 +20,12 @@ static bool isDigit(char c)
 static std::string numberAt(const std::string& rText, std::size_t uBegin)
 {
     std::size_t uEnd = uBegin;
-    while (uEnd < rText.size() && isDigit(rText[uEnd]))
+    while (uEnd < rText.size() && isDigit(rText[uEnd])) {
         ++uEnd;
-    while (uBegin + 1 < uEnd && rText[uBegin] == '0')
+    }
+    while (uBegin + 1 < uEnd && rText[uBegin] == '0') {
         ++uBegin;
+    }
     return rText.substr(uBegin, uEnd - uBegin);
 }
 
@@ -35,10 +37,11 @@ static std::string option(KestrovaCamera eCamera)
 static std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& rPattern)
 {
     std::error_code ignored;
-    if (fs::is_directory(rPattern, ignored))
+    if (fs::is_directory(rPattern, ignored)) {
         throw AppError(option(eCamera) + ": " + rPattern + " is a folder; give its photos, as in '" +
                            (fs::path(rPattern) / "*.png").string() + "'",
                        ExitStatus::File);
+    }
     return expandGlob(rPattern, option(eCamera));
 }
 
@@ -47,8 +50,9 @@ static std::string instantOf(const fs::path& rFile)
 {
     const std::string name = rFile.stem().string();
     const std::size_t uLast = name.find_last_of("0123456789");
-    if (uLast == std::string::npos)
+    if (uLast == std::string::npos) {
         return {};
+    }
     const std::size_t uBefore = name.find_last_not_of("0123456789", uLast);
     return numberAt(name, uBefore == std::string::npos ? 0 : uBefore + 1);
 }
@@ -59,18 +63,21 @@ using FilesOfCameras = PerCamera<std::vector<fs::path>>;
 static std::string lonely(const std::vector<fs::path>& rMany, const std::vector<fs::path>& rFew)
 {
     std::set<std::string> known;
-    for (const fs::path& rFile : rFew)
+    for (const fs::path& rFile : rFew) {
         known.insert(instantOf(rFile));
-    for (const fs::path& rFile : rMany)
-        if (!known.contains(instantOf(rFile)))
+    }
+    for (const fs::path& rFile : rMany) {
+        if (!known.contains(instantOf(rFile))) {
             return "; " + rFile.filename().string() + " has no partner";
+        }
+    }
     return {};
 }
 
 static void checkCounts(const FilesOfCameras& rFiles)
 {
     const auto& rRight = rFiles.at(KestrovaCamRight);
-    for (const auto& [eCamera, rOthers] : rFiles)
+    for (const auto& [eCamera, rOthers] : rFiles) {
         if (rOthers.size() != rRight.size()) {
             const bool bMore = rOthers.size() > rRight.size();
             throw AppError(line("%s has %zu photos and --right %zu; they are paired by order, so each needs a partner",
@@ -78,39 +85,47 @@ static void checkCounts(const FilesOfCameras& rFiles)
                                lonely(bMore ? rOthers : rRight, bMore ? rRight : rOthers),
                            ExitStatus::Content);
         }
+    }
 }
 
 static void checkSet(const PhotoSet& rSet, bool bAnyNames)
 {
     const fs::path& rRight = rSet.at(KestrovaCamRight);
     for (const auto& [eCamera, rFile] : rSet) {
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
-        if (fs::equivalent(rRight, rFile))
+        }
+        if (fs::equivalent(rRight, rFile)) {
             throw AppError(rFile.string() + ": stands behind both --right and " + option(eCamera) +
                                "; give each camera its own photos",
                            ExitStatus::Content);
-        if (!bAnyNames && instantOf(rRight) != instantOf(rFile))
+        }
+        if (!bAnyNames && instantOf(rRight) != instantOf(rFile)) {
             throw AppError(
                 rRight.filename().string() + " would be paired with " + rFile.filename().string() +
                     ", but their numbers differ; remove what has no partner, or say --any-names if the order "
                     "is right",
                 ExitStatus::Content);
+        }
     }
 }
 
 std::vector<PhotoSet> pairPhotos(const PhotoNames& rNames, bool bAnyNames)
 {
     FilesOfCameras files;
-    for (const auto& [eCamera, rPatterns] : rNames)
-        for (const std::string& rPattern : rPatterns)
-            for (fs::path& rFile : expand(eCamera, rPattern))
+    for (const auto& [eCamera, rPatterns] : rNames) {
+        for (const std::string& rPattern : rPatterns) {
+            for (fs::path& rFile : expand(eCamera, rPattern)) {
                 files[eCamera].push_back(std::move(rFile));
+            }
+        }
+    }
     checkCounts(files);
     std::vector<PhotoSet> sets(files.at(KestrovaCamRight).size());
     for (std::size_t u = 0; u < sets.size(); ++u) {
-        for (const auto& [eCamera, rFiles] : files)
+        for (const auto& [eCamera, rFiles] : files) {
             sets[u][eCamera] = rFiles[u];
+        }
         checkSet(sets[u], bAnyNames);
     }
     return sets;

@@ -24,10 +24,11 @@ static cv::Vec3d turnVector(const cv::Matx33d& rTurn)
 static Points project(const CameraModel& rLens, const std::vector<cv::Point3d>& rPoints, const BoardPose& rPose)
 {
     Points seen;
-    if (rLens.m_eLens == Lens::Equidistant)
+    if (rLens.m_eLens == Lens::Equidistant) {
         cv::fisheye::projectPoints(rPoints, seen, rPose.m_turn, rPose.m_place, rLens.m_K, rLens.m_adDistortion);
-    else
+    } else {
         cv::projectPoints(rPoints, rPose.m_turn, rPose.m_place, rLens.m_K, rLens.m_adDistortion, seen);
+    }
     return seen;
 }
 
@@ -65,11 +66,12 @@ static BoardPose poseFromRays(const CameraModel& rLens, const Board& rBoard, con
     const std::vector<cv::Point3f> points = rBoard.points();
     std::vector<cv::Point3f> nearPoints;
     Points nearRays;
-    for (std::size_t u = 0; u < rays.size(); ++u)
+    for (std::size_t u = 0; u < rays.size(); ++u) {
         if (cv::norm(rays[u]) < dFar) {
             nearPoints.push_back(points[u]);
             nearRays.push_back(rays[u]);
         }
+    }
     BoardPose pose;
     const bool bEnough = 3 * nearRays.size() > 2 * rays.size();
     cv::solvePnP(bEnough ? nearPoints : points, bEnough ? nearRays : rays, cv::Matx33d::eye(), cv::noArray(),
@@ -93,11 +95,13 @@ BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners
         cv::Mat1d step;
         cv::solve(slopes, -off, step, cv::DECOMP_QR);
         BoardPose next = pose;
-        for (int i = 0; i < 6; ++i)
+        for (int i = 0; i < 6; ++i) {
             (i < 3 ? next.m_turn[i] : next.m_place[i - 3]) += step(i);
+        }
         const cv::Mat1d nextOff = missesOf(project(rLens, points, next), rCorners);
-        if (!(cv::norm(nextOff) < (1.0 - 1e-6) * cv::norm(off)))
+        if (!(cv::norm(nextOff) < (1.0 - 1e-6) * cv::norm(off))) {
             break;
+        }
         pose = next;
         off = nextOff;
     }
@@ -149,8 +153,9 @@ private:
 
 Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
 {
-    for (const cv::Point3f& rPoint : rShots.m_board.points())
+    for (const cv::Point3f& rPoint : rShots.m_board.points()) {
         m_points.emplace_back(rPoint);
+    }
     const auto add = [&](const cv::Vec3d& rV) { m_x.insert(m_x.end(), rV.val, rV.val + 3); };
     for (const auto& [eCamera, rCamera] : rSet) {
         m_firstOfCamera[eCamera] = static_cast<int>(m_x.size());
@@ -166,17 +171,19 @@ Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
     for (Shot& rShot : rShots.m_shots) {
         const auto nUsed = std::count_if(rShot.begin(), rShot.end(), [](const auto& r) { return r.second.isUsed(); });
         View& rRight = rShot.at(KestrovaCamRight);
-        if (!rRight.isUsed() || (rSet.size() > 1 && nUsed < 2))
+        if (!rRight.isUsed() || (rSet.size() > 1 && nUsed < 2)) {
             continue;
+        }
         const int nPose = static_cast<int>(m_x.size());
         const BoardPose pose = boardPose(rSet.at(KestrovaCamRight).m_model, rShots.m_board, rRight.m_corners);
         add(pose.m_turn);
         add(pose.m_place);
-        for (auto& [eCamera, rView] : rShot)
+        for (auto& [eCamera, rView] : rShot) {
             if (rView.isUsed()) {
                 m_blocks.push_back({&rView, eCamera, nPose});
                 usual.push_back(rView.m_dLensError);
             }
+        }
     }
     m_dUsual = rSet.size() > 1 ? std::max(3.0 * medianOf(usual), 1e-3) : 1e9;
     holdSmall();
@@ -195,9 +202,10 @@ void Adjustment::holdSmall()
             0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1));
         for (std::size_t u = 0; u < rLens.m_adDistortion.size(); ++u) {
             const int nPower = rLens.m_eLens == Lens::Equidistant ? static_cast<int>(u) + 1 : u < 8 ? anPowers[u] : 0;
-            if (nPower > 0)
+            if (nPower > 0) {
                 m_hold[static_cast<std::size_t>(m_firstOfCamera.at(eCamera)) + 4 + u] =
                     dCost * std::pow(dRadius, 4 * nPower);
+            }
         }
     }
 }
@@ -221,10 +229,12 @@ std::vector<int> Adjustment::unknownsOf(const Block& rBlock) const
 {
     std::vector<int> unknowns;
     const int nOfCamera = nLens(rBlock.m_eCamera) + (rBlock.m_eCamera == KestrovaCamRight ? 0 : sk_nPose);
-    for (int i = 0; i < nOfCamera; ++i)
+    for (int i = 0; i < nOfCamera; ++i) {
         unknowns.push_back(m_firstOfCamera.at(rBlock.m_eCamera) + i);
-    for (int i = 0; i < sk_nPose; ++i)
+    }
+    for (int i = 0; i < sk_nPose; ++i) {
         unknowns.push_back(rBlock.m_nPose + i);
+    }
     return unknowns;
 }
 
@@ -247,8 +257,9 @@ double Adjustment::cost(const std::vector<double>& rX) const
         const double dError = errorOf(misses(rBlock, rX));
         dSum += dError <= m_dUsual ? dError * dError : m_dUsual * (2.0 * dError - m_dUsual);
     }
-    for (std::size_t u = 0; u < rX.size(); ++u)
+    for (std::size_t u = 0; u < rX.size(); ++u) {
         dSum += m_hold[u] * rX[u] * rX[u] / static_cast<double>(m_points.size());
+    }
     return std::isfinite(dSum) ? dSum : 1e300;
 }
 
@@ -277,8 +288,9 @@ void Adjustment::equations(cv::Mat1d& rA, cv::Mat1d& rB) const
         for (int i = 0; i < slopes.cols; ++i) {
             const int nRow = unknowns[static_cast<std::size_t>(i)];
             rB(nRow) -= b(i);
-            for (int k = 0; k < slopes.cols; ++k)
+            for (int k = 0; k < slopes.cols; ++k) {
                 rA(nRow, unknowns[static_cast<std::size_t>(k)]) += A(i, k);
+            }
         }
     }
     for (int i = 0; i < rA.rows; ++i) {
@@ -298,14 +310,17 @@ void Adjustment::solve(int nMostRounds)
         const double dBefore = dCost;
         for (; dDamping < 1e10; dDamping *= 10.0) {
             cv::Mat1d damped = A.clone();
-            for (int i = 0; i < A.rows; ++i)
+            for (int i = 0; i < A.rows; ++i) {
                 damped(i, i) += dDamping * A(i, i) + 1e-12;
+            }
             cv::Mat1d step;
             std::vector<double> moved = m_x;
-            if (!cv::solve(damped, b, step, cv::DECOMP_CHOLESKY))
+            if (!cv::solve(damped, b, step, cv::DECOMP_CHOLESKY)) {
                 continue;
-            for (std::size_t u = 0; u < moved.size(); ++u)
+            }
+            for (std::size_t u = 0; u < moved.size(); ++u) {
                 moved[u] += step(static_cast<int>(u));
+            }
             if (const double dNow = cost(moved); dNow < dCost) {
                 m_x = std::move(moved);
                 dCost = dNow;
@@ -313,8 +328,9 @@ void Adjustment::solve(int nMostRounds)
                 break;
             }
         }
-        if (dBefore - dCost < 1e-9 * dBefore)
+        if (dBefore - dCost < 1e-9 * dBefore) {
             return;
+        }
     }
 }
 
@@ -323,8 +339,9 @@ CameraSet Adjustment::set() const
     CameraSet set = m_start;
     for (auto& [eCamera, rCamera] : set) {
         rCamera.m_model = lensOf(eCamera, m_x);
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
+        }
         const BoardPose mounted = poseAt(m_x, m_firstOfCamera.at(eCamera) + nLens(eCamera));
         rCamera.m_R = turnMatrix(mounted.m_turn).t();
         rCamera.m_T = -(rCamera.m_R * mounted.m_place);
@@ -334,8 +351,9 @@ CameraSet Adjustment::set() const
 
 void Adjustment::tellErrors(double View::*pError) const
 {
-    for (const Block& rBlock : m_blocks)
+    for (const Block& rBlock : m_blocks) {
         rBlock.m_pView->*pError = errorOf(misses(rBlock, m_x));
+    }
 }
 
 double Adjustment::focalSpread() const
@@ -343,8 +361,9 @@ double Adjustment::focalSpread() const
     cv::Mat1d A, b, inverse;
     equations(A, b);
     const double dOpen = 2.0 * static_cast<double>(m_blocks.size() * m_points.size()) - static_cast<double>(m_x.size());
-    if (dOpen <= 0.0 || cv::invert(A, inverse, cv::DECOMP_CHOLESKY) == 0.0)
+    if (dOpen <= 0.0 || cv::invert(A, inverse, cv::DECOMP_CHOLESKY) == 0.0) {
         return 0.0;
+    }
     const int nFocal = m_firstOfCamera.at(KestrovaCamRight);
     const double dSquares = cost(m_x) * static_cast<double>(m_points.size());
     return std::sqrt(inverse(nFocal, nFocal) * dSquares / dOpen) / m_x[static_cast<std::size_t>(nFocal)];
@@ -361,14 +380,16 @@ void refineSet(CameraSet& rSet, Shots& rShots)
 double refineLens(CameraModel& rLens, Shots& rShots, KestrovaCamera eCamera, int nMostRounds)
 {
     Shots alone{rShots.m_board, rShots.m_size, {}};
-    for (const Shot& rShot : rShots.m_shots)
+    for (const Shot& rShot : rShots.m_shots) {
         alone.m_shots.push_back({{KestrovaCamRight, rShot.at(eCamera)}});
+    }
     Adjustment adjustment({{KestrovaCamRight, {rLens, cv::Matx33d::eye(), {}}}}, alone);
     adjustment.solve(nMostRounds);
     adjustment.tellErrors(&View::m_dLensError);
     rLens = adjustment.set().at(KestrovaCamRight).m_model;
-    for (std::size_t u = 0; u < alone.m_shots.size(); ++u)
+    for (std::size_t u = 0; u < alone.m_shots.size(); ++u) {
         rShots.m_shots[u].at(eCamera).m_dLensError = alone.m_shots[u].at(KestrovaCamRight).m_dLensError;
+    }
     return adjustment.focalSpread();
 }
 

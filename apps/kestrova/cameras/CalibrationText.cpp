@@ -8,8 +8,9 @@ namespace kestrova::app {
 
 static void writeNumbers(std::ostream& rOut, const double* pdFirst, const double* pdLast)
 {
-    for (; pdFirst != pdLast; ++pdFirst)
+    for (; pdFirst != pdLast; ++pdFirst) {
         rOut << ' ' << *pdFirst;
+    }
     rOut << '\n';
 }
 
@@ -97,11 +98,13 @@ std::string calibrationText(const CalibrationDescription& rDescription)
         << "Disparity " << rDescription.m_nMinDisparity << ' ' << rDescription.m_nMaxDisparity << '\n'
         << "Rectify " << (rDescription.m_bRectify ? "on" : "off") << '\n';
     int nId = 0;
-    for (const auto& [eCamera, rCamera] : rDescription.m_cameras)
+    for (const auto& [eCamera, rCamera] : rDescription.m_cameras) {
         writeCamera(out, nId++, rCamera, eCamera);
+    }
     nId = 0; // maps stand behind all cameras: who rewrites a calibration copies the rest from the first map on
-    for (const auto& [eCamera, rCamera] : rDescription.m_cameras)
+    for (const auto& [eCamera, rCamera] : rDescription.m_cameras) {
         writeWarps(out, nId++, rCamera);
+    }
     return out.str();
 }
 
@@ -116,8 +119,9 @@ CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, doubl
     description.m_nMaxDisparity = std::clamp(canvas.width / 5, 16, 240); // photographs of things at arm's length
     description.m_bRectify = false;
     description.m_note = "Frames that are rectified already: the maps leave every pixel where it is.";
-    for (KestrovaCamera eCamera : camerasOf(eConfiguration))
+    for (KestrovaCamera eCamera : camerasOf(eConfiguration)) {
         description.m_cameras[eCamera] = {};
+    }
     return description;
 }
 

@@ -40,8 +40,9 @@ std::vector<KestrovaCamera> camerasOf(KestrovaCameraConfiguration eConfiguration
 template<typename Thing>
 KestrovaCameraConfiguration configurationOf(const PerCamera<Thing>& rSet)
 {
-    if (!rSet.contains(KestrovaCamTop))
+    if (!rSet.contains(KestrovaCamTop)) {
         return KestrovaCfg2CameraHorizontal;
+    }
     return rSet.contains(KestrovaCamLeft) ? KestrovaCfg3CameraL : KestrovaCfg2CameraVertical;
 }
 

@@ -36,14 +36,16 @@ static Course follow(const CameraModel& rCamera, const cv::Point2d& rDirection)
 {
     constexpr double dBehind = 1.6;
     Points rays;
-    for (double dRadius = 0.0; dRadius < sk_dWidest; dRadius += sk_dStep)
+    for (double dRadius = 0.0; dRadius < sk_dWidest; dRadius += sk_dStep) {
         rays.push_back(rDirection * dRadius);
+    }
     const Points pixels = projectRays(rCamera, rays);
     Course course;
     for (std::size_t i = 1; i < pixels.size(); ++i) {
         const double dRadius = static_cast<double>(i) * sk_dStep;
-        if (dRadius > dBehind * course.m_dExit)
+        if (dRadius > dBehind * course.m_dExit) {
             break;
+        }
         const double dGain = (normalised(rCamera, pixels[i]) - normalised(rCamera, pixels[i - 1])).dot(rDirection);
         const bool bAcross = normalised(rCamera, pixels[i]).dot(rDirection) > 0.0; // else the way across turned over
         if (!(dGain > 0.0) || !bAcross) {
@@ -51,8 +53,9 @@ static Course follow(const CameraModel& rCamera, const cv::Point2d& rDirection)
             course.m_dFold = dRadius;
             break;
         }
-        if (!isInFrame(rCamera, pixels[i]))
+        if (!isInFrame(rCamera, pixels[i])) {
             course.m_dExit = std::min(course.m_dExit, dRadius);
+        }
     }
     return course;
 }
@@ -66,15 +69,18 @@ struct Rim
 static std::vector<Rim> rims(const CameraModel& rCamera, double dRadius, const Points& rDirections)
 {
     Points rays;
-    for (const cv::Point2d& rDirection : rDirections)
-        for (double dStep : {-sk_dDerivativeStep, 0.0, sk_dDerivativeStep})
+    for (const cv::Point2d& rDirection : rDirections) {
+        for (double dStep : {-sk_dDerivativeStep, 0.0, sk_dDerivativeStep}) {
             rays.push_back(rDirection * (dRadius + dStep));
+        }
+    }
     const Points pixels = projectRays(rCamera, rays);
     std::vector<Rim> found;
-    for (std::size_t i = 0; i < pixels.size(); i += 3)
+    for (std::size_t i = 0; i < pixels.size(); i += 3) {
         found.push_back(
             {pixels[i + 1], (pixels[i + 2] - pixels[i]) / (2.0 * sk_dDerivativeStep),
              (pixels[i + 2] - 2.0 * pixels[i + 1] + pixels[i]) / (sk_dDerivativeStep * sk_dDerivativeStep)});
+    }
     return found;
 }
 
@@ -83,8 +89,9 @@ static void chooseContinuation(const CameraModel& rCamera, LensReach& rReach)
     double dCorner = 0.0;
     for (const cv::Point2d& rCorner :
          {cv::Point2d(0, 0), cv::Point2d(rCamera.m_size.width, 0), cv::Point2d(0, rCamera.m_size.height),
-          cv::Point2d(rCamera.m_size.width, rCamera.m_size.height)})
+          cv::Point2d(rCamera.m_size.width, rCamera.m_size.height)}) {
         dCorner = std::max(dCorner, cv::norm(normalised(rCamera, rCorner)));
+    }
     const Rim rim = rims(rCamera, rReach.m_dRay, {cv::Point2d(1.0, 0.0)})[0];
     const double dFx = rCamera.m_K(0, 0);
     const double dSlope = rim.m_slope.x / dFx;
@@ -101,30 +108,35 @@ LensReach reachOf(const CameraModel& rCamera)
     for (int i = 0; i < sk_nDirections; ++i) {
         const double dAngle = 2.0 * CV_PI * i / sk_nDirections;
         const Course course = follow(rCamera, {std::cos(dAngle), std::sin(dAngle)});
-        if (course.m_bFolds)
+        if (course.m_bFolds) {
             reach.m_dFold = std::min(reach.m_dFold, course.m_dFold);
+        }
         const bool bInside = course.m_dExit == std::numeric_limits<double>::infinity();
         reach.m_bFoldsInside = reach.m_bFoldsInside || (course.m_bFolds && bInside);
-        if (course.m_bFolds || bInside)
+        if (course.m_bFolds || bInside) {
             reach.m_dRay = std::min(reach.m_dRay, course.m_bFolds ? sk_dShareOfFold * course.m_dFold : sk_dWidest);
+        }
     }
-    if (reach.isLimited())
+    if (reach.isLimited()) {
         chooseContinuation(rCamera, reach);
+    }
     return reach;
 }
 
 static Points project(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays, double dCubic)
 {
     Points pixels = projectRays(rCamera, rRays);
-    if (!rReach.isLimited())
+    if (!rReach.isLimited()) {
         return pixels;
+    }
     Points directions;
     std::vector<std::size_t> beyond;
-    for (std::size_t i = 0; i < rRays.size(); ++i)
+    for (std::size_t i = 0; i < rRays.size(); ++i) {
         if (const double dRadius = cv::norm(rRays[i]); !(dRadius <= rReach.m_dRay)) {
             beyond.push_back(i);
             directions.push_back(rRays[i] / dRadius);
         }
+    }
     const std::vector<Rim> found = rims(rCamera, rReach.m_dRay, directions);
     for (std::size_t k = 0; k < beyond.size(); ++k) {
         const double d = cv::norm(rRays[beyond[k]]) - rReach.m_dRay;
@@ -144,8 +156,9 @@ Points projectContinued(const CameraModel& rCamera, const LensReach& rReach, con
 static std::vector<double> radialTable(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays)
 {
     std::vector<double> table;
-    for (const cv::Point2d& rPixel : project(rCamera, rReach, rRays, rReach.m_dMild))
+    for (const cv::Point2d& rPixel : project(rCamera, rReach, rRays, rReach.m_dMild)) {
         table.push_back(normalised(rCamera, rPixel).x);
+    }
     return table;
 }
 
@@ -153,8 +166,9 @@ static std::vector<double> radialTable(const CameraModel& rCamera, const LensRea
 static Points solve(const CameraModel& rCamera, const LensReach& rReach, const Points& rPixels)
 {
     Points line;
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 0; i < 2000; ++i) {
         line.emplace_back(i * sk_dStep, 0.0);
+    }
     const std::vector<double> table = radialTable(rCamera, rReach, line);
     Points rays;
     std::vector<cv::Vec2d> slopes;
@@ -184,19 +198,22 @@ static Points solve(const CameraModel& rCamera, const LensReach& rReach, const P
 Points raysContinued(const CameraModel& rCamera, const LensReach& rReach, const Points& rPixels)
 {
     Points rays = raysOfPixels(rCamera, rPixels);
-    if (!rReach.isLimited())
+    if (!rReach.isLimited()) {
         return rays;
+    }
     const Points back = projectRays(rCamera, rays);
     Points open;
     std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < rays.size(); ++i)
+    for (std::size_t i = 0; i < rays.size(); ++i) {
         if (!(cv::norm(rays[i]) <= rReach.m_dRay && cv::norm(back[i] - rPixels[i]) < 1e-3)) {
             open.push_back(rPixels[i]);
             places.push_back(i);
         }
+    }
     const Points solved = solve(rCamera, rReach, open);
-    for (std::size_t k = 0; k < places.size(); ++k)
+    for (std::size_t k = 0; k < places.size(); ++k) {
         rays[places[k]] = solved[k];
+    }
     return rays;
 }
 

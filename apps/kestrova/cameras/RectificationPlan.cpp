@@ -35,19 +35,21 @@ static void turnPair(RectificationPlan& rPlan, const MountedCamera& rOther, Kest
     cv::Vec3d axis;
     axis[nAxis] = baseline[nAxis] > 0.0 ? 1.0 : -1.0;
     cv::Vec3d turn = baseline.cross(axis);
-    if (const double dLength = cv::norm(turn); dLength > 0.0)
+    if (const double dLength = cv::norm(turn); dLength > 0.0) {
         turn *= std::acos(std::min(1.0, std::abs(baseline[nAxis]) / cv::norm(baseline))) / dLength;
+    }
     cv::Matx33d level;
     cv::Rodrigues(turn, level);
     rPlan.m_rotations[eOther] = level * half.t();
     rPlan.m_rotations[KestrovaCamRight] = level * half;
     rPlan.m_dBaseline = cv::norm(rOther.m_T);
     const bool bUpright = nAxis == 1;
-    if (bUpright != (eOther == KestrovaCamTop) || axis[nAxis] > 0.0)
+    if (bUpright != (eOther == KestrovaCamTop) || axis[nAxis] > 0.0) {
         throw AppError(std::string("the ") + cameraName(eOther) + " camera stands " +
                            (bUpright ? (axis[1] < 0.0 ? "above" : "below") : (axis[0] < 0.0 ? "left" : "right")) +
                            " of the right one",
                        ExitStatus::Unfit);
+    }
 }
 
 // ---- view ----
@@ -64,12 +66,14 @@ static Sides sidesOf(const CameraModel& rCamera, const cv::Matx33d& rRotation)
     const LensReach reach = reachOf(rCamera);
     const auto side = [&](cv::Point2d from, cv::Point2d to) {
         Points pixels;
-        for (int i = 0; i <= nSteps; ++i)
+        for (int i = 0; i <= nSteps; ++i) {
             pixels.push_back(from + (to - from) * (static_cast<double>(i) / nSteps));
+        }
         Points rays = raysContinued(rCamera, reach, pixels);
         for (cv::Point2d& rRay : rays) {
-            if (const double dRadius = cv::norm(rRay); dRadius > reach.m_dRay)
+            if (const double dRadius = cv::norm(rRay); dRadius > reach.m_dRay) {
                 rRay *= reach.m_dRay / dRadius;
+            }
             rRay = rotate(rRotation, rRay);
             rRay = {std::clamp(rRay.x, -sk_dWidest, sk_dWidest), std::clamp(rRay.y, -sk_dWidest, sk_dWidest)};
         }
@@ -138,9 +142,10 @@ static RectificationPlan planPair(const CameraSet& rSet, KestrovaCamera eOther, 
         focal.take(rOne.m_top, -1.0, true, plan.m_centre.y);
         focal.take(rOne.m_bottom, 1.0, true, canvas.height - 1 - plan.m_centre.y);
     }
-    if (!(focal.m_dInside < 1e6 && focal.m_dOutside > 0.0))
+    if (!(focal.m_dInside < 1e6 && focal.m_dOutside > 0.0)) {
         throw AppError("the cameras have no view in common; check R and T, or which files belong together",
                        ExitStatus::Unfit);
+    }
     plan.m_dFocal = focal.m_dInside * (1.0 - dAlpha) + focal.m_dOutside * dAlpha;
     return plan;
 }
@@ -154,8 +159,9 @@ static void turnTowardsTop(RectificationPlan& rPlan, const MountedCamera& rTop)
     const double dCos = -seen[1] / dUp;
     const double dSin = seen[2] / dUp;
     const cv::Matx33d turn(1, 0, 0, 0, dCos, -dSin, 0, dSin, dCos);
-    for (auto& [eCamera, rRotation] : rPlan.m_rotations)
+    for (auto& [eCamera, rRotation] : rPlan.m_rotations) {
         rRotation = turn * rRotation;
+    }
     rPlan.m_rotations[KestrovaCamTop] = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_R;
     rPlan.m_centre.y += rPlan.m_dFocal * dSin / dCos;
 }
@@ -167,15 +173,17 @@ std::string flawOfL(const CameraSet& rSet, double dMaxDisparity)
     const double dUp = cv::norm(rTop);
     const double dAside = cv::norm(rLeft);
     const double dAngle = std::acos(std::clamp(rTop.dot(rLeft) / dUp / dAside, -1.0, 1.0)) * 180.0 / CV_PI;
-    if (rTop[1] >= 0.0 || std::abs(dAngle - 90.0) > 0.5)
+    if (rTop[1] >= 0.0 || std::abs(dAngle - 90.0) > 0.5) {
         return line("the top camera does not stand at a right angle above the right one (%.2f degrees between the "
                     "baselines, 90 +- 0.5 are wanted)",
                     dAngle);
+    }
     const double dApart = std::abs(dUp - dAside) / dAside * dMaxDisparity;
-    if (dApart > 0.5)
+    if (dApart > 0.5) {
         return line("the two baselines of the L, %.2f and %.2f mm, differ too much for one disparity: by %.2f pixel at "
                     "disparity %.0f, 0.5 is the limit",
                     1000.0 * dAside, 1000.0 * dUp, dApart, dMaxDisparity);
+    }
     return "";
 }
 
@@ -185,8 +193,9 @@ RectificationPlan planRectification(const CameraSet& rSet, cv::Size canvas, doub
     const bool bL = configurationOf(rSet) == KestrovaCfg3CameraL;
     RectificationPlan plan = planPair(rSet, bL ? KestrovaCamLeft : rSet.rbegin()->first, canvas, dAlpha);
     if (bL) {
-        if (const std::string flaw = flawOfL(rSet, maxDisparity.value_or(canvas.width / 10.0)); !flaw.empty())
+        if (const std::string flaw = flawOfL(rSet, maxDisparity.value_or(canvas.width / 10.0)); !flaw.empty()) {
             throw AppError(flaw, ExitStatus::Unfit);
+        }
         turnTowardsTop(plan, rSet.at(KestrovaCamTop));
     }
     return plan;
@@ -196,15 +205,17 @@ Points raysOfRectified(const cv::Matx33d& rRotation, const RectificationPlan& rP
 {
     Points rays;
     rays.reserve(rPixels.size());
-    for (const cv::Point2d& rPixel : rPixels)
+    for (const cv::Point2d& rPixel : rPixels) {
         rays.push_back(rotate(rRotation.t(), (rPixel - rPlan.m_centre) / rPlan.m_dFocal));
+    }
     return rays;
 }
 
 Points rectifiedFromRays(const cv::Matx33d& rRotation, const RectificationPlan& rPlan, Points rays)
 {
-    for (cv::Point2d& rRay : rays)
+    for (cv::Point2d& rRay : rays) {
         rRay = rotate(rRotation, rRay) * rPlan.m_dFocal + rPlan.m_centre;
+    }
     return rays;
 }
 

@@ -21,18 +21,21 @@ static constexpr double sk_dFitGood = 0.05; // worse ones are tried again with m
 double Rig::worstFit() const
 {
     double dWorst = 0.0;
-    for (const auto& [eCamera, rMaps] : m_maps)
+    for (const auto& [eCamera, rMaps] : m_maps) {
         dWorst = std::max(dWorst, rMaps.largestError());
-    for (const Rig& rFurther : m_further)
+    }
+    for (const Rig& rFurther : m_further) {
         dWorst = std::max(dWorst, rFurther.worstFit());
+    }
     return dWorst;
 }
 
 std::string Rig::text() const
 {
     std::string text = calibrationText(m_description);
-    for (const Rig& rFurther : m_further)
+    for (const Rig& rFurther : m_further) {
         text += rFurther.text();
+    }
     return text;
 }
 
@@ -70,8 +73,9 @@ static CameraSet named(const CameraSet& rPair, KestrovaCamera eName)
 // The rotations of a given view follow the cameras to their names.
 static void renameGiven(RigWishes& rWishes, bool bExchanged, KestrovaCamera eOther)
 {
-    if (!rWishes.m_given)
+    if (!rWishes.m_given) {
         return;
+    }
     const cv::Matx33d right = rWishes.m_given->m_rotations.begin()->second;
     const cv::Matx33d other = rWishes.m_given->m_rotations.rbegin()->second;
     rWishes.m_given->m_rotations = {{KestrovaCamRight, bExchanged ? other : right},
@@ -81,15 +85,17 @@ static void renameGiven(RigWishes& rWishes, bool bExchanged, KestrovaCamera eOth
 static void placePair(Rig& rRig, RigWishes& rWishes)
 {
     CameraSet& rSet = rRig.m_set;
-    if (rWishes.m_leftIs == KestrovaCamRight)
+    if (rWishes.m_leftIs == KestrovaCamRight) {
         rSet = exchanged(rSet);
+    }
     const cv::Vec3d direction = directionOf(rSet.rbegin()->second);
     const bool bUpright = std::abs(direction[1]) > std::abs(direction[0]);
     const bool bExchanged = direction[bUpright ? 1 : 0] > 0.0;
     const KestrovaCamera eOther = bUpright ? KestrovaCamTop : KestrovaCamLeft;
     if (rWishes.m_leftIs) {
-        if (eOther != KestrovaCamLeft)
+        if (eOther != KestrovaCamLeft) {
             throw AppError(rWishes.m_source + ": --left-is: the cameras stand one above the other", ExitStatus::Usage);
+        }
         if (bExchanged) {
             MountedCamera& rLeft = rSet.at(KestrovaCamLeft);
             rLeft.m_T = -(rLeft.m_R.t() * rLeft.m_T);
@@ -149,8 +155,9 @@ static cv::Vec2d lostField(const CameraSet& rSet, const RectificationPlan& rPlan
             fieldOf(rModel.m_size, [&](const Points& rPixels) { return raysContinued(rModel, reach, rPixels); });
         const cv::Vec2d shown =
             fieldOf(rPlan.m_canvas, [&](const Points& rPixels) { return raysOfRectified(rRotation, rPlan, rPixels); });
-        for (int i = 0; i < 2; ++i)
+        for (int i = 0; i < 2; ++i) {
             lost[i] = std::max(lost[i], 100.0 * (1.0 - shown[i] / all[i]));
+        }
     }
     return lost;
 }
@@ -163,18 +170,21 @@ static cv::Size canvasFor(cv::Size raw, double dAlpha, std::vector<std::string>&
     const double dWidth = dInside * (1.0 - dAlpha) + dOutside * dAlpha;
     const int nWidth = std::clamp(static_cast<int>(dWidth / 4.0 + 1e-6) * 4, sk_nNarrowestCanvas, sk_nWidestCanvas);
     const cv::Size canvas(nWidth, nWidth * 3 / 4);
-    if (canvas != raw)
+    if (canvas != raw) {
         rRemarks.push_back(line("canvas: rectified images are 4 by 3, so the frames of %dx%d give images of %dx%d%s",
                                 raw.width, raw.height, canvas.width, canvas.height,
                                 dWidth > sk_nWidestCanvas ? ", the largest that the library makes" : ""));
+    }
     return canvas;
 }
 
 static void checkCanvas(cv::Size canvas)
 {
-    if (canvas.width * 3 != canvas.height * 4 || canvas.width < sk_nNarrowestCanvas || canvas.width > sk_nWidestCanvas)
+    if (canvas.width * 3 != canvas.height * 4 || canvas.width < sk_nNarrowestCanvas ||
+        canvas.width > sk_nWidestCanvas) {
         throw AppError(line("--canvas: %dx%d: needs a 4 by 3 size from 64x48 to 1280x960", canvas.width, canvas.height),
                        ExitStatus::Usage);
+    }
 }
 
 // The given view with another frame around the same centre of the picture; smaller when the library has no such canvas.
@@ -193,16 +203,19 @@ static RectificationPlan cutTo(const RectificationPlan& rGiven, cv::Size canvas)
 std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const RectificationPlan& rPlan)
 {
     std::vector<double> disparities;
-    for (const cv::Vec3d& rPlace : rPlaces)
-        if (const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPlace)[2]; dDepth > 0.0)
+    for (const cv::Vec3d& rPlace : rPlaces) {
+        if (const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPlace)[2]; dDepth > 0.0) {
             disparities.push_back(rPlan.m_dFocal * rPlan.m_dBaseline / dDepth);
+        }
+    }
     return disparities;
 }
 
 static cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& rWishes)
 {
-    if (rWishes.m_disparity)
+    if (rWishes.m_disparity) {
         return *rWishes.m_disparity;
+    }
     const std::vector<double> subject = disparitiesOf(rWishes.m_subject, rPlan);
     // Matches of a top camera go along the columns, which are shorter.
     const bool bTop = rPlan.m_rotations.contains(KestrovaCamTop);
@@ -222,13 +235,16 @@ static CameraMaps fitWithinLimits(const Rig& rRig, KestrovaCamera eCamera, const
     for (int nCoefs : sk_anCoefs) {
         maps = fitCameraMaps(rRig.m_set.at(eCamera).m_model, rRig.m_plan.m_rotations.at(eCamera), rRig.m_plan, nCoefs);
         if (maps.worstRms() <= sk_dFitRms && maps.largestError() <= sk_dFitWorst &&
-            (!usable || maps.largestError() < usable->largestError()))
+            (!usable || maps.largestError() < usable->largestError())) {
             usable = maps;
-        if (usable && usable->largestError() <= sk_dFitGood)
+        }
+        if (usable && usable->largestError() <= sk_dFitGood) {
             return *usable;
+        }
     }
-    if (usable)
+    if (usable) {
         return *usable;
+    }
     throw AppError(
         line("%s: %s camera: maps of %d coefficients are %.3f pixel RMS and at most %.3f off the lens (limits "
              "%.2f and %.1f); show less of its view with a lower --alpha, or check its distortion",
@@ -241,8 +257,9 @@ static void remarkReach(Rig& rRig, KestrovaCamera eCamera)
 {
     const LensReach reach = reachOf(rRig.m_set.at(eCamera).m_model);
     const double dPercent = 100.0 * rRig.m_maps.at(eCamera).m_dLostShare;
-    if (dPercent == 0.0)
+    if (dPercent == 0.0) {
         return; // if it ends, then outside the frame
+    }
     const double dDegrees = std::atan(reach.m_dRay) * 180.0 / CV_PI;
     rRig.m_remarks.push_back(
         reach.folds()
@@ -307,8 +324,9 @@ static RectificationPlan planFor(Rig& rRig, const RigWishes& rWishes)
     }
     const cv::Size raw = rRig.m_set.at(KestrovaCamRight).m_model.m_size;
     const cv::Size canvas = rWishes.m_canvas ? *rWishes.m_canvas : canvasFor(raw, rWishes.m_dAlpha, rRig.m_remarks);
-    if (configurationOf(rRig.m_set) != KestrovaCfg3CameraL)
+    if (configurationOf(rRig.m_set) != KestrovaCfg3CameraL) {
         return plannedFor(rRig.m_set, canvas, rWishes);
+    }
     CameraSet pair = rRig.m_set;
     pair.erase(KestrovaCamTop);
     const double dMost = disparityFor(plannedFor(pair, canvas, rWishes), rWishes)[1];
@@ -330,8 +348,9 @@ static Rig buildTwoSections(Rig& rRig, const RigWishes& rWishes, const std::stri
     pair.m_further.push_back(section(KestrovaCamLeft));
     rRig.m_remarks.push_back(rFlaw + ": two sections are written, the first for right and left, the second for right "
                                      "and top");
-    for (const Rig* pRig : {&pair, &pair.m_further[0]})
+    for (const Rig* pRig : {&pair, &pair.m_further[0]}) {
         rRig.m_remarks.insert(rRig.m_remarks.end(), pRig->m_remarks.begin(), pRig->m_remarks.end());
+    }
     pair.m_remarks = std::move(rRig.m_remarks);
     return pair;
 }
@@ -341,8 +360,9 @@ Rig buildRig(const CameraSet& rSet, const RigWishes& rWishes)
     RigWishes wishes = rWishes;
     Rig rig;
     rig.m_set = rSet;
-    if (wishes.m_canvas)
+    if (wishes.m_canvas) {
         checkCanvas(*wishes.m_canvas);
+    }
     checkCameras(rig.m_set, wishes.m_source, rig.m_remarks);
     if (configurationOf(rSet) == KestrovaCfg3CameraL) {
         CameraSet pair = rig.m_set;
@@ -351,8 +371,9 @@ Rig buildRig(const CameraSet& rSet, const RigWishes& rWishes)
         std::vector<std::string> ignored;
         const cv::Size canvas = wishes.m_canvas.value_or(canvasFor(raw, wishes.m_dAlpha, ignored));
         const RectificationPlan plan = plannedFor(pair, canvas, wishes);
-        if (const std::string flaw = flawOfL(rig.m_set, disparityFor(plan, wishes)[1]); !flaw.empty())
+        if (const std::string flaw = flawOfL(rig.m_set, disparityFor(plan, wishes)[1]); !flaw.empty()) {
             return buildTwoSections(rig, wishes, flaw);
+        }
     } else {
         placePair(rig, wishes);
     }

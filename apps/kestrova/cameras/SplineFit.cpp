@@ -13,8 +13,9 @@ static constexpr int sk_nOrder = 4;
 static std::vector<double> clampedKnots(int nCoefs)
 {
     std::vector<double> knots;
-    for (int i = 0; i < nCoefs + sk_nOrder; ++i)
+    for (int i = 0; i < nCoefs + sk_nOrder; ++i) {
         knots.push_back(std::clamp((i - sk_nOrder + 1) / static_cast<double>(nCoefs - sk_nOrder + 1), 0.0, 1.0));
+    }
     return knots;
 }
 
@@ -45,9 +46,11 @@ double SplineSurface::operator()(double dX, double dY) const
     const int nX = basisAt(m_adKnotsX, m_nCoefs, dX, adX);
     const int nY = basisAt(m_adKnotsY, m_nCoefs, dY, adY);
     double dSum = 0.0;
-    for (int x = 0; x < sk_nOrder; ++x)
-        for (int y = 0; y < sk_nOrder; ++y)
+    for (int x = 0; x < sk_nOrder; ++x) {
+        for (int y = 0; y < sk_nOrder; ++y) {
             dSum += adX[x] * adY[y] * m_adCoefs[static_cast<std::size_t>((nX + x) * m_nCoefs + nY + y)];
+        }
+    }
     return dSum;
 }
 
@@ -64,8 +67,9 @@ static std::vector<double> samplePlaces(int nCoefs)
 {
     std::vector<double> places{0.0};
     const int nInner = 4 * nCoefs;
-    for (int i = 0; i < nInner; ++i)
+    for (int i = 0; i < nInner; ++i) {
         places.push_back((i + 0.5) / nInner);
+    }
     places.push_back(1.0);
     return places;
 }
@@ -77,8 +81,9 @@ static cv::Mat1d axisSolver(const std::vector<double>& rKnots, int nCoefs, const
     for (int i = 0; i < basis.rows; ++i) {
         std::array<double, sk_nOrder> adValues;
         const int nFirst = basisAt(rKnots, nCoefs, rPlaces[static_cast<std::size_t>(i)], adValues);
-        for (int k = 0; k < sk_nOrder; ++k)
+        for (int k = 0; k < sk_nOrder; ++k) {
             basis(i, nFirst + k) = adValues[static_cast<std::size_t>(k)];
+        }
     }
     cv::Mat1d solver;
     cv::invert(basis, solver, cv::DECOMP_SVD);
@@ -91,9 +96,11 @@ SplineMap fitSplineMap(const PixelFunction& rFunction, cv::Size from, cv::Size t
     const std::vector<double> places = samplePlaces(nCoefs);
     const int nPlaces = static_cast<int>(places.size());
     Points pixels;
-    for (double dX : places)
-        for (double dY : places)
+    for (double dX : places) {
+        for (double dY : places) {
             pixels.emplace_back(dX * from.width - 0.5, dY * from.height - 0.5);
+        }
+    }
     const Points values = rFunction(pixels);
 
     const cv::Mat1d solver = axisSolver(knots, nCoefs, places);
@@ -112,11 +119,12 @@ SplineMap identitySplineMap()
     // With four coefficients an axis the surface is one cubic, and coefficients at thirds make it the straight line.
     SplineMap map;
     map.m_column = map.m_row = {4, clampedKnots(4), clampedKnots(4), {}};
-    for (int x = 0; x < 4; ++x)
+    for (int x = 0; x < 4; ++x) {
         for (int y = 0; y < 4; ++y) {
             map.m_column.m_adCoefs.push_back(x / 3.0);
             map.m_row.m_adCoefs.push_back(y / 3.0);
         }
+    }
     return map;
 }
 
@@ -130,9 +138,11 @@ static Points manyPixels(cv::Size size)
 {
     const int nStep = std::max(1, (size.width + 320) / 640);
     Points pixels;
-    for (int nRow = 0; nRow < size.height; nRow += nStep)
-        for (int nCol = 0; nCol < size.width; nCol += nStep)
+    for (int nRow = 0; nRow < size.height; nRow += nStep) {
+        for (int nCol = 0; nCol < size.width; nCol += nStep) {
             pixels.emplace_back(nCol, nRow);
+        }
+    }
     return pixels;
 }
 
@@ -159,9 +169,11 @@ static void measureForward(CameraMaps& rMaps, const CameraModel& rCamera, const 
     const Points rays = raysOfRectified(rRotation, rPlan, pixels);
     const Points inRaw = projectContinued(rCamera, rReach, rays);
     Spread spread;
-    for (std::size_t i = 0; i < inRaw.size(); ++i)
-        if (cv::norm(rays[i]) <= rReach.m_dRay && isInside(inRaw[i], rCamera.m_size))
+    for (std::size_t i = 0; i < inRaw.size(); ++i) {
+        if (cv::norm(rays[i]) <= rReach.m_dRay && isInside(inRaw[i], rCamera.m_size)) {
             spread.add(cv::norm(rMaps.m_rawFromRectified(pixels[i], rPlan.m_canvas, rCamera.m_size) - inRaw[i]));
+        }
+    }
     rMaps.m_dForwardError = spread.m_dWorst;
     rMaps.m_dForwardRms = spread.rms();
 }

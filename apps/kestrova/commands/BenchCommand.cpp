@@ -42,8 +42,9 @@ struct BenchInput
 static BenchInput madeUp(const BenchOptions& rOptions)
 {
     const cv::Size size = parseSize(rOptions.m_size, "--size");
-    if (size.height * 4 != size.width * 3 || size.width < 160 || size.width > 1280)
+    if (size.height * 4 != size.width * 3 || size.width < 160 || size.width > 1280) {
         throw AppError("--size: needs a 4 by 3 size from 160x120 to 1280x960", ExitStatus::Usage);
+    }
     const CameraSet set = exampleCameraSet(size);
     RigWishes wishes;
     wishes.m_canvas = size;
@@ -51,10 +52,11 @@ static BenchInput madeUp(const BenchOptions& rOptions)
     const Rig rig = buildRig(set, wishes);
     const Scene scene = demoRoom(1, rig.m_plan.m_dFocal);
     BenchInput input;
-    for (const auto& [eCamera, rCamera] : set)
+    for (const auto& [eCamera, rCamera] : set) {
         input.m_frames[eCamera] = renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R},
                                             {1.0, 1.2, eCamera == KestrovaCamLeft ? 1u : 2u}, 1)
                                       .m_grey;
+    }
     const std::filesystem::path calibration =
         std::filesystem::temp_directory_path() / line("kestrova-bench-%d.txt", static_cast<int>(::getpid()));
     const std::unique_ptr<const std::filesystem::path, void (*)(const std::filesystem::path*)> gone(
@@ -70,14 +72,16 @@ static BenchInput madeUp(const BenchOptions& rOptions)
 
 static BenchInput ownFrames(const BenchOptions& rOptions)
 {
-    if (!rOptions.m_calibration || !rOptions.m_right || !rOptions.m_left)
+    if (!rOptions.m_calibration || !rOptions.m_right || !rOptions.m_left) {
         throw AppError("--calibration, --right and --left go together", ExitStatus::Usage);
+    }
     BenchInput input;
     input.m_frames[KestrovaCamRight] = readGrey(*rOptions.m_right);
     input.m_frames[KestrovaCamLeft] = readGrey(*rOptions.m_left);
-    if (input.m_frames[KestrovaCamLeft].size() != input.m_frames[KestrovaCamRight].size())
+    if (input.m_frames[KestrovaCamLeft].size() != input.m_frames[KestrovaCamRight].size()) {
         throw AppError(*rOptions.m_left + ": has another size than " + *rOptions.m_right + "; give a pair of one size",
                        ExitStatus::Content);
+    }
     input.m_pSession = std::make_unique<StereoSession>(*rOptions.m_calibration);
     input.m_what = *rOptions.m_right;
     return input;
@@ -87,8 +91,9 @@ static BenchInput ownFrames(const BenchOptions& rOptions)
 
 static void check(KestrovaError eError, const char* pszStage)
 {
-    if (eError != KestrovaErrorOk)
+    if (eError != KestrovaErrorOk) {
         throw AppError(std::string(pszStage) + ": " + kestrovaErrorToString(eError), ExitStatus::Unfit);
+    }
 }
 
 /// One frame in the two forms that the library takes.
@@ -141,16 +146,19 @@ static std::vector<double> medianTimes(int nFrames, const std::vector<std::funct
 {
     using Clock = std::chrono::steady_clock;
     std::vector<std::vector<double>> times(rStages.size());
-    for (int i = -std::max(3, nFrames / 10); i < nFrames; ++i)
+    for (int i = -std::max(3, nFrames / 10); i < nFrames; ++i) {
         for (std::size_t n = 0; n < rStages.size(); ++n) {
             const Clock::time_point start = Clock::now();
             rStages[n]();
-            if (i >= 0)
+            if (i >= 0) {
                 times[n].push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+            }
         }
+    }
     std::vector<double> medians;
-    for (const std::vector<double>& rTimes : times)
+    for (const std::vector<double>& rTimes : times) {
         medians.push_back(median(rTimes));
+    }
     return medians;
 }
 
@@ -168,13 +176,15 @@ static double timePoints(const StereoSession& rSession, const cv::Mat1w& rDispar
     std::vector<cv::Point3f> points(rDisparity.total());
     const auto allPoints = [&] {
         rCount = 0;
-        for (int nRow = 0; nRow < rDisparity.rows; ++nRow)
-            for (int nCol = 0; nCol < rDisparity.cols; ++nCol)
+        for (int nRow = 0; nRow < rDisparity.rows; ++nRow) {
+            for (int nCol = 0; nCol < rDisparity.cols; ++nCol) {
                 if (const std::uint16_t uDisparity = rDisparity(nRow, nCol);
                     !KESTROVA_DISPARITY16_IS_INVALID(uDisparity)) {
                     cv::Point3f& r = points[rCount++];
                     kestrovaRCD16ToXYZ(rSession.handle(), nRow, nCol, uDisparity, &r.x, &r.y, &r.z);
                 }
+            }
+        }
     };
     return medianTimes(nFrames, {allPoints}).front();
 }
@@ -198,10 +208,12 @@ static BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFram
     };
     const auto passes = medianTimes(nFrames, {[&] { stereo(0); }, [&] { stereo(nSurface); }});
     times.m_dStereo = passes[1];
-    if (nSurface)
+    if (nSurface) {
         times.m_surface = passes[1] - passes[0];
-    if (rSession.optics().m_fBaseline > 0.0f)
+    }
+    if (rSession.optics().m_fBaseline > 0.0f) {
         times.m_points = timePoints(rSession, disparity, nFrames, times.m_nPoints);
+    }
     return times;
 }
 
@@ -211,11 +223,12 @@ static std::string processor()
 {
     std::ifstream in("/proc/cpuinfo");
     std::string name = "unknown";
-    for (std::string text; std::getline(in, text);)
+    for (std::string text; std::getline(in, text);) {
         if (text.starts_with("model name")) {
             name = text.substr(std::min(text.size(), text.find(':') + 2));
             break;
         }
+    }
     std::string features;
     const auto add = [&](bool bHas, const char* pszName) { features += bHas ? std::string(" ") + pszName : ""; };
     add(__builtin_cpu_supports("sse2"), "SSE2");
@@ -234,13 +247,16 @@ static std::string timesText(const BenchTimes& r)
     row("unpack, rectify, edge images (packed frame)", r.m_dPacked);
     row("rectify, edge images (three planes)", r.m_dPlanes);
     row("stereo, 16-bit disparity", r.m_dStereo);
-    if (r.m_surface)
+    if (r.m_surface) {
         text += line("    of it surface validation, by difference %15.3f\n", *r.m_surface);
-    if (r.m_points)
+    }
+    if (r.m_points) {
         row(line("%zu points in metres", r.m_nPoints).c_str(), *r.m_points);
+    }
     row("packed frame to disparity", r.m_dPacked + r.m_dStereo);
-    if (r.m_points)
+    if (r.m_points) {
         row("packed frame to points", r.m_dPacked + r.m_dStereo + *r.m_points);
+    }
     return text;
 }
 
@@ -252,8 +268,9 @@ static void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
     rSession.useCameras(KestrovaCfg2CameraHorizontal);
     SettingWishes wishes = rOptions.m_settings;
     wishes.m_threads = rOptions.m_nThreads;
-    if (wishes.m_anDisparity.empty() && (!bOwn || bDisparitiesGiven))
+    if (wishes.m_anDisparity.empty() && (!bOwn || bDisparitiesGiven)) {
         wishes.m_anDisparity = {0, rOptions.m_nDisparities - 1};
+    }
     applySettings(rSession.handle(), wishes);
     rSession.preprocess(input.m_frames, FrameForm::Planes); // tells a frame that does not fit
     BenchFrame frame(rSession, input.m_frames);

@@ -27,8 +27,9 @@ static void drawBoard(const BoardOptions& rOptions)
                 "Print it at 100 %% (no fit to page), glue it to something flat, and measure the bar: if it is not "
                 "100 mm, give --square what a square measures.\n",
                 rOptions.m_out.c_str(), board.describe().c_str(), rOptions.m_paper.c_str());
-    if (board.m_inner.width % 2 == board.m_inner.height % 2)
+    if (board.m_inner.width % 2 == board.m_inner.height % 2) {
         std::puts("Turned by half it looks the same; a board with an odd and an even count does not.");
+    }
 }
 
 void addBoardCommand(CLI::App& rProgram)

@@ -36,8 +36,9 @@ static constexpr const char* sk_pszOutputs =
 static cv::Size demoSize(const std::string& rText)
 {
     const cv::Size size = parseSize(rText, "--size");
-    if (size.height * 4 != size.width * 3 || size.width < 320 || size.width > 1280)
+    if (size.height * 4 != size.width * 3 || size.width < 320 || size.width > 1280) {
         throw AppError("--size: needs a 4 by 3 size from 320x240 to 1280x960", ExitStatus::Usage);
+    }
     return size;
 }
 
@@ -55,12 +56,14 @@ static Rig calibrate(const CameraSet& rSet, cv::Size size)
     wishes.m_canvas = size;
     wishes.m_dAlpha = sk_dAlpha;
     wishes.m_note = "Made-up cameras: those of kestrova demo.";
-    for (const auto& [eCamera, rCamera] : rSet)
+    for (const auto& [eCamera, rCamera] : rSet) {
         wishes.m_gains[eCamera] = 1.0 / brightness(eCamera);
+    }
     Rig rig = buildRig(rSet, wishes);
     std::printf("largest error of the spline maps: %.5f pixels (below %.2f is wanted)\n", rig.worstFit(), sk_dWorstFit);
-    if (!(rig.worstFit() < sk_dWorstFit))
+    if (!(rig.worstFit() < sk_dWorstFit)) {
         throw AppError("the spline maps do not follow the lenses", ExitStatus::Unfit);
+    }
     return rig;
 }
 
@@ -74,8 +77,9 @@ static Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint
         const RawFrame raw =
             renderRaw(rScene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {brightness(eCamera), sk_dNoise, uNoise});
         frames.m_grey[eCamera] = raw.m_grey;
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             frames.m_colour = raw.m_colour;
+        }
     }
     return frames;
 }
@@ -88,10 +92,11 @@ static void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFra
         rSession.preprocess(rFrames.m_grey, eForm);
         for (const auto& [eCamera, rFrame] : rFrames.m_grey) {
             const cv::Mat1b rectified = rSession.image(KestrovaImgRectified, eCamera);
-            if (eForm == FrameForm::Planes)
+            if (eForm == FrameForm::Planes) {
                 planes[eCamera] = rectified;
-            else if (cv::norm(planes[eCamera], rectified, cv::NORM_INF) != 0.0)
+            } else if (cv::norm(planes[eCamera], rectified, cv::NORM_INF) != 0.0) {
                 throw AppError("a packed frame and three planes give different rectified images");
+            }
         }
     }
     std::puts("a packed frame and three planes give the same rectified images");
@@ -99,8 +104,9 @@ static void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFra
 
 static SettingWishes with(SettingWishes wishes, const std::map<std::string, std::string>& rChanges)
 {
-    for (const auto& [rName, rValue] : rChanges)
+    for (const auto& [rName, rValue] : rChanges) {
         wishes.m_values[rName] = rValue;
+    }
     return wishes;
 }
 
@@ -145,8 +151,9 @@ static void runDemo(const DemoOptions& rOptions)
     checkPackedAgainstPlanes(session, frames);
     const SceneTruth truth = truthOf(scene, set, plan);
     std::string report = summary(result) + accuracyTable(result, truth);
-    if (const PlaneReport planes = reportPlanes(result, rOptions.m_planes); rOptions.m_planes.m_nPlanes)
+    if (const PlaneReport planes = reportPlanes(result, rOptions.m_planes); rOptions.m_planes.m_nPlanes) {
         report += planes.m_text + planeErrors(planes.m_planes, scene, plan);
+    }
     if (const auto quality = rOptions.m_settings.m_values.find("quality");
         quality != rOptions.m_settings.m_values.end() && quality->second == "enhanced") {
         const StereoResult standard = runStereo(session, frames, with(rOptions.m_settings, {{"quality", "standard"}}));

@@ -16,8 +16,9 @@ bool RunOptions::isBatch() const
 
 static void require(bool bFine, const std::string& rMessage)
 {
-    if (!bFine)
+    if (!bFine) {
         throw AppError(rMessage, ExitStatus::Usage);
+    }
 }
 
 static void checkFrames(const RunOptions& r)
@@ -72,18 +73,21 @@ RunFrames framesOf(const RunOptions& r)
         list = readFrameList(*r.m_list);
     } else {
         PerCamera<std::string> patterns{{KestrovaCamRight, *r.m_right}};
-        if (r.m_left)
+        if (r.m_left) {
             patterns[KestrovaCamLeft] = *r.m_left;
-        if (r.m_top)
+        }
+        if (r.m_top) {
             patterns[KestrovaCamTop] = *r.m_top;
+        }
         list = pairByOrder(patterns);
     }
     require(r.m_view == "right" || list.m_frames.front().m_files.contains(KestrovaCamLeft),
             "--view left takes a left frame, and the list names none");
     const std::size_t uAhead = std::min(list.m_frames.size(), sk_uRangeFrames);
     frames.m_ahead.assign(list.m_frames.begin(), list.m_frames.begin() + static_cast<std::ptrdiff_t>(uAhead));
-    if (r.m_shard)
+    if (r.m_shard) {
         list.m_frames = shardOf(list.m_frames, *r.m_shard);
+    }
     return frames;
 }
 
@@ -156,8 +160,9 @@ static void addResultOptions(CLI::App& rCommand, RunOptions& r)
         ->group(s_pszGroup);
     std::string help = std::string("what to write, names with commas between, or all (default ") + sk_pszUsualOutputs;
     help += "):";
-    for (const OutputKind& rKind : allOutputs())
+    for (const OutputKind& rKind : allOutputs()) {
         help += std::string("\n") + rKind.m_pszName + " - " + rKind.m_pszHelp;
+    }
     rCommand.add_option("--out", r.m_out, help)->type_name("LIST")->group(s_pszGroup);
     rCommand
         .add_option(

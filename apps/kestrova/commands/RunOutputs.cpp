@@ -76,10 +76,12 @@ const std::vector<OutputKind>& allOutputs()
 // Why this output cannot be had; empty when it can.
 static std::string obstacle(const OutputKind& rKind, bool bMetres, bool bLeftView)
 {
-    if (rKind.m_needs.m_bMetres && !bMetres)
+    if (rKind.m_needs.m_bMetres && !bMetres) {
         return "takes a focal length and a baseline; give --focal and --baseline";
-    if (rKind.m_needs.m_bRightView && bLeftView)
+    }
+    if (rKind.m_needs.m_bRightView && bLeftView) {
         return "is there from the right camera only; leave --view left away";
+    }
     return {};
 }
 
@@ -87,8 +89,9 @@ static std::vector<std::string> namesOf(const std::string& rList)
 {
     std::vector<std::string> names;
     std::istringstream in(rList);
-    for (std::string name; std::getline(in, name, ',');)
+    for (std::string name; std::getline(in, name, ',');) {
         names.push_back(name);
+    }
     return names;
 }
 
@@ -97,8 +100,9 @@ static void checkName(const std::string& rName, bool bMetres, bool bLeftView)
     std::string known;
     for (const OutputKind& rKind : allOutputs()) {
         if (rName == rKind.m_pszName) {
-            if (const std::string why = obstacle(rKind, bMetres, bLeftView); !why.empty())
+            if (const std::string why = obstacle(rKind, bMetres, bLeftView); !why.empty()) {
                 throw AppError("--out: " + rName + " " + why, ExitStatus::Usage);
+            }
             return;
         }
         known += std::string(rKind.m_pszName) + ", ";
@@ -113,16 +117,20 @@ OutputChoice chooseOutputs(const std::optional<std::string>& rList, bool bMetres
     const bool bAll = rList == "all";
     const std::vector<std::string> names = namesOf(rList.value_or(sk_pszUsualOutputs));
     if (rList && !bAll) {
-        for (const std::string& rName : names)
+        for (const std::string& rName : names) {
             checkName(rName, bMetres, bLeftView);
-        if (names.empty())
+        }
+        if (names.empty()) {
             checkName("", bMetres, bLeftView);
+        }
     }
     OutputChoice choice;
-    for (const OutputKind& rKind : allOutputs())
+    for (const OutputKind& rKind : allOutputs()) {
         if ((bAll || std::find(names.begin(), names.end(), rKind.m_pszName) != names.end()) &&
-            obstacle(rKind, bMetres, bLeftView).empty())
+            obstacle(rKind, bMetres, bLeftView).empty()) {
             choice.m_kinds.push_back(&rKind);
+        }
+    }
     return choice;
 }
 
@@ -138,8 +146,9 @@ bool OutputChoice::needs(bool OutputNeeds::*pNeed) const
 
 void OutputChoice::write(const OutputJob& rJob) const
 {
-    for (const OutputKind* pKind : m_kinds)
+    for (const OutputKind* pKind : m_kinds) {
         pKind->m_pfnWrite(rJob);
+    }
 }
 
 } // namespace kestrova::app

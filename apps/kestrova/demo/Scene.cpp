@@ -81,8 +81,9 @@ static Place meet(const Rectangle& rRectangle, const cv::Vec3d& rOrigin, const c
     const double dX = offset.dot(rRectangle.m_across);
     const double dY = offset.dot(rRectangle.m_along);
     // Written so that the not-a-number of a ray along the plane misses.
-    if (dDistance > sk_dNearest && dX >= 0.0 && dY >= 0.0 && dX <= rRectangle.m_dWidth && dY <= rRectangle.m_dHeight)
+    if (dDistance > sk_dNearest && dX >= 0.0 && dY >= 0.0 && dX <= rRectangle.m_dWidth && dY <= rRectangle.m_dHeight) {
         return {dDistance, dX, dY, normal};
+    }
     return {};
 }
 
@@ -92,11 +93,13 @@ static Place meet(const Sphere& rSphere, const cv::Vec3d& rOrigin, const cv::Vec
     const double dSquare = rDirection.dot(rDirection);
     const double dHalf = rDirection.dot(toCentre);
     const double dRoot = dHalf * dHalf - dSquare * (toCentre.dot(toCentre) - rSphere.m_dRadius * rSphere.m_dRadius);
-    if (dRoot < 0.0)
+    if (dRoot < 0.0) {
         return {};
+    }
     const double dDistance = (dHalf - std::sqrt(dRoot)) / dSquare;
-    if (dDistance <= sk_dNearest)
+    if (dDistance <= sk_dNearest) {
         return {};
+    }
     const cv::Vec3d normal = (rOrigin + dDistance * rDirection - rSphere.m_centre) / rSphere.m_dRadius;
     return {dDistance, std::atan2(normal[0], -normal[2]) * rSphere.m_dRadius,
             std::asin(std::clamp(normal[1], -1.0, 1.0)) * rSphere.m_dRadius, normal};
@@ -127,8 +130,9 @@ Hit Scene::trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const
     };
     tryAll(m_rectangles);
     tryAll(m_spheres);
-    if (!pPaint)
+    if (!pPaint) {
         return {sk_dFar, Material::Plain, 0.0, {}, -1};
+    }
     return {nearest.m_dDistance, pPaint->m_eMaterial,
             greyAt(*pPaint, nearest.m_dX, nearest.m_dY) * shade(nearest.m_normal), pPaint->m_tint, nNearest};
 }

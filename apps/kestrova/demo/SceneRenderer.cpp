@@ -8,10 +8,13 @@ namespace kestrova::app {
 static Points raysOfRow(const CameraModel& rCamera, int nRow, int nSamples)
 {
     Points pixels;
-    for (int nCol = 0; nCol < rCamera.m_size.width; ++nCol)
-        for (int y = 0; y < nSamples; ++y)
-            for (int x = 0; x < nSamples; ++x)
+    for (int nCol = 0; nCol < rCamera.m_size.width; ++nCol) {
+        for (int y = 0; y < nSamples; ++y) {
+            for (int x = 0; x < nSamples; ++x) {
                 pixels.emplace_back(nCol + (x + 0.5) / nSamples - 0.5, nRow + (y + 0.5) / nSamples - 0.5);
+            }
+        }
+    }
     return raysOfPixels(rCamera, pixels);
 }
 
@@ -74,9 +77,10 @@ static std::vector<bool> seenBy(const MountedCamera& rCamera, const Scene& rScen
     }
     const Points inFrame = projectRays(rCamera.m_model, rays);
     std::vector<bool> seen;
-    for (std::size_t n = 0; n < rPoints.size(); ++n)
+    for (std::size_t n = 0; n < rPoints.size(); ++n) {
         seen.push_back(isInFrame(inFrame[n], rCamera.m_model.m_size) &&
                        rScene.trace(rCamera.m_T, rPoints[n] - rCamera.m_T).m_dDistance > 1.0 - 1e-6);
+    }
     return seen;
 }
 
@@ -90,8 +94,9 @@ static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet&
         const cv::Vec3d direction = toScene * cv::Vec3d(ray.x, ray.y, 1.0); // so the distance along it is the depth
         const Hit hit = rScene.trace({}, direction);
         points.push_back(std::min(hit.m_dDistance, 1e6) * direction);
-        if (!std::isfinite(hit.m_dDistance))
+        if (!std::isfinite(hit.m_dDistance)) {
             continue;
+        }
         rTruth.m_disparity(nRow, nCol) = static_cast<float>(rPlan.m_dFocal * rPlan.m_dBaseline / hit.m_dDistance);
         rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(sightOf(hit.m_eMaterial));
         rTruth.m_floor(nRow, nCol) = hit.m_nSurface == sk_nFloor ? 255 : 0;
@@ -105,9 +110,11 @@ static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet&
     };
     for (const auto& [eCamera, rCamera] : rSet) {
         const std::vector<bool> seen = seenBy(rCamera, rScene, points);
-        for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol)
-            if (!seen[static_cast<std::size_t>(nCol)] || !isInCanvas(eCamera, nCol))
+        for (int nCol = 0; nCol < rPlan.m_canvas.width; ++nCol) {
+            if (!seen[static_cast<std::size_t>(nCol)] || !isInCanvas(eCamera, nCol)) {
                 rTruth.m_sight(nRow, nCol) = static_cast<unsigned char>(Sight::NotByAll);
+            }
+        }
     }
 }
 
@@ -116,8 +123,9 @@ SceneTruth truthOf(const Scene& rScene, const CameraSet& rSet, const Rectificati
     SceneTruth truth{cv::Mat1f(rPlan.m_canvas, 0.0f), cv::Mat1b(rPlan.m_canvas, uchar(0)),
                      cv::Mat1b(rPlan.m_canvas, uchar(0))};
     cv::parallel_for_(cv::Range(0, rPlan.m_canvas.height), [&](const cv::Range& rRows) {
-        for (int nRow = rRows.start; nRow < rRows.end; ++nRow)
+        for (int nRow = rRows.start; nRow < rRows.end; ++nRow) {
             truthOfRow(truth, rScene, rSet, rPlan, nRow);
+        }
     });
     return truth;
 }

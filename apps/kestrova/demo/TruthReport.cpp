@@ -10,12 +10,14 @@ namespace kestrova::app {
 void Accuracy::add(float fMeasured, float fTrue, double dFocalTimesBaseline)
 {
     ++m_nPixels;
-    if (!std::isfinite(fMeasured))
+    if (!std::isfinite(fMeasured)) {
         return;
+    }
     ++m_nValid;
     const double dError = std::abs(static_cast<double>(fMeasured) - fTrue);
-    if (dError > 1.0 || fMeasured <= 0.0f)
+    if (dError > 1.0 || fMeasured <= 0.0f) {
         return;
+    }
     ++m_nWithin1;
     m_dSumPixels += dError;
     m_dSumMetres += std::abs(dFocalTimesBaseline / fMeasured - dFocalTimesBaseline / fTrue);
@@ -25,16 +27,19 @@ Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, con
                          double dFocalTimesBaseline, double dNear, double dFar)
 {
     Accuracy accuracy;
-    for (int nRow = 0; nRow < rMap.m_pixels.rows; ++nRow)
+    for (int nRow = 0; nRow < rMap.m_pixels.rows; ++nRow) {
         for (int nCol = 0; nCol < rMap.m_pixels.cols; ++nCol) {
             const auto sight = static_cast<Sight>(rTruth.m_sight(nRow, nCol));
-            if (std::find(rSights.begin(), rSights.end(), sight) == rSights.end())
+            if (std::find(rSights.begin(), rSights.end(), sight) == rSights.end()) {
                 continue;
+            }
             const float fTrue = rTruth.m_disparity(nRow, nCol);
             const double dDepth = dFocalTimesBaseline / fTrue;
-            if (dDepth >= dNear && dDepth < dFar)
+            if (dDepth >= dNear && dDepth < dFar) {
                 accuracy.add(rMap.m_pixels(nRow, nCol), fTrue, dFocalTimesBaseline);
+            }
         }
+    }
     return accuracy;
 }
 
@@ -69,10 +74,11 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
     text += verdict("valid, %", all.validShare(), ">= 70", all.validShare() >= 70.0);
     text += verdict("of these within 1 disparity, %", all.within1Share(), ">= 95", all.within1Share() >= 95.0);
     text += verdict("mean error of those, pixels", all.meanPixels(), "< 0.2", all.meanPixels() < 0.2);
-    for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows)
+    for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows) {
         text += verdict(
             line("%s difference of matched details, rectified", eCamera == KestrovaCamTop ? "column" : "row").c_str(),
             rRows.m_rows.m_dRms, "< 0.2", rRows.isEnough() && rRows.m_rows.m_dRms < 0.2);
+    }
     return text;
 }
 
@@ -129,14 +135,15 @@ std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rSc
         };
         const auto found = std::min_element(rPlanes.begin(), rPlanes.end(),
                                             [&](const auto& a, const auto& b) { return degrees(a) < degrees(b); });
-        if (found == rPlanes.end() || degrees(*found) > 5.0)
+        if (found == rPlanes.end() || degrees(*found) > 5.0) {
             text += line("  %-9s is none of these\n", pszName);
-        else
+        } else {
             text += line("  %-9s is plane %d: %.3f degrees off, distance %.2f mm off; %.2f mm at the middle of its "
                          "points\n",
                          pszName, static_cast<int>(found - rPlanes.begin()) + 1, degrees(*found),
                          1000.0 * std::abs(found->m_dDistance - truth.m_dDistance),
                          1000.0 * std::abs(truth.distanceTo(found->m_middle)));
+        }
     }
     return text;
 }

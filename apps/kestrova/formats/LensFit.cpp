@@ -59,8 +59,9 @@ public:
             up(i) += dStep;
             down(i) -= dStep;
             const cv::Mat column = (misses(down) - misses(up)) / (2.0 * dStep);
-            if (result.empty())
+            if (result.empty()) {
                 result = cv::Mat1d(column.rows, rValues.rows);
+            }
             column.copyTo(result.col(i));
         }
         return result;
@@ -87,8 +88,9 @@ public:
                     break;
                 }
             }
-            if (cv::norm(miss) > dBefore * (1.0 - 1e-7))
+            if (cv::norm(miss) > dBefore * (1.0 - 1e-7)) {
                 return;
+            }
         }
     }
 
@@ -123,8 +125,9 @@ LensFit fitLens(const Points& rRays, const Points& rRaw, cv::Size raw, double dF
     const cv::Mat1d miss = fitter.misses(values);
     fit.m_dRms = std::sqrt(miss.dot(miss) / static_cast<double>(rRays.size()));
     fit.m_dWorst = 0.0;
-    for (int i = 0; i < miss.rows; i += 2)
+    for (int i = 0; i < miss.rows; i += 2) {
         fit.m_dWorst = std::max(fit.m_dWorst, std::hypot(miss(i), miss(i + 1)));
+    }
     return fit;
 }
 

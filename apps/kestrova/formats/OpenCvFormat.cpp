@@ -25,34 +25,41 @@ class Files
 public:
     explicit Files(const Paths& rFiles)
     {
-        for (const std::filesystem::path& rFile : rFiles)
+        for (const std::filesystem::path& rFile : rFiles) {
             m_files.emplace_back(rFile);
+        }
     }
 
     std::string names() const
     {
         std::string names;
-        for (const KeyedFile& rFile : m_files)
+        for (const KeyedFile& rFile : m_files) {
             names += (names.empty() ? "" : " + ") + rFile.name();
+        }
         return names;
     }
 
     std::optional<cv::Mat1d> tryMatrix(const std::vector<std::string>& rAliases, int nRows, int nCols) const
     {
-        for (const KeyedFile& rFile : m_files)
-            for (const std::string& rKey : rAliases)
-                if (rFile.has(rKey))
+        for (const KeyedFile& rFile : m_files) {
+            for (const std::string& rKey : rAliases) {
+                if (rFile.has(rKey)) {
                     return rFile.matrix(rKey, nRows, nCols);
+                }
+            }
+        }
         return std::nullopt;
     }
 
     cv::Mat1d matrix(const std::vector<std::string>& rAliases, int nRows, int nCols) const
     {
-        if (const auto found = tryMatrix(rAliases, nRows, nCols))
+        if (const auto found = tryMatrix(rAliases, nRows, nCols)) {
             return *found;
+        }
         std::string others;
-        for (std::size_t i = 1; i < rAliases.size(); ++i)
+        for (std::size_t i = 1; i < rAliases.size(); ++i) {
             others += (i > 1 ? ", " : "") + rAliases[i];
+        }
         throw AppError(names() + ": " + rAliases[0] + ": missing" +
                            (others.empty() ? "" : " (nor is there " + others + ")") +
                            "; give all files of the calibration, intrinsics and extrinsics",
@@ -61,9 +68,11 @@ public:
 
     std::optional<std::string> word(const std::string& rKey) const
     {
-        for (const KeyedFile& rFile : m_files)
-            if (const auto word = rFile.word(rKey))
+        for (const KeyedFile& rFile : m_files) {
+            if (const auto word = rFile.word(rKey)) {
                 return word;
+            }
+        }
         return std::nullopt;
     }
 
@@ -75,24 +84,29 @@ private:
 
 static cv::Size sizeOf(const Files& rFiles, const SourceFacts& rFacts)
 {
-    if (rFacts.m_size)
+    if (rFacts.m_size) {
         return *rFacts.m_size;
-    if (const auto size = rFiles.tryMatrix({"imageSize", "image_size", "size"}, 0, 0); size && size->total() == 2)
+    }
+    if (const auto size = rFiles.tryMatrix({"imageSize", "image_size", "size"}, 0, 0); size && size->total() == 2) {
         return {static_cast<int>(*size->begin()), static_cast<int>(*(size->begin() + 1))};
+    }
     const auto width = rFiles.tryMatrix({"image_width", "imageWidth"}, 1, 1);
     const auto height = rFiles.tryMatrix({"image_height", "imageHeight"}, 1, 1);
-    if (!width || !height)
+    if (!width || !height) {
         throw AppError(rFiles.names() + ": does not say the size of the frames; give it with --size, such as 640x480",
                        ExitStatus::Usage);
+    }
     return {static_cast<int>((*width)(0, 0)), static_cast<int>((*height)(0, 0))};
 }
 
 static double unitOf(const Files& rFiles, const SourceFacts& rFacts)
 {
-    if (rFacts.m_dUnit)
+    if (rFacts.m_dUnit) {
         return *rFacts.m_dUnit;
-    if (const auto unit = rFiles.word("unit"))
+    }
+    if (const auto unit = rFiles.word("unit")) {
         return parseLength("1" + *unit, rFiles.names() + ": unit");
+    }
     throw AppError(rFiles.names() +
                        ": does not say the unit of T; give the one in which the squares were measured with "
                        "--unit mm, cm or m",
@@ -117,12 +131,15 @@ static SourceCamera readCamera(const Files& rFiles, const std::string& rNumber, 
                                           0, 0);
     camera.m_model.m_adDistortion.assign(terms.begin(), terms.end());
     const std::string lens = rFiles.word("distortion_model").value_or("");
-    if (rFacts.m_fisheye.value_or(lens == "equidistant" || lens == "fisheye"))
+    if (rFacts.m_fisheye.value_or(lens == "equidistant" || lens == "fisheye")) {
         camera.m_model.m_eLens = Lens::Equidistant;
-    if (const auto R = rFiles.tryMatrix({"R" + rNumber}, 3, 3))
+    }
+    if (const auto R = rFiles.tryMatrix({"R" + rNumber}, 3, 3)) {
         camera.m_rectification = fixed<cv::Matx33d>(*R);
-    if (const auto P = rFiles.tryMatrix({"P" + rNumber}, 3, 4))
+    }
+    if (const auto P = rFiles.tryMatrix({"P" + rNumber}, 3, 4)) {
         camera.m_projection = fixed<cv::Matx34d>(*P);
+    }
     return camera;
 }
 
@@ -157,23 +174,26 @@ static void findOutLens(SourceRig& rRig)
         return std::all_of(rRig.m_cameras.begin(), rRig.m_cameras.end(),
                            [&](const SourceCamera& r) { return rHolds(r.m_model); });
     };
-    if (!all([](const CameraModel& r) { return r.m_adDistortion.size() == 4 && r.m_K(0, 0) > 0 && r.m_K(1, 1) > 0; }))
+    if (!all([](const CameraModel& r) { return r.m_adDistortion.size() == 4 && r.m_K(0, 0) > 0 && r.m_K(1, 1) > 0; })) {
         return;
+    }
     const bool bPlain = all([](const CameraModel& r) { return isOneToOne(r, Lens::Polynomial) && !isTooSkew(r); });
     const bool bWide = all([](const CameraModel& r) { return isOneToOne(r, Lens::Equidistant); });
     const double dDegrees = diagonalOf(rRig.m_cameras[0].m_model);
-    if (bPlain && bWide && dDegrees > dWide)
+    if (bPlain && bWide && dDegrees > dWide) {
         throw AppError(rRig.m_source +
                            ": D1, D2: four coefficients may be k1 k2 p1 p2 or those of cv::fisheye, and this lens is "
                            "wide enough for both; say --fisheye or --no-fisheye",
                        ExitStatus::Usage);
+    }
     if (bPlain || !bWide) {
         rRig.m_remarks.push_back(
             "lens: four coefficients are taken as k1 k2 p1 p2; if cv::fisheye wrote them, say --fisheye");
         return;
     }
-    for (SourceCamera& rCamera : rRig.m_cameras)
+    for (SourceCamera& rCamera : rRig.m_cameras) {
         rCamera.m_model.m_eLens = Lens::Equidistant;
+    }
     rRig.m_remarks.push_back(
         "lens: four coefficients are taken as those of cv::fisheye, since as k1 k2 p1 p2 they make "
         "no lens; if they are, say --no-fisheye");
@@ -183,8 +203,9 @@ SourceRig readOpenCv(const Paths& rFiles, const SourceFacts& rFacts)
 {
     const Files files(rFiles);
     SourceRig rig{files.names(), "opencv", {readCamera(files, "1", rFacts), readCamera(files, "2", rFacts)}};
-    if (!rFacts.m_fisheye && !files.word("distortion_model"))
+    if (!rFacts.m_fisheye && !files.word("distortion_model")) {
         findOutLens(rig);
+    }
     cv::Mat1d R = files.matrix({"R", "rotation", "R12"}, 0, 0);
     if (R.total() == 3) {
         cv::Mat1d turned;
@@ -192,10 +213,11 @@ SourceRig readOpenCv(const Paths& rFiles, const SourceFacts& rFacts)
         R = turned;
     }
     const cv::Mat1d T = files.matrix({"T", "translation", "T12"}, 0, 0);
-    if (R.rows != 3 || R.cols != 3 || T.total() != 3)
+    if (R.rows != 3 || R.cols != 3 || T.total() != 3) {
         throw AppError(files.names() +
                            line(": R, T: %zu and %zu numbers; 3 by 3 and 3 are wanted", R.total(), T.total()),
                        ExitStatus::Content);
+    }
     rig.m_cameras[1].m_R = fixed<cv::Matx33d>(R);
     rig.m_cameras[1].m_T = cv::Vec3d(T.ptr<double>()) * unitOf(files, rFacts);
     return rig;
@@ -213,10 +235,12 @@ TextFiles writeOpenCv(const RigExport& rRig)
 {
     const auto& [eFirst, rFirst] = *rRig.m_set.rbegin();
     const MountedCamera& rRight = rRig.m_set.at(KestrovaCamRight);
-    if (rRig.m_set.size() != 2)
+    if (rRig.m_set.size() != 2) {
         throw AppError("--to opencv: holds two cameras, this set has three; use --to kalibr", ExitStatus::Usage);
-    if (rFirst.m_model.m_eLens != rRight.m_model.m_eLens)
+    }
+    if (rFirst.m_model.m_eLens != rRight.m_model.m_eLens) {
         throw AppError("--to opencv: holds one kind of lens for both cameras", ExitStatus::Unfit);
+    }
     std::ostringstream in = plainStream();
     std::ostringstream out = plainStream();
     in << "%YAML:1.0\n---\n# Camera 1 is the " << cameraName(eFirst)

@@ -33,8 +33,9 @@ static cv::Vec3b colourOf(std::size_t uReject)
 static cv::Mat3b colourTable()
 {
     cv::Mat1b ramp(1, 256);
-    for (int i = 0; i < 256; ++i)
+    for (int i = 0; i < 256; ++i) {
         ramp(0, i) = static_cast<unsigned char>(i);
+    }
     cv::Mat3b table;
     cv::applyColorMap(ramp, table, cv::COLORMAP_TURBO);
     return table;
@@ -50,12 +51,13 @@ cv::Mat3b colourDisparity(const DisparityMap& rMap, const ColourScale& rScale)
 {
     const cv::Mat3b table = colourTable();
     cv::Mat3b picture(rMap.m_pixels.size());
-    for (int nRow = 0; nRow < picture.rows; ++nRow)
+    for (int nRow = 0; nRow < picture.rows; ++nRow) {
         for (int nCol = 0; nCol < picture.cols; ++nCol) {
             const unsigned char ucReject = rMap.m_reject(nRow, nCol);
             picture(nRow, nCol) = ucReject == 0 ? table(0, tableIndex(rMap.m_pixels(nRow, nCol), rScale))
                                                 : cv::Vec3b::all(sk_aStyles[ucReject].m_ucGrey);
         }
+    }
     return picture;
 }
 
@@ -87,8 +89,9 @@ static void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rec
         const int nRow = bar.y + i * (bar.height - 1) / nTicks;
         cv::line(rLegend, {bar.x + bar.width, nRow}, {bar.x + bar.width + 4, nRow}, cv::Scalar::all(30));
         std::string text = format("%.3g px", dDisparity);
-        if (rScale.m_dFocalTimesBaseline > 0.0 && dDisparity > 0.0)
+        if (rScale.m_dFocalTimesBaseline > 0.0 && dDisparity > 0.0) {
             text += format("  %.2f m", rScale.m_dFocalTimesBaseline / dDisparity);
+        }
         write(rLegend, text, {bar.x + bar.width + 8, nRow + 4});
     }
 }
@@ -105,8 +108,9 @@ static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop, 
     const double dAll = std::max<double>(1.0, static_cast<double>(rMap.m_pixels.total()));
     for (int i = 0; i < sk_nRejects; ++i) {
         const auto uReject = static_cast<std::size_t>(i);
-        if (i == static_cast<int>(Reject::Hidden) && anCount[uReject] == 0)
+        if (i == static_cast<int>(Reject::Hidden) && anCount[uReject] == 0) {
             continue; // only the left camera has such pixels
+        }
         const int nRow = nTop + 20 * i;
         const cv::Vec3b colour = rStyle.m_bColour ? colourOf(uReject) : cv::Vec3b::all(sk_aStyles[uReject].m_ucGrey);
         if (i >= rStyle.m_nFirst) {
@@ -152,12 +156,13 @@ cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, 
 cv::Mat3b reasonPicture(const DisparityMap& rMap, const cv::Mat1b& rImage, const std::string& rTitle)
 {
     cv::Mat3b picture(rMap.m_reject.size());
-    for (int nRow = 0; nRow < picture.rows; ++nRow)
+    for (int nRow = 0; nRow < picture.rows; ++nRow) {
         for (int nCol = 0; nCol < picture.cols; ++nCol) {
             const unsigned char ucReject = rMap.m_reject(nRow, nCol);
             picture(nRow, nCol) = ucReject ? colourOf(ucReject)
                                            : cv::Vec3b::all(static_cast<unsigned char>(170 + rImage(nRow, nCol) / 3));
         }
+    }
     cv::Mat3b sheet = sheetOf(picture, rTitle);
     cv::Mat3b legend = legendOf(sheet);
     drawRejects(legend, rMap, sk_nTitleHeight + 20, {0, true});

@@ -81,19 +81,23 @@ void writeDisparity8(const OutputFolder& rFolder, const StereoResult& rResult)
 void writeImages(const OutputFolder& rFolder, const StereoResult& rResult)
 {
     const auto writeEach = [&](const char* pszKind, const PerCamera<cv::Mat1b>& rImages) {
-        for (const auto& [eCamera, rImage] : rImages)
+        for (const auto& [eCamera, rImage] : rImages) {
             writeImage(rFolder.file(std::string(pszKind) + "_" + cameraName(eCamera) + ".png"), rImage);
+        }
     };
     writeEach("raw", rResult.m_raw);
     writeEach("rectified", rResult.m_rectified);
     writeEach("edge", rResult.m_edge);
-    if (!rResult.m_colour.empty())
+    if (!rResult.m_colour.empty()) {
         writeImage(rFolder.file("rectified_right_colour.png"), rResult.m_colour);
+    }
     const cv::Mat1b& rRight = rResult.m_rectified.at(KestrovaCamRight);
-    if (const auto left = rResult.m_rectified.find(KestrovaCamLeft); left != rResult.m_rectified.end())
+    if (const auto left = rResult.m_rectified.find(KestrovaCamLeft); left != rResult.m_rectified.end()) {
         writeImage(rFolder.file("side_by_side.png"), sideBySide(left->second, rRight));
-    if (const auto top = rResult.m_rectified.find(KestrovaCamTop); top != rResult.m_rectified.end())
+    }
+    if (const auto top = rResult.m_rectified.find(KestrovaCamTop); top != rResult.m_rectified.end()) {
         writeImage(rFolder.file("one_above_other.png"), oneAboveOther(top->second, rRight));
+    }
 }
 
 void writeResultCloud(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rSource)

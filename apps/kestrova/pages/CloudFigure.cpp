@@ -14,8 +14,9 @@ extern const char* const sk_pszCloudViewer; // pages/cloudViewer.js
 /// As many points as wished for, each with the same chance, in their order. Every n-th point would leave stripes.
 static std::vector<CloudPoint> thinned(const std::vector<CloudPoint>& rCloud, std::size_t nMost)
 {
-    if (rCloud.size() <= nMost)
+    if (rCloud.size() <= nMost) {
         return rCloud;
+    }
     std::vector<CloudPoint> kept;
     kept.reserve(nMost);
     std::mt19937 chance(1);
@@ -32,8 +33,9 @@ static std::string dataElement(const char* pszId, const std::vector<unsigned cha
 cv::Mat3b paletteOf(const ColourScale& rScale)
 {
     DisparityMap ramp{cv::Mat1f(1, 256), cv::Mat1b(1, 256, uchar(0))};
-    for (int i = 0; i < 256; ++i)
+    for (int i = 0; i < 256; ++i) {
         ramp.m_pixels(0, i) = static_cast<float>(std::lerp(rScale.m_dMin, rScale.m_dMax, i / 255.0));
+    }
     return colourDisparity(ramp, rScale);
 }
 
@@ -48,8 +50,9 @@ static std::string cloudData(const std::vector<CloudPoint>& rPoints, const Colou
         colours.insert(colours.end(), rPoint.m_colour.val, rPoint.m_colour.val + 3);
     }
     std::vector<unsigned char> palette;
-    for (const cv::Vec3b& rColour : paletteOf(rScale))
+    for (const cv::Vec3b& rColour : paletteOf(rScale)) {
         palette.insert(palette.end(), {rColour[2], rColour[1], rColour[0]});
+    }
     return dataElement("cloud-positions", positions) + dataElement("cloud-colours", colours) +
            dataElement("cloud-palette", palette);
 }

@@ -11,7 +11,7 @@ namespace kestrova::app {
 std::string escapeHtml(const std::string& rText)
 {
     std::string escaped;
-    for (const char c : rText)
+    for (const char c : rText) {
         switch (c) {
         case '&':
             escaped += "&amp;";
@@ -28,6 +28,7 @@ std::string escapeHtml(const std::string& rText)
         default:
             escaped += c;
         }
+    }
     return escaped;
 }
 
@@ -40,8 +41,9 @@ std::string base64(const unsigned char* pBytes, std::size_t uBytes)
         const std::size_t uLeft = uBytes - u;
         const unsigned uGroup =
             pBytes[u] << 16 | (uLeft > 1 ? pBytes[u + 1] << 8 : 0) | (uLeft > 2 ? pBytes[u + 2] : 0);
-        for (unsigned uDigit = 0; uDigit < 4; ++uDigit)
+        for (unsigned uDigit = 0; uDigit < 4; ++uDigit) {
             text += uDigit <= uLeft ? s_pszDigits[uGroup >> (18 - 6 * uDigit) & 63] : '=';
+        }
     }
     return text;
 }
@@ -68,9 +70,10 @@ void HtmlPage::paragraph(const std::string& rText)
 void HtmlPage::facts(const std::vector<Fact>& rFacts)
 {
     m_body += "<div class=\"facts\">\n";
-    for (const Fact& rFact : rFacts)
+    for (const Fact& rFact : rFacts) {
         m_body +=
             "<div><b>" + escapeHtml(rFact.m_value) + "</b><span>" + escapeHtml(rFact.m_meaning) + "</span></div>\n";
+    }
     m_body += "</div>\n";
 }
 
@@ -86,9 +89,10 @@ void HtmlPage::table(const std::vector<std::vector<std::string>>& rRows)
     std::string cell = "th";
     for (const auto& rRow : rRows) {
         m_body += "<tr>";
-        for (const std::string& rText : rRow)
+        for (const std::string& rText : rRow) {
             m_body +=
                 "<" + cell + (isNumber(rText) ? " class=\"number\">" : ">") + escapeHtml(rText) + "</" + cell + ">";
+        }
         m_body += "</tr>\n";
         cell = "td";
     }

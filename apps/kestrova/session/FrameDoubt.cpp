@@ -33,10 +33,12 @@ Details detailsOf(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, 
 bool isSwapped(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther,
                const cv::Mat1b& rRightRegion, const PairCheck& rCheck)
 {
-    if (rCheck.m_dBehind > 0.6 && rCheck.m_rows.m_nCount >= sk_nFewestDetails / 3)
+    if (rCheck.m_dBehind > 0.6 && rCheck.m_rows.m_nCount >= sk_nFewestDetails / 3) {
         return true;
-    if (rCheck.isEnough())
+    }
+    if (rCheck.isEnough()) {
         return false;
+    }
     PerCamera<cv::Mat1b> exchanged = rFrames;
     std::swap(exchanged.at(KestrovaCamRight), exchanged.at(eOther));
     const PairCheck other = judgeDetails(detailsOf(rSession, exchanged, eOther, rRightRegion));
@@ -76,8 +78,9 @@ static std::string rangeDoubt(const StereoSession& rSession, std::vector<double>
     const auto farther =
         range[0] == 0 ? 0
                       : std::upper_bound(disparities.begin(), disparities.end(), range[0] + 0.5) - disparities.begin();
-    if (const auto outside = nearer + farther; outside < 8 || 10 * outside < std::ssize(disparities))
+    if (const auto outside = nearer + farther; outside < 8 || 10 * outside < std::ssize(disparities)) {
         return {};
+    }
     const auto few = static_cast<std::ptrdiff_t>(disparities.size() / 50); // wrong ones may be among them
     const std::vector<double> subject(disparities.begin() + few, disparities.end() - few);
     return line("the range misses %s of the subject: of %zu matched details %ld stand nearer and %ld farther than the "
@@ -95,17 +98,19 @@ static std::string crowdDoubt(const StereoSession& rSession, const DisparityMap&
     std::vector<double> found;
     long nNear = 0;
     long nFar = 0;
-    for (const float fDisparity : rMap.m_pixels)
+    for (const float fDisparity : rMap.m_pixels) {
         if (std::isfinite(fDisparity)) {
             found.push_back(static_cast<double>(fDisparity));
             nNear += found.back() > range[1] - dBand;
             nFar += range[0] > 0 && found.back() < range[0] + dBand;
         }
+    }
     const bool bNear = nNear >= nFar;
     const double dShare =
         static_cast<double>(std::max(nNear, nFar)) / static_cast<double>(std::max<std::size_t>(found.size(), 1));
-    if (found.size() < 100 || dShare < std::max(0.08, 2.5 * dBand / (range[1] - range[0])))
+    if (found.size() < 100 || dShare < std::max(0.08, 2.5 * dBand / (range[1] - range[0]))) {
         return {};
+    }
     const double dMore = 0.4 * (range[1] - range[0]);
     found.push_back(bNear ? range[1] + dMore : std::max(0.0, range[0] - dMore));
     return line("%.0f %% of what was found crowds at the %s end of the searched %s, so more may lie beyond; try %s",
@@ -130,8 +135,9 @@ std::string shapeDoubt(const StereoSession& rSession, cv::Size raw)
 {
     const std::optional<double> shape = rSession.rawShape();
     const double dShape = static_cast<double>(raw.width) / raw.height;
-    if (!shape || std::abs(dShape / *shape - 1.0) < 0.06)
+    if (!shape || std::abs(dShape / *shape - 1.0) < 0.06) {
         return {};
+    }
     return line("the frames of %dx%d are %.2f times as wide as high, but the calibration was made with frames of %.2f "
                 "times; hand over whole frames as they were calibrated, neither cut nor squeezed",
                 raw.width, raw.height, dShape, *shape);
@@ -145,20 +151,23 @@ static Details rawDetails(const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eO
     const auto small = [&](KestrovaCamera eCamera) {
         const cv::Mat1b& rFrame = rFrames.at(eCamera);
         cv::Mat shrunk = rFrame;
-        if (rFrame.cols > 480)
+        if (rFrame.cols > 480) {
             cv::resize(rFrame, shrunk, {}, 400.0 / rFrame.cols, 400.0 / rFrame.cols, cv::INTER_AREA);
+        }
         return upright(shrunk, eOther);
     };
     const cv::Mat1b right = small(KestrovaCamRight);
     const double dScale =
         rFrames.at(KestrovaCamRight).cols / static_cast<double>(eOther == KestrovaCamTop ? right.rows : right.cols);
     Details details = findDetails(right, small(eOther), {}, right.rows / 6);
-    for (Detail& rDetail : details)
+    for (Detail& rDetail : details) {
         for (cv::Point2d* pAt : {&rDetail.m_right, &rDetail.m_other}) {
-            if (eOther == KestrovaCamTop)
+            if (eOther == KestrovaCamTop) {
                 std::swap(pAt->x, pAt->y);
+            }
             *pAt = (*pAt + cv::Point2d(0.5, 0.5)) * dScale - cv::Point2d(0.5, 0.5);
         }
+    }
     return details;
 }
 
@@ -179,8 +188,9 @@ static std::vector<double> rowsAtShare(const StereoSession& rSession, const Deta
 
 static double usualOf(std::vector<double> rows)
 {
-    for (double& rRow : rows)
+    for (double& rRow : rows) {
         rRow = std::abs(rRow);
+    }
     return medianOf(std::move(rows));
 }
 
@@ -189,8 +199,9 @@ static double usualIfShifted(const StereoSession& rSession, Details details, Kes
 {
     for (int nRound = 0; nRound < 4; ++nRound) {
         const double dShift = medianOf(rowsAtShare(rSession, details, eOther, raw, 1.0));
-        for (Detail& rDetail : details)
+        for (Detail& rDetail : details) {
             (eOther == KestrovaCamTop ? rDetail.m_other.x : rDetail.m_other.y) -= dShift;
+        }
     }
     return usualOf(rowsAtShare(rSession, details, eOther, raw, 1.0));
 }
@@ -202,13 +213,15 @@ static std::string cutDoubt(const StereoSession& rSession, const Details& rDetai
     const double dShifted = usualIfShifted(rSession, rDetails, eOther, raw);
     double dBest = dNow;
     double dShare = 1.0;
-    for (double dTry = 0.4; dTry < 2.5; dTry *= 1.02)
+    for (double dTry = 0.4; dTry < 2.5; dTry *= 1.02) {
         if (const double dRows = usualOf(rowsAtShare(rSession, rDetails, eOther, raw, dTry)); dRows < dBest) {
             dBest = dRows;
             dShare = dTry;
         }
-    if (dNow < 1.0 || dBest > 0.25 * dNow || dBest > 0.6 || dBest > 0.7 * dShifted || std::abs(dShare - 1.0) < 0.1)
+    }
+    if (dNow < 1.0 || dBest > 0.25 * dNow || dBest > 0.6 || dBest > 0.7 * dShifted || std::abs(dShare - 1.0) < 0.1) {
         return {};
+    }
     return line("the frames are of another scale than the calibration: their rows agree best if they show %.0f %% of "
                 "the width of the frames calibrated with; hand over whole frames of that camera mode, or calibrate in "
                 "this one",
@@ -239,8 +252,9 @@ static std::optional<double> evenRows(const Details& rDetails, const std::vector
         }
     }
     const int nEven = cv::countNonZero(off < 2.0);
-    if (nEven < sk_nFewestDetails || nEven < 0.5 * b.rows)
+    if (nEven < sk_nFewestDetails || nEven < 0.5 * b.rows) {
         return std::nullopt;
+    }
     return usualOf(rRows);
 }
 
@@ -256,16 +270,20 @@ static FrameDoubt doubtOfRaw(StereoSession& rSession, const FrameFacts& rFacts, 
     const cv::Size raw = rFacts.m_frames.at(KestrovaCamRight).size();
     const Details details = rawDetails(rFacts.m_frames, eOther);
     if (std::ssize(details) >= sk_nFewestDetails) {
-        if (const std::string text = cutDoubt(rSession, details, eOther, raw); !text.empty())
+        if (const std::string text = cutDoubt(rSession, details, eOther, raw); !text.empty()) {
             return {text, true};
+        }
         const auto rows = evenRows(details, rowsAtShare(rSession, details, eOther, raw, 1.0));
-        if (rows && *rows > 2.0)
+        if (rows && *rows > 2.0) {
             return {movedText(eOther, *rows), true};
-        if (rows)
+        }
+        if (rows) {
             return {};
+        }
     }
-    if (rFacts.m_dFound >= sk_dUsableShare)
+    if (rFacts.m_dFound >= sk_dUsableShare) {
         return {};
+    }
     return {pairOptions(eOther) +
                 ": the two frames have hardly a detail in common: they do not belong together, or the "
                 "calibration is of other cameras",
@@ -279,39 +297,49 @@ static FrameDoubt doubtOfPair(StereoSession& rSession, const FrameFacts& rFacts,
     const cv::Mat1b& rRegion = rFacts.m_regions.at(KestrovaCamRight);
     const PairCheck check = judgeDetails(detailsOf(rSession, rFacts.m_frames, eOther, rRegion));
     const bool bPlain = isPlain(rFacts.m_frames.at(KestrovaCamRight)) || isPlain(rFacts.m_frames.at(eOther));
-    if (!bPlain && isSwapped(rSession, rFacts.m_frames, eOther, rRegion, check))
+    if (!bPlain && isSwapped(rSession, rFacts.m_frames, eOther, rRegion, check)) {
         return {swappedText(eOther), true};
+    }
     const std::string shape = shapeDoubt(rSession, rFacts.m_frames.at(KestrovaCamRight).size());
-    if (!shape.empty())
+    if (!shape.empty()) {
         return {shape, false};
+    }
     if (check.isEnough()) {
         if (check.m_rows.m_dRms > sk_dUsableRows) {
             const bool bHopeless = check.m_rows.m_dRms > 2.0;
-            if (bHopeless)
-                if (const FrameDoubt raw = doubtOfRaw(rSession, rFacts, eOther); !raw.m_text.empty())
+            if (bHopeless) {
+                if (const FrameDoubt raw = doubtOfRaw(rSession, rFacts, eOther); !raw.m_text.empty()) {
                     return raw;
+                }
+            }
             return {movedText(eOther, check.m_rows.m_dRms), bHopeless};
         }
         return {rangeDoubt(rSession, check.m_disparities), false};
     }
-    if (bPlain)
+    if (bPlain) {
         return {rFacts.m_dFound < sk_dUsableShare ? "the frames show hardly any texture, and plain surfaces cannot be "
                                                     "matched: add light or a pattern, or check exposure and lens cap"
                                                   : "",
                 false};
-    if (check.m_rows.m_nCount >= sk_nFewestDetails / 4 && check.m_rows.m_dRms <= sk_dUsableRows)
+    }
+    if (check.m_rows.m_nCount >= sk_nFewestDetails / 4 && check.m_rows.m_dRms <= sk_dUsableRows) {
         return {}; // few, but chance does not agree like that
+    }
     return rSession.rawShape() ? doubtOfRaw(rSession, rFacts, eOther) : FrameDoubt{};
 }
 
 FrameDoubt doubtOf(StereoSession& rSession, const FrameFacts& rFacts)
 {
-    for (const auto& [eOther, rFrame] : rFacts.m_frames)
-        if (eOther != KestrovaCamRight)
-            if (const FrameDoubt doubt = doubtOfPair(rSession, rFacts, eOther); !doubt.m_text.empty())
+    for (const auto& [eOther, rFrame] : rFacts.m_frames) {
+        if (eOther != KestrovaCamRight) {
+            if (const FrameDoubt doubt = doubtOfPair(rSession, rFacts, eOther); !doubt.m_text.empty()) {
                 return doubt;
-    if (rFacts.m_dFound < sk_dUsableShare)
+            }
+        }
+    }
+    if (rFacts.m_dFound < sk_dUsableShare) {
         return {};
+    }
     return {crowdDoubt(rSession, rFacts.m_map), false};
 }
 

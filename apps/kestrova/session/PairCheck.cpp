@@ -39,8 +39,9 @@ static std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv
         const cv::Mat1f off(wanted - dScale * seen);
         const cv::Vec2d step = A.solve(cv::Vec2d(slopeX.dot(off), slopeY.dot(off)), cv::DECOMP_SVD);
         at += cv::Point2d(step[0], step[1]);
-        if (cv::norm(step) < 0.003)
+        if (cv::norm(step) < 0.003) {
             break;
+        }
     }
     return cv::norm(at - cv::Point2d(rDetail.m_left)) < 1.5 && dAlike > sk_dAlike ? std::optional(at) : std::nullopt;
 }
@@ -58,18 +59,21 @@ Details findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::
     rRight.convertTo(right, CV_32F);
     rOther.convertTo(other, CV_32F);
     Details details;
-    for (const FoundDetail& rFound : findCorners(rRight, rOther, reach, rMask))
-        if (const auto at = refineDetail(right, other, rFound))
+    for (const FoundDetail& rFound : findCorners(rRight, rOther, reach, rMask)) {
+        if (const auto at = refineDetail(right, other, rFound)) {
             details.push_back(
                 {rFound.m_right, *at, patchMean(rRight, rFound.m_right), patchMean(rOther, rFound.m_left)});
+        }
+    }
     return details;
 }
 
 PairCheck judgeDetails(const Details& rDetails)
 {
     PairCheck check;
-    if (rDetails.empty())
+    if (rDetails.empty()) {
         return check;
+    }
     std::vector<double> rows;
     double dRightSum = 0.0;
     double dOtherSum = 0.0;
@@ -80,16 +84,18 @@ PairCheck judgeDetails(const Details& rDetails)
     }
     check.m_dMiddle = medianOf(rows);
     std::vector<double> off;
-    for (double dRow : rows)
+    for (double dRow : rows) {
         off.push_back(std::abs(dRow - check.m_dMiddle));
+    }
     const double dLimit = 0.1 + 4.0 * 1.4826 * medianOf(off);
     check.m_dGain = dRightSum / std::max(dOtherSum, 1.0);
     std::vector<double> kept;
-    for (std::size_t u = 0; u < rows.size(); ++u)
+    for (std::size_t u = 0; u < rows.size(); ++u) {
         if (std::abs(rows[u] - check.m_dMiddle) <= dLimit) {
             kept.push_back(rows[u]);
             check.m_disparities.push_back(rDetails[u].m_other.x - rDetails[u].m_right.x);
         }
+    }
     const auto nBehind = std::count_if(check.m_disparities.begin(), check.m_disparities.end(),
                                        [](double dDisparity) { return dDisparity < -1.0; });
     check.m_dBehind = static_cast<double>(nBehind) / static_cast<double>(kept.size());

@@ -33,17 +33,20 @@ static std::optional<FoundDetail> findDetail(const cv::Mat1b& rRight, const cv::
                           patch.height + 2 * rReach.m_nRows);
     const cv::Rect search = wanted & cv::Rect({0, 0}, rLeft.size());
     if ((patch & cv::Rect({0, 0}, rRight.size())) != patch || search.height != wanted.height ||
-        search.width < patch.width)
+        search.width < patch.width) {
         return std::nullopt;
+    }
     cv::Mat1f alike;
     cv::matchTemplate(rLeft(search), rRight(patch), alike, cv::TM_CCOEFF_NORMED);
     cv::Point best;
     double dBest = 0.0;
     cv::minMaxLoc(alike, nullptr, &dBest, nullptr, &best);
-    if (dBest < sk_dAlike || best.y == 0 || best.y == alike.rows - 1)
+    if (dBest < sk_dAlike || best.y == 0 || best.y == alike.rows - 1) {
         return std::nullopt;
-    if (hasRival(alike, best, dBest))
+    }
+    if (hasRival(alike, best, dBest)) {
         return std::nullopt;
+    }
     const double dAbove = alike(best.y - 1, best.x);
     const double dBelow = alike(best.y + 1, best.x);
     const double dBend = dAbove - 2.0 * dBest + dBelow;
@@ -57,9 +60,11 @@ std::vector<FoundDetail> findCorners(const cv::Mat1b& rRight, const cv::Mat1b& r
     std::vector<cv::Point2f> corners;
     cv::goodFeaturesToTrack(rRight, corners, 400, 0.02, 10, rMask);
     std::vector<FoundDetail> found;
-    for (const cv::Point2f& rCorner : corners)
-        if (const auto detail = findDetail(rRight, rLeft, cv::Point(rCorner), rReach))
+    for (const cv::Point2f& rCorner : corners) {
+        if (const auto detail = findDetail(rRight, rLeft, cv::Point(rCorner), rReach)) {
             found.push_back(*detail);
+        }
+    }
     return found;
 }
 
@@ -67,10 +72,12 @@ RowAgreement measureRows(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const 
                          const cv::Mat1b& rMask)
 {
     std::vector<double> differences;
-    for (const FoundDetail& rDetail : findCorners(rRight, rLeft, rReach, rMask))
+    for (const FoundDetail& rDetail : findCorners(rRight, rLeft, rReach, rMask)) {
         differences.push_back(std::abs(rDetail.m_dRows));
-    if (differences.empty())
+    }
+    if (differences.empty()) {
         return {};
+    }
     std::sort(differences.begin(), differences.end());
     const double dSum = std::accumulate(differences.begin(), differences.end(), 0.0);
     return {static_cast<int>(differences.size()), dSum / static_cast<double>(differences.size()),
