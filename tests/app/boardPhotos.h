@@ -14,8 +14,8 @@ namespace kestrova::app {
 inline BoardPose seenFrom(const MountedCamera& rCamera, const BoardPose& rPose)
 {
     cv::Vec3d turn;
-    cv::Rodrigues(rCamera.m_R.t() * turnMatrix(rPose.m_turn), turn);
-    return {turn, rCamera.m_R.t() * (rPose.m_place - rCamera.m_T)};
+    cv::Rodrigues(rCamera.m_rotation.t() * turnMatrix(rPose.m_turn), turn);
+    return {turn, rCamera.m_rotation.t() * (rPose.m_place - rCamera.m_translation)};
 }
 
 // Pixels of points of the board, in squares from its first corner; none when one is beside or behind the camera.
@@ -77,7 +77,7 @@ inline std::vector<BoardPose> posesAcross(const CameraSet& rSet, const Board& rB
         const cv::Matx33d R = turnMatrix(axis) * turnMatrix(tilt);
         cv::Vec3d turn;
         cv::Rodrigues(R, turn);
-        const double dDistance = rRight.m_K(0, 0) * dAcross / dPixels;
+        const double dDistance = rRight.m_cameraMatrix(0, 0) * dAcross / dPixels;
         const BoardPose pose{turn, dDistance * towards - R * (middle * rBoard.m_dSquare)};
         if (std::all_of(rSet.begin(), rSet.end(), [&](const auto& r) { return seesBoard(r.second, pose, rBoard); })) {
             poses.push_back(pose);

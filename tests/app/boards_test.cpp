@@ -88,9 +88,11 @@ TEST(SetCalibration, FindsTheSetAgainWhateverTheOrderOfCornersAndNamesWhatDoesNo
         const SetCalibration found = calibrateSet(shots, eChoice);
         for (const auto& [eCamera, rTrue] : rSet) {
             const MountedCamera& rCamera = found.m_set.at(eCamera);
-            EXPECT_NEAR(rCamera.m_model.m_K(0, 0) / rTrue.m_model.m_K(0, 0), 1, 2e-3) << cameraName(eCamera);
-            EXPECT_LT(cv::norm(rCamera.m_T - rTrue.m_T), 3e-4) << cameraName(eCamera) << rCamera.m_T;
-            EXPECT_LT(cv::norm(rCamera.m_R - rTrue.m_R), 3e-3) << cameraName(eCamera);
+            EXPECT_NEAR(rCamera.m_model.m_cameraMatrix(0, 0) / rTrue.m_model.m_cameraMatrix(0, 0), 1, 2e-3)
+                << cameraName(eCamera);
+            EXPECT_LT(cv::norm(rCamera.m_translation - rTrue.m_translation), 3e-4)
+                << cameraName(eCamera) << rCamera.m_translation;
+            EXPECT_LT(cv::norm(rCamera.m_rotation - rTrue.m_rotation), 3e-3) << cameraName(eCamera);
         }
         EXPECT_EQ(shots.nUsed(), 9u) << verdicts(shots);
         EXPECT_THAT(rMoved.at(rSet.rbegin()->first).m_reject, HasSubstr("did the board move"));
@@ -103,7 +105,7 @@ TEST(SetCalibration, FindsTheSetAgainWhateverTheOrderOfCornersAndNamesWhatDoesNo
 TEST(Findings, JudgeBothSectionsOfAnUnevenL)
 {
     CameraSet uneven = exampleCameraSet({640, 480}, KestrovaCfg3CameraL);
-    uneven.at(KestrovaCamTop).m_T *= 0.7;
+    uneven.at(KestrovaCamTop).m_translation *= 0.7;
     Shots shots = shotsOf(uneven, 8);
     const SetCalibration calibration = calibrateSet(shots, LensChoice::Plumb);
     const Rig rig = buildRig(calibration.m_set, {});
@@ -159,7 +161,7 @@ TEST(SetCalibration, RefusesSetsThatAreNone)
                 }),
                 HasSubstr("belong together"));
     CameraSet high = pair;
-    high.at(KestrovaCamLeft).m_T = {0.0, -0.12, 0.0};
+    high.at(KestrovaCamLeft).m_translation = {0.0, -0.12, 0.0};
     EXPECT_THAT(refusal(shotsOf(high, 8)), HasSubstr("say --top"));
 }
 
@@ -197,8 +199,9 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
     Room room;
     const Scene scene = demoRoom(1, room.m_plan.m_dFocal);
     for (const auto& [eCamera, rCamera] : set) {
-        writeImage(file(std::string("room_") + cameraName(eCamera) + ".png"),
-                   renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {1.0, 1.0, 1}).m_grey);
+        writeImage(
+            file(std::string("room_") + cameraName(eCamera) + ".png"),
+            renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation}, {1.0, 1.0, 1}).m_grey);
     }
     const std::string check = "check --calibration rig.txt ";
     const Outcome checked = call(check + "--right room_right.png --left room_left.png");

@@ -7,8 +7,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // What an action complains about, or nothing.
-static std::string complaint(const std::function<void()>& rAction)
+std::string complaint(const std::function<void()>& rAction)
 {
     try {
         rAction();
@@ -30,6 +32,8 @@ struct Calibration : testing::Test
     const CalibrationDescription m_description = m_room.description();
     const std::string m_good = calibrationText(m_description);
 };
+
+} // namespace
 
 TEST_F(Calibration, LoadsThroughTheLibraryWithTheSameNumbers)
 {

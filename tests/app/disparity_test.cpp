@@ -9,7 +9,11 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 TEST(PixelMask, ReadsBothFormsWithOffsetMappingAndReasons)
 {

@@ -11,7 +11,11 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 TEST(TruthErrors, CountByHand)
 {
@@ -44,6 +48,8 @@ TEST(TruthErrors, RightViewUndoesLeftView)
     EXPECT_EQ(cv::countNonZero(toRightView(left) != right), 0);
 }
 
+namespace {
+
 struct Eval : Program
 {
     void write(const std::string& rName, const std::string& rBytes) const { writeText(m_folder / rName, rBytes); }
@@ -62,6 +68,8 @@ struct Eval : Program
         return {pixels.begin(), pixels.end()};
     }
 };
+
+} // namespace
 
 TEST_F(Eval, ReadsEveryForm)
 {

@@ -7,6 +7,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct Formats : Program
 {
     static CameraSet pairOf(const CameraModel& rLens)
@@ -39,6 +41,8 @@ struct Formats : Program
 
     const cv::Size m_size{320, 240};
 };
+
+} // namespace
 
 // The maps are compared at the same rectified pixels: the way back plans the same view anew, or keeps it.
 TEST_F(Formats, ARigGoesOutAndComesBackWithTheSameMaps)
@@ -97,10 +101,11 @@ TEST_F(Formats, ReadersTakeTheLensesAsTheyStand)
     {
         cv::FileStorage storage((m_folder / "stereo.xml").string(), cv::FileStorage::WRITE);
         const MountedCamera& rLeft = pair.at(KestrovaCamLeft);
-        storage << "cameraMatrix1" << cv::Mat(rLeft.m_model.m_K) << "distCoeffs1" << rLeft.m_model.m_adDistortion
-                << "cameraMatrix2" << cv::Mat(pair.at(KestrovaCamRight).m_model.m_K) << "distCoeffs2"
-                << cv::Mat(pair.at(KestrovaCamRight).m_model.m_adDistortion).t() << "R" << cv::Mat(rLeft.m_R) << "T"
-                << cv::Mat(1000.0 * rLeft.m_T) << "imageSize" << m_size;
+        storage << "cameraMatrix1" << cv::Mat(rLeft.m_model.m_cameraMatrix) << "distCoeffs1"
+                << rLeft.m_model.m_adDistortion << "cameraMatrix2"
+                << cv::Mat(pair.at(KestrovaCamRight).m_model.m_cameraMatrix) << "distCoeffs2"
+                << cv::Mat(pair.at(KestrovaCamRight).m_model.m_adDistortion).t() << "R" << cv::Mat(rLeft.m_rotation)
+                << "T" << cv::Mat(1000.0 * rLeft.m_translation) << "imageSize" << m_size;
     }
     EXPECT_LT(backFrom({}, "stereo.xml --unit mm"), 1e-3);
     CameraSet three = exampleCameraSet(m_size, KestrovaCfg3CameraL);
@@ -124,7 +129,7 @@ TEST_F(Formats, FourCoefficientsWithoutANameAreFoundOutOrAskedFor)
     for (const auto& [dFocal, coefficients, pszMore, nStatus, pszWords] : aCases) {
         CameraSet pair = pairOf({m_size, {}, coefficients});
         for (auto& [eCamera, rCamera] : pair) {
-            rCamera.m_model.m_K(0, 0) = rCamera.m_model.m_K(1, 1) = dFocal * m_size.width;
+            rCamera.m_model.m_cameraMatrix(0, 0) = rCamera.m_model.m_cameraMatrix(1, 1) = dFocal * m_size.width;
         }
         for (auto [name, text] : writeOpenCv({pair, buildRig(pairOf({m_size, {}, {}}), {}).m_plan, {}, {}})) {
             if (const std::size_t uAt = text.find("distortion_model"); uAt != std::string::npos) {

@@ -10,8 +10,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // The first element that is not closed in its order, or empty. Scripts and styles are skipped as browsers do.
-static std::string firstOpenElement(const std::string& rPage)
+std::string firstOpenElement(const std::string& rPage)
 {
     std::vector<std::string> open;
     for (std::size_t u = rPage.find('<', 1); u != std::string::npos; u = rPage.find('<', u + 1)) {
@@ -35,7 +37,7 @@ static std::string firstOpenElement(const std::string& rPage)
     return open.empty() ? "" : open.back();
 }
 
-static std::string decoded(const std::string& rPage, const std::string& rId)
+std::string decoded(const std::string& rPage, const std::string& rId)
 {
     const std::size_t uFrom = rPage.find('>', rPage.find("id=\"" + rId + "\"")) + 1;
     static const std::string s_digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -52,7 +54,7 @@ static std::string decoded(const std::string& rPage, const std::string& rId)
     return bytes;
 }
 
-static StereoResult someResult(std::size_t nPoints)
+StereoResult someResult(std::size_t nPoints)
 {
     StereoResult result;
     result.m_rectified = {{KestrovaCamRight, cv::Mat1b(24, 32, uchar(90))},
@@ -68,6 +70,8 @@ static StereoResult someResult(std::size_t nPoints)
     }
     return result;
 }
+
+} // namespace
 
 TEST(RunPage, HoldsTheCloudIsWellFormedAndFetchesNothing)
 {

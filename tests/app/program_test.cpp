@@ -127,8 +127,10 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     }
 }
 
+namespace {
+
 // A binary cloud's colours that are not grey.
-static long countColoured(const std::string& rCloud)
+long countColoured(const std::string& rCloud)
 {
     const std::string end = "end_header\n";
     long nColoured = 0;
@@ -137,6 +139,8 @@ static long countColoured(const std::string& rCloud)
     }
     return nColoured;
 }
+
+} // namespace
 
 TEST_F(Program, ThreeCamerasColoursAndQualities)
 {

@@ -62,31 +62,38 @@ TEST(SplineFit, FollowsLensesBothWaysAndTellsWhenItDoesNot)
     }
 }
 
-static const auto sk_sets =
-    testing::Values(KestrovaCfg2CameraHorizontal, KestrovaCfg2CameraVertical, KestrovaCfg3CameraL);
+namespace {
+
+const auto sk_sets = testing::Values(KestrovaCfg2CameraHorizontal, KestrovaCfg2CameraVertical, KestrovaCfg3CameraL);
 
 struct Sets : testing::TestWithParam<KestrovaCameraConfiguration>
 {
 };
+
+} // namespace
 INSTANTIATE_TEST_SUITE_P(AllCameras, Sets, sk_sets);
 
+namespace {
+
 // Where a point at a depth moves from the right image to another one.
-static cv::Point2d shiftTo(KestrovaCamera eCamera, double dDisparity)
+cv::Point2d shiftTo(KestrovaCamera eCamera, double dDisparity)
 {
     return eCamera == KestrovaCamRight ? cv::Point2d()
            : eCamera == KestrovaCamTop ? cv::Point2d(0, dDisparity)
                                        : cv::Point2d(dDisparity, 0);
 }
 
+} // namespace
+
 TEST_P(Sets, PlanPutsAPointAtItsDisparityToTheRightInTheLeftImageAndBelowInTheTopOne)
 {
     const Room room(GetParam());
     const RectificationPlan& rPlan = room.m_plan;
-    EXPECT_NEAR(rPlan.m_dBaseline, cv::norm(room.m_set.rbegin()->second.m_T), 1e-9);
+    EXPECT_NEAR(rPlan.m_dBaseline, cv::norm(room.m_set.rbegin()->second.m_translation), 1e-9);
     for (const cv::Vec3d& rPoint : {cv::Vec3d(0.1, -0.2, 1.5), cv::Vec3d(-0.8, 0.5, 2.5), cv::Vec3d(1.0, 0.3, 6.0)}) {
         PerCamera<cv::Point2d> places;
         for (const auto& [eCamera, rCamera] : room.m_set) {
-            const cv::Vec3d seen = rCamera.m_R.t() * (rPoint - rCamera.m_T);
+            const cv::Vec3d seen = rCamera.m_rotation.t() * (rPoint - rCamera.m_translation);
             const Points raw = projectRays(rCamera.m_model, {{seen[0] / seen[2], seen[1] / seen[2]}});
             places[eCamera] =
                 rectifiedFromRays(rPlan.m_rotations.at(eCamera), rPlan, raysOfPixels(rCamera.m_model, raw)).front();
@@ -112,7 +119,7 @@ TEST(RectificationPlan, RefusesCamerasThatDoNotStandWhereTheirNamesSay)
         {KestrovaCfg3CameraL, KestrovaCamTop, {0, -0.13, 0}}};
     for (const auto& [eConfiguration, eCamera, T] : aBad) {
         Room room(eConfiguration);
-        room.m_set.at(eCamera).m_T = T;
+        room.m_set.at(eCamera).m_translation = T;
         EXPECT_THROW(planRectification(room.m_set, room.m_size, 0.0), AppError) << eConfiguration << T;
     }
 }
@@ -160,8 +167,8 @@ TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
     Frames frames;
     std::uint32_t uSeed = 4;
     for (const auto& [eCamera, rCamera] : room.m_set) {
-        const RawFrame raw =
-            renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {Room::gainOf(eCamera), 1.2, uSeed++});
+        const RawFrame raw = renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation},
+                                       {Room::gainOf(eCamera), 1.2, uSeed++});
         frames.m_grey[eCamera] = raw.m_grey;
         if (eCamera == KestrovaCamRight) {
             frames.m_colour = raw.m_colour;

@@ -15,7 +15,9 @@ namespace kestrova::app {
 
 using testing::ElementsAre, testing::HasSubstr, testing::Not;
 
-static constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fNone = std::numeric_limits<float>::infinity();
 
 // Frames of 160 by 120: noise, with a near block before a wall, and to its right two columns that only the left camera
 // sees. The wall has disparity 8, the block that of its frame.
@@ -58,8 +60,19 @@ struct Batch : Program
     }
 };
 
+// A report without the table of times, of which no two are alike.
+std::string withoutTimes(std::string text)
+{
+    if (const std::size_t uBegin = std::min(text.find("\nMilliseconds"), text.find("<h2>Times"));
+        uBegin != std::string::npos) {
+        const std::size_t uEnd = text.find("</table>", uBegin);
+        text.erase(uBegin, uEnd == std::string::npos ? uEnd : uEnd - uBegin);
+    }
+    return text;
+}
+
 // The values of an array file, told by its own header.
-static cv::Mat1f readNpy(const std::string& rFile)
+cv::Mat1f readNpy(const std::string& rFile)
 {
     const auto nHeader = static_cast<std::size_t>(static_cast<unsigned char>(rFile.at(8)) +
                                                   256 * static_cast<unsigned char>(rFile.at(9)));
@@ -74,6 +87,8 @@ static cv::Mat1f readNpy(const std::string& rFile)
     std::memcpy(values.data, rFile.data() + 10 + nHeader, values.total() * 4);
     return values;
 }
+
+} // namespace
 
 TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
 {
@@ -152,6 +167,28 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
     EXPECT_GT(cv::countNonZero(reasons(cv::Rect(66, 40, 12, 40)) == static_cast<int>(Reject::Hidden)), 120);
     EXPECT_FALSE(exists(m_folder / "left/f 8/disparity8_pixels_offset0.png"));
     EXPECT_TRUE(exists(m_folder / "right/f 8/disparity8_pixels_offset0.png"));
+}
+
+// What an output takes is worked out for it alone: a need that its row does not name leaves it empty, or short of a
+// part.
+TEST_F(Batch, EachOutputAloneIsAsAmongAll)
+{
+    const std::string given = "run --rectified --focal 200 --baseline 10cm --disparity 4 24 --list list.txt ";
+    ASSERT_EQ(call(given + "--out all --to all").m_nStatus, 0);
+    const std::map<std::string, std::string> all = filesIn("all");
+    const std::string known = call(given + "--out none --to none").m_error;
+    const std::size_t uBegin = known.find("one or more of ") + 15;
+    std::istringstream names(known.substr(uBegin, known.find(" with commas") - uBegin));
+    std::size_t uWritten = 0;
+    for (std::string name; names >> name;) {
+        name.pop_back();
+        ASSERT_EQ(call(given + "--out " + name + " --to alone-" + name).m_nStatus, 0) << name;
+        for (const auto& [rFile, rText] : filesIn("alone-" + name)) {
+            EXPECT_TRUE(withoutTimes(rText) == withoutTimes(all.at(rFile))) << rFile;
+            uWritten += !rFile.ends_with("calibration.txt");
+        }
+    }
+    EXPECT_EQ(uWritten, all.size() - sk_nFrames); // each has its calibration too
 }
 
 TEST_F(Batch, ShardsPatternsAndPresetsLeadToTheSameFiles)

@@ -12,13 +12,15 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
-static bool isDigit(char c)
+namespace {
+
+bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
 }
 
 // The run of digits at the front without its leading zeros. Takes the run off the text.
-static std::string_view takeNumber(std::string_view& rText)
+std::string_view takeNumber(std::string_view& rText)
 {
     const auto end = std::find_if_not(rText.begin(), rText.end(), isDigit);
     std::string_view number = rText.substr(0, static_cast<std::size_t>(end - rText.begin()));
@@ -26,6 +28,8 @@ static std::string_view takeNumber(std::string_view& rText)
     number.remove_prefix(std::min(number.find_first_not_of('0'), number.size()));
     return number;
 }
+
+} // namespace
 
 bool naturalLess(const std::string& rFirst, const std::string& rSecond)
 {

@@ -36,7 +36,11 @@ void writeImage(const fs::path& rFile, const cv::Mat& rImage)
     writeText(rFile, {bytes.begin(), bytes.end()});
 }
 
-/// Keeps standard error shut while it lives: image decoders write there by themselves, and a fault gets our line only.
+namespace {
+
+/**
+ * Keeps standard error shut while it lives: image decoders write there by themselves, and a fault gets our line only.
+ */
 class QuietErrors
 {
 public:
@@ -61,7 +65,7 @@ private:
 
 // The decoder fills with grey what is missing of a JPEG. A whole one ends with a mark that its data cannot hold; some
 // cameras write a little more behind it.
-static bool isCutJpeg(const std::string& rFile)
+bool isCutJpeg(const std::string& rFile)
 {
     std::ifstream in(rFile, std::ios::binary);
     if (in.get() != 0xFF || in.get() != 0xD8) {
@@ -74,7 +78,7 @@ static bool isCutJpeg(const std::string& rFile)
     return tail.find("\xFF\xD9") == std::string::npos;
 }
 
-static cv::Mat decode(const std::string& rFile, int nHow)
+cv::Mat decode(const std::string& rFile, int nHow)
 {
     const QuietErrors quiet;
     try {
@@ -83,6 +87,8 @@ static cv::Mat decode(const std::string& rFile, int nHow)
         return {};
     }
 }
+
+} // namespace
 
 cv::Mat readImage(const fs::path& rFile, int nHow)
 {
@@ -125,7 +131,11 @@ cv::Mat3b readColour(const fs::path& rFile, std::optional<int> bits)
     return bGrey ? cv::Mat3b() : image;
 }
 
-static constexpr double sk_dTwelveBits = 4095.0;
+namespace {
+
+constexpr double sk_dTwelveBits = 4095.0;
+
+} // namespace
 
 cv::Mat1b readFrame(const fs::path& rFile, std::optional<int> bits)
 {

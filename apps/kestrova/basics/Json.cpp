@@ -7,9 +7,11 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // Bytes of the UTF-8 character at a place: 0 when there is none. Overlong forms, surrogates and what lies beyond the
 // last plane are none.
-static std::size_t lengthOfCharacter(const std::string& rText, std::size_t nAt)
+std::size_t lengthOfCharacter(const std::string& rText, std::size_t nAt)
 {
     const auto byte = [&](std::size_t n) {
         return n < rText.size() ? static_cast<unsigned char>(rText[n]) : static_cast<unsigned char>(0);
@@ -32,6 +34,8 @@ static std::size_t lengthOfCharacter(const std::string& rText, std::size_t nAt)
                           (uFirst == 0xF0 && uSecond < 0x90) || (uFirst == 0xF4 && uSecond >= 0x90);
     return bRefused ? 0 : nLength;
 }
+
+} // namespace
 
 std::string jsonText(const std::string& rText)
 {

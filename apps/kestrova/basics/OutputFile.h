@@ -13,7 +13,7 @@ namespace kestrova::app {
 class OutputFile
 {
 public:
-    /// Throws AppError at once when the place cannot be written, before any work is done for it.
+    /** Throws AppError at once when the place cannot be written, before any work is done for it. */
     explicit OutputFile(std::filesystem::path target) : m_target(std::move(target)), m_partial(m_target)
     {
         std::error_code error;

@@ -8,8 +8,12 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nFewest = 3; // corners a side; the finders want no less
-static constexpr int sk_nMost = 60;
+namespace {
+
+constexpr int sk_nFewest = 3; // corners a side; the finders want no less
+constexpr int sk_nMost = 60;
+
+} // namespace
 
 std::vector<cv::Point3f> Board::points() const
 {
@@ -43,7 +47,9 @@ Board parseBoard(const std::string& rInner, const std::string& rSquare)
     return board;
 }
 
-static Corners quarterTurn(const Corners& rCorners, int nSide)
+namespace {
+
+Corners quarterTurn(const Corners& rCorners, int nSide)
 {
     Corners turned(rCorners.size());
     for (int nRow = 0; nRow < nSide; ++nRow) {
@@ -54,6 +60,8 @@ static Corners quarterTurn(const Corners& rCorners, int nSide)
     }
     return turned;
 }
+
+} // namespace
 
 std::vector<Corners> turnings(const Corners& rCorners, cv::Size inner)
 {

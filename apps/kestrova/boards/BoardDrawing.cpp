@@ -9,11 +9,15 @@
 
 namespace kestrova::app {
 
-static const std::map<std::string, cv::Size2d> sk_papers{
+namespace {
+
+const std::map<std::string, cv::Size2d> sk_papers{
     {"a4", {210.0, 297.0}},  {"a3", {297.0, 420.0}},     {"a2", {420.0, 594.0}},     {"a1", {594.0, 841.0}},
     {"a0", {841.0, 1189.0}}, {"letter", {215.9, 279.4}}, {"tabloid", {279.4, 431.8}}};
-static constexpr double sk_dStrip = 10.0; // millimetres at the foot
-static constexpr double sk_dBar = 100.0;
+constexpr double sk_dStrip = 10.0; // millimetres at the foot
+constexpr double sk_dBar = 100.0;
+
+} // namespace
 
 std::vector<std::string> paperNames()
 {
@@ -24,6 +28,8 @@ std::vector<std::string> paperNames()
     return names;
 }
 
+namespace {
+
 struct Sheet
 {
     cv::Size2d m_paper; // millimetres
@@ -32,7 +38,7 @@ struct Sheet
     cv::Point2d m_origin;
 };
 
-static std::optional<Sheet> place(const Board& rBoard, cv::Size2d paper)
+std::optional<Sheet> place(const Board& rBoard, cv::Size2d paper)
 {
     const double dSquare = 1000.0 * rBoard.m_dSquare;
     const double dQuiet = std::max(0.5 * dSquare, 6.0);
@@ -45,13 +51,13 @@ static std::optional<Sheet> place(const Board& rBoard, cv::Size2d paper)
     return Sheet{paper, dSquare, dQuiet, {(paper.width - dWidth) / 2.0, (paper.height - sk_dStrip - dHeight) / 2.0}};
 }
 
-static std::optional<Sheet> placeEitherWay(const Board& rBoard, cv::Size2d paper)
+std::optional<Sheet> placeEitherWay(const Board& rBoard, cv::Size2d paper)
 {
     const auto upright = place(rBoard, paper);
     return upright ? upright : place(rBoard, {paper.height, paper.width});
 }
 
-static std::string smallestPaper(const Board& rBoard)
+std::string smallestPaper(const Board& rBoard)
 {
     for (const char* pszPaper : {"a4", "a3", "a2", "a1", "a0"}) {
         if (placeEitherWay(rBoard, sk_papers.at(pszPaper))) {
@@ -61,7 +67,7 @@ static std::string smallestPaper(const Board& rBoard)
     return "no paper up to a0 holds it; choose smaller squares or fewer of them";
 }
 
-static std::string squaresPath(const Board& rBoard, const Sheet& rSheet)
+std::string squaresPath(const Board& rBoard, const Sheet& rSheet)
 {
     std::string path;
     for (int nRow = 0; nRow <= rBoard.m_inner.height; ++nRow) {
@@ -73,6 +79,8 @@ static std::string squaresPath(const Board& rBoard, const Sheet& rSheet)
     }
     return path;
 }
+
+} // namespace
 
 std::string boardSvg(const Board& rBoard, const std::string& rPaper)
 {

@@ -12,7 +12,11 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nLargeSide = 1600; // pixels; above it boards are looked for in a smaller picture
+namespace {
+
+constexpr int sk_nLargeSide = 1600; // pixels; above it boards are looked for in a smaller picture
+
+} // namespace
 
 bool isUsed(const Shot& rShot)
 {
@@ -46,7 +50,9 @@ cv::Mat1b readPhoto(const std::filesystem::path& rFile)
     return bytes;
 }
 
-static double smallestStep(const Corners& rCorners, cv::Size inner)
+namespace {
+
+double smallestStep(const Corners& rCorners, cv::Size inner)
 {
     double dSmallest = 1e9;
     for (std::size_t u = 1; u < rCorners.size(); ++u) {
@@ -58,7 +64,7 @@ static double smallestStep(const Corners& rCorners, cv::Size inner)
 }
 
 // On photos with noise or compression this is nearer to the lens model than what the finders say.
-static Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
+Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
 {
     const int nHalf = std::clamp(static_cast<int>(smallestStep(corners, inner) / 3.0), 2, 11);
     cv::cornerSubPix(rImage, corners, {nHalf, nHalf}, {-1, -1},
@@ -66,7 +72,7 @@ static Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
     return corners;
 }
 
-static cv::Mat1b smaller(const cv::Mat1b& rImage)
+cv::Mat1b smaller(const cv::Mat1b& rImage)
 {
     const int nFactor = (std::max(rImage.cols, rImage.rows) + sk_nLargeSide - 1) / sk_nLargeSide;
     if (nFactor <= 1) {
@@ -76,6 +82,8 @@ static cv::Mat1b smaller(const cv::Mat1b& rImage)
     cv::resize(rImage, reduced, {}, 1.0 / nFactor, 1.0 / nFactor, cv::INTER_AREA);
     return reduced;
 }
+
+} // namespace
 
 std::optional<Corners> findBoard(const cv::Mat1b& rImage, cv::Size inner)
 {
@@ -96,13 +104,15 @@ std::optional<Corners> findBoard(const cv::Mat1b& rImage, cv::Size inner)
 
 // ---- a board of another size than was said ----
 
-static cv::Size lying(cv::Size size)
+namespace {
+
+cv::Size lying(cv::Size size)
 {
     return {std::max(size.width, size.height), std::min(size.width, size.height)};
 }
 
 // The finders take a part of a larger board for the whole, each photo another part, so the true size is asked for.
-static std::optional<cv::Size> trueSize(const cv::Mat1b& rImage)
+std::optional<cv::Size> trueSize(const cv::Mat1b& rImage)
 {
     cv::Size largest;
     for (const cv::Size seed : {cv::Size(3, 3), cv::Size(5, 4)}) {
@@ -117,7 +127,7 @@ static std::optional<cv::Size> trueSize(const cv::Mat1b& rImage)
     return largest.empty() ? std::nullopt : std::optional(largest);
 }
 
-static void checkBoardSize(const Shots& rShots)
+void checkBoardSize(const Shots& rShots)
 {
     constexpr std::size_t uProbes = 8;
     const std::size_t uStep = std::max<std::size_t>(1, rShots.m_shots.size() / uProbes);
@@ -144,7 +154,7 @@ static void checkBoardSize(const Shots& rShots)
 
 // ---- all photos ----
 
-static double brightness(const cv::Mat1b& rImage, const Corners& rCorners)
+double brightness(const cv::Mat1b& rImage, const Corners& rCorners)
 {
     std::vector<cv::Point2f> hull;
     cv::convexHull(rCorners, hull);
@@ -154,7 +164,7 @@ static double brightness(const cv::Mat1b& rImage, const Corners& rCorners)
     return cv::mean(rImage, mask)[0];
 }
 
-static cv::Size look(View& rView, cv::Size inner)
+cv::Size look(View& rView, cv::Size inner)
 {
     const cv::Mat1b image = readPhoto(rView.m_file);
     if (auto corners = findBoard(image, inner)) {
@@ -166,7 +176,7 @@ static cv::Size look(View& rView, cv::Size inner)
     return image.size();
 }
 
-static void checkSizes(const std::vector<View*>& rViews, const std::vector<cv::Size>& rSizes)
+void checkSizes(const std::vector<View*>& rViews, const std::vector<cv::Size>& rSizes)
 {
     for (std::size_t u = 1; u < rViews.size(); ++u) {
         if (rSizes[u] != rSizes[0]) {
@@ -180,7 +190,7 @@ static void checkSizes(const std::vector<View*>& rViews, const std::vector<cv::S
 }
 
 // A photo taken twice would count twice.
-static void dropRepeated(Shots& rShots)
+void dropRepeated(Shots& rShots)
 {
     for (std::size_t u = 1; u < rShots.m_shots.size(); ++u) {
         for (auto& [eCamera, rView] : rShots.m_shots[u]) {
@@ -193,6 +203,8 @@ static void dropRepeated(Shots& rShots)
         }
     }
 }
+
+} // namespace
 
 Shots findBoards(const std::vector<PhotoSet>& rPhotos, const Board& rBoard, const Progress& rProgress)
 {

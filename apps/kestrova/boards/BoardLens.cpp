@@ -11,9 +11,13 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nRounds = 40; // of dropping a photo
-static const char* const sk_pszAdvice =
+namespace {
+
+constexpr int sk_nRounds = 40; // of dropping a photo
+const char* const sk_pszAdvice =
     "photograph the whole board 15 to 20 times: near and far, tilted to each side, and at every edge of the image";
+
+} // namespace
 
 double errorLimit(const std::vector<double>& rErrors)
 {
@@ -43,10 +47,14 @@ AppError tooFewShots(std::size_t uUsed, std::size_t uAll, const std::string& rWh
 
 // ---- one lens ----
 
-static std::size_t nCoefficients(LensChoice eChoice)
+namespace {
+
+std::size_t nCoefficients(LensChoice eChoice)
 {
     return eChoice == LensChoice::Rational ? 8 : eChoice == LensChoice::Plumb ? 5 : 4;
 }
+
+} // namespace
 
 const char* lensName(LensChoice eChoice)
 {
@@ -54,7 +62,9 @@ const char* lensName(LensChoice eChoice)
     return apszNames[static_cast<int>(eChoice)];
 }
 
-static std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
+namespace {
+
+std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<View*> used;
     for (Shot& rShot : rShots.m_shots) {
@@ -66,7 +76,7 @@ static std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
 }
 
 // The lens to begin with: without distortion where its kind is another.
-static CameraModel begun(const CameraModel& rFrom, LensChoice eChoice)
+CameraModel begun(const CameraModel& rFrom, LensChoice eChoice)
 {
     CameraModel lens = rFrom;
     lens.m_eLens = eChoice == LensChoice::Equidistant ? Lens::Equidistant : Lens::Polynomial;
@@ -77,7 +87,7 @@ static CameraModel begun(const CameraModel& rFrom, LensChoice eChoice)
     return lens;
 }
 
-static CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
+CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<Corners> corners;
     for (const View* pView : usedViews(rShots, eCamera)) {
@@ -93,7 +103,7 @@ static CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
     return lens;
 }
 
-static std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamera)
+std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<double> errors;
     for (const Shot& rShot : rShots.m_shots) {
@@ -106,12 +116,12 @@ static std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamer
 
 // A wide lens seen with a wrong focal length is far off, so several are tried; the plane lens is a guess for narrow
 // ones.
-static CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraModel* pPlain)
+CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraModel* pPlain)
 {
     const cv::Size size = rShots.m_size;
     std::vector<double> focals;
     if (pPlain) {
-        focals.push_back(pPlain->m_K(0, 0));
+        focals.push_back(pPlain->m_cameraMatrix(0, 0));
     }
     for (const double dTimes : {1.0, 1.5, 2.3, 3.5}) {
         focals.push_back(dTimes * std::max(size.width, size.height) / CV_PI);
@@ -143,7 +153,7 @@ static CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraM
     return best;
 }
 
-static CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
+CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
 {
     const CameraModel plain = plainLens(rShots, eCamera);
     return eChoice == LensChoice::Equidistant ? wideLens(rShots, eCamera, &plain) : begun(plain, eChoice);
@@ -152,7 +162,7 @@ static CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eCh
 // ---- which model ----
 
 // Not more shots than fix a lens, spread over all of them.
-static Shots someShots(const Shots& rShots)
+Shots someShots(const Shots& rShots)
 {
     constexpr std::size_t uMost = 18;
     Shots some{rShots.m_board, rShots.m_size, {}};
@@ -165,7 +175,7 @@ static Shots someShots(const Shots& rShots)
 }
 
 // RMS but for the worst tenth: bad photos are still among them.
-static double trimmedError(std::vector<double> errors)
+double trimmedError(std::vector<double> errors)
 {
     std::sort(errors.begin(), errors.end());
     errors.resize(errors.size() - errors.size() / 10);
@@ -173,7 +183,7 @@ static double trimmedError(std::vector<double> errors)
 }
 
 // Every third photo is left out of a fit, and its corners are held against the lens that the others give.
-static double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const CameraModel& rLens)
+double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const CameraModel& rLens)
 {
     constexpr std::size_t uParts = 3;
     std::vector<double> errors;
@@ -200,6 +210,8 @@ static double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const Ca
     return trimmedError(errors);
 }
 
+} // namespace
+
 double LensTrial::error() const
 {
     std::vector<double> errors;
@@ -209,7 +221,9 @@ double LensTrial::error() const
     return rootMeanSquare(errors);
 }
 
-static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
+namespace {
+
+void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
 {
     try {
         for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
@@ -232,7 +246,7 @@ static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
 
 // Coefficients that the photos do not need are not worth having, and a lens that folds back inside the frame, where no
 // board was, only when nothing else comes near.
-static std::size_t bestOf(const std::vector<LensTrial>& rTrials)
+std::size_t bestOf(const std::vector<LensTrial>& rTrials)
 {
     PerCamera<double> least;
     for (const LensTrial& rTrial : rTrials) {
@@ -259,6 +273,8 @@ static std::size_t bestOf(const std::vector<LensTrial>& rTrials)
     };
     return static_cast<std::size_t>(std::min_element(rTrials.begin(), rTrials.end(), better) - rTrials.begin());
 }
+
+} // namespace
 
 LensSelection chooseLens(const Shots& rShots)
 {

@@ -7,12 +7,14 @@
 
 namespace kestrova::app {
 
-static cv::Matx33d boardTurn(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
+namespace {
+
+cv::Matx33d boardTurn(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
 {
     return turnMatrix(boardPose(rLens, rBoard, rCorners).m_turn);
 }
 
-static double angleBetween(const cv::Matx33d& rA, const cv::Matx33d& rB)
+double angleBetween(const cv::Matx33d& rA, const cv::Matx33d& rB)
 {
     return std::acos(std::clamp((cv::trace(rA.t() * rB) - 1.0) / 2.0, -1.0, 1.0));
 }
@@ -33,7 +35,7 @@ struct Choices
     }
 };
 
-static cv::Matx33d agreedTurn(const std::vector<Choices>& rShots)
+cv::Matx33d agreedTurn(const std::vector<Choices>& rShots)
 {
     cv::Matx33d best = cv::Matx33d::eye();
     double dLeast = 1e9;
@@ -51,6 +53,8 @@ static cv::Matx33d agreedTurn(const std::vector<Choices>& rShots)
     }
     return best;
 }
+
+} // namespace
 
 void orderCorners(Shots& rShots, const PerCamera<CameraModel>& rLenses)
 {

@@ -10,8 +10,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // The first part of a corner's way; nothing when it leaves the image.
-static std::optional<cv::Point2d> rectify(const StereoSession& rSession, KestrovaCamera eCamera, cv::Point2f corner)
+std::optional<cv::Point2d> rectify(const StereoSession& rSession, KestrovaCamera eCamera, cv::Point2f corner)
 {
     float fRow = 0.0f;
     float fCol = 0.0f;
@@ -33,8 +35,8 @@ struct Sighting // of one corner in both images
     cv::Vec3d m_point;    // metres
 };
 
-static std::optional<Sighting> sight(const StereoSession& rSession, KestrovaCamera eOther, cv::Point2f right,
-                                     cv::Point2f other)
+std::optional<Sighting> sight(const StereoSession& rSession, KestrovaCamera eOther, cv::Point2f right,
+                              cv::Point2f other)
 {
     const auto rightAt = rectify(rSession, KestrovaCamRight, right);
     const auto otherAt = rectify(rSession, eOther, other);
@@ -50,7 +52,7 @@ static std::optional<Sighting> sight(const StereoSession& rSession, KestrovaCame
                      (rightAt->y - double(optics.m_fCentreRow)) * dZ / double(optics.m_fFocal), dZ}};
 }
 
-static void addSides(const std::vector<std::optional<Sighting>>& rBoard, cv::Size inner, std::vector<double>& rSides)
+void addSides(const std::vector<std::optional<Sighting>>& rBoard, cv::Size inner, std::vector<double>& rSides)
 {
     const auto at = [&](int nRow, int nCol) { return rBoard[static_cast<std::size_t>(nRow * inner.width + nCol)]; };
     for (int nRow = 0; nRow < inner.height; ++nRow) {
@@ -67,7 +69,7 @@ static void addSides(const std::vector<std::optional<Sighting>>& rBoard, cv::Siz
 
 // Size of the board in space, as a share of what it is. From all its corners at once: noise makes every single side
 // longer, but turns the whole board neither larger nor smaller.
-static std::optional<double> scaleOf(const std::vector<std::optional<Sighting>>& rSeen, const Board& rBoard)
+std::optional<double> scaleOf(const std::vector<std::optional<Sighting>>& rSeen, const Board& rBoard)
 {
     const std::vector<cv::Point3f> points = rBoard.points();
     cv::Vec3d middleOfPoints, middleOfSeen;
@@ -96,7 +98,7 @@ static std::optional<double> scaleOf(const std::vector<std::optional<Sighting>>&
     return (singular(0) + singular(1)) / dSquares; // the board is flat
 }
 
-static PairProof prove(const StereoSession& rSession, const Shots& rShots, KestrovaCamera eOther)
+PairProof prove(const StereoSession& rSession, const Shots& rShots, KestrovaCamera eOther)
 {
     PairProof proof;
     std::vector<double> differences;
@@ -136,8 +138,7 @@ static PairProof prove(const StereoSession& rSession, const Shots& rShots, Kestr
     return proof;
 }
 
-static void proveSection(PerCamera<PairProof>& rProofs, StereoSession& rSession, const CameraSet& rSet,
-                         const Shots& rShots)
+void proveSection(PerCamera<PairProof>& rProofs, StereoSession& rSession, const CameraSet& rSet, const Shots& rShots)
 {
     rSession.useCameras(configurationOf(rSet));
     expectFrames(rSession.handle(), rShots.m_size);
@@ -147,6 +148,8 @@ static void proveSection(PerCamera<PairProof>& rProofs, StereoSession& rSession,
         }
     }
 }
+
+} // namespace
 
 PerCamera<PairProof> proveCorners(StereoSession& rSession, const Rig& rRig, const Shots& rShots)
 {

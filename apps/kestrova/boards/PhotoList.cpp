@@ -11,13 +11,15 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
-static bool isDigit(char c)
+namespace {
+
+bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
 }
 
 // The number that begins there, without its leading zeros.
-static std::string numberAt(const std::string& rText, std::size_t uBegin)
+std::string numberAt(const std::string& rText, std::size_t uBegin)
 {
     std::size_t uEnd = uBegin;
     while (uEnd < rText.size() && isDigit(rText[uEnd])) {
@@ -29,12 +31,12 @@ static std::string numberAt(const std::string& rText, std::size_t uBegin)
     return rText.substr(uBegin, uEnd - uBegin);
 }
 
-static std::string option(KestrovaCamera eCamera)
+std::string option(KestrovaCamera eCamera)
 {
     return std::string("--") + cameraName(eCamera);
 }
 
-static std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& rPattern)
+std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& rPattern)
 {
     std::error_code ignored;
     if (fs::is_directory(rPattern, ignored)) {
@@ -46,7 +48,7 @@ static std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& r
 }
 
 // The last number of a name says which instant it is of: left05.jpg, cam1_right_0005.png.
-static std::string instantOf(const fs::path& rFile)
+std::string instantOf(const fs::path& rFile)
 {
     const std::string name = rFile.stem().string();
     const std::size_t uLast = name.find_last_of("0123456789");
@@ -60,7 +62,7 @@ static std::string instantOf(const fs::path& rFile)
 using FilesOfCameras = PerCamera<std::vector<fs::path>>;
 
 // Names a photo whose number the other camera lacks, if there is one.
-static std::string lonely(const std::vector<fs::path>& rMany, const std::vector<fs::path>& rFew)
+std::string lonely(const std::vector<fs::path>& rMany, const std::vector<fs::path>& rFew)
 {
     std::set<std::string> known;
     for (const fs::path& rFile : rFew) {
@@ -74,7 +76,7 @@ static std::string lonely(const std::vector<fs::path>& rMany, const std::vector<
     return {};
 }
 
-static void checkCounts(const FilesOfCameras& rFiles)
+void checkCounts(const FilesOfCameras& rFiles)
 {
     const auto& rRight = rFiles.at(KestrovaCamRight);
     for (const auto& [eCamera, rOthers] : rFiles) {
@@ -88,7 +90,7 @@ static void checkCounts(const FilesOfCameras& rFiles)
     }
 }
 
-static void checkSet(const PhotoSet& rSet, bool bAnyNames)
+void checkSet(const PhotoSet& rSet, bool bAnyNames)
 {
     const fs::path& rRight = rSet.at(KestrovaCamRight);
     for (const auto& [eCamera, rFile] : rSet) {
@@ -109,6 +111,8 @@ static void checkSet(const PhotoSet& rSet, bool bAnyNames)
         }
     }
 }
+
+} // namespace
 
 std::vector<PhotoSet> pairPhotos(const PhotoNames& rNames, bool bAnyNames)
 {

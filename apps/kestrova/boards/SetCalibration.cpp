@@ -12,7 +12,9 @@
 
 namespace kestrova::app {
 
-static MountedCamera mount(const Shots& rShots, KestrovaCamera eCamera, const PerCamera<CameraModel>& rLenses)
+namespace {
+
+MountedCamera mount(const Shots& rShots, KestrovaCamera eCamera, const PerCamera<CameraModel>& rLenses)
 {
     std::vector<double> turns[3];
     std::vector<double> places[3];
@@ -38,7 +40,7 @@ static MountedCamera mount(const Shots& rShots, KestrovaCamera eCamera, const Pe
             {medianOf(places[0]), medianOf(places[1]), medianOf(places[2])}};
 }
 
-static std::vector<Shot*> shotsWith(Shots& rShots, KestrovaCamera eOther)
+std::vector<Shot*> shotsWith(Shots& rShots, KestrovaCamera eOther)
 {
     std::vector<Shot*> both;
     for (Shot& rShot : rShots.m_shots) {
@@ -49,7 +51,7 @@ static std::vector<Shot*> shotsWith(Shots& rShots, KestrovaCamera eOther)
     return both;
 }
 
-static void checkShots(Shots& rShots)
+void checkShots(Shots& rShots)
 {
     for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
         const std::size_t uBoth = shotsWith(rShots, eCamera).size();
@@ -64,7 +66,7 @@ static void checkShots(Shots& rShots)
 }
 
 // Two names, one camera: the board is at the same pixels in both.
-static void checkTwoCameras(Shots& rShots)
+void checkTwoCameras(Shots& rShots)
 {
     for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
         if (eCamera == KestrovaCamRight) {
@@ -87,17 +89,17 @@ static void checkTwoCameras(Shots& rShots)
     }
 }
 
-static void checkPlaces(const CameraSet& rSet)
+void checkPlaces(const CameraSet& rSet)
 {
     for (const auto& [eCamera, rCamera] : rSet) {
         if (eCamera == KestrovaCamRight) {
             continue;
         }
         const bool bTop = eCamera == KestrovaCamTop;
-        const double dAlong = rCamera.m_T[bTop ? 1 : 0];
-        const double dAcross = rCamera.m_T[bTop ? 0 : 1];
+        const double dAlong = rCamera.m_translation[bTop ? 1 : 0];
+        const double dAcross = rCamera.m_translation[bTop ? 0 : 1];
         const std::string name = cameraName(eCamera);
-        if (cv::norm(rCamera.m_T) < 0.001) {
+        if (cv::norm(rCamera.m_translation) < 0.001) {
             throw AppError("--right and --" + name +
                                ": the two cameras stand within a millimetre of each other; no "
                                "depth comes of that",
@@ -119,7 +121,7 @@ static void checkPlaces(const CameraSet& rSet)
 }
 
 // Boards that each camera explains well, and no two cameras together, were not seen at the same instants.
-static void checkTogether(const Shots& rShots)
+void checkTogether(const Shots& rShots)
 {
     std::vector<double> alone, together;
     for (const Shot& rShot : rShots.m_shots) {
@@ -140,7 +142,7 @@ static void checkTogether(const Shots& rShots)
 }
 
 // Marks the photo that fits worst, if it fits worse than such photos do. In a pair nobody can tell which of the two.
-static bool dropWorst(Shots& rShots)
+bool dropWorst(Shots& rShots)
 {
     std::vector<double> errors;
     View* pWorst = nullptr;
@@ -170,7 +172,7 @@ static bool dropWorst(Shots& rShots)
     return true;
 }
 
-static void tellSetErrors(SetCalibration& rCalibration, Shots& rShots)
+void tellSetErrors(SetCalibration& rCalibration, Shots& rShots)
 {
     for (const auto& [eCamera, rCamera] : rCalibration.m_set) {
         std::vector<double> errors;
@@ -183,6 +185,8 @@ static void tellSetErrors(SetCalibration& rCalibration, Shots& rShots)
         }
     }
 }
+
+} // namespace
 
 SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice)
 {

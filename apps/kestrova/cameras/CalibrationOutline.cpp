@@ -15,9 +15,11 @@
 
 namespace kestrova::app {
 
+namespace {
+
 using Lines = std::span<const std::string>;
 
-static std::string upper(std::string text)
+std::string upper(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char uc) { return static_cast<char>(std::toupper(uc)); });
@@ -27,7 +29,7 @@ static std::string upper(std::string text)
 // ---- lines ----
 
 // Comments and surrounding blanks go; a line that ends in a backslash is dropped, not joined.
-static std::vector<std::string> cleanLines(std::istream& rIn)
+std::vector<std::string> cleanLines(std::istream& rIn)
 {
     constexpr const char* pszBlanks = " \t\r\n\v\f";
     std::vector<std::string> lines;
@@ -43,7 +45,7 @@ static std::vector<std::string> cleanLines(std::istream& rIn)
 }
 
 // What stands behind the key, if the line starts with it.
-static std::optional<std::string> behindKey(const std::string& rLine, const std::string& rKey)
+std::optional<std::string> behindKey(const std::string& rLine, const std::string& rKey)
 {
     if (upper(rLine.substr(0, rKey.size())) != rKey) {
         return std::nullopt;
@@ -54,7 +56,7 @@ static std::optional<std::string> behindKey(const std::string& rLine, const std:
     return rLine.substr(rKey.size());
 }
 
-static void appendNumbers(std::vector<double>& rNumbers, const std::string& rText, std::size_t nWanted)
+void appendNumbers(std::vector<double>& rNumbers, const std::string& rText, std::size_t nWanted)
 {
     const char* psz = rText.c_str();
     for (char* pEnd = nullptr; rNumbers.size() < nWanted; psz = pEnd) {
@@ -174,7 +176,7 @@ private:
     Lines m_lines;
 };
 
-static SplineSurface readSurface(const std::vector<Block>& rWarps, int nId, const Block& rCamera)
+SplineSurface readSurface(const std::vector<Block>& rWarps, int nId, const Block& rCamera)
 {
     const auto found =
         std::find_if(rWarps.begin(), rWarps.end(), [&](const Block& rWarp) { return rWarp.whole("ID") == nId; });
@@ -198,7 +200,7 @@ static SplineSurface readSurface(const std::vector<Block>& rWarps, int nId, cons
     return surface;
 }
 
-static OutlineCamera readCamera(const Block& rBlock, const std::vector<Block>& rWarps)
+OutlineCamera readCamera(const Block& rBlock, const std::vector<Block>& rWarps)
 {
     OutlineCamera camera;
     camera.m_nId = rBlock.whole("ID");
@@ -232,7 +234,7 @@ struct ProductRow
     std::vector<cv::Vec3i> m_positions; // cameras that it must have
 };
 
-static const std::vector<ProductRow>& products()
+const std::vector<ProductRow>& products()
 {
     static const std::vector<cv::Vec3i> s_three{{0, 0, 0}, {0, -1, 0}, {-1, 0, 0}};
     static const std::vector<ProductRow> s_rows{{"KESTROVA", s_three},
@@ -243,7 +245,7 @@ static const std::vector<ProductRow>& products()
 }
 
 // What the library asks of a section beyond readable values.
-static void checkKind(const Block& rBlock, const OutlineSection& rSection)
+void checkKind(const Block& rBlock, const OutlineSection& rSection)
 {
     int nMajor = 0;
     int nMinor = 0;
@@ -271,7 +273,7 @@ static void checkKind(const Block& rBlock, const OutlineSection& rSection)
     }
 }
 
-static OutlineSection readSection(const Block& rBlock)
+OutlineSection readSection(const Block& rBlock)
 {
     OutlineSection section;
     section.m_version = rBlock.word("VERSION");
@@ -294,6 +296,8 @@ static OutlineSection readSection(const Block& rBlock)
     checkKind(rBlock, section);
     return section;
 }
+
+} // namespace
 
 std::vector<OutlineSection> readOutline(const std::filesystem::path& rFile)
 {

@@ -6,7 +6,9 @@
 
 namespace kestrova::app {
 
-static void writeNumbers(std::ostream& rOut, const double* pdFirst, const double* pdLast)
+namespace {
+
+void writeNumbers(std::ostream& rOut, const double* pdFirst, const double* pdLast)
 {
     for (; pdFirst != pdLast; ++pdFirst) {
         rOut << ' ' << *pdFirst;
@@ -14,7 +16,7 @@ static void writeNumbers(std::ostream& rOut, const double* pdFirst, const double
     rOut << '\n';
 }
 
-static void writeWarp(std::ostream& rOut, int nId, const SplineSurface& rSurface)
+void writeWarp(std::ostream& rOut, int nId, const SplineSurface& rSurface)
 {
     const auto writeKnots = [&](const char* pszKey, const std::vector<double>& rKnots) {
         rOut << pszKey;
@@ -37,7 +39,7 @@ struct SetWords
     const char* m_pszConfiguration;
 };
 
-static SetWords wordsOf(KestrovaCameraConfiguration eConfiguration)
+SetWords wordsOf(KestrovaCameraConfiguration eConfiguration)
 {
     switch (eConfiguration) {
     case KestrovaCfg3CameraL:
@@ -49,14 +51,14 @@ static SetWords wordsOf(KestrovaCameraConfiguration eConfiguration)
     }
 }
 
-static const char* placeOf(KestrovaCamera eCamera)
+const char* placeOf(KestrovaCamera eCamera)
 {
     return eCamera == KestrovaCamRight ? "Position 0 0 0\nChannel RED"
            : eCamera == KestrovaCamTop ? "Position 0 -1 0\nChannel BLUE"
                                        : "Position -1 0 0\nChannel GREEN";
 }
 
-static void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rCamera, KestrovaCamera eCamera)
+void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rCamera, KestrovaCamera eCamera)
 {
     const int nWarp = 4 * nId;
     rOut << "BeginCamera\nID " << nId << "\nGain " << rCamera.m_dGain << "\nWarp " << nWarp << ' ' << nWarp + 1
@@ -64,7 +66,7 @@ static void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rC
          << placeOf(eCamera) << "\nEndCamera\n";
 }
 
-static void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCamera)
+void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCamera)
 {
     const int nWarp = 4 * nId;
     writeWarp(rOut, nWarp, rCamera.m_rawFromRectified.m_column);
@@ -72,6 +74,8 @@ static void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCa
     writeWarp(rOut, nWarp + 2, rCamera.m_rectifiedFromRaw.m_column);
     writeWarp(rOut, nWarp + 3, rCamera.m_rectifiedFromRaw.m_row);
 }
+
+} // namespace
 
 std::string calibrationText(const CalibrationDescription& rDescription)
 {

@@ -16,9 +16,10 @@ Points projectRays(const CameraModel& rCamera, const Points& rRays)
     }
     Points pixels;
     if (rCamera.m_eLens == Lens::Equidistant) {
-        cv::fisheye::projectPoints(points, pixels, cv::Vec3d(), cv::Vec3d(), rCamera.m_K, rCamera.m_adDistortion);
+        cv::fisheye::projectPoints(points, pixels, cv::Vec3d(), cv::Vec3d(), rCamera.m_cameraMatrix,
+                                   rCamera.m_adDistortion);
     } else {
-        cv::projectPoints(points, cv::Vec3d(), cv::Vec3d(), rCamera.m_K, rCamera.m_adDistortion, pixels);
+        cv::projectPoints(points, cv::Vec3d(), cv::Vec3d(), rCamera.m_cameraMatrix, rCamera.m_adDistortion, pixels);
     }
     return pixels;
 }
@@ -32,10 +33,11 @@ Points raysOfPixels(const CameraModel& rCamera, const Points& rPixels)
     // The default of five rounds leaves hundredths of a pixel in the corners of a wide lens.
     const cv::TermCriteria until(cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 60, 1e-12);
     if (rCamera.m_eLens == Lens::Equidistant) {
-        cv::fisheye::undistortPoints(rPixels, rays, rCamera.m_K, rCamera.m_adDistortion, cv::noArray(), cv::noArray(),
-                                     until);
+        cv::fisheye::undistortPoints(rPixels, rays, rCamera.m_cameraMatrix, rCamera.m_adDistortion, cv::noArray(),
+                                     cv::noArray(), until);
     } else {
-        cv::undistortPoints(rPixels, rays, rCamera.m_K, rCamera.m_adDistortion, cv::noArray(), cv::noArray(), until);
+        cv::undistortPoints(rPixels, rays, rCamera.m_cameraMatrix, rCamera.m_adDistortion, cv::noArray(), cv::noArray(),
+                            until);
     }
     return rays;
 }

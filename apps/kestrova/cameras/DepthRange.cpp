@@ -8,11 +8,15 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nLargestWindow = 23;
-static constexpr int sk_nNarrowest = 16;       // a narrower range saves nothing
-static constexpr double sk_dNearer = 1.2;      // room for things nearer than the subject
-static constexpr double sk_dLeastNearer = 1.1; // if all behind it can be had for that
-static constexpr double sk_dFarther = 0.8;     // and behind it, at least, if there is not room for all
+namespace {
+
+constexpr int sk_nLargestWindow = 23;
+constexpr int sk_nNarrowest = 16;       // a narrower range saves nothing
+constexpr double sk_dNearer = 1.2;      // room for things nearer than the subject
+constexpr double sk_dLeastNearer = 1.1; // if all behind it can be had for that
+constexpr double sk_dFarther = 0.8;     // and behind it, at least, if there is not room for all
+
+} // namespace
 
 cv::Vec2i disparityOf(const DepthRange& rRange, double dFocalTimesBaseline, cv::Vec2i fallback)
 {
@@ -41,8 +45,10 @@ int largestDisparity(int nPixels)
     return std::clamp(nPixels - sk_nLargestWindow, 1, sk_nLastDisparity);
 }
 
+namespace {
+
 // The stretch of sorted values, no wider than the library searches, that holds the most of them.
-static std::vector<double> fullestStretch(const std::vector<double>& rSorted)
+std::vector<double> fullestStretch(const std::vector<double>& rSorted)
 {
     auto first = rSorted.begin();
     auto last = first;
@@ -57,6 +63,8 @@ static std::vector<double> fullestStretch(const std::vector<double>& rSorted)
     }
     return {first, last + 1};
 }
+
+} // namespace
 
 cv::Vec2i rangeAround(std::vector<double> disparities, int nLargest)
 {

@@ -5,18 +5,21 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nDirections = 48;
-static constexpr double sk_dStep = 0.01;            // of the radius, in the search for a fold
-static const double sk_dWidest = std::tan(1.2566);  // 72 degrees
-static constexpr double sk_dShareOfFold = 0.87;     // nearer to the fold the inverse is too steep for a spline
-static constexpr double sk_dDerivativeStep = 0.001; // of second differences: errors stay below 1e-6 pixel
+namespace {
 
-static cv::Point2d normalised(const CameraModel& rCamera, const cv::Point2d& rPixel)
+constexpr int sk_nDirections = 48;
+constexpr double sk_dStep = 0.01;            // of the radius, in the search for a fold
+const double sk_dWidest = std::tan(1.2566);  // 72 degrees
+constexpr double sk_dShareOfFold = 0.87;     // nearer to the fold the inverse is too steep for a spline
+constexpr double sk_dDerivativeStep = 0.001; // of second differences: errors stay below 1e-6 pixel
+
+cv::Point2d normalised(const CameraModel& rCamera, const cv::Point2d& rPixel)
 {
-    return {(rPixel.x - rCamera.m_K(0, 2)) / rCamera.m_K(0, 0), (rPixel.y - rCamera.m_K(1, 2)) / rCamera.m_K(1, 1)};
+    return {(rPixel.x - rCamera.m_cameraMatrix(0, 2)) / rCamera.m_cameraMatrix(0, 0),
+            (rPixel.y - rCamera.m_cameraMatrix(1, 2)) / rCamera.m_cameraMatrix(1, 1)};
 }
 
-static bool isInFrame(const CameraModel& rCamera, const cv::Point2d& rPixel)
+bool isInFrame(const CameraModel& rCamera, const cv::Point2d& rPixel)
 {
     return rPixel.x >= -0.5 && rPixel.y >= -0.5 && rPixel.x <= rCamera.m_size.width - 0.5 &&
            rPixel.y <= rCamera.m_size.height - 0.5;
@@ -32,7 +35,7 @@ struct Course
     double m_dExit = std::numeric_limits<double>::infinity();
 };
 
-static Course follow(const CameraModel& rCamera, const cv::Point2d& rDirection)
+Course follow(const CameraModel& rCamera, const cv::Point2d& rDirection)
 {
     constexpr double dBehind = 1.6;
     Points rays;
@@ -66,7 +69,7 @@ struct Rim
     cv::Point2d m_at, m_slope, m_bend; // pixels
 };
 
-static std::vector<Rim> rims(const CameraModel& rCamera, double dRadius, const Points& rDirections)
+std::vector<Rim> rims(const CameraModel& rCamera, double dRadius, const Points& rDirections)
 {
     Points rays;
     for (const cv::Point2d& rDirection : rDirections) {
@@ -84,7 +87,7 @@ static std::vector<Rim> rims(const CameraModel& rCamera, double dRadius, const P
     return found;
 }
 
-static void chooseContinuation(const CameraModel& rCamera, LensReach& rReach)
+void chooseContinuation(const CameraModel& rCamera, LensReach& rReach)
 {
     double dCorner = 0.0;
     for (const cv::Point2d& rCorner :
@@ -93,7 +96,7 @@ static void chooseContinuation(const CameraModel& rCamera, LensReach& rReach)
         dCorner = std::max(dCorner, cv::norm(normalised(rCamera, rCorner)));
     }
     const Rim rim = rims(rCamera, rReach.m_dRay, {cv::Point2d(1.0, 0.0)})[0];
-    const double dFx = rCamera.m_K(0, 0);
+    const double dFx = rCamera.m_cameraMatrix(0, 0);
     const double dSlope = rim.m_slope.x / dFx;
     const double dBend = rim.m_bend.x / dFx;
     rReach.m_dMild = dBend * dBend / (6.0 * dSlope); // twice what keeps the slope above zero
@@ -101,6 +104,8 @@ static void chooseContinuation(const CameraModel& rCamera, LensReach& rReach)
     const double dMissing = std::max(0.0, dCorner - normalised(rCamera, rim.m_at).x);
     rReach.m_dLeave = rReach.folds() ? rReach.m_dMild + 1.05 * dMissing / (dRim * dRim * dRim) : rReach.m_dMild;
 }
+
+} // namespace
 
 LensReach reachOf(const CameraModel& rCamera)
 {
@@ -123,7 +128,9 @@ LensReach reachOf(const CameraModel& rCamera)
     return reach;
 }
 
-static Points project(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays, double dCubic)
+namespace {
+
+Points project(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays, double dCubic)
 {
     Points pixels = projectRays(rCamera, rRays);
     if (!rReach.isLimited()) {
@@ -140,20 +147,25 @@ static Points project(const CameraModel& rCamera, const LensReach& rReach, const
     const std::vector<Rim> found = rims(rCamera, rReach.m_dRay, directions);
     for (std::size_t k = 0; k < beyond.size(); ++k) {
         const double d = cv::norm(rRays[beyond[k]]) - rReach.m_dRay;
-        const cv::Point2d outwards(directions[k].x * rCamera.m_K(0, 0), directions[k].y * rCamera.m_K(1, 1));
+        const cv::Point2d outwards(directions[k].x * rCamera.m_cameraMatrix(0, 0),
+                                   directions[k].y * rCamera.m_cameraMatrix(1, 1));
         pixels[beyond[k]] =
             found[k].m_at + d * found[k].m_slope + 0.5 * d * d * found[k].m_bend + (dCubic * d * d * d) * outwards;
     }
     return pixels;
 }
 
+} // namespace
+
 Points projectContinued(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays)
 {
     return project(rCamera, rReach, rRays, rReach.m_dLeave);
 }
 
+namespace {
+
 // Radius of a ray by that of its pixel, for a start: both rise together.
-static std::vector<double> radialTable(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays)
+std::vector<double> radialTable(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays)
 {
     std::vector<double> table;
     for (const cv::Point2d& rPixel : project(rCamera, rReach, rRays, rReach.m_dMild)) {
@@ -163,7 +175,7 @@ static std::vector<double> radialTable(const CameraModel& rCamera, const LensRea
 }
 
 // Newton steps with the slopes along and across the radius; the tangential terms are too small to matter for a slope.
-static Points solve(const CameraModel& rCamera, const LensReach& rReach, const Points& rPixels)
+Points solve(const CameraModel& rCamera, const LensReach& rReach, const Points& rPixels)
 {
     Points line;
     for (int i = 0; i < 2000; ++i) {
@@ -194,6 +206,8 @@ static Points solve(const CameraModel& rCamera, const LensReach& rReach, const P
     }
     return rays;
 }
+
+} // namespace
 
 Points raysContinued(const CameraModel& rCamera, const LensReach& rReach, const Points& rPixels)
 {

@@ -11,10 +11,12 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dLeastDepth = 0.02;                   // of a turned ray: flatter ones point past any image
-static const double sk_dWidest = std::tan(60.0 * CV_PI / 180.0); // half of the widest view along rows or columns
+namespace {
 
-static cv::Point2d rotate(const cv::Matx33d& rRotation, const cv::Point2d& rRay)
+constexpr double sk_dLeastDepth = 0.02;                   // of a turned ray: flatter ones point past any image
+const double sk_dWidest = std::tan(60.0 * CV_PI / 180.0); // half of the widest view along rows or columns
+
+cv::Point2d rotate(const cv::Matx33d& rRotation, const cv::Point2d& rRay)
 {
     const cv::Vec3d turned = rRotation * cv::Vec3d(rRay.x, rRay.y, 1.0);
     const double dDepth = std::max(turned[2], sk_dLeastDepth);
@@ -24,13 +26,13 @@ static cv::Point2d rotate(const cv::Matx33d& rRotation, const cv::Point2d& rRay)
 // ---- orientation ----
 
 // Both cameras turn half of the way to each other, then together until the baseline lies along rows or columns.
-static void turnPair(RectificationPlan& rPlan, const MountedCamera& rOther, KestrovaCamera eOther)
+void turnPair(RectificationPlan& rPlan, const MountedCamera& rOther, KestrovaCamera eOther)
 {
     cv::Vec3d whole;
-    cv::Rodrigues(rOther.m_R, whole);
+    cv::Rodrigues(rOther.m_rotation, whole);
     cv::Matx33d half;
     cv::Rodrigues(-0.5 * whole, half);
-    const cv::Vec3d baseline = half * rOther.m_T;
+    const cv::Vec3d baseline = half * rOther.m_translation;
     const int nAxis = std::abs(baseline[0]) > std::abs(baseline[1]) ? 0 : 1;
     cv::Vec3d axis;
     axis[nAxis] = baseline[nAxis] > 0.0 ? 1.0 : -1.0;
@@ -42,7 +44,7 @@ static void turnPair(RectificationPlan& rPlan, const MountedCamera& rOther, Kest
     cv::Rodrigues(turn, level);
     rPlan.m_rotations[eOther] = level * half.t();
     rPlan.m_rotations[KestrovaCamRight] = level * half;
-    rPlan.m_dBaseline = cv::norm(rOther.m_T);
+    rPlan.m_dBaseline = cv::norm(rOther.m_translation);
     const bool bUpright = nAxis == 1;
     if (bUpright != (eOther == KestrovaCamTop) || axis[nAxis] > 0.0) {
         throw AppError(std::string("the ") + cameraName(eOther) + " camera stands " +
@@ -60,7 +62,7 @@ struct Sides
     Points m_left, m_right, m_top, m_bottom;
 };
 
-static Sides sidesOf(const CameraModel& rCamera, const cv::Matx33d& rRotation)
+Sides sidesOf(const CameraModel& rCamera, const cv::Matx33d& rRotation)
 {
     constexpr int nSteps = 32;
     const LensReach reach = reachOf(rCamera);
@@ -107,7 +109,7 @@ struct FocalRange
 };
 
 // The middle of the four corners of a frame comes to the middle of the image; the mean of both cameras is the centre.
-static cv::Point2d centreOf(const std::vector<Sides>& rSides, cv::Size raw, double dFocal)
+cv::Point2d centreOf(const std::vector<Sides>& rSides, cv::Size raw, double dFocal)
 {
     cv::Point2d centre;
     for (const Sides& rOne : rSides) {
@@ -119,7 +121,7 @@ static cv::Point2d centreOf(const std::vector<Sides>& rSides, cv::Size raw, doub
 }
 
 // The right camera and one other.
-static RectificationPlan planPair(const CameraSet& rSet, KestrovaCamera eOther, cv::Size canvas, double dAlpha)
+RectificationPlan planPair(const CameraSet& rSet, KestrovaCamera eOther, cv::Size canvas, double dAlpha)
 {
     RectificationPlan plan;
     plan.m_canvas = canvas;
@@ -129,7 +131,7 @@ static RectificationPlan planPair(const CameraSet& rSet, KestrovaCamera eOther, 
     for (const auto& [eCamera, rRotation] : plan.m_rotations) {
         const CameraModel& rModel = rSet.at(eCamera).m_model;
         sides.push_back(sidesOf(rModel, rRotation));
-        dRawFocal += 0.5 * rModel.m_K(eOther == KestrovaCamTop ? 0 : 1, eOther == KestrovaCamTop ? 0 : 1);
+        dRawFocal += 0.5 * rModel.m_cameraMatrix(eOther == KestrovaCamTop ? 0 : 1, eOther == KestrovaCamTop ? 0 : 1);
     }
     const cv::Size raw = rSet.at(KestrovaCamRight).m_model.m_size;
     const cv::Point2d centre = centreOf(sides, raw, dRawFocal);
@@ -152,9 +154,9 @@ static RectificationPlan planPair(const CameraSet& rSet, KestrovaCamera eOther, 
 
 // A pair leaves the turn about its baseline open; the top camera settles it. The view moves along, so that the images
 // keep their place.
-static void turnTowardsTop(RectificationPlan& rPlan, const MountedCamera& rTop)
+void turnTowardsTop(RectificationPlan& rPlan, const MountedCamera& rTop)
 {
-    const cv::Vec3d seen = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_T;
+    const cv::Vec3d seen = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_translation;
     const double dUp = std::hypot(seen[1], seen[2]);
     const double dCos = -seen[1] / dUp;
     const double dSin = seen[2] / dUp;
@@ -162,14 +164,16 @@ static void turnTowardsTop(RectificationPlan& rPlan, const MountedCamera& rTop)
     for (auto& [eCamera, rRotation] : rPlan.m_rotations) {
         rRotation = turn * rRotation;
     }
-    rPlan.m_rotations[KestrovaCamTop] = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_R;
+    rPlan.m_rotations[KestrovaCamTop] = rPlan.m_rotations.at(KestrovaCamRight) * rTop.m_rotation;
     rPlan.m_centre.y += rPlan.m_dFocal * dSin / dCos;
 }
 
+} // namespace
+
 std::string flawOfL(const CameraSet& rSet, double dMaxDisparity)
 {
-    const cv::Vec3d& rTop = rSet.at(KestrovaCamTop).m_T;
-    const cv::Vec3d& rLeft = rSet.at(KestrovaCamLeft).m_T;
+    const cv::Vec3d& rTop = rSet.at(KestrovaCamTop).m_translation;
+    const cv::Vec3d& rLeft = rSet.at(KestrovaCamLeft).m_translation;
     const double dUp = cv::norm(rTop);
     const double dAside = cv::norm(rLeft);
     const double dAngle = std::acos(std::clamp(rTop.dot(rLeft) / dUp / dAside, -1.0, 1.0)) * 180.0 / CV_PI;

@@ -11,12 +11,16 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nWidestCanvas = 1280; // columns that the library rectifies to
-static constexpr int sk_nNarrowestCanvas = 64;
-static constexpr int sk_anCoefs[] = {24, 40, 64, 96};
-static constexpr double sk_dFitRms = 0.02; // pixels
-static constexpr double sk_dFitWorst = 0.1;
-static constexpr double sk_dFitGood = 0.05; // worse ones are tried again with more coefficients
+namespace {
+
+constexpr int sk_nWidestCanvas = 1280; // columns that the library rectifies to
+constexpr int sk_nNarrowestCanvas = 64;
+constexpr int sk_anCoefs[] = {24, 40, 64, 96};
+constexpr double sk_dFitRms = 0.02; // pixels
+constexpr double sk_dFitWorst = 0.1;
+constexpr double sk_dFitGood = 0.05; // worse ones are tried again with more coefficients
+
+} // namespace
 
 double Rig::worstFit() const
 {
@@ -45,33 +49,35 @@ CameraSet exchanged(const CameraSet& rPair)
 {
     const auto& [eOther, rOther] = *rPair.rbegin();
     const MountedCamera& rRight = rPair.at(KestrovaCamRight);
-    const cv::Matx33d back = rOther.m_R.t();
+    const cv::Matx33d back = rOther.m_rotation.t();
     return {{KestrovaCamRight, {rOther.m_model, cv::Matx33d::eye(), {}, rOther.m_name}},
-            {eOther, {rRight.m_model, back, -(back * rOther.m_T), rRight.m_name}}};
+            {eOther, {rRight.m_model, back, -(back * rOther.m_translation), rRight.m_name}}};
 }
 
-static std::string nameOf(KestrovaCamera eCamera, const MountedCamera& rCamera)
+namespace {
+
+std::string nameOf(KestrovaCamera eCamera, const MountedCamera& rCamera)
 {
     return rCamera.m_name.empty() ? std::string("the one given as ") + cameraName(eCamera) : rCamera.m_name;
 }
 
 // The direction in which the other camera stands once both look the same way.
-static cv::Vec3d directionOf(const MountedCamera& rOther)
+cv::Vec3d directionOf(const MountedCamera& rOther)
 {
     cv::Vec3d whole;
     cv::Matx33d half;
-    cv::Rodrigues(rOther.m_R, whole);
+    cv::Rodrigues(rOther.m_rotation, whole);
     cv::Rodrigues(-0.5 * whole, half);
-    return half * rOther.m_T;
+    return half * rOther.m_translation;
 }
 
-static CameraSet named(const CameraSet& rPair, KestrovaCamera eName)
+CameraSet named(const CameraSet& rPair, KestrovaCamera eName)
 {
     return {*rPair.begin(), {eName, rPair.rbegin()->second}};
 }
 
 // The rotations of a given view follow the cameras to their names.
-static void renameGiven(RigWishes& rWishes, bool bExchanged, KestrovaCamera eOther)
+void renameGiven(RigWishes& rWishes, bool bExchanged, KestrovaCamera eOther)
 {
     if (!rWishes.m_given) {
         return;
@@ -82,7 +88,7 @@ static void renameGiven(RigWishes& rWishes, bool bExchanged, KestrovaCamera eOth
                                     {eOther, bExchanged ? right : other}};
 }
 
-static void placePair(Rig& rRig, RigWishes& rWishes)
+void placePair(Rig& rRig, RigWishes& rWishes)
 {
     CameraSet& rSet = rRig.m_set;
     if (rWishes.m_leftIs == KestrovaCamRight) {
@@ -98,8 +104,8 @@ static void placePair(Rig& rRig, RigWishes& rWishes)
         }
         if (bExchanged) {
             MountedCamera& rLeft = rSet.at(KestrovaCamLeft);
-            rLeft.m_T = -(rLeft.m_R.t() * rLeft.m_T);
-            rLeft.m_R = rLeft.m_R.t();
+            rLeft.m_translation = -(rLeft.m_rotation.t() * rLeft.m_translation);
+            rLeft.m_rotation = rLeft.m_rotation.t();
             rRig.m_remarks.push_back("order: R and T say that the left camera stands on the right; as --left-is "
                                      "overrules them, they are taken as the way back");
         }
@@ -127,7 +133,7 @@ static void placePair(Rig& rRig, RigWishes& rWishes)
 
 // ---- the view ----
 
-static double between(const cv::Point2d& rA, const cv::Point2d& rB) // radians
+double between(const cv::Point2d& rA, const cv::Point2d& rB) // radians
 {
     const cv::Vec3d a(rA.x, rA.y, 1.0);
     const cv::Vec3d b(rB.x, rB.y, 1.0);
@@ -136,7 +142,7 @@ static double between(const cv::Point2d& rA, const cv::Point2d& rB) // radians
 
 // Angles of view through the middle of a rectangle, along rows and along columns.
 template<typename Rays>
-static cv::Vec2d fieldOf(cv::Size size, const Rays& rRays)
+cv::Vec2d fieldOf(cv::Size size, const Rays& rRays)
 {
     const double dLast = size.width - 1.0;
     const double dBottom = size.height - 1.0;
@@ -144,7 +150,7 @@ static cv::Vec2d fieldOf(cv::Size size, const Rays& rRays)
     return {between(rays[0], rays[1]), between(rays[2], rays[3])};
 }
 
-static cv::Vec2d lostField(const CameraSet& rSet, const RectificationPlan& rPlan)
+cv::Vec2d lostField(const CameraSet& rSet, const RectificationPlan& rPlan)
 {
     cv::Vec2d lost;
     for (const auto& [eCamera, rCamera] : rSet) {
@@ -163,7 +169,7 @@ static cv::Vec2d lostField(const CameraSet& rSet, const RectificationPlan& rPlan
 }
 
 // 4 by 3: what fits into the raw frame at alpha 0, what holds it at alpha 1, so that pixels stay about as fine.
-static cv::Size canvasFor(cv::Size raw, double dAlpha, std::vector<std::string>& rRemarks)
+cv::Size canvasFor(cv::Size raw, double dAlpha, std::vector<std::string>& rRemarks)
 {
     const double dInside = std::min<double>(raw.width, raw.height * 4.0 / 3.0);
     const double dOutside = std::max<double>(raw.width, raw.height * 4.0 / 3.0);
@@ -178,7 +184,7 @@ static cv::Size canvasFor(cv::Size raw, double dAlpha, std::vector<std::string>&
     return canvas;
 }
 
-static void checkCanvas(cv::Size canvas)
+void checkCanvas(cv::Size canvas)
 {
     if (canvas.width * 3 != canvas.height * 4 || canvas.width < sk_nNarrowestCanvas ||
         canvas.width > sk_nWidestCanvas) {
@@ -188,7 +194,7 @@ static void checkCanvas(cv::Size canvas)
 }
 
 // The given view with another frame around the same centre of the picture; smaller when the library has no such canvas.
-static RectificationPlan cutTo(const RectificationPlan& rGiven, cv::Size canvas)
+RectificationPlan cutTo(const RectificationPlan& rGiven, cv::Size canvas)
 {
     RectificationPlan plan = rGiven;
     const double dWidth = std::min<double>(rGiven.m_canvas.width, rGiven.m_canvas.height * 4.0 / 3.0);
@@ -199,6 +205,8 @@ static RectificationPlan cutTo(const RectificationPlan& rGiven, cv::Size canvas)
     plan.m_centre = (rGiven.m_centre - offset + cv::Point2d(0.5, 0.5)) * dScale - cv::Point2d(0.5, 0.5);
     return plan;
 }
+
+} // namespace
 
 std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const RectificationPlan& rPlan)
 {
@@ -211,7 +219,9 @@ std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const R
     return disparities;
 }
 
-static cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& rWishes)
+namespace {
+
+cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& rWishes)
 {
     if (rWishes.m_disparity) {
         return *rWishes.m_disparity;
@@ -228,7 +238,7 @@ static cv::Vec2i disparityFor(const RectificationPlan& rPlan, const RigWishes& r
 
 // ---- maps ----
 
-static CameraMaps fitWithinLimits(const Rig& rRig, KestrovaCamera eCamera, const std::string& rSource)
+CameraMaps fitWithinLimits(const Rig& rRig, KestrovaCamera eCamera, const std::string& rSource)
 {
     CameraMaps maps;
     std::optional<CameraMaps> usable;
@@ -253,7 +263,7 @@ static CameraMaps fitWithinLimits(const Rig& rRig, KestrovaCamera eCamera, const
         ExitStatus::Unfit);
 }
 
-static void remarkReach(Rig& rRig, KestrovaCamera eCamera)
+void remarkReach(Rig& rRig, KestrovaCamera eCamera)
 {
     const LensReach reach = reachOf(rRig.m_set.at(eCamera).m_model);
     const double dPercent = 100.0 * rRig.m_maps.at(eCamera).m_dLostShare;
@@ -272,7 +282,7 @@ static void remarkReach(Rig& rRig, KestrovaCamera eCamera)
                    cameraName(eCamera), dPercent, dDegrees));
 }
 
-static void describe(Rig& rRig, const RigWishes& rWishes)
+void describe(Rig& rRig, const RigWishes& rWishes)
 {
     CalibrationDescription& rDescription = rRig.m_description;
     rDescription.m_canvas = rRig.m_plan.m_canvas;
@@ -292,7 +302,7 @@ static void describe(Rig& rRig, const RigWishes& rWishes)
 }
 
 // From a set whose names hold.
-static void finish(Rig& rRig, const RigWishes& rWishes)
+void finish(Rig& rRig, const RigWishes& rWishes)
 {
     rRig.m_lostField = lostField(rRig.m_set, rRig.m_plan);
     const bool bCut = std::max(rRig.m_lostField[0], rRig.m_lostField[1]) > 10.0 && rWishes.m_dAlpha < 1.0;
@@ -306,8 +316,8 @@ static void finish(Rig& rRig, const RigWishes& rWishes)
     describe(rRig, rWishes);
 }
 
-static RectificationPlan plannedFor(const CameraSet& rSet, cv::Size canvas, const RigWishes& rWishes,
-                                    std::optional<double> maxDisparity = {})
+RectificationPlan plannedFor(const CameraSet& rSet, cv::Size canvas, const RigWishes& rWishes,
+                             std::optional<double> maxDisparity = {})
 {
     try {
         return planRectification(rSet, canvas, rWishes.m_dAlpha, maxDisparity);
@@ -316,7 +326,7 @@ static RectificationPlan plannedFor(const CameraSet& rSet, cv::Size canvas, cons
     }
 }
 
-static RectificationPlan planFor(Rig& rRig, const RigWishes& rWishes)
+RectificationPlan planFor(Rig& rRig, const RigWishes& rWishes)
 {
     if (rWishes.m_given) {
         const cv::Size given = rWishes.m_given->m_canvas;
@@ -334,7 +344,7 @@ static RectificationPlan planFor(Rig& rRig, const RigWishes& rWishes)
 }
 
 // The two pairs of a set of three, each with a view of its own.
-static Rig buildTwoSections(Rig& rRig, const RigWishes& rWishes, const std::string& rFlaw)
+Rig buildTwoSections(Rig& rRig, const RigWishes& rWishes, const std::string& rFlaw)
 {
     const auto section = [&](KestrovaCamera eWithout) {
         Rig rig;
@@ -354,6 +364,8 @@ static Rig buildTwoSections(Rig& rRig, const RigWishes& rWishes, const std::stri
     pair.m_remarks = std::move(rRig.m_remarks);
     return pair;
 }
+
+} // namespace
 
 Rig buildRig(const CameraSet& rSet, const RigWishes& rWishes)
 {

@@ -8,9 +8,9 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dSloppyRotation = 1e-3; // of R * R^T - 1: more than text of few digits explains
-
 namespace {
+
+constexpr double sk_dSloppyRotation = 1e-3; // of R * R^T - 1: more than text of few digits explains
 
 class Checker
 {
@@ -26,7 +26,7 @@ public:
     void lens() const
     {
         const CameraModel& rModel = m_rCamera.m_model;
-        const cv::Matx33d& K = rModel.m_K;
+        const cv::Matx33d& K = rModel.m_cameraMatrix;
         if (rModel.m_size.width < 16 || rModel.m_size.height < 16) {
             fail(line("size %dx%d: no size of a picture; give the one that it was calibrated with", rModel.m_size.width,
                       rModel.m_size.height));
@@ -53,8 +53,8 @@ public:
     // The rotation as an exact one.
     cv::Matx33d place() const
     {
-        const cv::Matx33d& R = m_rCamera.m_R;
-        const cv::Vec3d& T = m_rCamera.m_T;
+        const cv::Matx33d& R = m_rCamera.m_rotation;
+        const cv::Vec3d& T = m_rCamera.m_translation;
         const auto isFinite = [](double d) { return std::isfinite(d); };
         if (!std::all_of(R.val, R.val + 9, isFinite) || !std::all_of(T.val, T.val + 3, isFinite)) {
             fail("R, T: a value is no number; calibrate anew");
@@ -74,7 +74,7 @@ public:
     void baseline(std::vector<std::string>& rRemarks) const
     {
         static constexpr char pszAdvice[] = "compare T and --unit (or the --square that was told) with a ruler";
-        const double dBaseline = cv::norm(m_rCamera.m_T);
+        const double dBaseline = cv::norm(m_rCamera.m_translation);
         if (dBaseline == 0.0) {
             fail("T: both cameras stand at one place; are both files of the same camera?");
         }
@@ -127,7 +127,7 @@ void checkCameras(CameraSet& rSet, const std::string& rSource, std::vector<std::
             checker.fail(line("size %dx%d, but the right one has %dx%d; calibrate both at one size",
                               rCamera.m_model.m_size.width, rCamera.m_model.m_size.height, size.width, size.height));
         }
-        rCamera.m_R = checker.place();
+        rCamera.m_rotation = checker.place();
         if (eCamera != KestrovaCamRight) {
             checker.baseline(rRemarks);
         }

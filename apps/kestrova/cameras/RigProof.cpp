@@ -9,10 +9,12 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dLimit = 0.1; // pixels
-static constexpr int sk_nGrid = 41;      // points along each axis of the raw frame
+namespace {
 
-static Points gridOf(cv::Size size)
+constexpr double sk_dLimit = 0.1; // pixels
+constexpr int sk_nGrid = 41;      // points along each axis of the raw frame
+
+Points gridOf(cv::Size size)
 {
     Points points;
     for (int y = 0; y < sk_nGrid; ++y) {
@@ -24,8 +26,7 @@ static Points gridOf(cv::Size size)
 }
 
 // The sum of squares stands in m_dRms until the end.
-static void push(RigProof& rProof, KestrovaContext context, KestrovaCamera eCamera, const Rig& rRig,
-                 const Points& rPoints)
+void push(RigProof& rProof, KestrovaContext context, KestrovaCamera eCamera, const Rig& rRig, const Points& rPoints)
 {
     const CameraModel& rModel = rRig.m_set.at(eCamera).m_model;
     const cv::Size canvas = rRig.m_plan.m_canvas;
@@ -52,6 +53,8 @@ static void push(RigProof& rProof, KestrovaContext context, KestrovaCamera eCame
     }
 }
 
+} // namespace
+
 // Sizes that are not 4 by 3 are known to the library only from a frame.
 void expectFrames(KestrovaContext context, cv::Size raw)
 {
@@ -67,7 +70,9 @@ void expectFrames(KestrovaContext context, cv::Size raw)
     }
 }
 
-static void proveSection(RigProof& rProof, KestrovaContext context, const Rig& rRig, const PerCamera<Points>& rCorners)
+namespace {
+
+void proveSection(RigProof& rProof, KestrovaContext context, const Rig& rRig, const PerCamera<Points>& rCorners)
 {
     KestrovaCameraConfiguration eKind = configurationOf(rRig.m_set);
     if (eKind == KestrovaCfg2CameraHorizontal && rRig.m_plan.m_dBaseline > 0.15) {
@@ -83,6 +88,8 @@ static void proveSection(RigProof& rProof, KestrovaContext context, const Rig& r
         }
     }
 }
+
+} // namespace
 
 RigProof proveRig(const std::filesystem::path& rFile, const Rig& rRig, const PerCamera<Points>& rCorners)
 {

@@ -8,9 +8,11 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nOrder = 4;
+namespace {
 
-static std::vector<double> clampedKnots(int nCoefs)
+constexpr int sk_nOrder = 4;
+
+std::vector<double> clampedKnots(int nCoefs)
 {
     std::vector<double> knots;
     for (int i = 0; i < nCoefs + sk_nOrder; ++i) {
@@ -20,7 +22,7 @@ static std::vector<double> clampedKnots(int nCoefs)
 }
 
 // The four basis functions that are not zero at t, and the index of the first.
-static int basisAt(const std::vector<double>& rKnots, int nCoefs, double t, std::array<double, sk_nOrder>& rValues)
+int basisAt(const std::vector<double>& rKnots, int nCoefs, double t, std::array<double, sk_nOrder>& rValues)
 {
     const auto first = rKnots.begin() + sk_nOrder;
     const int nSpan = static_cast<int>(std::upper_bound(first, rKnots.begin() + nCoefs, t) - first);
@@ -38,6 +40,8 @@ static int basisAt(const std::vector<double>& rKnots, int nCoefs, double t, std:
     }
     return nSpan;
 }
+
+} // namespace
 
 double SplineSurface::operator()(double dX, double dY) const
 {
@@ -61,9 +65,11 @@ cv::Point2d SplineMap::operator()(const cv::Point2d& rPixel, cv::Size from, cv::
     return {m_column(dX, dY) * to.width - 0.5, m_row(dX, dY) * to.height - 0.5};
 }
 
+namespace {
+
 // Places along one axis at which a function is sampled: four to a coefficient, and both ends, so that the half pixel
 // outside the outermost pixel centres is held too.
-static std::vector<double> samplePlaces(int nCoefs)
+std::vector<double> samplePlaces(int nCoefs)
 {
     std::vector<double> places{0.0};
     const int nInner = 4 * nCoefs;
@@ -75,7 +81,7 @@ static std::vector<double> samplePlaces(int nCoefs)
 }
 
 // Maps sampled values to coefficients along one axis: the pseudo-inverse of the basis matrix.
-static cv::Mat1d axisSolver(const std::vector<double>& rKnots, int nCoefs, const std::vector<double>& rPlaces)
+cv::Mat1d axisSolver(const std::vector<double>& rKnots, int nCoefs, const std::vector<double>& rPlaces)
 {
     cv::Mat1d basis(static_cast<int>(rPlaces.size()), nCoefs, 0.0);
     for (int i = 0; i < basis.rows; ++i) {
@@ -89,6 +95,8 @@ static cv::Mat1d axisSolver(const std::vector<double>& rKnots, int nCoefs, const
     cv::invert(basis, solver, cv::DECOMP_SVD);
     return solver;
 }
+
+} // namespace
 
 SplineMap fitSplineMap(const PixelFunction& rFunction, cv::Size from, cv::Size to, int nCoefs)
 {
@@ -128,13 +136,15 @@ SplineMap identitySplineMap()
     return map;
 }
 
-static bool isInside(const cv::Point2d& rPixel, cv::Size size)
+namespace {
+
+bool isInside(const cv::Point2d& rPixel, cv::Size size)
 {
     return rPixel.x >= 0.0 && rPixel.y >= 0.0 && rPixel.x <= size.width - 1.0 && rPixel.y <= size.height - 1.0;
 }
 
 // All of a small image, every second or third pixel and row of a large one.
-static Points manyPixels(cv::Size size)
+Points manyPixels(cv::Size size)
 {
     const int nStep = std::max(1, (size.width + 320) / 640);
     Points pixels;
@@ -162,8 +172,8 @@ struct Spread
     double rms() const { return std::sqrt(m_dSquares / std::max(m_nCount, 1)); }
 };
 
-static void measureForward(CameraMaps& rMaps, const CameraModel& rCamera, const LensReach& rReach,
-                           const cv::Matx33d& rRotation, const RectificationPlan& rPlan)
+void measureForward(CameraMaps& rMaps, const CameraModel& rCamera, const LensReach& rReach,
+                    const cv::Matx33d& rRotation, const RectificationPlan& rPlan)
 {
     const Points pixels = manyPixels(rPlan.m_canvas);
     const Points rays = raysOfRectified(rRotation, rPlan, pixels);
@@ -178,8 +188,8 @@ static void measureForward(CameraMaps& rMaps, const CameraModel& rCamera, const 
     rMaps.m_dForwardRms = spread.rms();
 }
 
-static void measureInverse(CameraMaps& rMaps, const CameraModel& rCamera, const LensReach& rReach,
-                           const cv::Matx33d& rRotation, const RectificationPlan& rPlan)
+void measureInverse(CameraMaps& rMaps, const CameraModel& rCamera, const LensReach& rReach,
+                    const cv::Matx33d& rRotation, const RectificationPlan& rPlan)
 {
     const Points pixels = manyPixels(rCamera.m_size);
     const Points rays = raysContinued(rCamera, rReach, pixels);
@@ -201,6 +211,8 @@ static void measureInverse(CameraMaps& rMaps, const CameraModel& rCamera, const 
     rMaps.m_dRoundTripError = roundTrip.m_dWorst;
     rMaps.m_dLostShare = static_cast<double>(nLost) / static_cast<double>(pixels.size());
 }
+
+} // namespace
 
 CameraMaps fitCameraMaps(const CameraModel& rCamera, const cv::Matx33d& rRotation, const RectificationPlan& rPlan,
                          int nCoefs)

@@ -20,6 +20,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct BenchOptions
 {
     std::string m_size = "640x480";
@@ -39,7 +41,7 @@ struct BenchInput
 
 // ---- what to work on ----
 
-static BenchInput madeUp(const BenchOptions& rOptions)
+BenchInput madeUp(const BenchOptions& rOptions)
 {
     const cv::Size size = parseSize(rOptions.m_size, "--size");
     if (size.height * 4 != size.width * 3 || size.width < 160 || size.width > 1280) {
@@ -53,7 +55,7 @@ static BenchInput madeUp(const BenchOptions& rOptions)
     const Scene scene = demoRoom(1, rig.m_plan.m_dFocal);
     BenchInput input;
     for (const auto& [eCamera, rCamera] : set) {
-        input.m_frames[eCamera] = renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R},
+        input.m_frames[eCamera] = renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation},
                                             {1.0, 1.2, eCamera == KestrovaCamLeft ? 1u : 2u}, 1)
                                       .m_grey;
     }
@@ -70,7 +72,7 @@ static BenchInput madeUp(const BenchOptions& rOptions)
     return input;
 }
 
-static BenchInput ownFrames(const BenchOptions& rOptions)
+BenchInput ownFrames(const BenchOptions& rOptions)
 {
     if (!rOptions.m_calibration || !rOptions.m_right || !rOptions.m_left) {
         throw AppError("--calibration, --right and --left go together", ExitStatus::Usage);
@@ -89,14 +91,14 @@ static BenchInput ownFrames(const BenchOptions& rOptions)
 
 // ---- the stages ----
 
-static void check(KestrovaError eError, const char* pszStage)
+void check(KestrovaError eError, const char* pszStage)
 {
     if (eError != KestrovaErrorOk) {
         throw AppError(std::string(pszStage) + ": " + kestrovaErrorToString(eError), ExitStatus::Unfit);
     }
 }
 
-/// One frame in the two forms that the library takes.
+/** One frame in the two forms that the library takes. */
 class BenchFrame
 {
 public:
@@ -133,16 +135,18 @@ private:
     cv::Mat m_packed;
 };
 
-static double median(std::vector<double> times)
+double median(std::vector<double> times)
 {
     const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
     return *middle;
 }
 
-/// Median times of some stages in turn, milliseconds: what else the machine does falls on all alike. The first tenth,
-/// at least 3 rounds, warms up tables, caches and threads.
-static std::vector<double> medianTimes(int nFrames, const std::vector<std::function<void()>>& rStages)
+/**
+ * Median times of some stages in turn, milliseconds: what else the machine does falls on all alike. The first tenth,
+ * at least 3 rounds, warms up tables, caches and threads.
+ */
+std::vector<double> medianTimes(int nFrames, const std::vector<std::function<void()>>& rStages)
 {
     using Clock = std::chrono::steady_clock;
     std::vector<std::vector<double>> times(rStages.size());
@@ -171,7 +175,7 @@ struct BenchTimes
     std::size_t m_nPoints = 0;
 };
 
-static double timePoints(const StereoSession& rSession, const cv::Mat1w& rDisparity, int nFrames, std::size_t& rCount)
+double timePoints(const StereoSession& rSession, const cv::Mat1w& rDisparity, int nFrames, std::size_t& rCount)
 {
     std::vector<cv::Point3f> points(rDisparity.total());
     const auto allPoints = [&] {
@@ -189,7 +193,7 @@ static double timePoints(const StereoSession& rSession, const cv::Mat1w& rDispar
     return medianTimes(nFrames, {allPoints}).front();
 }
 
-static BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFrames)
+BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFrames)
 {
     const KestrovaContext handle = rSession.handle();
     BenchTimes times;
@@ -219,7 +223,7 @@ static BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFram
 
 // ---- telling ----
 
-static std::string processor()
+std::string processor()
 {
     std::ifstream in("/proc/cpuinfo");
     std::string name = "unknown";
@@ -238,7 +242,7 @@ static std::string processor()
     return name + ";" + features + ": the library takes the last of these";
 }
 
-static std::string timesText(const BenchTimes& r)
+std::string timesText(const BenchTimes& r)
 {
     std::string text = "                                                        ms      frames/s\n";
     const auto row = [&](const char* pszStage, double dTime) {
@@ -260,7 +264,7 @@ static std::string timesText(const BenchTimes& r)
     return text;
 }
 
-static void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
+void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
 {
     const bool bOwn = rOptions.m_calibration || rOptions.m_right || rOptions.m_left;
     BenchInput input = bOwn ? ownFrames(rOptions) : madeUp(rOptions);
@@ -288,6 +292,8 @@ static void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
                 input.m_what.c_str(), raw.width, raw.height, canvas.width, canvas.height, range[0], range[1], nMask,
                 nThreads, nThreads == 1 ? "" : "s", rOptions.m_nFrames, processor().c_str(), timesText(times).c_str());
 }
+
+} // namespace
 
 void addBenchCommand(CLI::App& rProgram)
 {

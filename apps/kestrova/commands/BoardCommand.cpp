@@ -8,6 +8,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct BoardOptions
 {
     std::string m_inner = "9x6";
@@ -16,7 +18,7 @@ struct BoardOptions
     std::string m_out;
 };
 
-static void drawBoard(const BoardOptions& rOptions)
+void drawBoard(const BoardOptions& rOptions)
 {
     const Board board = parseBoard(rOptions.m_inner, rOptions.m_square);
     const std::string drawing = boardSvg(board, rOptions.m_paper);
@@ -31,6 +33,8 @@ static void drawBoard(const BoardOptions& rOptions)
         std::puts("Turned by half it looks the same; a board with an odd and an even count does not.");
     }
 }
+
+} // namespace
 
 void addBoardCommand(CLI::App& rProgram)
 {

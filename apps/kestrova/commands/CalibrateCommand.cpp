@@ -16,6 +16,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct CalibrateOptions
 {
     std::vector<std::string> m_right, m_left, m_top;
@@ -31,13 +33,13 @@ struct CalibrateOptions
     bool m_bCompareOpenCv = false;
 };
 
-static const std::map<std::string, LensChoice> sk_models{{"auto", LensChoice::Auto},
-                                                         {"plain", LensChoice::Plain},
-                                                         {"plumb", LensChoice::Plumb},
-                                                         {"rational", LensChoice::Rational},
-                                                         {"equidistant", LensChoice::Equidistant}};
+const std::map<std::string, LensChoice> sk_models{{"auto", LensChoice::Auto},
+                                                  {"plain", LensChoice::Plain},
+                                                  {"plumb", LensChoice::Plumb},
+                                                  {"rational", LensChoice::Rational},
+                                                  {"equidistant", LensChoice::Equidistant}};
 
-static void checkOptions(const CalibrateOptions& rOptions)
+void checkOptions(const CalibrateOptions& rOptions)
 {
     if (rOptions.m_left.empty() && rOptions.m_top.empty()) {
         throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
@@ -47,7 +49,7 @@ static void checkOptions(const CalibrateOptions& rOptions)
     }
 }
 
-static RigWishes wishesOf(const CalibrateOptions& rOptions)
+RigWishes wishesOf(const CalibrateOptions& rOptions)
 {
     RigWishes wishes;
     wishes.m_dAlpha = rOptions.m_dAlpha;
@@ -70,7 +72,7 @@ static RigWishes wishesOf(const CalibrateOptions& rOptions)
     return wishes;
 }
 
-static PhotoNames namesOf(const CalibrateOptions& rOptions)
+PhotoNames namesOf(const CalibrateOptions& rOptions)
 {
     PhotoNames names{{KestrovaCamRight, rOptions.m_right}};
     if (!rOptions.m_left.empty()) {
@@ -82,7 +84,7 @@ static PhotoNames namesOf(const CalibrateOptions& rOptions)
     return names;
 }
 
-static void showProgress(int nDone, int nAll)
+void showProgress(int nDone, int nAll)
 {
     if (::isatty(STDERR_FILENO)) {
         std::fprintf(stderr, nDone < nAll ? "\rlooking for boards: %d of %d" : "\r\033[K", nDone, nAll);
@@ -90,7 +92,7 @@ static void showProgress(int nDone, int nAll)
 }
 
 // The photos are judged aloud even when nothing comes of them.
-static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
+SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
 {
     const auto tell = [&] { std::printf("photos:\n%s", verdicts(rShots).c_str()); };
     try {
@@ -109,7 +111,7 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
 }
 
 // All corners of the boards, from the right camera.
-static std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& rRight)
+std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& rRight)
 {
     std::vector<cv::Vec3d> places;
     for (const Shot& rShot : rShots.m_shots) {
@@ -124,7 +126,7 @@ static std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& r
     return places;
 }
 
-static std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rPlaces)
+std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rPlaces)
 {
     const CalibrationDescription& rDescription = rRig.m_description;
     const double dScale = rRig.m_plan.m_dFocal * rRig.m_plan.m_dBaseline;
@@ -135,13 +137,13 @@ static std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rP
                 dScale / *most, dScale / *least);
 }
 
-static std::string lensRemark(const SetCalibration& rCalibration)
+std::string lensRemark(const SetCalibration& rCalibration)
 {
     return rCalibration.m_whyThisLens.empty() ? std::string("lens model: ") + lensName(rCalibration.m_eChoice)
                                               : rCalibration.m_whyThisLens;
 }
 
-static std::string gainRemark(const PerCamera<double>& rGains)
+std::string gainRemark(const PerCamera<double>& rGains)
 {
     std::string text = "gains from the brightness of the boards:";
     for (const auto& [eCamera, dGain] : rGains) {
@@ -151,13 +153,13 @@ static std::string gainRemark(const PerCamera<double>& rGains)
 }
 
 // The first section of an L that one disparity cannot serve is its pair; the top camera is in another.
-static Shot shotOf(const Rig& rRig, Shot shot)
+Shot shotOf(const Rig& rRig, Shot shot)
 {
     std::erase_if(shot, [&](const auto& rEntry) { return !rRig.m_set.contains(rEntry.first); });
     return shot;
 }
 
-static Shots shotsOf(const Rig& rRig, Shots shots)
+Shots shotsOf(const Rig& rRig, Shots shots)
 {
     for (Shot& rShot : shots.m_shots) {
         rShot = shotOf(rRig, std::move(rShot));
@@ -165,7 +167,7 @@ static Shots shotsOf(const Rig& rRig, Shots shots)
     return shots;
 }
 
-static std::string compare(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha)
+std::string compare(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha)
 {
     std::string text;
     for (const auto& [eCamera, rCamera] : rRig.m_set) {
@@ -184,8 +186,7 @@ static std::string compare(StereoSession& rSession, const Shots& rShots, const R
     return text;
 }
 
-static void writeReport(const std::filesystem::path& rFile, StereoSession& rSession, const Rig& rRig,
-                        CalibrationStory story)
+void writeReport(const std::filesystem::path& rFile, StereoSession& rSession, const Rig& rRig, CalibrationStory story)
 {
     const auto& rAll = story.m_rShots.m_shots;
     const auto shot = std::find_if(rAll.begin(), rAll.end(), [](const Shot& rShot) { return isUsed(rShot); });
@@ -196,7 +197,7 @@ static void writeReport(const std::filesystem::path& rFile, StereoSession& rSess
     calibrationPage(story).save(rFile);
 }
 
-static std::string prove(const OutputFile& rOut, const std::string& rName, const Rig& rRig, const Shots& rShots)
+std::string prove(const OutputFile& rOut, const std::string& rName, const Rig& rRig, const Shots& rShots)
 {
     PerCamera<Points> corners;
     for (const Shot& rShot : rShots.m_shots) {
@@ -219,7 +220,7 @@ static std::string prove(const OutputFile& rOut, const std::string& rName, const
     }
 }
 
-static void calibrate(const CalibrateOptions& rOptions)
+void calibrate(const CalibrateOptions& rOptions)
 {
     checkOptions(rOptions);
     const Board board = parseBoard(rOptions.m_inner, rOptions.m_square);
@@ -276,6 +277,8 @@ static void calibrate(const CalibrateOptions& rOptions)
     out.commit();
     std::printf("written to %s\n", rOptions.m_out.c_str());
 }
+
+} // namespace
 
 void addCalibrateCommand(CLI::App& rProgram)
 {

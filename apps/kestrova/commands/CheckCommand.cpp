@@ -11,6 +11,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct CheckOptions
 {
     std::string m_calibration, m_right;
@@ -18,7 +20,7 @@ struct CheckOptions
     std::vector<std::string> m_unexpected;
 };
 
-static FrameList framesOf(const CheckOptions& rOptions)
+FrameList framesOf(const CheckOptions& rOptions)
 {
     if (!rOptions.m_unexpected.empty()) {
         throw AppError(rOptions.m_unexpected.front() +
@@ -39,7 +41,7 @@ static FrameList framesOf(const CheckOptions& rOptions)
     return pairByOrder(patterns);
 }
 
-static PerCamera<cv::Mat1b> readFrames(const FrameNames& rNames)
+PerCamera<cv::Mat1b> readFrames(const FrameNames& rNames)
 {
     const std::string right = rNames.m_files.at(KestrovaCamRight).string();
     PerCamera<cv::Mat1b> frames;
@@ -59,7 +61,7 @@ static PerCamera<cv::Mat1b> readFrames(const FrameNames& rNames)
     return frames;
 }
 
-static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
+Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
 {
     const std::string name = cameraName(eOther);
     const std::string pair = "right and " + name;
@@ -80,8 +82,8 @@ static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
     return findings;
 }
 
-static AppError tooFew(const CheckOptions& rOptions, KestrovaCamera eOther, int nDetails, std::size_t uFrames,
-                       const std::string& rDoubt)
+AppError tooFew(const CheckOptions& rOptions, KestrovaCamera eOther, int nDetails, std::size_t uFrames,
+                const std::string& rDoubt)
 {
     const std::string names = std::string("--right and --") + cameraName(eOther);
     if (!rDoubt.empty()) {
@@ -102,7 +104,7 @@ struct PooledDetails
     FrameFacts m_first; // frame, for what may be wrong
 };
 
-static PooledDetails pool(StereoSession& rSession, const FrameList& rList)
+PooledDetails pool(StereoSession& rSession, const FrameList& rList)
 {
     PooledDetails pooled;
     for (const FrameNames& rNames : rList.m_frames) {
@@ -129,8 +131,8 @@ static PooledDetails pool(StereoSession& rSession, const FrameList& rList)
     return pooled;
 }
 
-static PairCheck judgeOrRefuse(const CheckOptions& rOptions, StereoSession& rSession, const PooledDetails& rPooled,
-                               KestrovaCamera eOther, std::size_t uFrames)
+PairCheck judgeOrRefuse(const CheckOptions& rOptions, StereoSession& rSession, const PooledDetails& rPooled,
+                        KestrovaCamera eOther, std::size_t uFrames)
 {
     const PairCheck check = judgeDetails(rPooled.m_details.at(eOther));
     const FrameFacts& rFirst = rPooled.m_first;
@@ -143,7 +145,7 @@ static PairCheck judgeOrRefuse(const CheckOptions& rOptions, StereoSession& rSes
     return check;
 }
 
-static void check(const CheckOptions& rOptions)
+void check(const CheckOptions& rOptions)
 {
     const FrameList list = framesOf(rOptions);
     if (!list.m_remark.empty()) {
@@ -176,6 +178,8 @@ static void check(const CheckOptions& rOptions)
                        ExitStatus::Unfit);
     }
 }
+
+} // namespace
 
 void addCheckCommand(CLI::App& rProgram)
 {

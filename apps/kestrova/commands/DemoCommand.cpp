@@ -15,6 +15,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct DemoOptions
 {
     std::string m_to = "demo-out";
@@ -25,15 +27,15 @@ struct DemoOptions
     PlaneWishes m_planes{.m_nPlanes = 2}; // floor and back wall
 };
 
-static constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
-static constexpr double sk_dNoise = 1.2;     // grey levels
-static constexpr double sk_dWorstFit = 0.05; // pixels
+constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
+constexpr double sk_dNoise = 1.2;     // grey levels
+constexpr double sk_dWorstFit = 0.05; // pixels
 
 // All but the library's own records: its images may be those of a later run by now.
-static constexpr const char* sk_pszOutputs =
+constexpr const char* sk_pszOutputs =
     "disparity.pfm,npy,kitti16,native16,depth-mm,cloud.ply,colour,reason,images,disparity8,report,text";
 
-static cv::Size demoSize(const std::string& rText)
+cv::Size demoSize(const std::string& rText)
 {
     const cv::Size size = parseSize(rText, "--size");
     if (size.height * 4 != size.width * 3 || size.width < 320 || size.width > 1280) {
@@ -42,15 +44,15 @@ static cv::Size demoSize(const std::string& rText)
     return size;
 }
 
-static const std::map<std::string, KestrovaCameraConfiguration> sk_cameraSets{
+const std::map<std::string, KestrovaCameraConfiguration> sk_cameraSets{
     {"pair", KestrovaCfg2CameraHorizontal}, {"vertical", KestrovaCfg2CameraVertical}, {"l", KestrovaCfg3CameraL}};
 
-static double brightness(KestrovaCamera eCamera) // the left and the top camera are darker
+double brightness(KestrovaCamera eCamera) // the left and the top camera are darker
 {
     return eCamera == KestrovaCamLeft ? 0.8 : eCamera == KestrovaCamTop ? 0.9 : 1.0;
 }
 
-static Rig calibrate(const CameraSet& rSet, cv::Size size)
+Rig calibrate(const CameraSet& rSet, cv::Size size)
 {
     RigWishes wishes;
     wishes.m_canvas = size;
@@ -67,15 +69,15 @@ static Rig calibrate(const CameraSet& rSet, cv::Size size)
     return rig;
 }
 
-static Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint32_t uSeed)
+Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint32_t uSeed)
 {
     Frames frames;
     for (const auto& [eCamera, rCamera] : rSet) {
         const std::uint32_t uNoise = 2 * uSeed + (eCamera == KestrovaCamLeft  ? 1u
                                                   : eCamera == KestrovaCamTop ? 1u << 30
                                                                               : 0u);
-        const RawFrame raw =
-            renderRaw(rScene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {brightness(eCamera), sk_dNoise, uNoise});
+        const RawFrame raw = renderRaw(rScene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation},
+                                       {brightness(eCamera), sk_dNoise, uNoise});
         frames.m_grey[eCamera] = raw.m_grey;
         if (eCamera == KestrovaCamRight) {
             frames.m_colour = raw.m_colour;
@@ -85,7 +87,7 @@ static Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint
 }
 
 // Both ways to hand over a frame must end in the same images.
-static void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFrames)
+void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFrames)
 {
     PerCamera<cv::Mat1b> planes;
     for (FrameForm eForm : {FrameForm::Planes, FrameForm::Packed}) {
@@ -102,7 +104,7 @@ static void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFra
     std::puts("a packed frame and three planes give the same rectified images");
 }
 
-static SettingWishes with(SettingWishes wishes, const std::map<std::string, std::string>& rChanges)
+SettingWishes with(SettingWishes wishes, const std::map<std::string, std::string>& rChanges)
 {
     for (const auto& [rName, rValue] : rChanges) {
         wishes.m_values[rName] = rValue;
@@ -111,7 +113,7 @@ static SettingWishes with(SettingWishes wishes, const std::map<std::string, std:
 }
 
 template<typename Thing>
-static PerCamera<Thing> withoutTop(PerCamera<Thing> things)
+PerCamera<Thing> withoutTop(PerCamera<Thing> things)
 {
     things.erase(KestrovaCamTop);
     return things;
@@ -119,7 +121,7 @@ static PerCamera<Thing> withoutTop(PerCamera<Thing> things)
 
 // With the given settings, and once more with every match let through: thresholds judge the sum over all cameras, so
 // they are not equally strict for two and for three.
-static std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
+std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
 {
     Frames ofPair = rFrames;
     ofPair.m_grey = withoutTop(rFrames.m_grey);
@@ -133,7 +135,7 @@ static std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& 
     return {both("settings as given", rWishes), both("no match rejected: validations off", lax)};
 }
 
-static void runDemo(const DemoOptions& rOptions)
+void runDemo(const DemoOptions& rOptions)
 {
     const cv::Size size = demoSize(rOptions.m_size);
     OutputFolder folder(rOptions.m_to);
@@ -171,6 +173,8 @@ static void runDemo(const DemoOptions& rOptions)
     folder.commit();
     std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_to.c_str());
 }
+
+} // namespace
 
 void addDemoCommand(CLI::App& rProgram)
 {

@@ -13,6 +13,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct EvalOptions
 {
     std::string m_disparity, m_truth;
@@ -24,13 +26,13 @@ struct EvalOptions
     std::vector<int> m_anRange;
 };
 
-static std::string sizeText(cv::Size size)
+std::string sizeText(cv::Size size)
 {
     return std::to_string(size.width) + "x" + std::to_string(size.height);
 }
 
-/// Values scale with the width. A 4 by 3 size may be the canvas that run set a frame of another shape into.
-static cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::Size size)
+/** Values scale with the width. A 4 by 3 size may be the canvas that run set a frame of another shape into. */
+cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::Size size)
 {
     truth.setTo(0.0f, truth == std::numeric_limits<float>::infinity());
     if (4 * size.height == 3 * size.width) {
@@ -50,7 +52,7 @@ static cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::
     return resized;
 }
 
-static DisparityFile truthFor(const EvalOptions& rOptions, cv::Size size)
+DisparityFile truthFor(const EvalOptions& rOptions, cv::Size size)
 {
     DisparityFile file = readDisparityFile(rOptions.m_truth, rOptions.m_truthScale);
     if (file.m_pixels.size() == size) {
@@ -65,8 +67,8 @@ static DisparityFile truthFor(const EvalOptions& rOptions, cv::Size size)
     return file;
 }
 
-static AppError wrongScale(const EvalOptions& rOptions, double dFactor, const DisparityFile& rDisparity,
-                           const DisparityFile& rTruth)
+AppError wrongScale(const EvalOptions& rOptions, double dFactor, const DisparityFile& rDisparity,
+                    const DisparityFile& rTruth)
 {
     const std::string instead = rTruth.m_scale       ? line("say --truth-scale %.4g", *rTruth.m_scale * dFactor)
                                 : rDisparity.m_scale ? line("say --disparity-scale %.4g", *rDisparity.m_scale / dFactor)
@@ -76,7 +78,7 @@ static AppError wrongScale(const EvalOptions& rOptions, double dFactor, const Di
                     ExitStatus::Unfit);
 }
 
-static std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity)
+std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity)
 {
     if (!rOptions.m_reasons) {
         return rDisparity.m_reasons;
@@ -90,7 +92,7 @@ static std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const Di
     return reasons;
 }
 
-static void evaluate(const EvalOptions& rOptions)
+void evaluate(const EvalOptions& rOptions)
 {
     std::optional<cv::Vec2i> range;
     if (!rOptions.m_anRange.empty()) {
@@ -139,9 +141,11 @@ static void evaluate(const EvalOptions& rOptions)
     }
 }
 
-static const char* const sk_pszForms =
+const char* const sk_pszForms =
     "PFM, NPY, KITTI PNG (16 bits, 256ths, 0 unknown), 16- and 8-bit PNG of run with the scale in their names, PGM of "
     "run with their record, or 8 bits with a scale";
+
+} // namespace
 
 void addEvalCommand(CLI::App& rProgram)
 {

@@ -11,12 +11,14 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct ExportOptions
 {
     std::string m_calibration, m_to, m_out, m_size;
 };
 
-static RectificationPlan viewOf(const StereoSession& rSession)
+RectificationPlan viewOf(const StereoSession& rSession)
 {
     const Optics optics = rSession.optics();
     RectificationPlan view;
@@ -27,7 +29,7 @@ static RectificationPlan viewOf(const StereoSession& rSession)
     return view;
 }
 
-static void exportTo(const ExportOptions& rOptions)
+void exportTo(const ExportOptions& rOptions)
 {
     const StereoSession session(rOptions.m_calibration);
     const RectificationPlan view = viewOf(session);
@@ -55,6 +57,8 @@ static void exportTo(const ExportOptions& rOptions)
         std::printf("written to %s\n", (std::filesystem::path(rOptions.m_out) / rName).c_str());
     }
 }
+
+} // namespace
 
 void addExportCommand(CLI::App& rProgram)
 {

@@ -6,7 +6,6 @@
 #include "cameras/CalibrationText.h"
 #include "cameras/DepthRange.h"
 #include "commands/RunTruth.h"
-#include "outputs/DisparityCodes.h"
 #include "outputs/FrameSummary.h"
 #include "outputs/LeftView.h"
 #include "outputs/Report.h"
@@ -43,9 +42,11 @@ void SummaryLines::add(const std::string& rLine)
     }
 }
 
-static ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOutputs)
+namespace {
+
+ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOutputs)
 {
-    ReadWishes wishes{rOptions.m_bRectified, {}, rOptions.m_bits, rOutputs.needs(&OutputNeeds::m_bColour)};
+    ReadWishes wishes{rOptions.m_bRectified, {}, rOptions.m_bits, rOutputs.needs().m_bColour};
     if (rOptions.m_resize) {
         wishes.m_resize = parseSize(*rOptions.m_resize, "--resize");
     }
@@ -54,6 +55,19 @@ static ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOu
     }
     return wishes;
 }
+
+ResultWishes resultWishes(const OutputNeeds& rNeeds, bool bTwice)
+{
+    ResultWishes wishes;
+    wishes.m_bBytes = rNeeds.m_bBytes;
+    wishes.m_bImages = rNeeds.m_bImages;
+    wishes.m_bRows = rNeeds.m_bRows;
+    wishes.m_bCloud = rNeeds.m_bCloud;
+    wishes.m_bTwice = bTwice;
+    return wishes;
+}
+
+} // namespace
 
 FrameRunner::FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs,
                          const std::vector<FrameNames>& rAhead)
@@ -85,24 +99,14 @@ void FrameRunner::begin(const Frames& rFrames, const OutputFolder& rFolder)
     m_json.open();
     m_pSession = std::make_unique<StereoSession>(
         m_rOptions.m_calibration ? std::filesystem::path(*m_rOptions.m_calibration) : own);
-    ResultWishes wishes;
-    wishes.m_bBytes = m_rOutputs.needs(&OutputNeeds::m_bBytes);
-    wishes.m_bImages = m_rOutputs.needs(&OutputNeeds::m_bImages);
-    wishes.m_bRows = m_rOutputs.needs(&OutputNeeds::m_bRows) || printsText();
-    wishes.m_bCloud = m_rOutputs.has("cloud.ply") || m_rOutputs.has("report") || wishes.m_bRows;
-    wishes.m_bTwice = !m_bBatch;
+    const ResultWishes wishes =
+        resultWishes(printsText() ? m_rOutputs.needs() | sk_textNeeds : m_rOutputs.needs(), !m_bBatch);
     m_pRun = std::make_unique<StereoRun>(*m_pSession, m_rOptions.m_settings, wishes);
     m_pRun->prepare(configurationOf(rFrames.m_grey));
     if (m_rOptions.findsRange()) {
         findRange();
     }
-    const cv::Vec2i range = m_pSession->disparityRange();
-    if (m_rOutputs.has("kitti16") && !fitsKitti(range, m_rOptions.m_nPngScale)) {
-        throw AppError(line("--out: kitti16: disparities up to %d times %d do not fit 16 bits; give a smaller "
-                            "--png-scale, such as %d",
-                            range[1], m_rOptions.m_nPngScale, 65536 / range[1]),
-                       ExitStatus::Usage);
-    }
+    m_rOutputs.checkRange(m_pSession->disparityRange(), m_rOptions.m_nPngScale);
 }
 
 // All shards look at the same frames, so that they take the same range.
@@ -174,8 +178,10 @@ void FrameRunner::write(const FrameNames& rNames, const OutputFolder& rFolder, c
     }
 }
 
+namespace {
+
 // What may be matched at all: all that the maps fill, or of that the regions that were asked for.
-static cv::Mat1b matchable(const RunOptions& rOptions, const DisparityMap& rMap)
+cv::Mat1b matchable(const RunOptions& rOptions, const DisparityMap& rMap)
 {
     cv::Mat1b area(rMap.m_reject.size(), uchar(rOptions.m_settings.m_regions.empty() ? 255 : 0));
     for (const auto& [nRow, nCol, nRows, nCols] : rOptions.m_settings.m_regions) {
@@ -184,6 +190,8 @@ static cv::Mat1b matchable(const RunOptions& rOptions, const DisparityMap& rMap)
     area.setTo(0, rMap.m_reject == static_cast<unsigned char>(Reject::Outside));
     return area;
 }
+
+} // namespace
 
 void FrameRunner::judge(const Frames& rFrames, const StereoResult& rResult)
 {

@@ -11,6 +11,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct ImportOptions
 {
     std::string m_from = "auto";
@@ -24,7 +26,7 @@ struct ImportOptions
     bool m_bNoFisheye = false;
 };
 
-static SourceFacts factsOf(const ImportOptions& rOptions)
+SourceFacts factsOf(const ImportOptions& rOptions)
 {
     SourceFacts facts;
     if (!rOptions.m_size.empty()) {
@@ -40,7 +42,7 @@ static SourceFacts factsOf(const ImportOptions& rOptions)
 }
 
 // The camera that --left-is means, by the names that cameraSetOf gives: the first of the source is left there.
-static KestrovaCamera leftOf(const std::string& rWish, const SourceRig& rSource)
+KestrovaCamera leftOf(const std::string& rWish, const SourceRig& rSource)
 {
     std::string known;
     for (std::size_t i = 0; i < rSource.m_cameras.size(); ++i) {
@@ -53,7 +55,7 @@ static KestrovaCamera leftOf(const std::string& rWish, const SourceRig& rSource)
     throw AppError("--left-is: '" + rWish + "' is not" + known.substr(3), ExitStatus::Usage);
 }
 
-static RigWishes wishesOf(const ImportOptions& rOptions, const SourceRig& rSource)
+RigWishes wishesOf(const ImportOptions& rOptions, const SourceRig& rSource)
 {
     RigWishes wishes;
     wishes.m_source = rSource.m_source;
@@ -88,7 +90,7 @@ static RigWishes wishesOf(const ImportOptions& rOptions, const SourceRig& rSourc
     return wishes;
 }
 
-static void printRig(const Rig& rRig)
+void printRig(const Rig& rRig)
 {
     const RectificationPlan& rPlan = rRig.m_plan;
     std::printf("baseline %.2f mm: does this match your ruler?\n"
@@ -102,7 +104,7 @@ static void printRig(const Rig& rRig)
     }
 }
 
-static void import(const ImportOptions& rOptions)
+void import(const ImportOptions& rOptions)
 {
     const SourceRig source =
         readSource(rOptions.m_from, {rOptions.m_sources.begin(), rOptions.m_sources.end()}, factsOf(rOptions));
@@ -127,6 +129,8 @@ static void import(const ImportOptions& rOptions)
         "written to %s\n",
         proof.m_nPoints, proof.m_dRms, proof.m_dWorst, rOptions.m_out.c_str());
 }
+
+} // namespace
 
 void addImportCommand(CLI::App& rProgram)
 {

@@ -9,7 +9,9 @@
 
 namespace kestrova::app {
 
-static const char* placeName(const cv::Vec3i& rPosition)
+namespace {
+
+const char* placeName(const cv::Vec3i& rPosition)
 {
     if (rPosition == cv::Vec3i(0, 0, 0)) {
         return "right, the reference";
@@ -20,7 +22,7 @@ static const char* placeName(const cv::Vec3i& rPosition)
     return rPosition == cv::Vec3i(0, -1, 0) ? "top" : "not in use";
 }
 
-static void printCamera(const OutlineCamera& rCamera, cv::Size canvas)
+void printCamera(const OutlineCamera& rCamera, cv::Size canvas)
 {
     std::printf("  camera %d: %s, channel %s, gain %.4g, maps of %dx%d coefficients\n", rCamera.m_nId,
                 placeName(rCamera.m_position), rCamera.m_channel.c_str(), rCamera.m_dGain,
@@ -37,7 +39,7 @@ static void printCamera(const OutlineCamera& rCamera, cv::Size canvas)
     }
 }
 
-static void info(const std::string& rFile)
+void info(const std::string& rFile)
 {
     const std::vector<OutlineSection> sections = readOutline(rFile);
     const StereoSession session(rFile); // proves that the library takes the file
@@ -64,8 +66,8 @@ static void info(const std::string& rFile)
               "the left.");
 }
 
-/// Puts the new text in place only once the library has loaded it: blocks that cannot be followed would be missing.
-static void rewrite(const std::string& rFile, const std::string& rOut)
+/** Puts the new text in place only once the library has loaded it: blocks that cannot be followed would be missing. */
+void rewrite(const std::string& rFile, const std::string& rOut)
 {
     const StereoSession session(rFile);
     OutputFile out(rOut);
@@ -89,7 +91,7 @@ struct InfoOptions
     std::optional<std::string> m_write;
 };
 
-static void info(const InfoOptions& rOptions)
+void info(const InfoOptions& rOptions)
 {
     checkLength(rOptions.m_file, sk_nLongestImage);
     const bool bImage = isImageFile(rOptions.m_file);
@@ -104,6 +106,8 @@ static void info(const InfoOptions& rOptions)
         info(rOptions.m_file);
     }
 }
+
+} // namespace
 
 void addInfoCommand(CLI::App& rProgram)
 {

@@ -9,7 +9,9 @@
 
 namespace kestrova::app {
 
-static void printBatch(const RunOptions& rOptions, const FrameRunner& rRunner, std::size_t uAll, double dSeconds)
+namespace {
+
+void printBatch(const RunOptions& rOptions, const FrameRunner& rRunner, std::size_t uAll, double dSeconds)
 {
     if (uAll == 0) {
         std::puts("no frame is left for this shard");
@@ -22,7 +24,7 @@ static void printBatch(const RunOptions& rOptions, const FrameRunner& rRunner, s
     }
 }
 
-static void run(const RunOptions& rOptions)
+void run(const RunOptions& rOptions)
 {
     checkOptions(rOptions);
     const OutputChoice outputs = chooseOutputs(rOptions.m_out, rOptions.hasMetres(), rOptions.m_view == "left");
@@ -58,6 +60,8 @@ static void run(const RunOptions& rOptions)
         throw AppError(wrong, ExitStatus::Unfit);
     }
 }
+
+} // namespace
 
 void addRunCommand(CLI::App& rProgram)
 {

@@ -14,14 +14,16 @@ bool RunOptions::isBatch() const
     return m_list || many(m_right) || many(m_left) || many(m_top);
 }
 
-static void require(bool bFine, const std::string& rMessage)
+namespace {
+
+void require(bool bFine, const std::string& rMessage)
 {
     if (!bFine) {
         throw AppError(rMessage, ExitStatus::Usage);
     }
 }
 
-static void checkFrames(const RunOptions& r)
+void checkFrames(const RunOptions& r)
 {
     require(r.m_unexpected.empty(), (r.m_unexpected.empty() ? "" : r.m_unexpected.front()) +
                                         ": belongs to no option; a pattern for many frames goes in quotes, such as "
@@ -32,7 +34,7 @@ static void checkFrames(const RunOptions& r)
     require(r.m_list || r.m_left || r.m_top, "give --left, --top or both beside --right");
 }
 
-static void checkCameras(const RunOptions& r)
+void checkCameras(const RunOptions& r)
 {
     require(r.m_calibration.has_value() != r.m_bRectified, "give either --calibration FILE or --rectified");
     require(r.m_focal.has_value() == r.m_baseline.has_value(), "--focal and --baseline go together");
@@ -41,7 +43,7 @@ static void checkCameras(const RunOptions& r)
             "--focal: must be above 0 and below a million pixels");
 }
 
-static void checkComparison(const RunOptions& r)
+void checkComparison(const RunOptions& r)
 {
     require(r.m_left || r.m_list || !r.m_truth || (r.m_truthView == "right" && !r.m_bCompareBlockMatcher),
             "--truth-view left and --compare-bm take a left frame, see --left");
@@ -52,6 +54,8 @@ static void checkComparison(const RunOptions& r)
             "--truth is for a single frame; the command eval compares any disparity file with a truth");
     require(!r.m_truth || !r.m_json || *r.m_json != "-", "--truth prints a table; give --json a file");
 }
+
+} // namespace
 
 void checkOptions(const RunOptions& r)
 {
@@ -93,7 +97,9 @@ RunFrames framesOf(const RunOptions& r)
 
 // ---- the options ----
 
-static void addFrameOptions(CLI::App& rCommand, RunOptions& r)
+namespace {
+
+void addFrameOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Frames";
     const auto frame = [&](const char* pszOption, std::optional<std::string>& rTo, const char* pszHelp) {
@@ -133,7 +139,7 @@ static void addFrameOptions(CLI::App& rCommand, RunOptions& r)
     rCommand.add_option("unexpected", r.m_unexpected)->group(""); // what a shell makes of a pattern without quotes
 }
 
-static void addCameraOptions(CLI::App& rCommand, RunOptions& r)
+void addCameraOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Cameras";
     rCommand.add_option("--calibration", r.m_calibration, "calibration file of the cameras")->group(s_pszGroup);
@@ -149,7 +155,7 @@ static void addCameraOptions(CLI::App& rCommand, RunOptions& r)
         ->group(s_pszGroup);
 }
 
-static void addResultOptions(CLI::App& rCommand, RunOptions& r)
+void addResultOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Results";
     rCommand
@@ -189,7 +195,7 @@ static void addResultOptions(CLI::App& rCommand, RunOptions& r)
     addPlaneOptions(rCommand, r.m_planes);
 }
 
-static void addTruthOptions(CLI::App& rCommand, RunOptions& r)
+void addTruthOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Comparison of a single frame";
     rCommand.add_option("--truth", r.m_truth, "picture of the true disparity, 0 where unknown")->group(s_pszGroup);
@@ -209,6 +215,8 @@ static void addTruthOptions(CLI::App& rCommand, RunOptions& r)
                     "with --truth: further rows with these uniqueness thresholds")
         ->group(s_pszGroup);
 }
+
+} // namespace
 
 void addRunOptions(CLI::App& rCommand, RunOptions& rOptions)
 {

@@ -8,13 +8,17 @@
 
 namespace kestrova::app {
 
-static cv::Mat1f readTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, cv::Size canvas)
+namespace {
+
+cv::Mat1f readTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, cv::Size canvas)
 {
     const cv::Mat1b stored = readGrey(*rOptions.m_truth);
     cv::Mat1f truth;
     stored.convertTo(truth, CV_32F, rOptions.m_dTruthScale);
     return fitDisparity(truth, rFit ? *rFit : planFrameFit(stored.size(), canvas));
 }
+
+} // namespace
 
 std::string compareTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, StereoSession& rSession,
                          const StereoResult& rResult)

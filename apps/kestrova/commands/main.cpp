@@ -16,16 +16,20 @@
 
 using kestrova::app::ExitStatus;
 
-static int complain(const std::string& rMessage, ExitStatus eStatus)
+namespace {
+
+int complain(const std::string& rMessage, ExitStatus eStatus)
 {
     std::fprintf(stderr, "kestrova: %s\n",
                  kestrova::app::oneLine(rMessage).c_str()); // of a library it may have several
     return static_cast<int>(eStatus);
 }
 
-/// A standard stream that was closed by the caller would be the first file that is opened, and get what is printed.
-/// Whether output was: who needs it, as --json - does, then finds that it takes nothing.
-static bool openStandardStreams()
+/**
+ * A standard stream that was closed by the caller would be the first file that is opened, and get what is printed.
+ * Whether output was: who needs it, as --json - does, then finds that it takes nothing.
+ */
+bool openStandardStreams()
 {
     const bool bNoOutput = ::fcntl(STDOUT_FILENO, F_GETFD) < 0;
     int nFile = 0;
@@ -40,8 +44,8 @@ static bool openStandardStreams()
     return bNoOutput;
 }
 
-/// What is printed has to arrive, but a reader that has seen enough, or that never was, is no fault.
-static int finish(int nStatus, bool bNoOutput)
+/** What is printed has to arrive, but a reader that has seen enough, or that never was, is no fault. */
+int finish(int nStatus, bool bNoOutput)
 {
     if (bNoOutput) {
         return nStatus;
@@ -54,6 +58,8 @@ static int finish(int nStatus, bool bNoOutput)
     }
     return nStatus;
 }
+
+} // namespace
 
 int main(int nArguments, char** ppszArguments)
 {

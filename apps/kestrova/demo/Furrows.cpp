@@ -9,13 +9,17 @@
 
 namespace kestrova::app {
 
+namespace {
+
 template<typename... Values>
-static std::string line(const char* pszFormat, Values... values)
+std::string line(const char* pszFormat, Values... values)
 {
     char acLine[160];
     std::snprintf(acLine, sizeof acLine, pszFormat, values...);
     return acLine;
 }
+
+} // namespace
 
 // ---- measuring ----
 
@@ -34,12 +38,16 @@ double FurrowCurve::halfRange() const
     return 0.5 * (*pHigh - *pLow);
 }
 
-static void divide(FurrowCurve& rSums)
+namespace {
+
+void divide(FurrowCurve& rSums)
 {
     for (std::size_t n = 0; n < rSums.m_adError.size(); ++n) {
         rSums.m_adError[n] /= static_cast<double>(std::max(1L, rSums.m_anPixels[n]));
     }
 }
+
+} // namespace
 
 FurrowComparison compareFurrows(const DisparityMap& rStandard, const DisparityMap& rEnhanced, const SceneTruth& rTruth)
 {
@@ -92,6 +100,8 @@ std::string furrowTable(const FurrowComparison& rCurves)
 
 // ---- picture ----
 
+namespace {
+
 // Where values stand on the sheet: fractions of a pixel along it, errors up and down.
 struct Axes
 {
@@ -104,14 +114,14 @@ struct Axes
     }
 };
 
-static void write(cv::Mat3b& rSheet, const std::string& rText, cv::Point2d at, const cv::Scalar& rColour)
+void write(cv::Mat3b& rSheet, const std::string& rText, cv::Point2d at, const cv::Scalar& rColour)
 {
     cv::putText(rSheet, rText, at, cv::FONT_HERSHEY_SIMPLEX, 0.45, rColour, 1, cv::LINE_AA);
 }
 
-static const cv::Scalar sk_ink = cv::Scalar::all(30);
+const cv::Scalar sk_ink = cv::Scalar::all(30);
 
-static void drawAxes(cv::Mat3b& rSheet, const Axes& rAxes)
+void drawAxes(cv::Mat3b& rSheet, const Axes& rAxes)
 {
     constexpr int nSteps = 4;
     for (int i = -nSteps; i <= nSteps; ++i) {
@@ -131,7 +141,7 @@ static void drawAxes(cv::Mat3b& rSheet, const Axes& rAxes)
           sk_ink);
 }
 
-static void drawCurve(cv::Mat3b& rSheet, const Axes& rAxes, const FurrowCurve& rCurve, const cv::Scalar& rColour)
+void drawCurve(cv::Mat3b& rSheet, const Axes& rAxes, const FurrowCurve& rCurve, const cv::Scalar& rColour)
 {
     std::vector<cv::Point> points;
     for (std::size_t n = 0; n < FurrowCurve::sk_nBins; ++n) {
@@ -140,6 +150,8 @@ static void drawCurve(cv::Mat3b& rSheet, const Axes& rAxes, const FurrowCurve& r
     }
     cv::polylines(rSheet, points, false, rColour, 2, cv::LINE_AA);
 }
+
+} // namespace
 
 cv::Mat3b furrowPicture(const FurrowComparison& rCurves)
 {

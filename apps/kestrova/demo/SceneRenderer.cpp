@@ -4,8 +4,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // The rays of one row of pixels, sub-samples of a pixel side by side.
-static Points raysOfRow(const CameraModel& rCamera, int nRow, int nSamples)
+Points raysOfRow(const CameraModel& rCamera, int nRow, int nSamples)
 {
     Points pixels;
     for (int nCol = 0; nCol < rCamera.m_size.width; ++nCol) {
@@ -17,6 +19,8 @@ static Points raysOfRow(const CameraModel& rCamera, int nRow, int nSamples)
     }
     return raysOfPixels(rCamera, pixels);
 }
+
+} // namespace
 
 RawFrame renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
                    int nSamples)
@@ -47,12 +51,14 @@ RawFrame renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& 
     return frame;
 }
 
-static bool isInFrame(const cv::Point2d& rPixel, cv::Size size)
+namespace {
+
+bool isInFrame(const cv::Point2d& rPixel, cv::Size size)
 {
     return rPixel.x >= 0 && rPixel.y >= 0 && rPixel.x <= size.width - 1.0 && rPixel.y <= size.height - 1.0;
 }
 
-static Sight sightOf(Material eMaterial)
+Sight sightOf(Material eMaterial)
 {
     switch (eMaterial) {
     case Material::Plain:
@@ -67,25 +73,25 @@ static Sight sightOf(Material eMaterial)
 
 // Whether a camera has each point of a row in its frame, with nothing before it. Points are projected a row at a time:
 // a call for each would cost more than the ray.
-static std::vector<bool> seenBy(const MountedCamera& rCamera, const Scene& rScene,
-                                const std::vector<cv::Vec3d>& rPoints)
+std::vector<bool> seenBy(const MountedCamera& rCamera, const Scene& rScene, const std::vector<cv::Vec3d>& rPoints)
 {
     Points rays;
     for (const cv::Vec3d& rPoint : rPoints) {
-        const cv::Vec3d local = rCamera.m_R.t() * (rPoint - rCamera.m_T);
+        const cv::Vec3d local = rCamera.m_rotation.t() * (rPoint - rCamera.m_translation);
         rays.emplace_back(local[0] / local[2], local[1] / local[2]);
     }
     const Points inFrame = projectRays(rCamera.m_model, rays);
     std::vector<bool> seen;
     for (std::size_t n = 0; n < rPoints.size(); ++n) {
         seen.push_back(isInFrame(inFrame[n], rCamera.m_model.m_size) &&
-                       rScene.trace(rCamera.m_T, rPoints[n] - rCamera.m_T).m_dDistance > 1.0 - 1e-6);
+                       rScene.trace(rCamera.m_translation, rPoints[n] - rCamera.m_translation).m_dDistance >
+                           1.0 - 1e-6);
     }
     return seen;
 }
 
-static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet& rSet, const RectificationPlan& rPlan,
-                       int nRow)
+void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet& rSet, const RectificationPlan& rPlan,
+                int nRow)
 {
     const cv::Matx33d toScene = rPlan.m_rotations.at(KestrovaCamRight).t();
     std::vector<cv::Vec3d> points;
@@ -117,6 +123,8 @@ static void truthOfRow(SceneTruth& rTruth, const Scene& rScene, const CameraSet&
         }
     }
 }
+
+} // namespace
 
 SceneTruth truthOf(const Scene& rScene, const CameraSet& rSet, const RectificationPlan& rPlan)
 {

@@ -43,10 +43,14 @@ Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, con
     return accuracy;
 }
 
-static std::string verdict(const char* pszWhat, double dValue, const char* pszRule, bool bMet)
+namespace {
+
+std::string verdict(const char* pszWhat, double dValue, const char* pszRule, bool bMet)
 {
     return line("  %-46s %8.3f   %-12s %s\n", pszWhat, dValue, pszRule, bMet ? "met" : "NOT MET");
 }
+
+} // namespace
 
 std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
 {
@@ -89,12 +93,12 @@ std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth
                        "                                                pixels   valid  correct  mean error of these\n"
                        "                                                            %        %  pixels\n";
     for (const PairAndL& rRun : rRuns) {
-        const double dScale = rRun.m_l.m_optics.m_fFocal * rRun.m_l.m_optics.m_fBaseline;
+        const double dScale = rRun.m_allThree.m_optics.m_fFocal * rRun.m_allThree.m_optics.m_fBaseline;
         text += " " + rRun.m_name + "\n";
         const auto rows = [&](const char* pszWhere, const SceneTruth& rTruth, Sight eSight) {
             std::array<double, 2> adCorrect{};
             for (const bool bL : {false, true}) {
-                const DisparityMap& rMap = bL ? rRun.m_l.m_map16 : rRun.m_pair.m_map16;
+                const DisparityMap& rMap = bL ? rRun.m_allThree.m_map16 : rRun.m_pair.m_map16;
                 const Accuracy found = measureAccuracy(rMap, rTruth, {eSight}, dScale);
                 text += line("  %-34s %-5s %11ld %7.1f %8.1f %8.3f\n", pszWhere, bL ? "L" : "pair", found.m_nPixels,
                              found.validShare(), found.correctShare(), found.meanPixels());
@@ -110,8 +114,10 @@ std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth
     return text;
 }
 
+namespace {
+
 // In the frame of the cloud.
-static FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& rPlan)
+FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& rPlan)
 {
     const cv::Matx33d& rTurn = rPlan.m_rotations.at(KestrovaCamRight);
     FoundPlane plane;
@@ -123,6 +129,8 @@ static FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& 
     }
     return plane;
 }
+
+} // namespace
 
 std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rScene, const RectificationPlan& rPlan)
 {

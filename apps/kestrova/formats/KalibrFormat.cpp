@@ -7,7 +7,9 @@
 
 namespace kestrova::app {
 
-static CameraModel readModel(const KeyedFile& rFile, const std::string& rCamera, const SourceFacts& rFacts)
+namespace {
+
+CameraModel readModel(const KeyedFile& rFile, const std::string& rCamera, const SourceFacts& rFacts)
 {
     const std::string kind = rFile.word(rCamera + ".camera_model").value_or("pinhole");
     if (kind != "pinhole") {
@@ -16,7 +18,7 @@ static CameraModel readModel(const KeyedFile& rFile, const std::string& rCamera,
     }
     CameraModel model;
     const cv::Mat1d in = rFile.matrix(rCamera + ".intrinsics", 1, 4);
-    model.m_K = {in(0, 0), 0, in(0, 2), 0, in(0, 1), in(0, 3), 0, 0, 1};
+    model.m_cameraMatrix = {in(0, 0), 0, in(0, 2), 0, in(0, 1), in(0, 3), 0, 0, 1};
     const std::string lens = rFile.word(rCamera + ".distortion_model").value_or("none");
     if (lens != "radtan" && lens != "equidistant" && lens != "equi" && lens != "none") {
         rFile.fail(rCamera + ".distortion_model", "'" + lens + "' is not supported; radtan, equidistant and none are");
@@ -31,7 +33,7 @@ static CameraModel readModel(const KeyedFile& rFile, const std::string& rCamera,
     return model;
 }
 
-static cv::Matx44d transform(const KeyedFile& rFile, const std::string& rKey)
+cv::Matx44d transform(const KeyedFile& rFile, const std::string& rKey)
 {
     const cv::Mat1d values = rFile.matrix(rKey, 4, 4);
     if (cv::norm(values.row(3) - cv::Mat1d(cv::Matx14d(0, 0, 0, 1)), cv::NORM_INF) > 1e-6) {
@@ -41,7 +43,7 @@ static cv::Matx44d transform(const KeyedFile& rFile, const std::string& rKey)
 }
 
 // From the first camera to this one: along the chain, or by way of the inertial unit.
-static cv::Matx44d placeOf(const KeyedFile& rFile, int nCamera, const cv::Matx44d& rBefore)
+cv::Matx44d placeOf(const KeyedFile& rFile, int nCamera, const cv::Matx44d& rBefore)
 {
     const std::string camera = "cam" + std::to_string(nCamera);
     if (!rFile.has(camera + ".T_cn_cnm1") && rFile.has(camera + ".T_cam_imu") && rFile.has("cam0.T_cam_imu")) {
@@ -49,6 +51,8 @@ static cv::Matx44d placeOf(const KeyedFile& rFile, int nCamera, const cv::Matx44
     }
     return transform(rFile, camera + ".T_cn_cnm1") * rBefore;
 }
+
+} // namespace
 
 SourceRig readKalibr(const Paths& rFiles, const SourceFacts& rFacts)
 {
@@ -67,8 +71,8 @@ SourceRig readKalibr(const Paths& rFiles, const SourceFacts& rFacts)
         if (n > 0) {
             place = placeOf(file, n, place);
         }
-        camera.m_R = place.get_minor<3, 3>(0, 0);
-        camera.m_T = cv::Vec3d(place(0, 3), place(1, 3), place(2, 3)) * rFacts.m_dUnit.value_or(1.0);
+        camera.m_rotation = place.get_minor<3, 3>(0, 0);
+        camera.m_translation = cv::Vec3d(place(0, 3), place(1, 3), place(2, 3)) * rFacts.m_dUnit.value_or(1.0);
         rig.m_cameras.push_back(camera);
     }
     if (rig.m_cameras.size() != 2 && rig.m_cameras.size() != 3) {
@@ -91,7 +95,7 @@ TextFiles writeKalibr(const RigExport& rRig)
     for (std::size_t n = 0; n < order.size(); ++n) {
         const MountedCamera& rCamera = rRig.m_set.at(order[n]);
         const CameraModel& rModel = rCamera.m_model;
-        const cv::Matx33d& K = rModel.m_K;
+        const cv::Matx33d& K = rModel.m_cameraMatrix;
         std::vector<double> terms = rModel.m_adDistortion;
         out << "cam" << n << ": # " << cameraName(order[n]) << "\n  camera_model: pinhole\n  intrinsics: ["
             << numberList(cv::Mat1d{K(0, 0), K(1, 1), K(0, 2), K(1, 2)}, ", ")
@@ -103,8 +107,9 @@ TextFiles writeKalibr(const RigExport& rRig)
             continue;
         }
         // The right camera is second, and the frame of all places.
-        const cv::Matx33d R = n == 1 ? rRig.m_set.at(order[0]).m_R : rCamera.m_R.t();
-        const cv::Vec3d T = n == 1 ? rRig.m_set.at(order[0]).m_T : -(rCamera.m_R.t() * rCamera.m_T);
+        const cv::Matx33d R = n == 1 ? rRig.m_set.at(order[0]).m_rotation : rCamera.m_rotation.t();
+        const cv::Vec3d T =
+            n == 1 ? rRig.m_set.at(order[0]).m_translation : -(rCamera.m_rotation.t() * rCamera.m_translation);
         out << "  T_cn_cnm1:\n";
         for (int i = 0; i < 3; ++i) {
             out << "  - [" << numberList(cv::Mat1d{R(i, 0), R(i, 1), R(i, 2), T[i]}, ", ") << "]\n";

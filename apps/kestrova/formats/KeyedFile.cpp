@@ -16,25 +16,27 @@
 
 namespace kestrova::app {
 
-// A calibration has some dozens of keys, a few levels deep; what names itself or its parts again and again has no end.
-static constexpr std::size_t sk_nMostKeys = 10'000;
-static constexpr std::ptrdiff_t sk_nDeepest = 32;
+namespace {
 
-static std::string lower(std::string text)
+// A calibration has some dozens of keys, a few levels deep; what names itself or its parts again and again has no end.
+constexpr std::size_t sk_nMostKeys = 10'000;
+constexpr std::ptrdiff_t sk_nDeepest = 32;
+
+std::string lower(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char uc) { return static_cast<char>(std::tolower(uc)); });
     return text;
 }
 
-static std::string plain(std::string key)
+std::string plain(std::string key)
 {
     std::erase(key, '_');
     return lower(key);
 }
 
 // Not-a-number and infinity are numbers here, so that the complaint can say what they are.
-static std::optional<double> numberOf(const std::string& rWord)
+std::optional<double> numberOf(const std::string& rWord)
 {
     std::string word = lower(rWord);
     word.erase(0, word.starts_with('+') ? 1 : 0);
@@ -51,6 +53,8 @@ static std::optional<double> numberOf(const std::string& rWord)
     }
     return dValue;
 }
+
+} // namespace
 
 KeyedFile::KeyedFile(const std::filesystem::path& rFile) : m_name(rFile.string())
 {
@@ -94,7 +98,9 @@ void KeyedFile::readYaml(const std::string& rText)
     }
 }
 
-static void appendNumbers(const YAML::Node& rNode, std::vector<double>& rNumbers, std::string& rProblem)
+namespace {
+
+void appendNumbers(const YAML::Node& rNode, std::vector<double>& rNumbers, std::string& rProblem)
 {
     for (const YAML::Node& rItem : rNode) {
         const auto number = rItem.IsScalar() ? numberOf(rItem.Scalar()) : std::nullopt;
@@ -105,7 +111,7 @@ static void appendNumbers(const YAML::Node& rNode, std::vector<double>& rNumbers
     }
 }
 
-static cv::Mat1d shaped(const std::vector<double>& rNumbers, int nRows, int nCols, std::string& rProblem)
+cv::Mat1d shaped(const std::vector<double>& rNumbers, int nRows, int nCols, std::string& rProblem)
 {
     if (rNumbers.empty() || nRows < 1 || nCols < 1 ||
         static_cast<double>(nRows) * nCols != static_cast<double>(rNumbers.size())) {
@@ -116,6 +122,8 @@ static cv::Mat1d shaped(const std::vector<double>& rNumbers, int nRows, int nCol
     }
     return cv::Mat1d(rNumbers, true).reshape(1, nRows);
 }
+
+} // namespace
 
 void KeyedFile::addYaml(const std::string& rKey, const YAML::Node& rNode)
 {
@@ -159,8 +167,10 @@ void KeyedFile::addYaml(const std::string& rKey, const YAML::Node& rNode)
 
 // ---- XML ----
 
+namespace {
+
 // The parser calls itself for each level.
-static bool isDeep(const std::string& rXml)
+bool isDeep(const std::string& rXml)
 {
     std::ptrdiff_t nDepth = 0;
     for (std::size_t n = 0; n + 1 < rXml.size() && nDepth <= sk_nDeepest; ++n) {
@@ -172,6 +182,8 @@ static bool isDeep(const std::string& rXml)
     }
     return nDepth > sk_nDeepest;
 }
+
+} // namespace
 
 void KeyedFile::readXml(const std::string& rText)
 {

@@ -80,9 +80,7 @@ private:
     std::vector<KeyedFile> m_files;
 };
 
-} // namespace
-
-static cv::Size sizeOf(const Files& rFiles, const SourceFacts& rFacts)
+cv::Size sizeOf(const Files& rFiles, const SourceFacts& rFacts)
 {
     if (rFacts.m_size) {
         return *rFacts.m_size;
@@ -99,7 +97,7 @@ static cv::Size sizeOf(const Files& rFiles, const SourceFacts& rFacts)
     return {static_cast<int>((*width)(0, 0)), static_cast<int>((*height)(0, 0))};
 }
 
-static double unitOf(const Files& rFiles, const SourceFacts& rFacts)
+double unitOf(const Files& rFiles, const SourceFacts& rFacts)
 {
     if (rFacts.m_dUnit) {
         return *rFacts.m_dUnit;
@@ -114,17 +112,17 @@ static double unitOf(const Files& rFiles, const SourceFacts& rFacts)
 }
 
 template<typename Matrix>
-static Matrix fixed(const cv::Mat1d& rValues)
+Matrix fixed(const cv::Mat1d& rValues)
 {
     return Matrix(rValues.ptr<double>());
 }
 
-static SourceCamera readCamera(const Files& rFiles, const std::string& rNumber, const SourceFacts& rFacts)
+SourceCamera readCamera(const Files& rFiles, const std::string& rNumber, const SourceFacts& rFacts)
 {
     SourceCamera camera;
     camera.m_name = "camera " + rNumber;
     camera.m_model.m_size = sizeOf(rFiles, rFacts);
-    camera.m_model.m_K = fixed<cv::Matx33d>(rFiles.matrix(
+    camera.m_model.m_cameraMatrix = fixed<cv::Matx33d>(rFiles.matrix(
         {"M" + rNumber, "K" + rNumber, "cameraMatrix" + rNumber, "camera_matrix_" + rNumber, "CM" + rNumber}, 3, 3));
     const cv::Mat1d terms = rFiles.matrix({"D" + rNumber, "distCoeffs" + rNumber, "dist_coeffs_" + rNumber,
                                            "distortion_coefficients_" + rNumber, "dist" + rNumber},
@@ -145,7 +143,7 @@ static SourceCamera readCamera(const Files& rFiles, const std::string& rNumber, 
 
 // ---- four coefficients without a name: k1 k2 p1 p2, or those of cv::fisheye ----
 
-static bool isOneToOne(CameraModel lens, Lens eLens)
+bool isOneToOne(CameraModel lens, Lens eLens)
 {
     lens.m_eLens = eLens;
     return !reachOf(lens).m_bFoldsInside;
@@ -153,28 +151,31 @@ static bool isOneToOne(CameraModel lens, Lens eLens)
 
 // Third and fourth coefficients that as p1 and p2 would shift the corner of the frame by a hundredth of its distance
 // from the centre. Lenses are mounted straighter than that.
-static bool isTooSkew(const CameraModel& rLens)
+bool isTooSkew(const CameraModel& rLens)
 {
-    const double dRadius =
-        0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1));
+    const double dRadius = 0.5 * std::hypot(rLens.m_size.width / rLens.m_cameraMatrix(0, 0),
+                                            rLens.m_size.height / rLens.m_cameraMatrix(1, 1));
     return 3.0 * dRadius * std::hypot(rLens.m_adDistortion[2], rLens.m_adDistortion[3]) > 0.03;
 }
 
 // Degrees from corner to corner, were the lens without distortion.
-static double diagonalOf(const CameraModel& rLens)
+double diagonalOf(const CameraModel& rLens)
 {
     return 2.0 * 180.0 / CV_PI *
-           std::atan(0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1)));
+           std::atan(0.5 * std::hypot(rLens.m_size.width / rLens.m_cameraMatrix(0, 0),
+                                      rLens.m_size.height / rLens.m_cameraMatrix(1, 1)));
 }
 
-static void findOutLens(SourceRig& rRig)
+void findOutLens(SourceRig& rRig)
 {
     constexpr double dWide = 85.0;
     const auto all = [&](const auto& rHolds) {
         return std::all_of(rRig.m_cameras.begin(), rRig.m_cameras.end(),
                            [&](const SourceCamera& r) { return rHolds(r.m_model); });
     };
-    if (!all([](const CameraModel& r) { return r.m_adDistortion.size() == 4 && r.m_K(0, 0) > 0 && r.m_K(1, 1) > 0; })) {
+    if (!all([](const CameraModel& r) {
+            return r.m_adDistortion.size() == 4 && r.m_cameraMatrix(0, 0) > 0 && r.m_cameraMatrix(1, 1) > 0;
+        })) {
         return;
     }
     const bool bPlain = all([](const CameraModel& r) { return isOneToOne(r, Lens::Polynomial) && !isTooSkew(r); });
@@ -199,6 +200,8 @@ static void findOutLens(SourceRig& rRig)
         "no lens; if they are, say --no-fisheye");
 }
 
+} // namespace
+
 SourceRig readOpenCv(const Paths& rFiles, const SourceFacts& rFacts)
 {
     const Files files(rFiles);
@@ -218,18 +221,22 @@ SourceRig readOpenCv(const Paths& rFiles, const SourceFacts& rFacts)
                            line(": R, T: %zu and %zu numbers; 3 by 3 and 3 are wanted", R.total(), T.total()),
                        ExitStatus::Content);
     }
-    rig.m_cameras[1].m_R = fixed<cv::Matx33d>(R);
-    rig.m_cameras[1].m_T = cv::Vec3d(T.ptr<double>()) * unitOf(files, rFacts);
+    rig.m_cameras[1].m_rotation = fixed<cv::Matx33d>(R);
+    rig.m_cameras[1].m_translation = cv::Vec3d(T.ptr<double>()) * unitOf(files, rFacts);
     return rig;
 }
 
 // ---- writing ----
 
-static void write(std::ostream& rOut, const char* pszKey, const cv::Mat1d& rMatrix)
+namespace {
+
+void write(std::ostream& rOut, const char* pszKey, const cv::Mat1d& rMatrix)
 {
     rOut << pszKey << ": !!opencv-matrix\n   rows: " << rMatrix.rows << "\n   cols: " << rMatrix.cols
          << "\n   dt: d\n   data: [ " << numberList(rMatrix, ",\n       ") << " ]\n";
 }
+
+} // namespace
 
 TextFiles writeOpenCv(const RigExport& rRig)
 {
@@ -247,17 +254,17 @@ TextFiles writeOpenCv(const RigExport& rRig)
        << " one, camera 2 the right one.\nimage_width: " << rRight.m_model.m_size.width
        << "\nimage_height: " << rRight.m_model.m_size.height << "\ndistortion_model: \""
        << (rRight.m_model.m_eLens == Lens::Equidistant ? "equidistant" : "plumb_bob") << "\"\n";
-    write(in, "M1", cv::Mat(rFirst.m_model.m_K));
+    write(in, "M1", cv::Mat(rFirst.m_model.m_cameraMatrix));
     write(in, "D1", cv::Mat1d(rFirst.m_model.m_adDistortion, true).reshape(1, 1));
-    write(in, "M2", cv::Mat(rRight.m_model.m_K));
+    write(in, "M2", cv::Mat(rRight.m_model.m_cameraMatrix));
     write(in, "D2", cv::Mat1d(rRight.m_model.m_adDistortion, true).reshape(1, 1));
     const RectificationPlan view = viewInRawSize(rRig);
     const double dShift = -view.m_dFocal * view.m_dBaseline;
     const bool bUpright = eFirst == KestrovaCamTop;
     const cv::Matx34d P2 = projectionOf(view, dShift, bUpright);
     out << "%YAML:1.0\n---\n# x2 = R * x1 + T\nunit: \"m\"\n";
-    write(out, "R", cv::Mat(rFirst.m_R));
-    write(out, "T", cv::Mat(rFirst.m_T));
+    write(out, "R", cv::Mat(rFirst.m_rotation));
+    write(out, "T", cv::Mat(rFirst.m_translation));
     write(out, "R1", cv::Mat(view.m_rotations.at(eFirst)));
     write(out, "R2", cv::Mat(view.m_rotations.at(KestrovaCamRight)));
     write(out, "P1", cv::Mat(projectionOf(view, 0.0, bUpright)));

@@ -11,13 +11,14 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dGood = 0.003; // pixels: of the order of the spline's own error, so no further lens is tried
-static constexpr double sk_dLimit = 0.1;
-static constexpr int sk_nGrid = 25;
+namespace {
+
+constexpr double sk_dGood = 0.003; // pixels: of the order of the spline's own error, so no further lens is tried
+constexpr double sk_dLimit = 0.1;
+constexpr int sk_nGrid = 25;
 
 // Rays of the view, and the raw pixels at which the maps show them; only where the two maps agree.
-static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, Points& rRays,
-                   Points& rRaw)
+void sample(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, Points& rRays, Points& rRaw)
 {
     const cv::Size canvas = rView.m_canvas;
     for (int y = 0; y < sk_nGrid; ++y) {
@@ -32,7 +33,7 @@ static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView,
     }
 }
 
-static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
+LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
 {
     Points rays;
     Points places;
@@ -69,6 +70,8 @@ static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& 
     return best;
 }
 
+} // namespace
+
 RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
 {
     RigExport rig{{}, rView, {}, {}};
@@ -96,8 +99,8 @@ RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rVi
             continue;
         }
         const cv::Matx33d toRight = rig.m_plan.m_rotations.at(KestrovaCamRight).t();
-        rCamera.m_R = toRight * fit.m_rotation;
-        rCamera.m_T = toRight * (cv::Vec3d(position) * rView.m_dBaseline);
+        rCamera.m_rotation = toRight * fit.m_rotation;
+        rCamera.m_translation = toRight * (cv::Vec3d(position) * rView.m_dBaseline);
     }
     return rig;
 }
@@ -140,14 +143,18 @@ std::ostringstream plainStream()
     return out;
 }
 
+namespace {
+
 // With a point, so that no reader takes a whole number for an integer.
-static std::string numberText(double dValue)
+std::string numberText(double dValue)
 {
     std::ostringstream out = plainStream();
     out << dValue;
     const std::string text = out.str();
     return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
 }
+
+} // namespace
 
 std::string numberList(const cv::Mat1d& rMatrix, const std::string& rSeparator)
 {

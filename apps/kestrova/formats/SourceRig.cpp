@@ -12,7 +12,9 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
-static Paths filesOf(const Paths& rPlaces)
+namespace {
+
+Paths filesOf(const Paths& rPlaces)
 {
     Paths files;
     for (const fs::path& rPlace : rPlaces) {
@@ -35,7 +37,7 @@ static Paths filesOf(const Paths& rPlaces)
     return files;
 }
 
-static std::string guess(const Paths& rFiles)
+std::string guess(const Paths& rFiles)
 {
     for (const fs::path& rFile : rFiles) {
         const KeyedFile file(rFile);
@@ -56,6 +58,8 @@ static std::string guess(const Paths& rFiles)
                    ExitStatus::Content);
 }
 
+} // namespace
+
 SourceRig readSource(const std::string& rFormat, const Paths& rPlaces, const SourceFacts& rFacts)
 {
     const Paths files = filesOf(rPlaces);
@@ -67,21 +71,25 @@ SourceRig readSource(const std::string& rFormat, const Paths& rPlaces, const Sou
 
 // ---- places ----
 
+namespace {
+
 // How a camera stands seen from another one, which becomes the right one.
-static MountedCamera mounted(const SourceCamera& rCamera, const SourceCamera& rRight)
+MountedCamera mounted(const SourceCamera& rCamera, const SourceCamera& rRight)
 {
-    const cv::Matx33d R = rRight.m_R * rCamera.m_R.t();
-    return {rCamera.m_model, R, rRight.m_T - R * rCamera.m_T, rCamera.m_name};
+    const cv::Matx33d R = rRight.m_rotation * rCamera.m_rotation.t();
+    return {rCamera.m_model, R, rRight.m_translation - R * rCamera.m_translation, rCamera.m_name};
 }
 
 // 0 for a left camera exactly on the left and a top one exactly above, and of one distance.
-static double distanceFromL(const CameraSet& rSet)
+double distanceFromL(const CameraSet& rSet)
 {
-    const cv::Vec3d& rLeft = rSet.at(KestrovaCamLeft).m_T;
-    const cv::Vec3d& rTop = rSet.at(KestrovaCamTop).m_T;
+    const cv::Vec3d& rLeft = rSet.at(KestrovaCamLeft).m_translation;
+    const cv::Vec3d& rTop = rSet.at(KestrovaCamTop).m_translation;
     return cv::norm(rLeft / cv::norm(rLeft) - cv::Vec3d(-1, 0, 0)) +
            cv::norm(rTop / cv::norm(rTop) - cv::Vec3d(0, -1, 0));
 }
+
+} // namespace
 
 CameraSet cameraSetOf(const SourceRig& rSource)
 {
@@ -129,7 +137,7 @@ RectificationPlan givenView(const SourceRig& rSource)
             }
         }
     }
-    const cv::Matx33d off = *rSecond.m_rectification * rSecond.m_R - *rFirst.m_rectification;
+    const cv::Matx33d off = *rSecond.m_rectification * rSecond.m_rotation - *rFirst.m_rectification;
     if (cv::norm(off, cv::NORM_INF) > 1e-4) {
         fail("its rectifications do not agree with R");
     }
@@ -137,7 +145,7 @@ RectificationPlan givenView(const SourceRig& rSource)
     plan.m_canvas = rFirst.m_model.m_size;
     plan.m_dFocal = P(0, 0);
     plan.m_centre = {P(0, 2), P(1, 2)};
-    plan.m_dBaseline = cv::norm(rSecond.m_T);
+    plan.m_dBaseline = cv::norm(rSecond.m_translation);
     plan.m_rotations = {{KestrovaCamRight, *rSecond.m_rectification}, {KestrovaCamLeft, *rFirst.m_rectification}};
     return plan;
 }

@@ -14,7 +14,9 @@ namespace kestrova::app {
 
 static_assert(std::endian::native == std::endian::little, "all formats are written in the order of the machine");
 
-static void save(const std::filesystem::path& rFile, const std::string& rHeader, const char* pData, std::size_t nBytes)
+namespace {
+
+void save(const std::filesystem::path& rFile, const std::string& rHeader, const char* pData, std::size_t nBytes)
 {
     std::ofstream out(rFile, std::ios::binary);
     out << rHeader;
@@ -23,6 +25,8 @@ static void save(const std::filesystem::path& rFile, const std::string& rHeader,
         throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
     }
 }
+
+} // namespace
 
 void writeCloud(const std::filesystem::path& rFile, const std::vector<CloudPoint>& rPoints, const std::string& rSource,
                 const std::string& rFrame)

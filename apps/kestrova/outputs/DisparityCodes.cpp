@@ -7,11 +7,13 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dMost = 65535.0;
+namespace {
+
+constexpr double sk_dMost = 65535.0;
 
 // Each pixel through a function of its disparity and its reason.
 template<typename Code>
-static cv::Mat1w coded(const DisparityMap& rMap, const Code& rCode)
+cv::Mat1w coded(const DisparityMap& rMap, const Code& rCode)
 {
     cv::Mat1w codes(rMap.m_pixels.size());
     for (int nRow = 0; nRow < codes.rows; ++nRow) {
@@ -22,6 +24,8 @@ static cv::Mat1w coded(const DisparityMap& rMap, const Code& rCode)
     }
     return codes;
 }
+
+} // namespace
 
 bool fitsKitti(cv::Vec2i range, int nScale)
 {

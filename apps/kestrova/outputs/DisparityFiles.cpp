@@ -22,14 +22,20 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
-static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 [[noreturn]] static void bad(const fs::path& rFile, const std::string& rWhat)
 {
     throw AppError(rFile.string() + ": " + rWhat, ExitStatus::Content);
 }
 
-static std::string readAll(const fs::path& rFile)
+namespace {
+
+std::string readAll(const fs::path& rFile)
 {
     checkLength(rFile, sk_nLongestImage);
     std::ifstream in(rFile, std::ios::binary);
@@ -46,10 +52,9 @@ static std::string readAll(const fs::path& rFile)
 
 // ---- arrays of floats ----
 
-/// The values of an image whose size its header tells, which may be anything.
+/** The values of an image whose size its header tells, which may be anything. */
 template<typename Value>
-static cv::Mat_<Value> valuesOf(const fs::path& rFile, long nRows, long nCols, const std::string& rBytes,
-                                std::size_t uFrom)
+cv::Mat_<Value> valuesOf(const fs::path& rFile, long nRows, long nCols, const std::string& rBytes, std::size_t uFrom)
 {
     constexpr long nMost = 100'000;
     if (nRows < 1 || nCols < 1 || nRows > nMost || nCols > nMost) {
@@ -64,9 +69,11 @@ static cv::Mat_<Value> valuesOf(const fs::path& rFile, long nRows, long nCols, c
     return values;
 }
 
-/// Of the number behind the size only the sign counts, which tells the order of bytes: disparities are pixels as they
-/// stand, though some data sets have the greys of their images there.
-static cv::Mat1f readPfm(const fs::path& rFile, const std::string& rBytes)
+/**
+ * Of the number behind the size only the sign counts, which tells the order of bytes: disparities are pixels as they
+ * stand, though some data sets have the greys of their images there.
+ */
+cv::Mat1f readPfm(const fs::path& rFile, const std::string& rBytes)
 {
     std::istringstream in(rBytes.substr(0, 256));
     std::string mark;
@@ -87,7 +94,7 @@ static cv::Mat1f readPfm(const fs::path& rFile, const std::string& rBytes)
     return values;
 }
 
-static cv::Mat1f readNpy(const fs::path& rFile, const std::string& rBytes)
+cv::Mat1f readNpy(const fs::path& rFile, const std::string& rBytes)
 {
     const auto byte = [&](std::size_t u) { return static_cast<std::size_t>(static_cast<unsigned char>(rBytes[u])); };
     if (rBytes.size() < 12) {
@@ -116,7 +123,7 @@ static cv::Mat1f readNpy(const fs::path& rFile, const std::string& rBytes)
     return narrow;
 }
 
-static cv::Mat1f withoutUnknown(cv::Mat1f values)
+cv::Mat1f withoutUnknown(cv::Mat1f values)
 {
     for (float& rValue : values) {
         if (!std::isfinite(rValue) || rValue <= 0.0f) {
@@ -128,12 +135,12 @@ static cv::Mat1f withoutUnknown(cv::Mat1f values)
 
 // ---- images ----
 
-static DisparityFile ofMap(const DisparityMap& rMap, const std::string& rForm)
+DisparityFile ofMap(const DisparityMap& rMap, const std::string& rForm)
 {
     return {rMap.m_pixels, rMap.m_reject, rForm};
 }
 
-static RejectCodes codesOf(const DisparityImageInfo& r)
+RejectCodes codesOf(const DisparityImageInfo& r)
 {
     RejectCodes codes;
     const auto take = [&](std::size_t n, bool bOn, std::uint8_t ucCode) {
@@ -148,8 +155,8 @@ static RejectCodes codesOf(const DisparityImageInfo& r)
     return codes;
 }
 
-/// A PGM of the library; none when the file has no record of a disparity.
-static std::optional<DisparityFile> readRecorded(const fs::path& rFile)
+/** A PGM of the library; none when the file has no record of a disparity. */
+std::optional<DisparityFile> readRecorded(const fs::path& rFile)
 {
     struct Free
     {
@@ -185,7 +192,7 @@ static std::optional<DisparityFile> readRecorded(const fs::path& rFile)
                  line("16-bit disparity with its record, offset %d", r.disparityOffset));
 }
 
-static DisparityFile scaled(const cv::Mat& rImage, double dScale)
+DisparityFile scaled(const cv::Mat& rImage, double dScale)
 {
     cv::Mat1f values;
     rImage.convertTo(values, CV_32F, dScale);
@@ -195,8 +202,8 @@ static DisparityFile scaled(const cv::Mat& rImage, double dScale)
             dScale};
 }
 
-/// The number that follows a mark in a file's name.
-static std::optional<int> numberAfter(const std::string& rName, const std::string& rMark)
+/** The number that follows a mark in a file's name. */
+std::optional<int> numberAfter(const std::string& rName, const std::string& rMark)
 {
     const std::size_t uMark = rName.find(rMark);
     int nValue = 0;
@@ -208,7 +215,7 @@ static std::optional<int> numberAfter(const std::string& rName, const std::strin
     return bNumber && nValue >= 0 && nValue < 65536 ? std::optional(nValue) : std::nullopt;
 }
 
-static DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<double> scale)
+DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<double> scale)
 {
     cv::Mat image = readImage(rFile, cv::IMREAD_UNCHANGED);
     if (image.depth() != CV_8U && image.depth() != CV_16U) {
@@ -230,6 +237,8 @@ static DisparityFile readWholeNumbers(const fs::path& rFile, std::optional<doubl
     }
     return scaled(image, scale.value_or(b8 ? 1.0 : 1.0 / 256.0));
 }
+
+} // namespace
 
 DisparityFile readDisparityFile(const fs::path& rFile, std::optional<double> scale)
 {

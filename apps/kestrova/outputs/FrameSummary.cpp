@@ -4,7 +4,9 @@
 
 namespace kestrova::app {
 
-/// The members of an object in their order.
+namespace {
+
+/** The members of an object in their order. */
 class JsonObject
 {
 public:
@@ -21,7 +23,7 @@ private:
     std::string m_text;
 };
 
-static JsonObject beginning(const FrameNames& rNames)
+JsonObject beginning(const FrameNames& rNames)
 {
     JsonObject frame;
     frame.add("frame", jsonText(rNames.m_name));
@@ -30,6 +32,8 @@ static JsonObject beginning(const FrameNames& rNames)
     }
     return frame;
 }
+
+} // namespace
 
 std::string frameSummary(const FrameNames& rNames, const StereoResult& rResult)
 {

@@ -13,7 +13,9 @@ namespace kestrova::app {
 
 // ---- writing ----
 
-static void check(KestrovaError eError, const std::filesystem::path& rFile)
+namespace {
+
+void check(KestrovaError eError, const std::filesystem::path& rFile)
 {
     if (eError == KestrovaErrorSystem) {
         throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
@@ -23,11 +25,13 @@ static void check(KestrovaError eError, const std::filesystem::path& rFile)
     }
 }
 
-static void saveImage(const StereoSession& rSession, KestrovaImageType eType, KestrovaCamera eCamera,
-                      const std::filesystem::path& rFile)
+void saveImage(const StereoSession& rSession, KestrovaImageType eType, KestrovaCamera eCamera,
+               const std::filesystem::path& rFile)
 {
     check(kestrovaSaveImageExtra(rSession.handle(), eType, eCamera, rFile.c_str()), rFile);
 }
+
+} // namespace
 
 void writeRecordedImages(const OutputFolder& rFolder, StereoSession& rSession,
                          const std::vector<KestrovaCamera>& rCameras)
@@ -54,7 +58,9 @@ void writeRecordedImages(const OutputFolder& rFolder, StereoSession& rSession,
 
 // ---- telling ----
 
-/// One setting a line, under the names of the command line.
+namespace {
+
+/** One setting a line, under the names of the command line. */
 class Lines
 {
 public:
@@ -80,7 +86,7 @@ private:
     std::string m_text;
 };
 
-static void addValidations(Lines& rLines, const DisparityImageInfo& r)
+void addValidations(Lines& rLines, const DisparityImageInfo& r)
 {
     if (rLines.addSwitch("texture-validation", r.textureValidation)) {
         rLines.add("texture-threshold", r.textureValidationThreshold);
@@ -100,7 +106,7 @@ static void addValidations(Lines& rLines, const DisparityImageInfo& r)
     }
 }
 
-static void addDisparity(Lines& rLines, const DisparityImageInfo& r, bool b8)
+void addDisparity(Lines& rLines, const DisparityImageInfo& r, bool b8)
 {
     static constexpr const char* sk_apszConfigurations[] = {"L", "horizontal pair", "vertical pair"};
     rLines.addWord("rectification", SettingKind::Rectification, r.rectQuality);
@@ -127,8 +133,8 @@ struct ImageFile
 };
 
 template<typename Record>
-static KestrovaError readAs(KestrovaError (*pfnRead)(const char*, Record*, KestrovaImageInfo*),
-                            const std::filesystem::path& rFile, ImageFile& rImage)
+KestrovaError readAs(KestrovaError (*pfnRead)(const char*, Record*, KestrovaImageInfo*),
+                     const std::filesystem::path& rFile, ImageFile& rImage)
 {
     Record record{};
     const KestrovaError eError = pfnRead(rFile.c_str(), &record, &rImage.m_info);
@@ -137,7 +143,7 @@ static KestrovaError readAs(KestrovaError (*pfnRead)(const char*, Record*, Kestr
     return eError;
 }
 
-static ImageFile readImageFile(const std::filesystem::path& rFile)
+ImageFile readImageFile(const std::filesystem::path& rFile)
 {
     ImageFile image;
     KestrovaError eError = readAs(kestrovaReadImageExtra, rFile, image);
@@ -153,6 +159,8 @@ static ImageFile readImageFile(const std::filesystem::path& rFile)
     }
     return image;
 }
+
+} // namespace
 
 bool isImageFile(const std::filesystem::path& rFile)
 {

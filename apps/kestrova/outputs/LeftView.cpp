@@ -9,8 +9,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // For each column the disparity of the farther of the next ones with a disparity, to either side; 0 in an empty row.
-static std::vector<float> fartherNeighbours(const cv::Mat1f& rRow)
+std::vector<float> fartherNeighbours(const cv::Mat1f& rRow)
 {
     const auto nCols = static_cast<std::size_t>(rRow.cols);
     std::vector<float> neighbours(nCols, std::numeric_limits<float>::infinity());
@@ -35,7 +37,7 @@ static std::vector<float> fartherNeighbours(const cv::Mat1f& rRow)
 // Where disparity rises by one step between two neighbours of the right image, a slope, nothing goes to the column
 // between their places. They tell the disparity there, in 256ths as all others are. A rejected pixel between them would
 // have kept them one column further apart.
-static void closeSlopes(cv::Mat1f row)
+void closeSlopes(cv::Mat1f row)
 {
     const cv::Mat1f before = row.clone();
     for (int nCol = 1; nCol + 1 < row.cols; ++nCol) {
@@ -47,6 +49,8 @@ static void closeSlopes(cv::Mat1f row)
         }
     }
 }
+
+} // namespace
 
 DisparityMap mapFromLeft(const DisparityMap& rRightView)
 {

@@ -22,8 +22,10 @@ constexpr int sk_nRounds = 20;            // of fit and new choice of points; th
 constexpr int sk_nFitRounds = 10;         // of the toolkit's fit,
 constexpr double sk_dFitDeviations = 3.0; // which drops what lies beyond
 
-/// The points near a plane. A disparity that is off by t pixels moves its point along the ray, and thereby away from a
-/// plane at a distance D from the camera by t * D * z / (f B).
+/**
+ * The points near a plane. A disparity that is off by t pixels moves its point along the ray, and thereby away from a
+ * plane at a distance D from the camera by t * D * z / (f B).
+ */
 class Band
 {
 public:
@@ -100,7 +102,7 @@ FoundPlane describe(const LYRPlane& rPlane, const std::vector<LYRPoint3d*>& rNea
     return found;
 }
 
-/// Takes the plane's points out.
+/** Takes the plane's points out. */
 FoundPlane takeLargest(Points& rPoints, double dPerDepth, std::mt19937& rRandom)
 {
     LYRPlane plane = findSeed(rPoints, dPerDepth, rRandom);

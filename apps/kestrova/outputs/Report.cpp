@@ -5,12 +5,14 @@
 
 namespace kestrova::app {
 
-static const char* unitOf(KestrovaCamera eCamera)
+namespace {
+
+const char* unitOf(KestrovaCamera eCamera)
 {
     return eCamera == KestrovaCamTop ? "column" : "row"; // the coordinate that a rectified match keeps
 }
 
-static std::string rawLines(const PerCamera<RowAgreement>& rAll)
+std::string rawLines(const PerCamera<RowAgreement>& rAll)
 {
     std::string text;
     for (const auto& [eCamera, rRows] : rAll) {
@@ -24,7 +26,7 @@ static std::string rawLines(const PerCamera<RowAgreement>& rAll)
     return text;
 }
 
-static std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
+std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
 {
     std::string text;
     for (const auto& [eCamera, rCheck] : rAll) {
@@ -40,6 +42,8 @@ static std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
     }
     return text;
 }
+
+} // namespace
 
 std::string summary(const StereoResult& rResult)
 {

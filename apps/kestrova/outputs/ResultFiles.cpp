@@ -5,11 +5,15 @@
 
 namespace kestrova::app {
 
-static std::filesystem::path place(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rName,
-                                   const char* pszEnding)
+namespace {
+
+std::filesystem::path place(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rName,
+                            const char* pszEnding)
 {
     return rFolder.file(rName + (rResult.m_bSeenFromLeft ? "_left" : "") + pszEnding);
 }
+
+} // namespace
 
 void writeDisparityPfm(const OutputFolder& rFolder, const StereoResult& rResult)
 {
@@ -21,10 +25,14 @@ void writeDisparityNpy(const OutputFolder& rFolder, const StereoResult& rResult)
     writeNpy(place(rFolder, rResult, "disparity", ".npy"), rResult.m_map16.m_pixels);
 }
 
-static std::string offsetIn(const StereoResult& rResult)
+namespace {
+
+std::string offsetIn(const StereoResult& rResult)
 {
     return "_offset" + std::to_string(rResult.m_nOffset);
 }
+
+} // namespace
 
 void writeNative16(const OutputFolder& rFolder, const StereoResult& rResult)
 {
@@ -43,16 +51,20 @@ void writeDepth(const OutputFolder& rFolder, const StereoResult& rResult)
                depthMillimetres(rResult.m_map16, rResult.focalTimesBaseline()));
 }
 
-static ColourScale scaleOf(const StereoResult& rResult)
+namespace {
+
+ColourScale scaleOf(const StereoResult& rResult)
 {
     return {static_cast<double>(rResult.m_range[0]), static_cast<double>(rResult.m_range[1]),
             rResult.focalTimesBaseline()};
 }
 
-static const char* seenFrom(const StereoResult& rResult)
+const char* seenFrom(const StereoResult& rResult)
 {
     return rResult.m_bSeenFromLeft ? "seen from the left camera" : "seen from the right camera";
 }
+
+} // namespace
 
 void writeColour(const OutputFolder& rFolder, const StereoResult& rResult)
 {

@@ -6,7 +6,9 @@
 
 namespace kestrova::app {
 
-static std::vector<CloudPoint> makeCloud(const StereoSession& rSession, const StereoResult& rResult)
+namespace {
+
+std::vector<CloudPoint> makeCloud(const StereoSession& rSession, const StereoResult& rResult)
 {
     std::vector<CloudPoint> cloud;
     const cv::Mat1b& rGrey = rResult.m_rectified.at(KestrovaCamRight);
@@ -26,7 +28,7 @@ static std::vector<CloudPoint> makeCloud(const StereoSession& rSession, const St
     return cloud;
 }
 
-static void maskOutside(StereoResult& rResult, const PerCamera<cv::Mat1b>& rRegions, const StereoSession& rSession)
+void maskOutside(StereoResult& rResult, const PerCamera<cv::Mat1b>& rRegions, const StereoSession& rSession)
 {
     const int nReach = rSession.windowReach();
     const std::uint8_t ucCode = rSession.rejectCodes().m_aucCodes[2]; // that of pixels which no match was tried for
@@ -41,7 +43,7 @@ static void maskOutside(StereoResult& rResult, const PerCamera<cv::Mat1b>& rRegi
 }
 
 // Matches of the top camera move along the columns, so with it both images are looked at turned over.
-static void measureAgreement(StereoResult& rResult, const cv::Mat1b& rRightRegion, bool bRaw)
+void measureAgreement(StereoResult& rResult, const cv::Mat1b& rRightRegion, bool bRaw)
 {
     const cv::Vec2i range = rResult.m_range;
     const int nMore = rResult.m_raw.at(KestrovaCamRight).cols / 12; // raw frames are shifted and turned as well
@@ -62,8 +64,8 @@ static void measureAgreement(StereoResult& rResult, const cv::Mat1b& rRightRegio
     }
 }
 
-static void fetchImages(const StereoSession& rSession, const Frames& rFrames, const ResultWishes& rWishes,
-                        StereoResult& rResult)
+void fetchImages(const StereoSession& rSession, const Frames& rFrames, const ResultWishes& rWishes,
+                 StereoResult& rResult)
 {
     int nEdge = 0;
     kestrovaGetEdgeCorrelation(rSession.handle(), &nEdge);
@@ -77,6 +79,8 @@ static void fetchImages(const StereoSession& rSession, const Frames& rFrames, co
         }
     }
 }
+
+} // namespace
 
 void StereoRun::prepare(KestrovaCameraConfiguration eConfiguration)
 {

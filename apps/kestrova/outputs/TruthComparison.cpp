@@ -11,7 +11,11 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 cv::Mat1f toLeftView(const cv::Mat1f& rRightView)
 {
@@ -71,17 +75,19 @@ TruthShares compareWithTruth(const cv::Mat1f& rDisparity, const cv::Mat1f& rTrut
 
 // ---- the measures of stereo benchmarks ----
 
-static bool isKnown(float fDisparity)
+namespace {
+
+bool isKnown(float fDisparity)
 {
     return std::isfinite(fDisparity) && fDisparity > 0.0f;
 }
 
-static bool isBeyond(float fTrue, const std::optional<cv::Vec2i>& rRange)
+bool isBeyond(float fTrue, const std::optional<cv::Vec2i>& rRange)
 {
     return rRange && (fTrue < static_cast<float>((*rRange)[0]) || fTrue > static_cast<float>((*rRange)[1]));
 }
 
-static void addError(TruthErrors& rErrors, double dError, double dTrue)
+void addError(TruthErrors& rErrors, double dError, double dTrue)
 {
     ++rErrors.m_nFound;
     for (std::size_t n = 0; n < sk_adBad.size(); ++n) {
@@ -91,6 +97,8 @@ static void addError(TruthErrors& rErrors, double dError, double dTrue)
     rErrors.m_dSum += dError;
     rErrors.m_dSumSquares += dError * dError;
 }
+
+} // namespace
 
 TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
 {
@@ -159,12 +167,14 @@ std::string truthErrorsText(const TruthErrors& r)
     return text + line("\nmean error %.4f px, RMS error %.4f px, of those found\n", r.meanError(), r.rmsError());
 }
 
-static std::string nameOf(int nReason)
+namespace {
+
+std::string nameOf(int nReason)
 {
     return nReason < sk_nRejects ? rejectName(static_cast<Reject>(nReason)) : "unknown code";
 }
 
-static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTruths, long nBeyond)
+std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTruths, long nBeyond)
 {
     std::sort(rTruths.begin(), rTruths.end());
     const auto at = [&](double dShare) {
@@ -175,6 +185,8 @@ static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTr
         rTruths.empty() ? std::string("         -") : line("%10.2f    %.2f to %.2f", at(0.5), at(0.05), at(0.95));
     return line("  %-14s %9ld %9zu %10ld ", nameOf(nReason).c_str(), nPixels, rTruths.size(), nBeyond) + truths + "\n";
 }
+
+} // namespace
 
 std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
 {

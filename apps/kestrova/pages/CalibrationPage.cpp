@@ -10,7 +10,9 @@
 
 namespace kestrova::app {
 
-static std::string colourOf(Verdict eVerdict)
+namespace {
+
+std::string colourOf(Verdict eVerdict)
 {
     return eVerdict == Verdict::DoNotUse ? "#c0282d"
            : eVerdict == Verdict::Fair   ? "#b87400"
@@ -18,7 +20,7 @@ static std::string colourOf(Verdict eVerdict)
                                          : "#1b7a3d";
 }
 
-static std::string findingsMarkup(const Findings& rFindings)
+std::string findingsMarkup(const Findings& rFindings)
 {
     std::string text = "<table>\n<tr><th>what</th><th>value</th><th>verdict</th><th>meaning</th></tr>\n";
     for (const Finding& rFinding : rFindings) {
@@ -31,14 +33,14 @@ static std::string findingsMarkup(const Findings& rFindings)
 
 // ---- where the boards were ----
 
-static cv::Scalar shotColour(std::size_t uShot)
+cv::Scalar shotColour(std::size_t uShot)
 {
     cv::Mat3b pixel(1, 1, cv::Vec3b(static_cast<unsigned char>(uShot * 47 % 180), 200, 190));
     cv::cvtColor(pixel, pixel, cv::COLOR_HSV2BGR);
     return cv::Scalar(pixel(0, 0));
 }
 
-static cv::Mat3b coveragePicture(const Shots& rShots, KestrovaCamera eCamera)
+cv::Mat3b coveragePicture(const Shots& rShots, KestrovaCamera eCamera)
 {
     const double dScale = 480.0 / rShots.m_size.width;
     cv::Mat3b picture(static_cast<int>(std::lround(rShots.m_size.height * dScale)), 480, cv::Vec3b::all(255));
@@ -76,7 +78,7 @@ struct Bar
     std::string m_note;
 };
 
-static std::string barChart(const std::vector<Bar>& rBars)
+std::string barChart(const std::vector<Bar>& rBars)
 {
     double dMost = 0.3;
     for (const Bar& rBar : rBars) {
@@ -99,7 +101,7 @@ static std::string barChart(const std::vector<Bar>& rBars)
     return svg + "</svg>\n";
 }
 
-static std::vector<Bar> lensBars(const Shots& rShots, KestrovaCamera eCamera)
+std::vector<Bar> lensBars(const Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<Bar> bars;
     for (const Shot& rShot : rShots.m_shots) {
@@ -109,7 +111,7 @@ static std::vector<Bar> lensBars(const Shots& rShots, KestrovaCamera eCamera)
     return bars;
 }
 
-static std::vector<Bar> rowBars(const Shots& rShots, KestrovaCamera eOther, const PairProof& rProof)
+std::vector<Bar> rowBars(const Shots& rShots, KestrovaCamera eOther, const PairProof& rProof)
 {
     std::vector<Bar> bars;
     for (std::size_t u = 0; u < rShots.m_shots.size(); ++u) {
@@ -117,6 +119,8 @@ static std::vector<Bar> rowBars(const Shots& rShots, KestrovaCamera eOther, cons
     }
     return bars;
 }
+
+} // namespace
 
 HtmlPage calibrationPage(const CalibrationStory& rStory)
 {

@@ -77,11 +77,15 @@ void HtmlPage::facts(const std::vector<Fact>& rFacts)
     m_body += "</div>\n";
 }
 
-static bool isNumber(const std::string& rText)
+namespace {
+
+bool isNumber(const std::string& rText)
 {
     const std::size_t uFirst = rText.find_first_not_of("+-<> ");
     return uFirst != std::string::npos && std::isdigit(static_cast<unsigned char>(rText[uFirst])) && rText.size() < 16;
 }
+
+} // namespace
 
 void HtmlPage::table(const std::vector<std::vector<std::string>>& rRows)
 {
@@ -115,7 +119,9 @@ void HtmlPage::html(const std::string& rMarkup)
     m_body += rMarkup;
 }
 
-static const char* const sk_pszStyle = R"css(
+namespace {
+
+const char* const sk_pszStyle = R"css(
 :root { color-scheme: light dark; --ink: #1c2430; --quiet: #5b6675; --paper: #f4f6f8; --sheet: #fff; --rule: #dde2e8;
   --accent: #0f6fb8; --stage: #10161d; }
 @media (prefers-color-scheme: dark) {
@@ -143,6 +149,8 @@ figcaption { margin-top: .4rem; max-width: 60rem; }
 img { max-width: 100%; display: block; border-radius: 4px; }
 summary { cursor: pointer; color: var(--accent); }
 )css";
+
+} // namespace
 
 void HtmlPage::save(const std::filesystem::path& rFile) const
 {

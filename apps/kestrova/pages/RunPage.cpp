@@ -14,13 +14,15 @@ namespace kestrova::app {
 
 // ---- disparity and reasons ----
 
+namespace {
+
 struct ReasonText
 {
     const char* m_pszName;
     const char* m_pszMeaning;
     cv::Vec3b m_colour; // blue, green, red: told apart by colour-blind readers too
 };
-static const std::array<ReasonText, 8> sk_aReasons{{
+const std::array<ReasonText, 8> sk_aReasons{{
     {"found", "a disparity was measured", {}},
     {"no texture",
      "the window holds too little signal to match, such as a plain wall; add light or pattern",
@@ -36,9 +38,13 @@ static const std::array<ReasonText, 8> sk_aReasons{{
     {"outside", "the window leaves what the cameras saw before rectification", {70, 70, 70}},
     {"hidden", "seen from the left camera: what lies there is hidden from the right one", {34, 51, 136}},
 }};
+
+} // namespace
 static_assert(sk_aReasons.size() >= sk_nRejects);
 
-static cv::Mat3b reasonColours(const StereoResult& rResult, KestrovaCamera eView)
+namespace {
+
+cv::Mat3b reasonColours(const StereoResult& rResult, KestrovaCamera eView)
 {
     cv::Mat3b picture;
     cv::cvtColor(rResult.m_rectified.at(eView), picture, cv::COLOR_GRAY2BGR);
@@ -52,19 +58,19 @@ static cv::Mat3b reasonColours(const StereoResult& rResult, KestrovaCamera eView
     return picture;
 }
 
-/// Small images are shown larger, in whole pixels.
-static std::string imageElement(const cv::Mat3b& rPicture, const std::string& rCaption)
+/** Small images are shown larger, in whole pixels. */
+std::string imageElement(const cv::Mat3b& rPicture, const std::string& rCaption)
 {
     return "<figure><img class=\"pixels\" alt=\"" + escapeHtml(rCaption) + "\" src=\"" + pictureData(rPicture) +
            "\"/><figcaption>" + escapeHtml(rCaption) + "</figcaption></figure>\n";
 }
 
-static std::string css(const cv::Vec3b& rColour)
+std::string css(const cv::Vec3b& rColour)
 {
     return line("#%02x%02x%02x", rColour[2], rColour[1], rColour[0]);
 }
 
-static std::string disparityLegend(const ColourScale& rScale)
+std::string disparityLegend(const ColourScale& rScale)
 {
     const cv::Mat3b palette = paletteOf(rScale);
     std::string bar = "<div class=\"bar\" style=\"background:linear-gradient(to right";
@@ -85,7 +91,7 @@ static std::string disparityLegend(const ColourScale& rScale)
     return bar + "</div>\n";
 }
 
-static std::string reasonTable(const StereoResult& rResult, const DisparityMap& rGreys)
+std::string reasonTable(const StereoResult& rResult, const DisparityMap& rGreys)
 {
     const auto anCount = rResult.m_map16.count();
     const double dAll = static_cast<double>(rResult.m_map16.m_pixels.total());
@@ -107,7 +113,7 @@ static std::string reasonTable(const StereoResult& rResult, const DisparityMap& 
     return rows + "</table></div>\n";
 }
 
-static const char* const sk_pszDisparityStyle = R"css(<style>
+const char* const sk_pszDisparityStyle = R"css(<style>
 .pair { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr)); gap: 1rem; }
 .pair figure { margin: 0; }
 .pixels { width: 100%; image-rendering: pixelated; }
@@ -121,7 +127,7 @@ static const char* const sk_pszDisparityStyle = R"css(<style>
 </style>
 )css";
 
-static void addDisparity(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale, KestrovaCamera eView)
+void addDisparity(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale, KestrovaCamera eView)
 {
     DisparityMap greys{cv::Mat1f(1, sk_nRejects, 0.0f), cv::Mat1b(1, sk_nRejects)}; // one pixel of each reason
     for (int i = 0; i < sk_nRejects; ++i) {
@@ -152,7 +158,7 @@ static void addDisparity(HtmlPage& rPage, const StereoResult& rResult, const Col
 
 // ---- the rest ----
 
-static void addRectified(HtmlPage& rPage, const StereoResult& rResult)
+void addRectified(HtmlPage& rPage, const StereoResult& rResult)
 {
     rPage.heading("Rectified images");
     const cv::Mat1b& rRight = rResult.m_rectified.at(KestrovaCamRight);
@@ -176,7 +182,7 @@ static void addRectified(HtmlPage& rPage, const StereoResult& rResult)
     }
 }
 
-static void addTimes(HtmlPage& rPage, const StereoResult& rResult)
+void addTimes(HtmlPage& rPage, const StereoResult& rResult)
 {
     double dLongest = 1e-9;
     for (const StageTime& rTime : rResult.m_times) {
@@ -193,7 +199,7 @@ static void addTimes(HtmlPage& rPage, const StereoResult& rResult)
     rPage.html(rows + "</table></div>\n");
 }
 
-static void addSettings(HtmlPage& rPage, const StereoResult& rResult, const std::string& rSettings)
+void addSettings(HtmlPage& rPage, const StereoResult& rResult, const std::string& rSettings)
 {
     const Optics& rOptics = rResult.m_optics;
     const cv::Size size = rResult.m_map16.m_pixels.size();
@@ -223,7 +229,7 @@ static void addSettings(HtmlPage& rPage, const StereoResult& rResult, const std:
     rPage.html("</details>\n");
 }
 
-static std::vector<Fact> factsOf(const StereoResult& rResult)
+std::vector<Fact> factsOf(const StereoResult& rResult)
 {
     const double dFound = 100.0 * rResult.m_map16.count()[0] / static_cast<double>(rResult.m_map16.m_pixels.total());
     std::vector<Fact> facts{{line("%.1f %%", dFound), "of the pixels have a disparity"},
@@ -244,6 +250,8 @@ static std::vector<Fact> factsOf(const StereoResult& rResult)
     }
     return facts;
 }
+
+} // namespace
 
 void writeRunPage(const std::filesystem::path& rFile, const StereoResult& rResult, const std::string& rTitle,
                   const std::string& rSettings)

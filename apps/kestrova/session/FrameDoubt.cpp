@@ -11,15 +11,19 @@
 
 namespace kestrova::app {
 
-static cv::Mat1b upright(const cv::Mat1b& rImage, KestrovaCamera eOther)
+namespace {
+
+cv::Mat1b upright(const cv::Mat1b& rImage, KestrovaCamera eOther)
 {
     return eOther == KestrovaCamTop ? cv::Mat1b(rImage.t()) : rImage;
 }
 
-static std::string pairOptions(KestrovaCamera eOther)
+std::string pairOptions(KestrovaCamera eOther)
 {
     return std::string("--right and --") + cameraName(eOther);
 }
+
+} // namespace
 
 Details detailsOf(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther,
                   const cv::Mat1b& rRightRegion)
@@ -54,13 +58,15 @@ std::string swappedText(KestrovaCamera eOther)
 
 // ---- range ----
 
-static double scaleOf(const StereoSession& rSession)
+namespace {
+
+double scaleOf(const StereoSession& rSession)
 {
     const Optics optics = rSession.optics();
     return static_cast<double>(optics.m_fFocal) * optics.m_fBaseline;
 }
 
-static std::string insteadOf(const StereoSession& rSession, const std::vector<double>& rSubject)
+std::string insteadOf(const StereoSession& rSession, const std::vector<double>& rSubject)
 {
     const cv::Size canvas = rSession.canvas();
     const bool bRows = rSession.configuration() != KestrovaCfg2CameraHorizontal;
@@ -69,7 +75,7 @@ static std::string insteadOf(const StereoSession& rSession, const std::vector<do
 }
 
 // Details are looked for far outside the range too.
-static std::string rangeDoubt(const StereoSession& rSession, std::vector<double> disparities)
+std::string rangeDoubt(const StereoSession& rSession, std::vector<double> disparities)
 {
     const cv::Vec2i range = rSession.disparityRange();
     std::erase_if(disparities, [](double dDisparity) { return dDisparity < 0.0; });
@@ -91,7 +97,7 @@ static std::string rangeDoubt(const StereoSession& rSession, std::vector<double>
 }
 
 // Where surfaces go on beyond an end, what was found crowds there.
-static std::string crowdDoubt(const StereoSession& rSession, const DisparityMap& rMap)
+std::string crowdDoubt(const StereoSession& rSession, const DisparityMap& rMap)
 {
     const cv::Vec2i range = rSession.disparityRange();
     const double dBand = std::max(2.0, 0.04 * (range[1] - range[0]));
@@ -120,7 +126,7 @@ static std::string crowdDoubt(const StereoSession& rSession, const DisparityMap&
 
 // ---- texture, shape ----
 
-static bool isPlain(const cv::Mat1b& rImage)
+bool isPlain(const cv::Mat1b& rImage)
 {
     cv::Mat1f image, fine, coarse;
     rImage.convertTo(image, CV_32F);
@@ -129,6 +135,8 @@ static bool isPlain(const cv::Mat1b& rImage)
     const cv::Mat strong = cv::abs(fine - coarse) > 2.0;
     return cv::countNonZero(strong) < 0.02 * static_cast<double>(strong.total());
 }
+
+} // namespace
 
 // A calibration holds the shape of its frames: pixels are square, and the maps go in shares of columns and rows.
 std::string shapeDoubt(const StereoSession& rSession, cv::Size raw)
@@ -145,8 +153,10 @@ std::string shapeDoubt(const StereoSession& rSession, cv::Size raw)
 
 // ---- raw frames ----
 
+namespace {
+
 // Details of the raw frames, looked for many rows apart, in pixels of the frames.
-static Details rawDetails(const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther)
+Details rawDetails(const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther)
 {
     const auto small = [&](KestrovaCamera eCamera) {
         const cv::Mat1b& rFrame = rFrames.at(eCamera);
@@ -172,8 +182,8 @@ static Details rawDetails(const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eO
 }
 
 // By how many rows the rectified details differ, if the frames were that share of the ones calibrated with.
-static std::vector<double> rowsAtShare(const StereoSession& rSession, const Details& rDetails, KestrovaCamera eOther,
-                                       cv::Size raw, double dShare)
+std::vector<double> rowsAtShare(const StereoSession& rSession, const Details& rDetails, KestrovaCamera eOther,
+                                cv::Size raw, double dShare)
 {
     const cv::Point2d middle((raw.width - 1) / 2.0, (raw.height - 1) / 2.0);
     std::vector<double> rows;
@@ -186,7 +196,7 @@ static std::vector<double> rowsAtShare(const StereoSession& rSession, const Deta
     return rows;
 }
 
-static double usualOf(std::vector<double> rows)
+double usualOf(std::vector<double> rows)
 {
     for (double& rRow : rows) {
         rRow = std::abs(rRow);
@@ -195,7 +205,7 @@ static double usualOf(std::vector<double> rows)
 }
 
 // What is left of the rows if the other frame is only shifted across the disparity.
-static double usualIfShifted(const StereoSession& rSession, Details details, KestrovaCamera eOther, cv::Size raw)
+double usualIfShifted(const StereoSession& rSession, Details details, KestrovaCamera eOther, cv::Size raw)
 {
     for (int nRound = 0; nRound < 4; ++nRound) {
         const double dShift = medianOf(rowsAtShare(rSession, details, eOther, raw, 1.0));
@@ -207,7 +217,7 @@ static double usualIfShifted(const StereoSession& rSession, Details details, Kes
 }
 
 // A shift of all rows looks much like a scale; what explains the rows better is said.
-static std::string cutDoubt(const StereoSession& rSession, const Details& rDetails, KestrovaCamera eOther, cv::Size raw)
+std::string cutDoubt(const StereoSession& rSession, const Details& rDetails, KestrovaCamera eOther, cv::Size raw)
 {
     const double dNow = usualOf(rowsAtShare(rSession, rDetails, eOther, raw, 1.0));
     const double dShifted = usualIfShifted(rSession, rDetails, eOther, raw);
@@ -229,7 +239,7 @@ static std::string cutDoubt(const StereoSession& rSession, const Details& rDetai
 }
 
 // Rows that differ evenly over the image are those of two cameras that have moved; rows at random are of nothing.
-static std::optional<double> evenRows(const Details& rDetails, const std::vector<double>& rRows)
+std::optional<double> evenRows(const Details& rDetails, const std::vector<double>& rRows)
 {
     cv::Mat1d A(static_cast<int>(rRows.size()), 3);
     cv::Mat1d b(static_cast<int>(rRows.size()), 1);
@@ -258,14 +268,14 @@ static std::optional<double> evenRows(const Details& rDetails, const std::vector
     return usualOf(rRows);
 }
 
-static std::string movedText(KestrovaCamera eOther, double dRows)
+std::string movedText(KestrovaCamera eOther, double dRows)
 {
     return line("%s: the %ss of the rectified frames are %.1f px apart: the cameras were moved or refocused since they "
                 "were calibrated, or these are other cameras; calibrate again",
                 pairOptions(eOther).c_str(), eOther == KestrovaCamTop ? "column" : "row", dRows);
 }
 
-static FrameDoubt doubtOfRaw(StereoSession& rSession, const FrameFacts& rFacts, KestrovaCamera eOther)
+FrameDoubt doubtOfRaw(StereoSession& rSession, const FrameFacts& rFacts, KestrovaCamera eOther)
 {
     const cv::Size raw = rFacts.m_frames.at(KestrovaCamRight).size();
     const Details details = rawDetails(rFacts.m_frames, eOther);
@@ -292,7 +302,7 @@ static FrameDoubt doubtOfRaw(StereoSession& rSession, const FrameFacts& rFacts, 
 
 // ---- all together ----
 
-static FrameDoubt doubtOfPair(StereoSession& rSession, const FrameFacts& rFacts, KestrovaCamera eOther)
+FrameDoubt doubtOfPair(StereoSession& rSession, const FrameFacts& rFacts, KestrovaCamera eOther)
 {
     const cv::Mat1b& rRegion = rFacts.m_regions.at(KestrovaCamRight);
     const PairCheck check = judgeDetails(detailsOf(rSession, rFacts.m_frames, eOther, rRegion));
@@ -327,6 +337,8 @@ static FrameDoubt doubtOfPair(StereoSession& rSession, const FrameFacts& rFacts,
     }
     return rSession.rawShape() ? doubtOfRaw(rSession, rFacts, eOther) : FrameDoubt{};
 }
+
+} // namespace
 
 FrameDoubt doubtOf(StereoSession& rSession, const FrameFacts& rFacts)
 {

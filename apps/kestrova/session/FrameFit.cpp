@@ -9,10 +9,14 @@
 
 namespace kestrova::app {
 
-static bool isFourByThree(cv::Size size)
+namespace {
+
+bool isFourByThree(cv::Size size)
 {
     return size.height * 4 == size.width * 3;
 }
+
+} // namespace
 
 FrameFit planFrameFit(cv::Size frame, std::optional<cv::Size> wish)
 {

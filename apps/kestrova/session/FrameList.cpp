@@ -18,14 +18,16 @@ namespace fs = std::filesystem;
 
 // ---- names ----
 
-static bool allDiffer(const std::vector<FrameNames>& rFrames)
+namespace {
+
+bool allDiffer(const std::vector<FrameNames>& rFrames)
 {
     std::set<std::string> names;
     return std::all_of(rFrames.begin(), rFrames.end(), [&](const auto& r) { return names.insert(r.m_name).second; });
 }
 
 // Outputs bear these names, so they are settled for all frames before any shard is taken.
-static void nameFrames(std::vector<FrameNames>& rFrames)
+void nameFrames(std::vector<FrameNames>& rFrames)
 {
     const auto right = [](const FrameNames& r) { return r.m_files.at(KestrovaCamRight); };
     for (FrameNames& rFrame : rFrames) {
@@ -54,13 +56,13 @@ static void nameFrames(std::vector<FrameNames>& rFrames)
 
 // ---- patterns ----
 
-static std::string option(KestrovaCamera eCamera)
+std::string option(KestrovaCamera eCamera)
 {
     return std::string("--") + cameraName(eCamera);
 }
 
 // The last number in a name, without leading zeros: of frame_0012_right it is 12.
-static std::string numberOf(const fs::path& rFile)
+std::string numberOf(const fs::path& rFile)
 {
     const std::string stem = rFile.stem().string();
     const std::size_t nEnd = stem.find_last_of("0123456789");
@@ -73,7 +75,7 @@ static std::string numberOf(const fs::path& rFile)
 }
 
 // The first place where two lists of files part company by their numbers.
-static std::size_t firstDifference(const std::vector<fs::path>& rFirst, const std::vector<fs::path>& rSecond)
+std::size_t firstDifference(const std::vector<fs::path>& rFirst, const std::vector<fs::path>& rSecond)
 {
     const std::size_t nBoth = std::min(rFirst.size(), rSecond.size());
     for (std::size_t n = 0; n < nBoth; ++n) {
@@ -84,7 +86,7 @@ static std::size_t firstDifference(const std::vector<fs::path>& rFirst, const st
     return nBoth;
 }
 
-static void checkCounts(const std::vector<fs::path>& rRight, KestrovaCamera eOther, const std::vector<fs::path>& rOther)
+void checkCounts(const std::vector<fs::path>& rRight, KestrovaCamera eOther, const std::vector<fs::path>& rOther)
 {
     if (rRight.size() == rOther.size()) {
         return;
@@ -97,6 +99,8 @@ static void checkCounts(const std::vector<fs::path>& rRight, KestrovaCamera eOth
                        rMore[nAt].string() + " is the first without a partner; each frame needs a file of every camera",
                    ExitStatus::Content);
 }
+
+} // namespace
 
 FrameList pairByOrder(const PerCamera<std::string>& rPatterns)
 {
@@ -122,7 +126,9 @@ FrameList pairByOrder(const PerCamera<std::string>& rPatterns)
 
 // ---- lists ----
 
-static PerCamera<fs::path> readLine(const std::string& rText, const fs::path& rFolder, const std::string& rOrigin)
+namespace {
+
+PerCamera<fs::path> readLine(const std::string& rText, const fs::path& rFolder, const std::string& rOrigin)
 {
     const std::array<KestrovaCamera, 3> aeOrder{KestrovaCamRight, KestrovaCamLeft, KestrovaCamTop};
     PerCamera<fs::path> files;
@@ -143,6 +149,8 @@ static PerCamera<fs::path> readLine(const std::string& rText, const fs::path& rF
     }
     return files;
 }
+
+} // namespace
 
 FrameList readFrameList(const fs::path& rFile)
 {

@@ -39,8 +39,10 @@ Frames FrameReader::readFiles(const FrameNames& rNames)
     return frames;
 }
 
+namespace {
+
 template<typename Change>
-static void changeImages(Frames& rFrames, const Change& rChange)
+void changeImages(Frames& rFrames, const Change& rChange)
 {
     for (auto& [eCamera, rFrame] : rFrames.m_grey) {
         rFrame = rChange(rFrame);
@@ -49,6 +51,8 @@ static void changeImages(Frames& rFrames, const Change& rChange)
         rFrames.m_colour = rChange(rFrames.m_colour);
     }
 }
+
+} // namespace
 
 void FrameReader::bringToSize(const FrameNames& rNames, Frames& rFrames)
 {

@@ -11,13 +11,14 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nPatch = 17;
-static constexpr double sk_dAlike = 0.92; // correlation of patches at their final places
+namespace {
+
+constexpr int sk_nPatch = 17;
+constexpr double sk_dAlike = 0.92; // correlation of patches at their final places
 
 // Place in the other image to a few hundredths of a pixel, by least squares over a patch whose mean is taken off, so
 // that unlike brightness does not pull. Nothing when it wanders off.
-static std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv::Mat1f& rOther,
-                                               const FoundDetail& rDetail)
+std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv::Mat1f& rOther, const FoundDetail& rDetail)
 {
     const cv::Size size(sk_nPatch, sk_nPatch);
     cv::Mat1f wanted;
@@ -46,11 +47,13 @@ static std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv
     return cv::norm(at - cv::Point2d(rDetail.m_left)) < 1.5 && dAlike > sk_dAlike ? std::optional(at) : std::nullopt;
 }
 
-static double patchMean(const cv::Mat1b& rImage, cv::Point at)
+double patchMean(const cv::Mat1b& rImage, cv::Point at)
 {
     const cv::Rect patch(at.x - sk_nPatch / 2, at.y - sk_nPatch / 2, sk_nPatch, sk_nPatch);
     return cv::mean(rImage(patch & cv::Rect({0, 0}, rImage.size())))[0];
 }
+
+} // namespace
 
 Details findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::Mat1b& rMask, std::optional<int> rows)
 {

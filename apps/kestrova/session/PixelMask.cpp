@@ -9,7 +9,11 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 const char* rejectName(Reject eReject)
 {
@@ -33,8 +37,10 @@ std::array<int, sk_nRejects> DisparityMap::count() const
     return anCount;
 }
 
+namespace {
+
 template<typename Value, typename Meaning>
-static DisparityMap readDisparity(const cv::Mat_<Value>& rImage, const Meaning& rMeaning)
+DisparityMap readDisparity(const cv::Mat_<Value>& rImage, const Meaning& rMeaning)
 {
     DisparityMap map{cv::Mat1f(rImage.size(), sk_fUnknown), cv::Mat1b(rImage.size(), uchar(0))};
     for (int nRow = 0; nRow < rImage.rows; ++nRow) {
@@ -48,6 +54,8 @@ static DisparityMap readDisparity(const cv::Mat_<Value>& rImage, const Meaning& 
     }
     return map;
 }
+
+} // namespace
 
 DisparityMap readDisparity16(const cv::Mat1w& rImage, int nOffset, const RejectCodes& rCodes)
 {
@@ -82,9 +90,11 @@ cv::Mat1b regionInsideRaw(cv::Size canvas, cv::Size raw, const RawPosition& rRaw
     return region;
 }
 
+namespace {
+
 // Shrinks a region to the pixels whose whole window is in it. The rim of the image is no edge of the region: what the
 // correlator does there is its own affair.
-static cv::Mat1b wholeWindows(const cv::Mat1b& rRegion, int nReach)
+cv::Mat1b wholeWindows(const cv::Mat1b& rRegion, int nReach)
 {
     cv::Mat1b shrunk;
     const int nSide = 2 * nReach + 1;
@@ -93,7 +103,7 @@ static cv::Mat1b wholeWindows(const cv::Mat1b& rRegion, int nReach)
 }
 
 // Where a pixel of the right image stands in a camera's image, by its disparity.
-static cv::Point placeIn(KestrovaCamera eCamera, cv::Point pixel, float fDisparity)
+cv::Point placeIn(KestrovaCamera eCamera, cv::Point pixel, float fDisparity)
 {
     if (eCamera == KestrovaCamRight) {
         return pixel;
@@ -101,6 +111,8 @@ static cv::Point placeIn(KestrovaCamera eCamera, cv::Point pixel, float fDispari
     const int nShift = static_cast<int>(std::lround(fDisparity));
     return pixel + (eCamera == KestrovaCamTop ? cv::Point(0, nShift) : cv::Point(nShift, 0));
 }
+
+} // namespace
 
 void rejectOutside(DisparityMap& rMap, const PerCamera<cv::Mat1b>& rRegions, int nReach)
 {

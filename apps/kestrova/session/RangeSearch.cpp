@@ -10,10 +10,12 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nOverlap = 24; // of stretches: a match on the rim of one is no result
-static constexpr int sk_nStep = 2;     // of rows and columns that are looked at
-static constexpr int sk_nHalf = 5;     // of the patch that must look alike
-static constexpr double sk_dAlike = 0.85;
+namespace {
+
+constexpr int sk_nOverlap = 24; // of stretches: a match on the rim of one is no result
+constexpr int sk_nStep = 2;     // of rows and columns that are looked at
+constexpr int sk_nHalf = 5;     // of the patch that must look alike
+constexpr double sk_dAlike = 0.85;
 
 // Range, threads and way back of a session, put back at the end.
 class KeptSettings
@@ -41,7 +43,7 @@ private:
 };
 
 // Correlation of the patches around a pixel and around its match; -1 where one leaves the images.
-static double alike(const cv::Mat1b& rRight, const cv::Mat1b& rOther, cv::Point right, cv::Point other)
+double alike(const cv::Mat1b& rRight, const cv::Mat1b& rOther, cv::Point right, cv::Point other)
 {
     const cv::Size size(2 * sk_nHalf + 1, 2 * sk_nHalf + 1);
     const cv::Rect image({0, 0}, rRight.size());
@@ -54,6 +56,8 @@ static double alike(const cv::Mat1b& rRight, const cv::Mat1b& rOther, cv::Point 
     cv::matchTemplate(rOther(b), rRight(a), result, cv::TM_CCOEFF_NORMED);
     return static_cast<double>(result(0, 0));
 }
+
+} // namespace
 
 void RangeSearch::addStretch(cv::Vec2i stretch, const PerCamera<cv::Mat1b>& rImages,
                              const PerCamera<cv::Mat1b>& rRegions, cv::Mat1f& rBest, cv::Mat1f& rDisparity)

@@ -9,12 +9,14 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nHalf = 8;        // of the patch that is looked for
-static constexpr double sk_dAlike = 0.85; // correlation from which a find counts
-static constexpr double sk_dLead = 0.1;   // by which it must be better than any other place
+namespace {
+
+constexpr int sk_nHalf = 8;        // of the patch that is looked for
+constexpr double sk_dAlike = 0.85; // correlation from which a find counts
+constexpr double sk_dLead = 0.1;   // by which it must be better than any other place
 
 // Another place, not next to the best one, that looks nearly as good: a pattern that repeats.
-static bool hasRival(const cv::Mat1f& rAlike, cv::Point best, double dBest)
+bool hasRival(const cv::Mat1f& rAlike, cv::Point best, double dBest)
 {
     cv::Mat1f others = rAlike.clone();
     others(cv::Rect(best.x - 4, best.y - 4, 9, 9) & cv::Rect({0, 0}, others.size())).setTo(-1.0f);
@@ -24,8 +26,8 @@ static bool hasRival(const cv::Mat1f& rAlike, cv::Point best, double dBest)
 }
 
 // One detail, or nothing where it is not found with certainty.
-static std::optional<FoundDetail> findDetail(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, cv::Point at,
-                                             const SearchReach& rReach)
+std::optional<FoundDetail> findDetail(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, cv::Point at,
+                                      const SearchReach& rReach)
 {
     const cv::Rect patch(at.x - sk_nHalf, at.y - sk_nHalf, 2 * sk_nHalf + 1, 2 * sk_nHalf + 1);
     const cv::Rect wanted(patch.x + rReach.m_nFirstColumn, patch.y - rReach.m_nRows,
@@ -53,6 +55,8 @@ static std::optional<FoundDetail> findDetail(const cv::Mat1b& rRight, const cv::
     const double dRows = best.y - rReach.m_nRows + (dBend < 0.0 ? 0.5 * (dAbove - dBelow) / dBend : 0.0);
     return FoundDetail{at, search.tl() + best + cv::Point(sk_nHalf, sk_nHalf), dRows};
 }
+
+} // namespace
 
 std::vector<FoundDetail> findCorners(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
                                      const cv::Mat1b& rMask)

@@ -5,12 +5,16 @@
 
 namespace kestrova::app {
 
-static void check(KestrovaError error, const char* pszWhat)
+namespace {
+
+void check(KestrovaError error, const char* pszWhat)
 {
     if (error != KestrovaErrorOk) {
         throw AppError(std::string(pszWhat) + ": " + kestrovaErrorToString(error));
     }
 }
+
+} // namespace
 
 StereoSession::StereoSession(const std::filesystem::path& rCalibration) : m_file(rCalibration.string())
 {
@@ -121,10 +125,14 @@ const OutlineCamera& StereoSession::outlineCamera(KestrovaCamera eCamera) const
     return *pCamera;
 }
 
-static int channelOf(const OutlineCamera& rCamera)
+namespace {
+
+int channelOf(const OutlineCamera& rCamera)
 {
     return rCamera.m_channel == "RED" ? 0 : rCamera.m_channel == "GREEN" ? 1 : 2;
 }
+
+} // namespace
 
 void StereoSession::preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eForm)
 {
