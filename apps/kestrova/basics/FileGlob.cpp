@@ -56,6 +56,18 @@ bool naturalLess(const std::string& rFirst, const std::string& rSecond)
     return rFirst < rSecond; // 01 and 1: some order, always the same
 }
 
+std::string lastNumberIn(const fs::path& rFile)
+{
+    const std::string stem = rFile.stem().string();
+    const std::size_t uEnd = stem.find_last_of("0123456789");
+    if (uEnd == std::string::npos) {
+        return {};
+    }
+    const std::size_t uBefore = stem.find_last_not_of("0123456789", uEnd);
+    const std::string digits = stem.substr(uBefore + 1, uEnd - uBefore);
+    return digits.substr(std::min(digits.find_first_not_of('0'), digits.size() - 1));
+}
+
 bool isPattern(const std::string& rText)
 {
     std::error_code error;

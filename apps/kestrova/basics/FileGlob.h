@@ -19,4 +19,10 @@ std::vector<std::filesystem::path> expandGlob(const std::string& rPattern, const
 /** Whether a name comes before another: runs of digits compare as numbers, all else byte by byte. */
 bool naturalLess(const std::string& rFirst, const std::string& rSecond);
 
+/**
+ * The last number in a file's name, its ending left away, without leading zeros; empty when there is none. It says
+ * which instant a file is of: of left05.jpg it is 5, of frame_0012_right.png 12.
+ */
+std::string lastNumberIn(const std::filesystem::path& rFile);
+
 } // namespace kestrova::app

@@ -3,6 +3,7 @@
 #include "basics/AppError.h"
 #include "basics/FileGlob.h"
 #include "basics/Line.h"
+#include "session/FrameList.h"
 
 #include <algorithm>
 #include <set>
@@ -13,50 +14,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-// The number that begins there, without its leading zeros.
-std::string numberAt(const std::string& rText, std::size_t uBegin)
-{
-    std::size_t uEnd = uBegin;
-    while (uEnd < rText.size() && isDigit(rText[uEnd])) {
-        ++uEnd;
-    }
-    while (uBegin + 1 < uEnd && rText[uBegin] == '0') {
-        ++uBegin;
-    }
-    return rText.substr(uBegin, uEnd - uBegin);
-}
-
-std::string option(KestrovaCamera eCamera)
-{
-    return std::string("--") + cameraName(eCamera);
-}
-
 std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& rPattern)
 {
     std::error_code ignored;
     if (fs::is_directory(rPattern, ignored)) {
-        throw AppError(option(eCamera) + ": " + rPattern + " is a folder; give its photos, as in '" +
+        throw AppError(cameraOption(eCamera) + ": " + rPattern + " is a folder; give its photos, as in '" +
                            (fs::path(rPattern) / "*.png").string() + "'",
                        ExitStatus::File);
     }
-    return expandGlob(rPattern, option(eCamera));
-}
-
-// The last number of a name says which instant it is of: left05.jpg, cam1_right_0005.png.
-std::string instantOf(const fs::path& rFile)
-{
-    const std::string name = rFile.stem().string();
-    const std::size_t uLast = name.find_last_of("0123456789");
-    if (uLast == std::string::npos) {
-        return {};
-    }
-    const std::size_t uBefore = name.find_last_not_of("0123456789", uLast);
-    return numberAt(name, uBefore == std::string::npos ? 0 : uBefore + 1);
+    return expandGlob(rPattern, cameraOption(eCamera));
 }
 
 using FilesOfCameras = PerCamera<std::vector<fs::path>>;
@@ -66,10 +32,10 @@ std::string lonely(const std::vector<fs::path>& rMany, const std::vector<fs::pat
 {
     std::set<std::string> known;
     for (const fs::path& rFile : rFew) {
-        known.insert(instantOf(rFile));
+        known.insert(lastNumberIn(rFile));
     }
     for (const fs::path& rFile : rMany) {
-        if (!known.contains(instantOf(rFile))) {
+        if (!known.contains(lastNumberIn(rFile))) {
             return "; " + rFile.filename().string() + " has no partner";
         }
     }
@@ -83,7 +49,7 @@ void checkCounts(const FilesOfCameras& rFiles)
         if (rOthers.size() != rRight.size()) {
             const bool bMore = rOthers.size() > rRight.size();
             throw AppError(line("%s has %zu photos and --right %zu; they are paired by order, so each needs a partner",
-                                option(eCamera).c_str(), rOthers.size(), rRight.size()) +
+                                cameraOption(eCamera).c_str(), rOthers.size(), rRight.size()) +
                                lonely(bMore ? rOthers : rRight, bMore ? rRight : rOthers),
                            ExitStatus::Content);
         }
@@ -98,11 +64,11 @@ void checkSet(const PhotoSet& rSet, bool bAnyNames)
             continue;
         }
         if (fs::equivalent(rRight, rFile)) {
-            throw AppError(rFile.string() + ": stands behind both --right and " + option(eCamera) +
+            throw AppError(rFile.string() + ": stands behind both --right and " + cameraOption(eCamera) +
                                "; give each camera its own photos",
                            ExitStatus::Content);
         }
-        if (!bAnyNames && instantOf(rRight) != instantOf(rFile)) {
+        if (!bAnyNames && lastNumberIn(rRight) != lastNumberIn(rFile)) {
             throw AppError(
                 rRight.filename().string() + " would be paired with " + rFile.filename().string() +
                     ", but their numbers differ; remove what has no partner, or say --any-names if the order "

@@ -16,6 +16,11 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
+std::string cameraOption(KestrovaCamera eCamera)
+{
+    return std::string("--") + cameraName(eCamera);
+}
+
 // ---- names ----
 
 namespace {
@@ -56,30 +61,12 @@ void nameFrames(std::vector<FrameNames>& rFrames)
 
 // ---- patterns ----
 
-std::string option(KestrovaCamera eCamera)
-{
-    return std::string("--") + cameraName(eCamera);
-}
-
-// The last number in a name, without leading zeros: of frame_0012_right it is 12.
-std::string numberOf(const fs::path& rFile)
-{
-    const std::string stem = rFile.stem().string();
-    const std::size_t nEnd = stem.find_last_of("0123456789");
-    if (nEnd == std::string::npos) {
-        return {};
-    }
-    const std::size_t nBefore = stem.find_last_not_of("0123456789", nEnd);
-    const std::string digits = stem.substr(nBefore + 1, nEnd - nBefore);
-    return digits.substr(std::min(digits.find_first_not_of('0'), digits.size() - 1));
-}
-
 // The first place where two lists of files part company by their numbers.
 std::size_t firstDifference(const std::vector<fs::path>& rFirst, const std::vector<fs::path>& rSecond)
 {
     const std::size_t nBoth = std::min(rFirst.size(), rSecond.size());
     for (std::size_t n = 0; n < nBoth; ++n) {
-        if (numberOf(rFirst[n]) != numberOf(rSecond[n])) {
+        if (lastNumberIn(rFirst[n]) != lastNumberIn(rSecond[n])) {
             return n;
         }
     }
@@ -94,8 +81,8 @@ void checkCounts(const std::vector<fs::path>& rRight, KestrovaCamera eOther, con
     const bool bRightMore = rRight.size() > rOther.size();
     const std::vector<fs::path>& rMore = bRightMore ? rRight : rOther;
     const std::size_t nAt = firstDifference(rRight, rOther);
-    throw AppError(line("%s gives %zu file%s, %s %zu: ", option(KestrovaCamRight).c_str(), rRight.size(),
-                        rRight.size() == 1 ? "" : "s", option(eOther).c_str(), rOther.size()) +
+    throw AppError(line("%s gives %zu file%s, %s %zu: ", cameraOption(KestrovaCamRight).c_str(), rRight.size(),
+                        rRight.size() == 1 ? "" : "s", cameraOption(eOther).c_str(), rOther.size()) +
                        rMore[nAt].string() + " is the first without a partner; each frame needs a file of every camera",
                    ExitStatus::Content);
 }
@@ -106,7 +93,7 @@ FrameList pairByOrder(const PerCamera<std::string>& rPatterns)
 {
     PerCamera<std::vector<fs::path>> files;
     for (const auto& [eCamera, rPattern] : rPatterns) {
-        files[eCamera] = expandGlob(rPattern, option(eCamera));
+        files[eCamera] = expandGlob(rPattern, cameraOption(eCamera));
     }
     const std::vector<fs::path>& rRight = files.at(KestrovaCamRight);
     FrameList list{std::vector<FrameNames>(rRight.size())};

@@ -8,6 +8,9 @@
 
 namespace kestrova::app {
 
+/** The option that names the files of a camera, such as --right. */
+std::string cameraOption(KestrovaCamera eCamera);
+
 struct FrameNames
 {
     std::string m_name; // of the right file without folder and ending, more of it where two would be alike
