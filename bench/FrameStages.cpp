@@ -33,7 +33,7 @@ using kestrova::StereoContext;
 class Steps
 {
 public:
-    explicit Steps(StereoContext& r) : m_r(r)
+    explicit Steps(StereoContext& r) : m_rContext(r)
     {
         m_anCameras = {kestrova::getCameraIndex(KestrovaCamRight, &r), kestrova::getCameraIndex(KestrovaCamLeft, &r)};
     }
@@ -43,19 +43,20 @@ public:
         std::array<kestrova::Image<unsigned char>*, 3> apPlanes{};
         std::array<bool, 3> abNeeded{};
         for (const int nCamera : m_anCameras) {
-            const auto nChannel = static_cast<std::size_t>(m_r.m_anChannelOfCamera[static_cast<std::size_t>(nCamera)]);
-            apPlanes[nChannel] = &m_r.m_rawImages[nCamera];
+            const auto nChannel =
+                static_cast<std::size_t>(m_rContext.m_anChannelOfCamera[static_cast<std::size_t>(nCamera)]);
+            apPlanes[nChannel] = &m_rContext.m_rawImages[nCamera];
             abNeeded[nChannel] = true;
         }
-        kestrova::unpack32Bit(abNeeded.data(), apPlanes.data(), m_r.m_packedInputImage);
+        kestrova::unpack32Bit(abNeeded.data(), apPlanes.data(), m_rContext.m_packedInputImage);
     }
 
     void rectify(unsigned uMask)
     {
         for (const int nCamera : m_anCameras) {
             const bool bDone = kestrova::lowpassRectify(
-                m_r.m_rectifiedImages[nCamera], *m_r.m_apCameras[static_cast<std::size_t>(nCamera)],
-                m_r.m_rawImages[nCamera], {uMask, uMask, 0, 0, m_r.m_eKernelType, m_r.m_nKernelSize});
+                m_rContext.m_rectifiedImages[nCamera], *m_rContext.m_apCameras[static_cast<std::size_t>(nCamera)],
+                m_rContext.m_rawImages[nCamera], {uMask, uMask, 0, 0, m_rContext.m_eKernelType, m_rContext.m_nKernelSize});
             check(bDone ? KestrovaErrorOk : KestrovaErrorSystem, "lowpassRectify");
         }
     }
@@ -63,22 +64,23 @@ public:
     void filter()
     {
         for (const int nCamera : m_anCameras) {
-            kestrova::edgeImage(m_r.m_edgeImages[nCamera], m_r.m_rectifiedImages[nCamera], m_r.m_nEdgeMaskSize);
+            kestrova::edgeImage(m_rContext.m_edgeImages[nCamera], m_rContext.m_rectifiedImages[nCamera],
+                                m_rContext.m_nEdgeMaskSize);
         }
     }
 
     void correlate()
     {
-        const kestrova::Image<unsigned char> aPair[] = {m_r.m_edgeImages[m_anCameras[0]],
-                                                        m_r.m_edgeImages[m_anCameras[1]]};
-        kestrova::twoCameraStereo(m_r, {0, 0, m_r.m_nRows, m_r.m_nCols}, aPair);
+        const kestrova::Image<unsigned char> aPair[] = {m_rContext.m_edgeImages[m_anCameras[0]],
+                                                        m_rContext.m_edgeImages[m_anCameras[1]]};
+        kestrova::twoCameraStereo(m_rContext, {0, 0, m_rContext.m_nRows, m_rContext.m_nCols}, aPair);
     }
 
-    void clear() { kestrova::clearDisparityImages(m_r); }
-    void validate() { kestrova::validateSurfaces(&m_r); }
+    void clear() { kestrova::clearDisparityImages(m_rContext); }
+    void validate() { kestrova::validateSurfaces(&m_rContext); }
 
 private:
-    StereoContext& m_r;
+    StereoContext& m_rContext;
     std::array<int, 2> m_anCameras{};
 };
 

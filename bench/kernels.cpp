@@ -13,8 +13,8 @@ constexpr int sk_nPixels = 640;
 
 struct Rows
 {
-    std::vector<std::uint8_t> m_a = std::vector<std::uint8_t>(sk_nPixels + 32, 37);
-    std::vector<std::uint8_t> m_b = std::vector<std::uint8_t>(sk_nPixels + 32, 101);
+    std::vector<std::uint8_t> m_first = std::vector<std::uint8_t>(sk_nPixels + 32, 37);
+    std::vector<std::uint8_t> m_second = std::vector<std::uint8_t>(sk_nPixels + 32, 101);
     std::vector<std::uint8_t> m_out8 = std::vector<std::uint8_t>(sk_nPixels + 32);
     std::vector<std::uint16_t> m_scores = std::vector<std::uint16_t>(sk_nPixels + 32, 900);
     std::vector<std::uint16_t> m_best = std::vector<std::uint16_t>(sk_nPixels + 32, 1000);
@@ -38,11 +38,11 @@ void addForm(const kestrova::KernelForm* pForm)
 {
     const char* pszName = pForm->m_pszName;
     add(pszName, "abs_diff",
-        [=](Rows& r) { pForm->abs_diff(r.m_out8.data(), r.m_a.data(), r.m_b.data(), sk_nPixels); });
+        [=](Rows& r) { pForm->abs_diff(r.m_out8.data(), r.m_first.data(), r.m_second.data(), sk_nPixels); });
     add(pszName, "acc_abs_diff",
-        [=](Rows& r) { pForm->acc_abs_diff(r.m_out8.data(), r.m_a.data(), r.m_b.data(), sk_nPixels); });
+        [=](Rows& r) { pForm->acc_abs_diff(r.m_out8.data(), r.m_first.data(), r.m_second.data(), sk_nPixels); });
     add(pszName, "box_add_sub16",
-        [=](Rows& r) { pForm->box_add_sub16(r.m_out16.data(), 0, r.m_a.data(), r.m_b.data(), sk_nPixels); });
+        [=](Rows& r) { pForm->box_add_sub16(r.m_out16.data(), 0, r.m_first.data(), r.m_second.data(), sk_nPixels); });
     add(pszName, "stereo_min",
         [=](Rows& r) { pForm->stereo_min(r.m_best.data(), r.m_out8.data(), r.m_scores.data(), 5, sk_nPixels); });
     add(pszName, "row_pack_op",

@@ -14,8 +14,8 @@ namespace kestrova::app {
 inline BoardPose seenFrom(const MountedCamera& rCamera, const BoardPose& rPose)
 {
     cv::Vec3d turn;
-    cv::Rodrigues(rCamera.m_R.t() * turnMatrix(rPose.m_turn), turn);
-    return {turn, rCamera.m_R.t() * (rPose.m_place - rCamera.m_T)};
+    cv::Rodrigues(rCamera.m_rotation.t() * turnMatrix(rPose.m_turn), turn);
+    return {turn, rCamera.m_rotation.t() * (rPose.m_place - rCamera.m_translation)};
 }
 
 // Pixels of points of the board, in squares from its first corner; none when one is beside or behind the camera.
@@ -25,8 +25,9 @@ inline Points boardPixels(const MountedCamera& rCamera, const BoardPose& rPose, 
     Points rays;
     for (const cv::Point2d& rPoint : rSquares) {
         const cv::Vec3d at = turnMatrix(pose.m_turn) * (dSquare * cv::Vec3d(rPoint.x, rPoint.y, 0)) + pose.m_place;
-        if (!(at[2] > 0.05 * cv::norm(at)))
+        if (!(at[2] > 0.05 * cv::norm(at))) {
             return {};
+        }
         rays.emplace_back(at[0] / at[2], at[1] / at[2]);
     }
     return projectRays(rCamera.m_model, rays);
@@ -69,16 +70,18 @@ inline std::vector<BoardPose> posesAcross(const CameraSet& rSet, const Board& rB
         const cv::Vec3d towards = cv::normalize(cv::Vec3d(ray.x, ray.y, 1.0));
         const double dPixels = rng.uniform(0.35, 0.75) * std::min(rRight.m_size.width, rRight.m_size.height);
         cv::Vec3d axis = cv::Vec3d(0, 0, 1).cross(towards); // faces the camera, then tilted
-        if (cv::norm(axis) > 0.0)
+        if (cv::norm(axis) > 0.0) {
             axis *= std::acos(towards[2]) / cv::norm(axis);
+        }
         const cv::Vec3d tilt(rng.uniform(-0.55, 0.55), rng.uniform(-0.55, 0.55), rng.uniform(-0.4, 0.4));
         const cv::Matx33d R = turnMatrix(axis) * turnMatrix(tilt);
         cv::Vec3d turn;
         cv::Rodrigues(R, turn);
-        const double dDistance = rRight.m_K(0, 0) * dAcross / dPixels;
+        const double dDistance = rRight.m_cameraMatrix(0, 0) * dAcross / dPixels;
         const BoardPose pose{turn, dDistance * towards - R * (middle * rBoard.m_dSquare)};
-        if (std::all_of(rSet.begin(), rSet.end(), [&](const auto& r) { return seesBoard(r.second, pose, rBoard); }))
+        if (std::all_of(rSet.begin(), rSet.end(), [&](const auto& r) { return seesBoard(r.second, pose, rBoard); })) {
             poses.push_back(pose);
+        }
     }
     return poses;
 }
@@ -94,12 +97,14 @@ inline cv::Mat2d raysOfFrame(const CameraModel& rCamera, int nFine)
     const cv::Size grid = nStep == 1 ? size * nFine : coarse;
     const double dStep = nStep == 1 ? 1.0 / nFine : nStep;
     Points pixels;
-    for (int i = 0; i < grid.area(); ++i)
+    for (int i = 0; i < grid.area(); ++i) {
         pixels.emplace_back((i % grid.width - nRim + 0.5) * dStep - 0.5, (i / grid.width - nRim + 0.5) * dStep - 0.5);
+    }
     const Points rays = raysOfPixels(rCamera, pixels);
     const cv::Mat2d known = cv::Mat2d(rays.size() ? cv::Mat(rays, true) : cv::Mat()).reshape(2, grid.height);
-    if (nStep == 1)
+    if (nStep == 1) {
         return known;
+    }
     cv::Mat2d all;
     cv::resize(known, all, grid * nStep * nFine, 0, 0, cv::INTER_LINEAR);
     return all(cv::Rect({nRim * nStep * nFine, nRim * nStep * nFine}, size * nFine)).clone();
@@ -122,13 +127,14 @@ public:
                                                 R(2, 0), R(2, 1), pose.m_place[2])
                                         .inv();
         cv::Mat1b fine(m_rays.size());
-        for (int nRow = 0; nRow < fine.rows; ++nRow)
+        for (int nRow = 0; nRow < fine.rows; ++nRow) {
             for (int nCol = 0; nCol < fine.cols; ++nCol) {
                 const cv::Vec2d& rRay = m_rays(nRow, nCol);
                 const cv::Vec3d at = toBoard * cv::Vec3d(rRay[0], rRay[1], 1.0);
                 fine(nRow, nCol) = shade(at[0] / at[2] / rBoard.m_dSquare, at[1] / at[2] / rBoard.m_dSquare,
                                          at[2] > 0.0, rBoard.m_inner);
             }
+        }
         cv::Mat1b image;
         cv::resize(fine, image, m_camera.m_model.m_size, 0, 0, cv::INTER_AREA);
         return image;
@@ -138,8 +144,9 @@ private:
     static unsigned char shade(double dX, double dY, bool bAhead, cv::Size inner)
     {
         const bool bPaper = bAhead && dX >= -2.0 && dY >= -2.0 && dX < inner.width + 1.0 && dY < inner.height + 1.0;
-        if (!bPaper)
+        if (!bPaper) {
             return 110;
+        }
         const int nCol = static_cast<int>(std::floor(dX)) + 1;
         const int nRow = static_cast<int>(std::floor(dY)) + 1;
         const bool bBoard = nCol >= 0 && nRow >= 0 && nCol <= inner.width && nRow <= inner.height;

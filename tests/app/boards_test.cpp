@@ -33,7 +33,7 @@ Shots shotsOf(const CameraSet& rSet, int nShots, const Board& rBoard = sk_board)
 {
     Shots shots{rBoard, rSet.at(KestrovaCamRight).m_model.m_size, {}};
     cv::RNG rng(5);
-    for (int i = 0; i < nShots; ++i)
+    for (int i = 0; i < nShots; ++i) {
         for (Shot& rShot = shots.m_shots.emplace_back(); const auto& [eCamera, rCamera] : rSet) {
             const BoardPose pose = seenFrom(rCamera, poseOfShot(i, rBoard));
             Points rays;
@@ -43,9 +43,11 @@ Shots shotsOf(const CameraSet& rSet, int nShots, const Board& rBoard = sk_board)
             }
             View& rView = rShot[eCamera];
             rView.m_file = std::string(cameraName(eCamera)) + std::to_string(i);
-            for (const cv::Point2d& rPixel : projectRays(rCamera.m_model, rays))
+            for (const cv::Point2d& rPixel : projectRays(rCamera.m_model, rays)) {
                 rView.m_corners.emplace_back(rPixel + cv::Point2d(rng.gaussian(0.01), rng.gaussian(0.01)));
+            }
         }
+    }
     return shots;
 }
 
@@ -72,21 +74,25 @@ TEST(SetCalibration, FindsTheSetAgainWhateverTheOrderOfCornersAndNamesWhatDoesNo
     for (const auto& [rSet, eChoice, rBoard] : aCases) {
         Shots shots = shotsOf(rSet, 11, rBoard);
         const cv::Size inner = rBoard.m_inner;
-        for (std::size_t u = 0; u < shots.m_shots.size(); ++u)
+        for (std::size_t u = 0; u < shots.m_shots.size(); ++u) {
             for (auto& [eCamera, rView] : shots.m_shots[u]) { // as finders do, each camera for itself
                 const auto orders = turnings(rView.m_corners, inner);
                 rView.m_corners = orders[(u * 7 + (eCamera == KestrovaCamRight ? 0 : 1 + u / 3)) % orders.size()];
             }
+        }
         Shot& rMoved = shots.m_shots[4];
-        for (cv::Point2f& rCorner : rMoved.at(rSet.rbegin()->first).m_corners)
+        for (cv::Point2f& rCorner : rMoved.at(rSet.rbegin()->first).m_corners) {
             rCorner += cv::Point2f(0.5f, 2.5f);
+        }
         shots.m_shots[8].at(KestrovaCamRight).m_corners[20] += cv::Point2f(9, 0); // one corner off
         const SetCalibration found = calibrateSet(shots, eChoice);
         for (const auto& [eCamera, rTrue] : rSet) {
             const MountedCamera& rCamera = found.m_set.at(eCamera);
-            EXPECT_NEAR(rCamera.m_model.m_K(0, 0) / rTrue.m_model.m_K(0, 0), 1, 2e-3) << cameraName(eCamera);
-            EXPECT_LT(cv::norm(rCamera.m_T - rTrue.m_T), 3e-4) << cameraName(eCamera) << rCamera.m_T;
-            EXPECT_LT(cv::norm(rCamera.m_R - rTrue.m_R), 3e-3) << cameraName(eCamera);
+            EXPECT_NEAR(rCamera.m_model.m_cameraMatrix(0, 0) / rTrue.m_model.m_cameraMatrix(0, 0), 1, 2e-3)
+                << cameraName(eCamera);
+            EXPECT_LT(cv::norm(rCamera.m_translation - rTrue.m_translation), 3e-4)
+                << cameraName(eCamera) << rCamera.m_translation;
+            EXPECT_LT(cv::norm(rCamera.m_rotation - rTrue.m_rotation), 3e-3) << cameraName(eCamera);
         }
         EXPECT_EQ(shots.nUsed(), 9u) << verdicts(shots);
         EXPECT_THAT(rMoved.at(rSet.rbegin()->first).m_reject, HasSubstr("did the board move"));
@@ -99,7 +105,7 @@ TEST(SetCalibration, FindsTheSetAgainWhateverTheOrderOfCornersAndNamesWhatDoesNo
 TEST(Findings, JudgeBothSectionsOfAnUnevenL)
 {
     CameraSet uneven = exampleCameraSet({640, 480}, KestrovaCfg3CameraL);
-    uneven.at(KestrovaCamTop).m_T *= 0.7;
+    uneven.at(KestrovaCamTop).m_translation *= 0.7;
     Shots shots = shotsOf(uneven, 8);
     const SetCalibration calibration = calibrateSet(shots, LensChoice::Plumb);
     const Rig rig = buildRig(calibration.m_set, {});
@@ -114,9 +120,11 @@ TEST(Findings, JudgeBothSectionsOfAnUnevenL)
         EXPECT_NEAR(proofs.at(eCamera).m_dSquare, sk_board.m_dSquare, 1e-4) << cameraName(eCamera);
     }
     EXPECT_EQ(worstOf(judgeCalibration(shots, calibration, rig, proofs)), nullptr);
-    for (Shot& rShot : shots.m_shots)
-        for (cv::Point2f& rCorner : rShot.at(KestrovaCamTop).m_corners)
+    for (Shot& rShot : shots.m_shots) {
+        for (cv::Point2f& rCorner : rShot.at(KestrovaCamTop).m_corners) {
             rCorner.x += 0.8f;
+        }
+    }
     const Findings bad = judgeCalibration(shots, calibration, rig, proveCorners(session, rig, shots));
     ASSERT_NE(worstOf(bad), nullptr);
     EXPECT_EQ(worstOf(bad)->m_name, "right and top: column error");
@@ -136,8 +144,9 @@ TEST(SetCalibration, RefusesSetsThatAreNone)
     const auto changed = [&](const auto& rChange) {
         Shots shots = shotsOf(pair, 8);
         std::vector<Shot> before = shots.m_shots;
-        for (std::size_t u = 0; u < before.size(); ++u)
+        for (std::size_t u = 0; u < before.size(); ++u) {
             rChange(shots.m_shots[u].at(KestrovaCamRight), shots.m_shots[u].at(KestrovaCamLeft), before, u);
+        }
         return refusal(shots);
     };
     EXPECT_EQ(refusal(shotsOf(pair, 8)), "none");
@@ -152,7 +161,7 @@ TEST(SetCalibration, RefusesSetsThatAreNone)
                 }),
                 HasSubstr("belong together"));
     CameraSet high = pair;
-    high.at(KestrovaCamLeft).m_T = {0.0, -0.12, 0.0};
+    high.at(KestrovaCamLeft).m_translation = {0.0, -0.12, 0.0};
     EXPECT_THAT(refusal(shotsOf(high, 8)), HasSubstr("say --top"));
 }
 
@@ -161,7 +170,7 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
     const cv::Size size{320, 240};
     const CameraSet set = exampleCameraSet(size);
     const auto file = [&](const std::string& rName) { return m_folder / rName; };
-    for (const auto& [eCamera, rCamera] : set)
+    for (const auto& [eCamera, rCamera] : set) {
         for (const BoardPhotographer take(rCamera); const int i : {1, 2, 3, 4, 5, 6, 7, 8}) {
             cv::Mat1w deep; // 12 bits in 16 for one camera
             const cv::Mat1b image = take(poseOfShot(i), sk_board);
@@ -169,6 +178,7 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
             writeImage(file(cameraName(eCamera) + std::to_string(i + 2) + ".png"),
                        eCamera == KestrovaCamLeft ? cv::Mat(image * 0.8) : cv::Mat(deep));
         }
+    }
     const std::string board = " --inner 9x6 --square 25mm ";
     const std::string right = "calibrate --right 'right*.png' ";
     const std::string both = right + "--left 'left*.png' ";
@@ -188,9 +198,11 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
     // The room of the demo, seen by the same cameras, tells the same without a board.
     Room room;
     const Scene scene = demoRoom(1, room.m_plan.m_dFocal);
-    for (const auto& [eCamera, rCamera] : set)
-        writeImage(file(std::string("room_") + cameraName(eCamera) + ".png"),
-                   renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {1.0, 1.0, 1}).m_grey);
+    for (const auto& [eCamera, rCamera] : set) {
+        writeImage(
+            file(std::string("room_") + cameraName(eCamera) + ".png"),
+            renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation}, {1.0, 1.0, 1}).m_grey);
+    }
     const std::string check = "check --calibration rig.txt ";
     const Outcome checked = call(check + "--right room_right.png --left room_left.png");
     EXPECT_EQ(checked.m_nStatus, 0) << checked.m_error;
@@ -201,8 +213,9 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
 
     // The wrong ones: one line that names what is wrong, the documented status, and nothing left behind.
     fs::create_directories(file("copies"));
-    for (int i = 3; i <= 10; ++i)
+    for (int i = 3; i <= 10; ++i) {
         fs::copy_file(file("right" + std::to_string(i) + ".png"), file("copies/a" + std::to_string(i) + ".png"));
+    }
     writeImage(file("small3.png"), cv::Mat1b(120, 160, uchar(9)));
     std::ofstream(file("cut3.png")) << slurp(file("left3.png")).substr(0, 300);
     std::string bent = slurp(file("rig.txt"));
@@ -247,16 +260,18 @@ TEST_F(Program, FromPhotosToAProvedCalibration)
         EXPECT_EQ(std::count(bad.m_error.begin(), bad.m_error.end(), '\n'), 1) << rArguments << '\n' << bad.m_error;
         EXPECT_THAT(bad.m_error, HasSubstr(pszWord)) << rArguments;
     }
-    for (const auto& rEntry : fs::directory_iterator(m_folder.path()))
+    for (const auto& rEntry : fs::directory_iterator(m_folder.path())) {
         EXPECT_TRUE(rEntry.path().filename() != "x" && rEntry.path().string().find("partial") == std::string::npos)
             << rEntry.path();
+    }
 }
 
 TEST_F(Program, RealPhotosAreRectifiedAsWellAsByOpenCv)
 {
     const std::string data = "/usr/share/doc/opencv-doc/examples/data/";
-    if (!fs::exists(data + "left01.jpg"))
+    if (!fs::exists(data + "left01.jpg")) {
         GTEST_SKIP() << "photos of opencv-doc are not there";
+    }
     const Outcome made = call("calibrate --right '" + data + "right0[1-9].jpg' --left '" + data +
                               "left0[1-9].jpg' --inner 9x6 --square 25mm -o rig.txt --compare-opencv");
     ASSERT_EQ(made.m_nStatus, 0) << made.m_error;

@@ -7,8 +7,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // What an action complains about, or nothing.
-static std::string complaint(const std::function<void()>& rAction)
+std::string complaint(const std::function<void()>& rAction)
 {
     try {
         rAction();
@@ -30,6 +32,8 @@ struct Calibration : testing::Test
     const CalibrationDescription m_description = m_room.description();
     const std::string m_good = calibrationText(m_description);
 };
+
+} // namespace
 
 TEST_F(Calibration, LoadsThroughTheLibraryWithTheSameNumbers)
 {
@@ -86,8 +90,9 @@ TEST_F(Calibration, ABadTextIsRefusedWithFileAndKey)
         bad.replace(bad.find(pszFrom), std::strlen(pszFrom), pszTo); // throws when it is not there
         EXPECT_THAT(load(bad), testing::MatchesRegex(".*/c.txt: bad calibration: " + std::string(pszKey) + ": [^\n]+"));
     }
-    for (std::size_t nSize = 0; nSize < m_good.size() - 50; nSize += 1999) // cut off anywhere
+    for (std::size_t nSize = 0; nSize < m_good.size() - 50; nSize += 1999) { // cut off anywhere
         ASSERT_NE(load(m_good.substr(0, nSize)), "") << nSize;
+    }
     EXPECT_THROW(StereoSession(m_folder.path()), AppError);
 }
 
@@ -122,10 +127,12 @@ TEST_F(Calibration, SettingsArriveAndBadOnesNameTheirOption)
         {"stereo-mask", "8"},       {"stereo-mask", "7.5"},         {"stereo-mask", "1e30"}, {"texture-mapping", ""},
         {"lowpass", "2"},           {"rectification", "best"},      {"quality", "1"},        {"surface-size", "-1"},
         {"texture-mapping", "256"}, {"uniqueness-threshold", "nan"}};
-    for (const auto& [pszName, pszValue] : aBad)
+    for (const auto& [pszName, pszValue] : aBad) {
         refused({{{pszName, pszValue}}, {}, {}, {}, {}, {}}, pszName);
-    for (const std::vector<int>& rRange : {std::vector{5, 5}, {-1, 9}, {0, 241}, {0, 310}})
+    }
+    for (const std::vector<int>& rRange : {std::vector{5, 5}, {-1, 9}, {0, 241}, {0, 310}}) {
         refused({{}, rRange, {}, {}, {}, {}}, "disparity");
+    }
     EXPECT_EQ(session.disparityRange(), cv::Vec2i(4, 40));
 }
 

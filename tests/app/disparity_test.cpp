@@ -9,7 +9,11 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 TEST(PixelMask, ReadsBothFormsWithOffsetMappingAndReasons)
 {
@@ -78,7 +82,7 @@ TEST(Furrows, AmplitudeIsThatOfThePartThatRepeatsOnceAPixel)
     SceneTruth truth{cv::Mat1f(64, 160), cv::Mat1b(64, 160, uchar(1)), cv::Mat1b(64, 160, uchar(255))};
     DisparityMap standard{cv::Mat1f(truth.m_disparity.size()), {}};
     DisparityMap enhanced{cv::Mat1f(truth.m_disparity.size()), {}};
-    for (int nRow = 0; nRow < 64; ++nRow)
+    for (int nRow = 0; nRow < 64; ++nRow) {
         for (int nCol = 0; nCol < 160; ++nCol) {
             const double dTrue = 5 + (nCol + 0.5) / 160 + nRow;
             const double dPhase = 2 * CV_PI * dTrue;
@@ -86,6 +90,7 @@ TEST(Furrows, AmplitudeIsThatOfThePartThatRepeatsOnceAPixel)
             standard.m_pixels(nRow, nCol) = static_cast<float>(dTrue + 0.01 + 0.04 * std::sin(dPhase + 1));
             enhanced.m_pixels(nRow, nCol) = static_cast<float>(dTrue + 0.01 * std::sin(2 * dPhase));
         }
+    }
     standard.m_pixels(0, 0) = sk_fNone; // what either map lacks counts for none of them
     enhanced.m_pixels(0, 1) += 2;
     truth.m_floor.row(1).setTo(0);

@@ -11,6 +11,8 @@ namespace kestrova::app {
 
 using testing::AllOf, testing::HasSubstr, testing::Not;
 
+namespace {
+
 // The demo's room at half size, its calibration, and what can happen to frames.
 struct Doubts : Program
 {
@@ -22,7 +24,8 @@ struct Doubts : Program
         for (const auto& [eCamera, rCamera] : room.m_set) {
             const std::string name = std::string(cameraName(eCamera)).substr(0, 1);
             const cv::Mat1b frame =
-                renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {1.0, 1.0, eCamera + 1u}).m_grey;
+                renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation}, {1.0, 1.0, eCamera + 1u})
+                    .m_grey;
             const auto save = [&](const char* pszWhat, const cv::Mat& rFrame) {
                 writeImage(m_folder / (name + pszWhat + ".png"), rFrame);
             };
@@ -61,6 +64,8 @@ struct Doubts : Program
         }
     }
 };
+
+} // namespace
 
 TEST_F(Doubts, RunSaysInALineWhatIsProbablyWrong)
 {

@@ -11,7 +11,11 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 TEST(TruthErrors, CountByHand)
 {
@@ -44,6 +48,8 @@ TEST(TruthErrors, RightViewUndoesLeftView)
     EXPECT_EQ(cv::countNonZero(toRightView(left) != right), 0);
 }
 
+namespace {
+
 struct Eval : Program
 {
     void write(const std::string& rName, const std::string& rBytes) const { writeText(m_folder / rName, rBytes); }
@@ -63,6 +69,8 @@ struct Eval : Program
     }
 };
 
+} // namespace
+
 TEST_F(Eval, ReadsEveryForm)
 {
     const auto is = [](float a, float b, float c, float d) { return testing::ElementsAre(a, b, c, d); };
@@ -79,15 +87,17 @@ TEST_F(Eval, ReadsEveryForm)
     EXPECT_THAT(read("wide.npy"), is(1.5f, 2, 3, 4));
 
     const cv::Mat1w words = (cv::Mat1w(2, 2) << 0, 384, 1, 0xFFFC);
-    for (const char* pszName : {"k.png", "d_kitti_128ths.png", "disparity16_256ths_offset16.png"})
+    for (const char* pszName : {"k.png", "d_kitti_128ths.png", "disparity16_256ths_offset16.png"}) {
         writeImage(m_folder / pszName, words);
+    }
     EXPECT_THAT(read("k.png"), is(sk_fNone, 1.5f, 1 / 256.0f, 0xFFFC / 256.0f));
     EXPECT_THAT(read("d_kitti_128ths.png"), is(sk_fNone, 3.0f, 1 / 128.0f, 0xFFFC / 128.0f));
     EXPECT_THAT(read("disparity16_256ths_offset16.png"), is(16, 17.5f, 16 + 1 / 256.0f, sk_fNone));
     EXPECT_EQ((*readDisparityFile(m_folder / "disparity16_256ths_offset16.png").m_reasons)(1, 1),
               static_cast<int>(Reject::Surface));
-    for (const char* pszName : {"8.png", "disparity8_pixels_offset16.png"})
+    for (const char* pszName : {"8.png", "disparity8_pixels_offset16.png"}) {
         writeImage(m_folder / pszName, (cv::Mat1b(2, 2) << 0, 10, 254, 250));
+    }
     EXPECT_THAT(read("8.png", 0.5), is(sk_fNone, 5, 127, 125));
     EXPECT_THAT(read("disparity8_pixels_offset16.png"), is(16, 26, sk_fNone, 266));
 }
@@ -119,8 +129,9 @@ TEST_F(Eval, ReadsTheRecordOfTheLibrary)
     folder.commit();
     for (const auto& rEntry : std::filesystem::directory_iterator(m_folder / "out")) {
         const std::string name = rEntry.path().filename().string();
-        if (!name.starts_with("disparity"))
+        if (!name.starts_with("disparity")) {
             continue;
+        }
         const DisparityMap& rMap = name.starts_with("disparity16") ? words : bytes;
         std::filesystem::rename(rEntry.path(), m_folder / "any.pgm"); // the name tells nothing
         const DisparityFile file = readDisparityFile(m_folder / "any.pgm");
@@ -197,8 +208,9 @@ TEST_F(Bench, TimesEveryStageOfMadeUpAndOfOwnFrames)
                                 .m_out;
     EXPECT_THAT(made, testing::HasSubstr("rectified 160x120, disparity 0 to 15, window 7, 1 thread\n"));
     EXPECT_THAT(own, testing::HasSubstr("rectified 320x240, disparity 0 to 32, window 7, 1 thread\n"));
-    for (const char* pszStage : {"packed frame", "three planes", "stereo, 16-bit", "points in metres"})
+    for (const char* pszStage : {"packed frame", "three planes", "stereo, 16-bit", "points in metres"}) {
         EXPECT_THAT((std::array{made, own}), testing::Each(testing::HasSubstr(pszStage)));
+    }
     EXPECT_THAT(own, testing::Not(testing::HasSubstr("surface validation")));
     EXPECT_THAT(slurp(m_folder / "demo-out/report.html"), testing::HasSubstr("id=\"cloud-positions\""));
     EXPECT_EQ(call("bench --right a.png").m_nStatus, 2);

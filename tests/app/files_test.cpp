@@ -42,8 +42,9 @@ TEST(OutputFolder, AppearsWholeOrNotAtAll)
             OutputFolder output(folder / pszPlace);
             std::ofstream(output.file("a")) << "kept";
             EXPECT_FALSE(std::filesystem::exists(folder / pszPlace)) << pszPlace;
-            if (bCommit)
+            if (bCommit) {
                 output.commit();
+            }
         }
         EXPECT_EQ(slurp(folder / pszPlace / "a"), "kept") << pszPlace;
     }
@@ -59,14 +60,17 @@ TEST(Pictures, ColoursFollowTheRangeAndSheetsTheImages)
 {
     DisparityMap map{cv::Mat1f(48, 64, 5.0f), cv::Mat1b(48, 64, uchar(0))};
     map.m_pixels(0, 0) = 60.0f;
-    for (int i = 1; i < sk_nRejects; ++i)
+    for (int i = 1; i < sk_nRejects; ++i) {
         map.m_reject(0, i) = static_cast<unsigned char>(i);
+    }
     const cv::Mat3b colours = colourDisparity(map, {0, 64, 60});
     EXPECT_GT(colours(0, 0)[2], colours(0, 0)[0]) << "near is red";
     EXPECT_GT(colours(1, 0)[0], colours(1, 0)[2]) << "far is blue, whatever else is in the frame";
-    for (int i = 1; i < sk_nRejects; ++i)
-        for (int k = 1; k < i; ++k)
+    for (int i = 1; i < sk_nRejects; ++i) {
+        for (int k = 1; k < i; ++k) {
             EXPECT_GE(cv::norm(colours(0, i), colours(0, k), cv::NORM_INF), 25) << i << " and " << k << " look alike";
+        }
+    }
     const cv::Mat3b sheet = disparityPicture(map, {0, 64, 60}, "title");
     EXPECT_GE(sheet.rows, 400) << "a small picture grows, so that the legend can be read";
     EXPECT_EQ(sheet(26, 0), colours(0, 0)) << "the first pixel stays at the top left";
@@ -141,12 +145,15 @@ TEST(FrameFit, KeepsTheShapeAndFindsTheCanvas)
 TEST(Options, SizesAndLengths)
 {
     EXPECT_EQ(parseSize("640x480", "--size"), cv::Size(640, 480));
-    for (const char* pszLength : {"120mm", "12.0cm", "0.12m"})
+    for (const char* pszLength : {"120mm", "12.0cm", "0.12m"}) {
         EXPECT_DOUBLE_EQ(parseLength(pszLength, "--b"), 0.12);
-    for (const char* pszBad : {"", "640", "640x", "x480", "640x480x", "0x0", "-4x-3", "640 by 480"})
+    }
+    for (const char* pszBad : {"", "640", "640x", "x480", "640x480x", "0x0", "-4x-3", "640 by 480"}) {
         EXPECT_THROW(parseSize(pszBad, "--size"), AppError) << pszBad;
-    for (const char* pszBad : {"", "120", "mm", "120 mm", "120mmm", "-1m", "0mm", "nanm", "infm", "1e3"})
+    }
+    for (const char* pszBad : {"", "120", "mm", "120 mm", "120mmm", "-1m", "0mm", "nanm", "infm", "1e3"}) {
         EXPECT_THROW(parseLength(pszBad, "--b"), AppError) << pszBad;
+    }
 }
 
 } // namespace kestrova::app

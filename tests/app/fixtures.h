@@ -36,7 +36,8 @@ inline std::array<cv::Mat1f, 2> mapsByOpenCv(const CameraModel& rCamera, const c
 {
     const cv::Matx33d P(rPlan.m_dFocal, 0, rPlan.m_centre.x, 0, rPlan.m_dFocal, rPlan.m_centre.y, 0, 0, 1);
     cv::Mat x, y;
-    cv::initUndistortRectifyMap(rCamera.m_K, rCamera.m_adDistortion, rRotation, P, rPlan.m_canvas, CV_32F, x, y);
+    cv::initUndistortRectifyMap(rCamera.m_cameraMatrix, rCamera.m_adDistortion, rRotation, P, rPlan.m_canvas, CV_32F, x,
+                                y);
     return {x, y};
 }
 

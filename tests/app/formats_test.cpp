@@ -7,6 +7,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct Formats : Program
 {
     static CameraSet pairOf(const CameraModel& rLens)
@@ -25,18 +27,22 @@ struct Formats : Program
         const OutlineSection a = readOutline(m_folder / rA).front();
         const OutlineSection b = readOutline(m_folder / rB).front();
         double dWorst = 0.0;
-        for (const cv::Vec3i& rPosition : {cv::Vec3i(0, 0, 0), cv::Vec3i(-1, 0, 0)})
-            for (int nRow = 0; nRow < m_size.height; nRow += 3)
+        for (const cv::Vec3i& rPosition : {cv::Vec3i(0, 0, 0), cv::Vec3i(-1, 0, 0)}) {
+            for (int nRow = 0; nRow < m_size.height; nRow += 3) {
                 for (int nCol = 0; nCol < m_size.width; nCol += 3) {
                     const cv::Point2d at(nCol, nRow);
                     dWorst = std::max(dWorst, cv::norm(a.camera(rPosition)->rawPosition(at, m_size, m_size) -
                                                        b.camera(rPosition)->rawPosition(at, m_size, m_size)));
                 }
+            }
+        }
         return dWorst;
     }
 
     const cv::Size m_size{320, 240};
 };
+
+} // namespace
 
 // The maps are compared at the same rectified pixels: the way back plans the same view anew, or keeps it.
 TEST_F(Formats, ARigGoesOutAndComesBackWithTheSameMaps)
@@ -55,8 +61,9 @@ TEST_F(Formats, ARigGoesOutAndComesBackWithTheSameMaps)
             const Outcome out = call("export --calibration rig.txt --to " + form + " --out " + form +
                                      (bFourTerms || form != "kalibr" ? size : " --size 1280x960"));
             ASSERT_EQ(out.m_nStatus, form == "kalibr" && !bFourTerms ? 5 : 0) << pszLens << out.m_error;
-            if (out.m_nStatus != 0)
+            if (out.m_nStatus != 0) {
                 continue; // a lens that the form cannot hold is refused, not bent
+            }
             const Outcome in = call("import " + form + more + " -o back.txt");
             ASSERT_EQ(in.m_nStatus, 0) << pszLens << in.m_error;
             EXPECT_THAT(in.m_out,
@@ -94,15 +101,17 @@ TEST_F(Formats, ReadersTakeTheLensesAsTheyStand)
     {
         cv::FileStorage storage((m_folder / "stereo.xml").string(), cv::FileStorage::WRITE);
         const MountedCamera& rLeft = pair.at(KestrovaCamLeft);
-        storage << "cameraMatrix1" << cv::Mat(rLeft.m_model.m_K) << "distCoeffs1" << rLeft.m_model.m_adDistortion
-                << "cameraMatrix2" << cv::Mat(pair.at(KestrovaCamRight).m_model.m_K) << "distCoeffs2"
-                << cv::Mat(pair.at(KestrovaCamRight).m_model.m_adDistortion).t() << "R" << cv::Mat(rLeft.m_R) << "T"
-                << cv::Mat(1000.0 * rLeft.m_T) << "imageSize" << m_size;
+        storage << "cameraMatrix1" << cv::Mat(rLeft.m_model.m_cameraMatrix) << "distCoeffs1"
+                << rLeft.m_model.m_adDistortion << "cameraMatrix2"
+                << cv::Mat(pair.at(KestrovaCamRight).m_model.m_cameraMatrix) << "distCoeffs2"
+                << cv::Mat(pair.at(KestrovaCamRight).m_model.m_adDistortion).t() << "R" << cv::Mat(rLeft.m_rotation)
+                << "T" << cv::Mat(1000.0 * rLeft.m_translation) << "imageSize" << m_size;
     }
     EXPECT_LT(backFrom({}, "stereo.xml --unit mm"), 1e-3);
     CameraSet three = exampleCameraSet(m_size, KestrovaCfg3CameraL);
-    for (auto& [eCamera, rCamera] : three)
+    for (auto& [eCamera, rCamera] : three) {
         rCamera.m_model.m_adDistortion.resize(4);
+    }
     const Rig l = buildRig(three, {});
     writeText(m_folder / "rig.txt", l.text());
     EXPECT_LT(backFrom(writeKalibr({l.m_set, l.m_plan, {}, {}}), ""), 1e-3);
@@ -119,11 +128,13 @@ TEST_F(Formats, FourCoefficientsWithoutANameAreFoundOutOrAskedFor)
         {0.42, {-.02, .003, -.001, .0002}, " --no-fisheye", 0, "proof: "}};
     for (const auto& [dFocal, coefficients, pszMore, nStatus, pszWords] : aCases) {
         CameraSet pair = pairOf({m_size, {}, coefficients});
-        for (auto& [eCamera, rCamera] : pair)
-            rCamera.m_model.m_K(0, 0) = rCamera.m_model.m_K(1, 1) = dFocal * m_size.width;
+        for (auto& [eCamera, rCamera] : pair) {
+            rCamera.m_model.m_cameraMatrix(0, 0) = rCamera.m_model.m_cameraMatrix(1, 1) = dFocal * m_size.width;
+        }
         for (auto [name, text] : writeOpenCv({pair, buildRig(pairOf({m_size, {}, {}}), {}).m_plan, {}, {}})) {
-            if (const std::size_t uAt = text.find("distortion_model"); uAt != std::string::npos)
+            if (const std::size_t uAt = text.find("distortion_model"); uAt != std::string::npos) {
                 text.erase(uAt, text.find('\n', uAt) - uAt);
+            }
             writeText(m_folder / name, text);
         }
         const Outcome in = call("import intrinsics.yml extrinsics.yml -o out.txt" + std::string(pszMore));
@@ -146,8 +157,9 @@ TEST_F(Formats, WrongSourcesGetOneLineThatNamesTheFileTheKeyAndTheWayOut)
         const char* m_pszLine;
     };
     std::string deep = "<?xml version=\"1.0\"?>";
-    for (int n = 0; n < 100000; ++n)
+    for (int n = 0; n < 100000; ++n) {
         deep += "<a>";
+    }
     writeText(m_folder / "deep.xml", deep);
     writeText(m_folder / "self.yaml", "a: &a\n  b: *a\n");
     const Case aCases[] = {

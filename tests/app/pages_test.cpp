@@ -10,8 +10,10 @@
 
 namespace kestrova::app {
 
+namespace {
+
 // The first element that is not closed in its order, or empty. Scripts and styles are skipped as browsers do.
-static std::string firstOpenElement(const std::string& rPage)
+std::string firstOpenElement(const std::string& rPage)
 {
     std::vector<std::string> open;
     for (std::size_t u = rPage.find('<', 1); u != std::string::npos; u = rPage.find('<', u + 1)) {
@@ -19,20 +21,23 @@ static std::string firstOpenElement(const std::string& rPage)
         const std::size_t uName = u + 1 + bEnd;
         const std::string name = rPage.substr(uName, rPage.find_first_of(" />\n", uName) - uName);
         const std::size_t uClose = rPage.find('>', u);
-        if (bEnd && (open.empty() || open.back() != name))
+        if (bEnd && (open.empty() || open.back() != name)) {
             return name;
-        if (bEnd)
+        }
+        if (bEnd) {
             open.pop_back();
-        else if (rPage[uClose - 1] != '/')
+        } else if (rPage[uClose - 1] != '/') {
             open.push_back(name);
+        }
         u = uClose;
-        if (!bEnd && (name == "script" || name == "style"))
+        if (!bEnd && (name == "script" || name == "style")) {
             u = rPage.find("</" + name, u) - 1;
+        }
     }
     return open.empty() ? "" : open.back();
 }
 
-static std::string decoded(const std::string& rPage, const std::string& rId)
+std::string decoded(const std::string& rPage, const std::string& rId)
 {
     const std::size_t uFrom = rPage.find('>', rPage.find("id=\"" + rId + "\"")) + 1;
     static const std::string s_digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -42,13 +47,14 @@ static std::string decoded(const std::string& rPage, const std::string& rId)
     for (std::size_t u = uFrom; rPage[u] != '<' && rPage[u] != '='; ++u) {
         uBits = uBits << 6 | static_cast<unsigned>(s_digits.find(rPage[u]));
         nBits += 6;
-        if (nBits >= 8)
+        if (nBits >= 8) {
             bytes += static_cast<char>(uBits >> (nBits -= 8) & 0xFF);
+        }
     }
     return bytes;
 }
 
-static StereoResult someResult(std::size_t nPoints)
+StereoResult someResult(std::size_t nPoints)
 {
     StereoResult result;
     result.m_rectified = {{KestrovaCamRight, cv::Mat1b(24, 32, uchar(90))},
@@ -59,10 +65,13 @@ static StereoResult someResult(std::size_t nPoints)
     result.m_range = {0, 16};
     result.m_times = {{"stereo & <more>", 1.5}};
     result.m_rectifiedRows[KestrovaCamLeft].m_rows = {20, 0.2, 0.4};
-    for (std::size_t n = 0; n < nPoints; ++n)
+    for (std::size_t n = 0; n < nPoints; ++n) {
         result.m_cloud.push_back({{0.5f * static_cast<float>(n), -1.0f, 2.0f}, cv::Vec3b(1, 2, static_cast<uchar>(n))});
+    }
     return result;
 }
+
+} // namespace
 
 TEST(RunPage, HoldsTheCloudIsWellFormedAndFetchesNothing)
 {
@@ -70,16 +79,20 @@ TEST(RunPage, HoldsTheCloudIsWellFormedAndFetchesNothing)
     writeRunPage(folder / "a.html", someResult(5), "a <b> & \"c\"", "  lowpass   on\n  disparity  0 to 16 pixels\n");
     const std::string page = slurp(folder / "a.html");
     EXPECT_EQ(firstOpenElement(page), "");
-    for (const char* pszFetch : {"http:", "https:", "url(", "@import", "fetch(", "import(", "XMLHttpRequest"})
+    for (const char* pszFetch : {"http:", "https:", "url(", "@import", "fetch(", "import(", "XMLHttpRequest"}) {
         EXPECT_EQ(page.find(pszFetch), std::string::npos) << pszFetch;
-    for (const char* pszLink : {"src=\"", "href=\""})
-        for (std::size_t u = page.find(pszLink); u != std::string::npos; u = page.find(pszLink, u + 1))
+    }
+    for (const char* pszLink : {"src=\"", "href=\""}) {
+        for (std::size_t u = page.find(pszLink); u != std::string::npos; u = page.find(pszLink, u + 1)) {
             EXPECT_EQ(page.substr(page.find('"', u) + 1, 5), "data:");
+        }
+    }
     for (const char* pszText :
          {"<title>a &lt;b&gt; &amp; &quot;c&quot;</title>", "stereo &amp; &lt;more&gt;",
           "4.2 %</td><td class=\"number\">32<", "<td>disparity</td><td class=\"number\">0 to 16 pixels</td>",
-          "<td>good</td>", "5 points.", "0.94 m"})
+          "<td>good</td>", "5 points.", "0.94 m"}) {
         EXPECT_NE(page.find(pszText), std::string::npos) << pszText;
+    }
 
     const std::string positions = decoded(page, "cloud-positions");
     ASSERT_EQ(positions.size(), 5 * 3 * sizeof(float));

@@ -23,14 +23,16 @@ TEST(PlaneSearch, FindsKnownPlanesAmongWrongMatchesWhateverTheOrderOfThePoints)
     cv::RNG random(5);
     std::mt19937 order(6);
     std::vector<CloudPoint> cloud;
-    for (const auto& [nFirst, nEnd, normal, dDistance] : aTrue)
-        for (int nCol = nFirst; nCol < nEnd; ++nCol)
+    for (const auto& [nFirst, nEnd, normal, dDistance] : aTrue) {
+        for (int nCol = nFirst; nCol < nEnd; ++nCol) {
             for (int nRow = 0; nRow < 60; ++nRow) {
                 const cv::Vec3d ray((nCol - 210) / dFocal, (nRow - 30) / dFocal, 1);
                 const double dDisparity = dScale * -normal.dot(ray) / dDistance + random.gaussian(0.07);
                 const double dZ = nRow % 10 == 3 ? dScale / random.uniform(10.0, 60.0) : dScale / dDisparity;
                 cloud.push_back({cv::Vec3f(dZ * ray), {}});
             }
+        }
+    }
     const std::pair<std::size_t, std::size_t> aOrder[] = {{1, 13800}, {2, 7200}, {0, 4200}};
     for (int nShuffle = 0; nShuffle < 6; ++nShuffle) {
         const std::vector<FoundPlane> planes = findPlanes(cloud, dScale, {9, 0.25});

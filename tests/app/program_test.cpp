@@ -18,20 +18,24 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     for (const char* pszName : {"  floor ", "  back wall "}) { // against the truth of the room
         std::istringstream rest(demo.m_out.substr(std::min(demo.m_out.find(pszName), demo.m_out.size())));
         std::vector<double> off;
-        for (std::string word; std::getline(rest, word, ' ') && off.size() < 3;)
-            if (word.find('.') != std::string::npos)
+        for (std::string word; std::getline(rest, word, ' ') && off.size() < 3;) {
+            if (word.find('.') != std::string::npos) {
                 off.push_back(std::stod(word)); // degrees, and millimetres twice
+            }
+        }
         EXPECT_THAT(off, ElementsAre(Lt(0.2), Lt(10), Lt(10))) << pszName;
     }
 
     const Outcome info = call("info demo/calibration.txt");
     for (const char* pszWord : {"1 section", "PEMBERLOW", "baseline 120.0", "right, the reference, channel RED",
-                                "left, channel GREEN", "corners", "stereo-mask              7", "0 to 32 pixels"})
+                                "left, channel GREEN", "corners", "stereo-mask              7", "0 to 32 pixels"}) {
         EXPECT_THAT(info.m_out, HasSubstr(pszWord)) << info.m_error;
+    }
 
     const Outcome help = call("run --help");
-    for (const char* pszWord : {"--stereo-mask", "odd, 1 to 23", "0 to 10 ", "--disparity", "at most 240 apart"})
+    for (const char* pszWord : {"--stereo-mask", "odd, 1 to 23", "0 to 10 ", "--disparity", "at most 240 apart"}) {
         EXPECT_THAT(help.m_out, HasSubstr(pszWord));
+    }
 
     // The demo's own files lead to the same results again, under the names that say how to read them.
     const std::string right = "run --right demo/raw_right.png ";
@@ -54,13 +58,15 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
     // The library's own files tell how they were made, and a calibration that was written anew says the same.
     const Outcome record = call("info again/disparity16_256ths_offset0.pgm");
     for (const char* pszWord : {": 320x240, 16 bits\nPemberlow ", "16-bit disparity, right camera\n",
-                                "stereo-mask                7\n", "uniqueness-threshold       0.5\n"})
+                                "stereo-mask                7\n", "uniqueness-threshold       0.5\n"}) {
         EXPECT_THAT(record.m_out, HasSubstr(pszWord)) << record.m_error;
+    }
     EXPECT_THAT(call("info again/edge_left.pgm").m_out, HasSubstr("edge image, left camera\n"));
-    for (const std::string name : {"rectified_left", "raw_right", "edge_right"})
+    for (const std::string name : {"rectified_left", "raw_right", "edge_right"}) {
         EXPECT_EQ(
             cv::norm(readGrey(m_folder / ("again/" + name + ".pgm")), readGrey(m_folder / ("again/" + name + ".png"))),
             0);
+    }
     EXPECT_EQ(call("info demo/calibration.txt --write new.txt").m_nStatus, 0);
     const auto facts = [](const std::string& rInfo) { return rInfo.substr(rInfo.find(": 1 section")); };
     EXPECT_EQ(facts(call("info new.txt").m_out), facts(info.m_out));
@@ -115,20 +121,26 @@ TEST_F(Program, DemoThenInfoThenRunOnItsOwnFiles)
         EXPECT_EQ(std::count(bad.m_error.begin(), bad.m_error.end(), '\n'), 1) << rArguments << '\n' << bad.m_error;
         EXPECT_THAT(bad.m_error, HasSubstr(pszWord)) << rArguments;
     }
-    for (const auto& rEntry : std::filesystem::recursive_directory_iterator(m_folder.path()))
+    for (const auto& rEntry : std::filesystem::recursive_directory_iterator(m_folder.path())) {
         EXPECT_TRUE(rEntry.path().filename() != "x" && rEntry.path().string().find("partial") == std::string::npos)
             << rEntry.path();
+    }
 }
 
+namespace {
+
 // A binary cloud's colours that are not grey.
-static long countColoured(const std::string& rCloud)
+long countColoured(const std::string& rCloud)
 {
     const std::string end = "end_header\n";
     long nColoured = 0;
-    for (std::size_t n = rCloud.find(end) + end.size(); n + 19 <= rCloud.size(); n += 19)
+    for (std::size_t n = rCloud.find(end) + end.size(); n + 19 <= rCloud.size(); n += 19) {
         nColoured += rCloud[n + 12] != rCloud[n + 13] || rCloud[n + 13] != rCloud[n + 14];
+    }
     return nColoured;
 }
+
+} // namespace
 
 TEST_F(Program, ThreeCamerasColoursAndQualities)
 {
@@ -173,7 +185,7 @@ TEST_F(Program, RectifiedFramesOfAnotherShapeWithATruth)
     cv::theRNG().state = 8;
     cv::randu(right, 0, 255);
     cv::Mat1b left(right.size(), uchar(0)), rightTruth = left.clone(), leftTruth = left.clone();
-    for (int nRow = 0; nRow < right.rows; ++nRow)
+    for (int nRow = 0; nRow < right.rows; ++nRow) {
         for (const int nFirst : {0, 200}) {
             const int nShift = 8 + nRow / 20 + nFirst / 25;
             const cv::Rect from(nFirst, nRow, nFirst ? 220 - nShift : 200, 1);
@@ -181,6 +193,7 @@ TEST_F(Program, RectifiedFramesOfAnotherShapeWithATruth)
             rightTruth(from).setTo(2 * nShift);
             leftTruth(from + cv::Point(nShift, 0)).setTo(2 * nShift);
         }
+    }
     cv::Mat coloured;
     cv::cvtColor(right, coloured, cv::COLOR_GRAY2BGR);
     writeImage(m_folder / "r.png", coloured);

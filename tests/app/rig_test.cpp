@@ -13,6 +13,8 @@ using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
 
+namespace {
+
 struct Rigs : testing::Test
 {
     static RigWishes imported()
@@ -26,7 +28,7 @@ struct Rigs : testing::Test
         EXPECT_NEAR(rA.m_plan.m_dFocal, rB.m_plan.m_dFocal, 1e-9);
         for (const auto& [eCamera, rRotation] : rA.m_plan.m_rotations) {
             EXPECT_LT(cv::norm(rRotation - rB.m_plan.m_rotations.at(eCamera)), 1e-12);
-            EXPECT_EQ(rA.m_set.at(eCamera).m_model.m_K, rB.m_set.at(eCamera).m_model.m_K);
+            EXPECT_EQ(rA.m_set.at(eCamera).m_model.m_cameraMatrix, rB.m_set.at(eCamera).m_model.m_cameraMatrix);
         }
     }
     static MountedCamera& left(CameraSet& rSet) { return rSet.at(KestrovaCamLeft); }
@@ -36,33 +38,36 @@ struct Rigs : testing::Test
     CameraSet m_pair = exampleCameraSet(m_size);
 };
 
+} // namespace
+
 TEST_F(Rigs, WhatCannotBeARigIsNamed)
 {
     using Spoil = std::function<void(CameraSet&)>;
     const std::pair<Spoil, const char*> aCases[] = {
-        {[](CameraSet& r) { left(r).m_model.m_K(0, 2) = NAN; }, "left camera: camera matrix: has a value that is no"},
-        {[](CameraSet& r) { left(r).m_model.m_K(1, 1) = -280; }, "focal lengths .* above 0"},
-        {[](CameraSet& r) { left(r).m_model.m_K *= 0.5; }, "only its first two rows scaled"},
-        {[](CameraSet& r) { left(r).m_model.m_K(1, 2) = 241; }, "centre .* outside the frame of 320x240"},
+        {[](CameraSet& r) { left(r).m_model.m_cameraMatrix(0, 2) = NAN; },
+         "left camera: camera matrix: has a value that is no"},
+        {[](CameraSet& r) { left(r).m_model.m_cameraMatrix(1, 1) = -280; }, "focal lengths .* above 0"},
+        {[](CameraSet& r) { left(r).m_model.m_cameraMatrix *= 0.5; }, "only its first two rows scaled"},
+        {[](CameraSet& r) { left(r).m_model.m_cameraMatrix(1, 2) = 241; }, "centre .* outside the frame of 320x240"},
         {[](CameraSet& r) {
              left(r).m_model.m_size = {640, 480};
          },
          "size 640x480, but the right one has 320x240"},
         {[](CameraSet& r) { left(r).m_model.m_adDistortion.resize(3); }, "distortion: 3 coefficients"},
         {[](CameraSet& r) { left(r).m_model.m_adDistortion[4] = INFINITY; }, "distortion: has a value that is no"},
-        {[](CameraSet& r) { left(r).m_R(2, 2) = -left(r).m_R(2, 2); }, "R: no rotation"},
-        {[](CameraSet& r) { left(r).m_R *= 1.01; }, "R: no rotation"},
-        {[](CameraSet& r) { left(r).m_T[1] = NAN; }, "R, T: a value is no number"},
-        {[](CameraSet& r) { left(r).m_T = {}; }, "T: both cameras stand at one place"},
-        {[](CameraSet& r) { left(r).m_T *= 1000; },
+        {[](CameraSet& r) { left(r).m_rotation(2, 2) = -left(r).m_rotation(2, 2); }, "R: no rotation"},
+        {[](CameraSet& r) { left(r).m_rotation *= 1.01; }, "R: no rotation"},
+        {[](CameraSet& r) { left(r).m_translation[1] = NAN; }, "R, T: a value is no number"},
+        {[](CameraSet& r) { left(r).m_translation = {}; }, "T: both cameras stand at one place"},
+        {[](CameraSet& r) { left(r).m_translation *= 1000; },
          "a baseline of 120 m; .* millimetres given as metres; compare T and --unit"},
-        {[](CameraSet& r) { left(r).m_T *= 0.001; }, "metres given as millimetres; compare T and --unit"},
+        {[](CameraSet& r) { left(r).m_translation *= 0.001; }, "metres given as millimetres; compare T and --unit"},
         {[](CameraSet& r) { r = exchanged(r); }, "left and right are swapped"},
         {[](CameraSet& r) {
-             left(r).m_T = {0, -0.12, 0};
+             left(r).m_translation = {0, -0.12, 0};
          },
          "one above the other: give them as --right and --top"},
-        {[](CameraSet& r) { cv::Rodrigues(cv::Vec3d(0, 2.5, 0), left(r).m_R); }, "no view in common"}};
+        {[](CameraSet& r) { cv::Rodrigues(cv::Vec3d(0, 2.5, 0), left(r).m_rotation); }, "no view in common"}};
     for (const auto& [spoil, pszReason] : aCases) {
         CameraSet set = m_pair;
         spoil(set);
@@ -75,7 +80,7 @@ TEST_F(Rigs, WhatCannotBeARigIsNamed)
             EXPECT_THAT(rError.what(), testing::MatchesRegex("stereo.yml: [^\n]*" + std::string(pszReason) + "[^\n]*"));
         }
     }
-    left(m_pair).m_T *= 50; // 6 metres
+    left(m_pair).m_translation *= 50; // 6 metres
     EXPECT_THAT(buildRig(m_pair, {}).m_remarks, Contains(HasSubstr("does this match your ruler?")));
 }
 
@@ -91,13 +96,13 @@ TEST_F(Rigs, GeometryNamesTheCamerasAndAnOverrideWins)
     expectSame(buildRig(exchanged(m_pair), wishes), straight);
     wishes.m_leftIs = KestrovaCamLeft; // of a source whose R and T lead from right to left
     CameraSet back = m_pair;
-    left(back).m_R = left(m_pair).m_R.t();
-    left(back).m_T = -(left(back).m_R * left(m_pair).m_T);
+    left(back).m_rotation = left(m_pair).m_rotation.t();
+    left(back).m_translation = -(left(back).m_rotation * left(m_pair).m_translation);
     const Rig overruled = buildRig(back, wishes);
     expectSame(overruled, straight);
     EXPECT_THAT(overruled.m_remarks, Contains(HasSubstr("taken as the way back")));
 
-    left(m_pair).m_T = {0.001, 0.12, 0}; // below, so the other one is on top
+    left(m_pair).m_translation = {0.001, 0.12, 0}; // below, so the other one is on top
     EXPECT_EQ(configurationOf(buildRig(m_pair, imported()).m_set), KestrovaCfg2CameraVertical);
 }
 
@@ -121,7 +126,7 @@ TEST_F(Rigs, ALensThatFoldsBackIsUsedWithinItsReachAndMaskedBeyond)
         const cv::Mat1b region = session.region(KestrovaCamLeft, m_size);
         const cv::Matx33d& rRotation = rig.m_plan.m_rotations.at(KestrovaCamLeft);
         int nPastFold = 0;
-        for (int nRow = 0; nRow < region.rows; ++nRow)
+        for (int nRow = 0; nRow < region.rows; ++nRow) {
             for (int nCol = 0; nCol < region.cols; ++nCol) {
                 const Points pixel{cv::Point2d(nCol, nRow)};
                 const Points ray = raysOfRectified(rRotation, rig.m_plan, pixel);
@@ -132,6 +137,7 @@ TEST_F(Rigs, ALensThatFoldsBackIsUsedWithinItsReachAndMaskedBeyond)
                 const double dLimit = dRadius > reach.m_dFold ? -1.0 : dRadius < reach.m_dRay ? 0.1 : 1.0;
                 ASSERT_TRUE(!region(nRow, nCol) || dError < dLimit) << pixel << dRadius << ' ' << dError;
             }
+        }
         EXPECT_GT(cv::countNonZero(region), region.rows * region.cols * (dAlpha > 0.0 ? 6 : 8) / 10);
         EXPECT_EQ(nPastFold > 100, dAlpha > 0.0);
     }
@@ -166,9 +172,9 @@ TEST_F(Rigs, AnLThatOneDisparityCannotServeBecomesTwoSections)
 {
     CameraSet set = exampleCameraSet(m_size, KestrovaCfg3CameraL);
     EXPECT_TRUE(buildRig(set, {}).m_further.empty());
-    const cv::Vec3d right = set.at(KestrovaCamTop).m_T; // at a right angle, and as long as the other
+    const cv::Vec3d right = set.at(KestrovaCamTop).m_translation; // at a right angle, and as long as the other
     for (const cv::Vec3d& rTop : {right + cv::Vec3d(0.002, 0, 0), 0.85 * right}) {
-        set.at(KestrovaCamTop).m_T = rTop;
+        set.at(KestrovaCamTop).m_translation = rTop;
         const Rig rig = buildRig(set, {});
         EXPECT_THAT(rig.m_remarks, Contains(HasSubstr("two sections are written")));
         writeText(m_folder / "two.txt", rig.text());

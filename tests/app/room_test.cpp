@@ -14,14 +14,19 @@ TEST(SplineSurface, HoldsPolynomialsOnAnyKnots)
 {
     // The polar form gives the coefficients of x^3 and of y, whatever the knots: their product, and their mean.
     SplineSurface surface{7, {0, 0, 0, 0, .2, .5, .55, 1, 1, 1, 1}, {0, 0, 0, 0, .1, .1, .9, 1, 1, 1, 1}, {}};
-    for (auto pX = surface.m_adKnotsX.data(); surface.m_adCoefs.size() < 49; ++pX)
-        for (auto pY = surface.m_adKnotsY.data(); pY < surface.m_adKnotsY.data() + 7; ++pY)
+    for (auto pX = surface.m_adKnotsX.data(); surface.m_adCoefs.size() < 49; ++pX) {
+        for (auto pY = surface.m_adKnotsY.data(); pY < surface.m_adKnotsY.data() + 7; ++pY) {
             surface.m_adCoefs.push_back(pX[1] * pX[2] * pX[3] * (pY[1] + pY[2] + pY[3]) / 3);
-    for (double dX : {0.0, 0.1, 0.2, 0.37, 0.5, 0.9, 1.0})
-        for (double dY : {0.0, 0.05, 0.1, 0.6, 0.9, 0.95, 1.0})
+        }
+    }
+    for (double dX : {0.0, 0.1, 0.2, 0.37, 0.5, 0.9, 1.0}) {
+        for (double dY : {0.0, 0.05, 0.1, 0.6, 0.9, 0.95, 1.0}) {
             ASSERT_NEAR(surface(dX, dY), dX * dX * dX * dY, 1e-12) << dX << ' ' << dY;
-    for (const cv::Point2d& rAt : Points{{0, 0}, {63.5, 47.5}, {-0.5, -0.5}, {31.3, 7.9}})
+        }
+    }
+    for (const cv::Point2d& rAt : Points{{0, 0}, {63.5, 47.5}, {-0.5, -0.5}, {31.3, 7.9}}) {
         EXPECT_LT(cv::norm(identitySplineMap()(rAt, {64, 48}, {64, 48}) - rAt), 1e-12) << rAt;
+    }
 }
 
 TEST(SplineFit, FollowsLensesBothWaysAndTellsWhenItDoesNot)
@@ -40,56 +45,66 @@ TEST(SplineFit, FollowsLensesBothWaysAndTellsWhenItDoesNot)
         const CameraMaps maps = fitCameraMaps(rRight, rRotation, plan);
         EXPECT_LT(maps.largestError(), 0.05) << raw;
         const auto expected = mapsByOpenCv(rRight, rRotation, plan);
-        for (int nRow = 40; nRow < 200; nRow += 37)
+        for (int nRow = 40; nRow < 200; nRow += 37) {
             for (int nCol = 40; nCol < 280; nCol += 37) {
                 const cv::Point2d at(nCol, nRow);
                 const cv::Point2d inRaw(expected[0](nRow, nCol), expected[1](nRow, nCol));
                 ASSERT_LT(cv::norm(maps.m_rawFromRectified(at, canvas, raw) - inRaw), 0.05) << raw << at;
                 ASSERT_LT(cv::norm(maps.m_rectifiedFromRaw(inRaw, raw, canvas) - at), 0.05) << raw << at;
             }
+        }
     }
     const Room room; // one cubic cannot follow its lens
     const CameraMaps bad = fitCameraMaps(room.m_set.at(KestrovaCamLeft).m_model,
                                          room.m_plan.m_rotations.at(KestrovaCamLeft), room.m_plan, 4);
-    for (double dError : {bad.m_dForwardError, bad.m_dInverseError, bad.m_dRoundTripError})
+    for (double dError : {bad.m_dForwardError, bad.m_dInverseError, bad.m_dRoundTripError}) {
         EXPECT_GT(dError, 0.05);
+    }
 }
 
-static const auto sk_sets =
-    testing::Values(KestrovaCfg2CameraHorizontal, KestrovaCfg2CameraVertical, KestrovaCfg3CameraL);
+namespace {
+
+const auto sk_sets = testing::Values(KestrovaCfg2CameraHorizontal, KestrovaCfg2CameraVertical, KestrovaCfg3CameraL);
 
 struct Sets : testing::TestWithParam<KestrovaCameraConfiguration>
 {
 };
+
+} // namespace
 INSTANTIATE_TEST_SUITE_P(AllCameras, Sets, sk_sets);
 
+namespace {
+
 // Where a point at a depth moves from the right image to another one.
-static cv::Point2d shiftTo(KestrovaCamera eCamera, double dDisparity)
+cv::Point2d shiftTo(KestrovaCamera eCamera, double dDisparity)
 {
     return eCamera == KestrovaCamRight ? cv::Point2d()
            : eCamera == KestrovaCamTop ? cv::Point2d(0, dDisparity)
                                        : cv::Point2d(dDisparity, 0);
 }
 
+} // namespace
+
 TEST_P(Sets, PlanPutsAPointAtItsDisparityToTheRightInTheLeftImageAndBelowInTheTopOne)
 {
     const Room room(GetParam());
     const RectificationPlan& rPlan = room.m_plan;
-    EXPECT_NEAR(rPlan.m_dBaseline, cv::norm(room.m_set.rbegin()->second.m_T), 1e-9);
+    EXPECT_NEAR(rPlan.m_dBaseline, cv::norm(room.m_set.rbegin()->second.m_translation), 1e-9);
     for (const cv::Vec3d& rPoint : {cv::Vec3d(0.1, -0.2, 1.5), cv::Vec3d(-0.8, 0.5, 2.5), cv::Vec3d(1.0, 0.3, 6.0)}) {
         PerCamera<cv::Point2d> places;
         for (const auto& [eCamera, rCamera] : room.m_set) {
-            const cv::Vec3d seen = rCamera.m_R.t() * (rPoint - rCamera.m_T);
+            const cv::Vec3d seen = rCamera.m_rotation.t() * (rPoint - rCamera.m_translation);
             const Points raw = projectRays(rCamera.m_model, {{seen[0] / seen[2], seen[1] / seen[2]}});
             places[eCamera] =
                 rectifiedFromRays(rPlan.m_rotations.at(eCamera), rPlan, raysOfPixels(rCamera.m_model, raw)).front();
         }
         const double dDepth = (rPlan.m_rotations.at(KestrovaCamRight) * rPoint)[2];
-        for (const auto& [eCamera, rAt] : places)
+        for (const auto& [eCamera, rAt] : places) {
             EXPECT_LT(cv::norm(rAt - places[KestrovaCamRight] -
                                shiftTo(eCamera, rPlan.m_dFocal * rPlan.m_dBaseline / dDepth)),
                       1e-4) // the top camera of an L by its mounting, within the tolerance of its angle
                 << rPoint << cameraName(eCamera);
+        }
     }
 }
 
@@ -104,7 +119,7 @@ TEST(RectificationPlan, RefusesCamerasThatDoNotStandWhereTheirNamesSay)
         {KestrovaCfg3CameraL, KestrovaCamTop, {0, -0.13, 0}}};
     for (const auto& [eConfiguration, eCamera, T] : aBad) {
         Room room(eConfiguration);
-        room.m_set.at(eCamera).m_T = T;
+        room.m_set.at(eCamera).m_translation = T;
         EXPECT_THROW(planRectification(room.m_set, room.m_size, 0.0), AppError) << eConfiguration << T;
     }
 }
@@ -152,11 +167,12 @@ TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
     Frames frames;
     std::uint32_t uSeed = 4;
     for (const auto& [eCamera, rCamera] : room.m_set) {
-        const RawFrame raw =
-            renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {Room::gainOf(eCamera), 1.2, uSeed++});
+        const RawFrame raw = renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation},
+                                       {Room::gainOf(eCamera), 1.2, uSeed++});
         frames.m_grey[eCamera] = raw.m_grey;
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             frames.m_colour = raw.m_colour;
+        }
     }
     writeText(folder / "c.txt", calibrationText(room.description()));
     StereoSession session(folder / "c.txt");
@@ -186,12 +202,14 @@ TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
 
     // The truth joins the same greys of both images, and nothing that a nearer surface hides from another camera.
     std::array<cv::Mat1f, 2> here{cv::Mat1f(room.m_size), cv::Mat1f(room.m_size)}; // column and row
-    for (std::size_t n : {0, 1})
+    for (std::size_t n : {0, 1}) {
         here[n].forEach([n](float& rfAt, const int* pnAt) { rfAt = static_cast<float>(pnAt[1 - n]); });
+    }
     const cv::Mat seen = truth.m_sight == static_cast<int>(Sight::Textured);
     for (const auto& [eCamera, rImage] : result.m_rectified) {
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
+        }
         const bool bTop = eCamera == KestrovaCamTop;
         std::array<cv::Mat1f, 2> to{here[0].clone(), here[1].clone()};
         to[bTop] += truth.m_disparity;
@@ -200,8 +218,9 @@ TEST_P(Sets, DefaultsReachTheirFiguresOnTheRoom)
             cv::remap(image, matches, to[0] + rShift.x, to[1] + rShift.y, cv::INTER_CUBIC);
             return cv::norm(matches, rRight, cv::NORM_L1, seen) / cv::countNonZero(seen);
         };
-        for (const cv::Point2d& rShift : Points{{0.5, 0}, {-0.5, 0}, {0, 0.5}, {0, -0.5}})
+        for (const cv::Point2d& rShift : Points{{0.5, 0}, {-0.5, 0}, {0, 0.5}, {0, -0.5}}) {
             EXPECT_GT(meanDifference(rShift), 1.4 * meanDifference({0, 0})) << rShift << cameraName(eCamera);
+        }
         const cv::Mat1f turned = bTop ? cv::Mat1f(truth.m_disparity.t()) : truth.m_disparity;
         const cv::Mat1f nearest = toLeftView(turned);
         cv::Mat covering;

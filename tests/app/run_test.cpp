@@ -15,7 +15,9 @@ namespace kestrova::app {
 
 using testing::ElementsAre, testing::HasSubstr, testing::Not;
 
-static constexpr float sk_fNone = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fNone = std::numeric_limits<float>::infinity();
 
 // Frames of 160 by 120: noise, with a near block before a wall, and to its right two columns that only the left camera
 // sees. The wall has disparity 8, the block that of its frame.
@@ -26,8 +28,9 @@ struct Batch : Program
 
     Batch()
     {
-        for (const char* pszFolder : {"r", "l"})
+        for (const char* pszFolder : {"r", "l"}) {
             std::filesystem::create_directory(m_folder / pszFolder);
+        }
         std::ofstream list(m_folder / "list.txt");
         list << "# right left\n\n";
         for (int nFrame = 0; nFrame < sk_nFrames; ++nFrame) {
@@ -48,15 +51,28 @@ struct Batch : Program
     std::map<std::string, std::string> filesIn(const std::string& rFolder) const
     {
         std::map<std::string, std::string> files;
-        for (const auto& rEntry : std::filesystem::recursive_directory_iterator(m_folder / rFolder))
-            if (rEntry.is_regular_file())
+        for (const auto& rEntry : std::filesystem::recursive_directory_iterator(m_folder / rFolder)) {
+            if (rEntry.is_regular_file()) {
                 files[std::filesystem::relative(rEntry.path(), m_folder / rFolder)] = slurp(rEntry.path());
+            }
+        }
         return files;
     }
 };
 
+// A report without the table of times, of which no two are alike.
+std::string withoutTimes(std::string text)
+{
+    if (const std::size_t uBegin = std::min(text.find("\nMilliseconds"), text.find("<h2>Times"));
+        uBegin != std::string::npos) {
+        const std::size_t uEnd = text.find("</table>", uBegin);
+        text.erase(uBegin, uEnd == std::string::npos ? uEnd : uEnd - uBegin);
+    }
+    return text;
+}
+
 // The values of an array file, told by its own header.
-static cv::Mat1f readNpy(const std::string& rFile)
+cv::Mat1f readNpy(const std::string& rFile)
 {
     const auto nHeader = static_cast<std::size_t>(static_cast<unsigned char>(rFile.at(8)) +
                                                   256 * static_cast<unsigned char>(rFile.at(9)));
@@ -71,6 +87,8 @@ static cv::Mat1f readNpy(const std::string& rFile)
     std::memcpy(values.data, rFile.data() + 10 + nHeader, values.total() * 4);
     return values;
 }
+
+} // namespace
 
 TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
 {
@@ -93,7 +111,7 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
             const cv::Mat1f array = readNpy(slurp(in / ("disparity" + end + ".npy")));
             ASSERT_TRUE(disparity.size() == cv::Size(160, 120) && array.size() == disparity.size());
             long nFound = 0;
-            for (int nRow = 0; nRow < 120; ++nRow)
+            for (int nRow = 0; nRow < 120; ++nRow) {
                 for (int nCol = 0; nCol < 160; ++nCol) {
                     const float f = disparity(nRow, nCol);
                     const bool bFound = std::isfinite(f);
@@ -107,6 +125,7 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
                                        : std::isnan(array(nRow, nCol)))
                         << at;
                 }
+            }
             const int nNear = disparityOf(nFrame);
             const int nMoved = view == "left" ? nNear : 0;
             EXPECT_NEAR(disparity(60, 80 + nMoved), nNear, 0.3);
@@ -136,8 +155,9 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
             EXPECT_NEAR(json["density"].real(), static_cast<double>(nFound) / (160 * 120), 1e-5);
             EXPECT_NEAR(json["focal_px"].real() * json["baseline_m"].real(), 20.0, 1e-3);
             double dSum = json["density"].real();
-            for (const cv::FileNode& rShare : json["rejected"])
+            for (const cv::FileNode& rShare : json["rejected"]) {
                 dSum += rShare.real();
+            }
             EXPECT_NEAR(dSum, 1.0, 1e-5);
             EXPECT_GT(json["milliseconds"]["stereo"].real(), 0.0);
         }
@@ -147,6 +167,28 @@ TEST_F(Batch, EveryOutputOfAListReadsBackAsTheSameDisparities)
     EXPECT_GT(cv::countNonZero(reasons(cv::Rect(66, 40, 12, 40)) == static_cast<int>(Reject::Hidden)), 120);
     EXPECT_FALSE(exists(m_folder / "left/f 8/disparity8_pixels_offset0.png"));
     EXPECT_TRUE(exists(m_folder / "right/f 8/disparity8_pixels_offset0.png"));
+}
+
+// What an output takes is worked out for it alone: a need that its row does not name leaves it empty, or short of a
+// part.
+TEST_F(Batch, EachOutputAloneIsAsAmongAll)
+{
+    const std::string given = "run --rectified --focal 200 --baseline 10cm --disparity 4 24 --list list.txt ";
+    ASSERT_EQ(call(given + "--out all --to all").m_nStatus, 0);
+    const std::map<std::string, std::string> all = filesIn("all");
+    const std::string known = call(given + "--out none --to none").m_error;
+    const std::size_t uBegin = known.find("one or more of ") + 15;
+    std::istringstream names(known.substr(uBegin, known.find(" with commas") - uBegin));
+    std::size_t uWritten = 0;
+    for (std::string name; names >> name;) {
+        name.pop_back();
+        ASSERT_EQ(call(given + "--out " + name + " --to alone-" + name).m_nStatus, 0) << name;
+        for (const auto& [rFile, rText] : filesIn("alone-" + name)) {
+            EXPECT_TRUE(withoutTimes(rText) == withoutTimes(all.at(rFile))) << rFile;
+            uWritten += !rFile.ends_with("calibration.txt");
+        }
+    }
+    EXPECT_EQ(uWritten, all.size() - sk_nFrames); // each has its calibration too
 }
 
 TEST_F(Batch, ShardsPatternsAndPresetsLeadToTheSameFiles)
@@ -281,8 +323,9 @@ TEST(FrameList, PairsNamesAndCountsAsPeopleDo)
     const auto glob = [&](const char* pszPattern) { return (folder / pszPattern).string(); };
     const FrameList list = pairByOrder({{KestrovaCamRight, glob("a/r*.png")}, {KestrovaCamLeft, glob("b/l*.png")}});
     std::vector<std::string> names;
-    for (const FrameNames& rFrame : list.m_frames)
+    for (const FrameNames& rFrame : list.m_frames) {
         names.push_back(rFrame.m_name + " " + rFrame.m_files.at(KestrovaCamLeft).stem().string());
+    }
     EXPECT_THAT(names, ElementsAre("r1 l1", "r2 l2", "r10 l9"));
     EXPECT_THAT(list.m_remark, AllOf(HasSubstr("r10.png"), HasSubstr("l9.png")));
 

@@ -10,37 +10,44 @@
 
 namespace kestrova::app {
 
-static bool isPair(const kestrova::Setting& rSetting)
+namespace {
+
+bool isPair(const kestrova::Setting& rSetting)
 {
     return std::holds_alternative<SettingPair>(rSetting.m_field);
 }
 
-static SettingKind kindOf(const kestrova::Setting& rSetting)
+SettingKind kindOf(const kestrova::Setting& rSetting)
 {
-    if (const auto* const pWord = std::get_if<SettingWord>(&rSetting.m_field))
+    if (const auto* const pWord = std::get_if<SettingWord>(&rSetting.m_field)) {
         return *pWord == SettingWord::StereoQuality ? SettingKind::Quality : SettingKind::Rectification;
-    if (std::holds_alternative<bool DeviceFreeSettings::*>(rSetting.m_field))
+    }
+    if (std::holds_alternative<bool DeviceFreeSettings::*>(rSetting.m_field)) {
         return SettingKind::Switch;
+    }
     return std::holds_alternative<double DeviceFreeSettings::*>(rSetting.m_field) ? SettingKind::Real
                                                                                   : SettingKind::Whole;
 }
 
-static std::string number(double dValue)
+std::string number(double dValue)
 {
     return std::to_string(static_cast<int>(dValue));
 }
 
 // How the program words it.
-static std::string rangeText(const kestrova::Setting& rSetting)
+std::string rangeText(const kestrova::Setting& rSetting)
 {
     const SettingRange& rRange = rSetting.m_range;
     const SettingKind eKind = kindOf(rSetting);
-    if (eKind == SettingKind::Switch)
+    if (eKind == SettingKind::Switch) {
         return "on, off";
-    if (eKind != SettingKind::Whole && eKind != SettingKind::Real)
+    }
+    if (eKind != SettingKind::Whole && eKind != SettingKind::Real) {
         return "";
-    if (std::isinf(rRange.m_dHigh))
+    }
+    if (std::isinf(rRange.m_dHigh)) {
         return number(rRange.m_dLow) + " or more";
+    }
     return (rRange.m_bOdd ? "odd, " : "") + number(rRange.m_dLow) + " to " + number(rRange.m_dHigh);
 }
 
@@ -50,7 +57,7 @@ struct Ends
     std::vector<double> m_refused;
 };
 
-static Ends endsOf(const kestrova::Setting& rSetting)
+Ends endsOf(const kestrova::Setting& rSetting)
 {
     const SettingRange& rRange = rSetting.m_range;
     const bool bReal = kindOf(rSetting) == SettingKind::Real;
@@ -59,16 +66,19 @@ static Ends endsOf(const kestrova::Setting& rSetting)
                      : static_cast<float>(dEnd + (dTowards > dEnd ? 1 : -1));
     };
     Ends ends{{rRange.m_dLow, std::min(rRange.m_dHigh, 1e6)}, {beyond(rRange.m_dLow, -1e9)}};
-    if (!std::isinf(rRange.m_dHigh))
+    if (!std::isinf(rRange.m_dHigh)) {
         ends.m_refused.push_back(beyond(rRange.m_dHigh, 1e9));
-    if (rRange.m_bOdd)
+    }
+    if (rRange.m_bOdd) {
         ends.m_refused.push_back(rRange.m_dLow + 1);
-    if (bReal)
+    }
+    if (bReal) {
         ends.m_refused.push_back(std::nan(""));
+    }
     return ends;
 }
 
-static const kestrova::Setting* libraryRow(const std::string& rOption)
+const kestrova::Setting* libraryRow(const std::string& rOption)
 {
     const auto pFound = std::find_if(sk_aSettings.begin(), sk_aSettings.end(),
                                      [&](const kestrova::Setting& r) { return rOption == r.m_pszOption; });
@@ -80,12 +90,16 @@ struct Settings : Program
     Settings() { writeText(m_folder / "c.txt", calibrationText(Room().description())); }
 };
 
+} // namespace
+
 TEST_F(Settings, TheProgramTellsWhatTheLibraryTakes)
 {
     std::set<std::string> left; // rows of the library that the program has yet to show
-    for (const kestrova::Setting& rRow : sk_aSettings)
-        if (*rRow.m_pszOption != '\0' && !isPair(rRow))
+    for (const kestrova::Setting& rRow : sk_aSettings) {
+        if (*rRow.m_pszOption != '\0' && !isPair(rRow)) {
             left.insert(rRow.m_pszOption);
+        }
+    }
     for (const Setting& rSetting : allSettings()) {
         SCOPED_TRACE(rSetting.m_pszName);
         const kestrova::Setting* const pRow = libraryRow(rSetting.m_pszName);
@@ -102,8 +116,9 @@ TEST_F(Settings, TheProgramTellsWhatTheLibraryTakes)
                 EXPECT_EQ(rSetting.m_pfnSet(context, dValue), KestrovaErrorOk) << dValue;
                 EXPECT_EQ(rSetting.m_pfnGet(context), dValue);
             }
-            for (const double dValue : endsOf(*pRow).m_refused)
+            for (const double dValue : endsOf(*pRow).m_refused) {
                 EXPECT_EQ(rSetting.m_pfnSet(context, dValue), KestrovaErrorInvalidSetting) << dValue;
+            }
         } else {
             EXPECT_EQ(rSetting.m_pszDefault, wordsOf(rSetting.m_eKind).at(static_cast<std::size_t>(dDefault)));
             for (std::size_t n = 0; n < wordsOf(rSetting.m_eKind).size(); ++n) {

@@ -13,7 +13,9 @@ namespace kestrova::app {
 
 using testing::AllOf, testing::HasSubstr, testing::Not;
 
-static const Board sk_sheet{{9, 6}, 0.025};
+namespace {
+
+const Board sk_sheet{{9, 6}, 0.025};
 
 struct Optic
 {
@@ -21,35 +23,38 @@ struct Optic
     std::vector<double> m_adDistortion;
     double m_dFocal; // of the larger side
 };
-static const Optic sk_plumb{LensChoice::Plumb, {-.27, .105, .0008, -.0006, -.018}, 0.8};
-static const Optic sk_rational{LensChoice::Rational, {.3, -.1, .0005, -.0004, .01, .6, -.1, .02}, 0.75};
-static const Optic sk_wide{LensChoice::Equidistant, {-.02, .003, -.001, .0002}, 0.42};
+const Optic sk_plumb{LensChoice::Plumb, {-.27, .105, .0008, -.0006, -.018}, 0.8};
+const Optic sk_rational{LensChoice::Rational, {.3, -.1, .0005, -.0004, .01, .6, -.1, .02}, 0.75};
+const Optic sk_wide{LensChoice::Equidistant, {-.02, .003, -.001, .0002}, 0.42};
 
-static CameraSet knownPair(cv::Size size, const Optic& rOptic)
+CameraSet knownPair(cv::Size size, const Optic& rOptic)
 {
     const Lens eLens = rOptic.m_eChoice == LensChoice::Equidistant ? Lens::Equidistant : Lens::Polynomial;
     return knownPair(size, eLens, rOptic.m_adDistortion, rOptic.m_dFocal);
 }
 
 // Corners of boards all over the frames, off by a twentieth of a pixel, without pictures.
-static Shots cornersOf(const CameraSet& rSet, int nShots)
+Shots cornersOf(const CameraSet& rSet, int nShots)
 {
     Shots shots{sk_sheet, rSet.at(KestrovaCamRight).m_model.m_size, {}};
     cv::RNG rng(5);
     Points squares;
-    for (int i = 0; i < sk_sheet.m_inner.area(); ++i)
+    for (int i = 0; i < sk_sheet.m_inner.area(); ++i) {
         squares.emplace_back(i % sk_sheet.m_inner.width, i / sk_sheet.m_inner.width);
-    for (const BoardPose& rPose : posesAcross(rSet, sk_sheet, nShots))
-        for (Shot& rShot = shots.m_shots.emplace_back(); const auto& [eCamera, rCamera] : rSet)
-            for (const cv::Point2d& rAt : boardPixels(rCamera, rPose, squares, sk_sheet.m_dSquare))
+    }
+    for (const BoardPose& rPose : posesAcross(rSet, sk_sheet, nShots)) {
+        for (Shot& rShot = shots.m_shots.emplace_back(); const auto& [eCamera, rCamera] : rSet) {
+            for (const cv::Point2d& rAt : boardPixels(rCamera, rPose, squares, sk_sheet.m_dSquare)) {
                 rShot[eCamera].m_corners.emplace_back(rAt + cv::Point2d(rng.gaussian(0.05), rng.gaussian(0.05)));
+            }
+        }
+    }
     return shots;
 }
 
 // The largest distance, in pixels, between where two lenses show the same rays, of the pixels where boards were. A
 // shift of all of them is the centre's, which a turn of the camera makes good.
-static double lensDifference(const CameraModel& rTrue, const CameraModel& rFound, const Shots& rShots,
-                             KestrovaCamera eCamera)
+double lensDifference(const CameraModel& rTrue, const CameraModel& rFound, const Shots& rShots, KestrovaCamera eCamera)
 {
     Points off;
     cv::Point2d shift;
@@ -64,18 +69,19 @@ static double lensDifference(const CameraModel& rTrue, const CameraModel& rFound
     }
     shift /= static_cast<double>(off.size());
     double dWorst = 0.0;
-    for (const cv::Point2d& rOff : off)
+    for (const cv::Point2d& rOff : off) {
         dWorst = std::max(dWorst, cv::norm(rOff - shift));
+    }
     return dWorst;
 }
 
-static void expectKnown(const CameraSet& rTrue, const CameraSet& rFound, const Shots& rShots, double dPixels,
-                        const std::string& rCase)
+void expectKnown(const CameraSet& rTrue, const CameraSet& rFound, const Shots& rShots, double dPixels,
+                 const std::string& rCase)
 {
     for (const auto& [eCamera, rKnown] : rTrue) {
         const MountedCamera& rCamera = rFound.at(eCamera);
-        const cv::Matx33d& K = rCamera.m_model.m_K;
-        const cv::Matx33d& rK = rKnown.m_model.m_K;
+        const cv::Matx33d& K = rCamera.m_model.m_cameraMatrix;
+        const cv::Matx33d& rK = rKnown.m_model.m_cameraMatrix;
         EXPECT_NEAR(K(0, 0) / rK(0, 0), 1.0, 0.004) << rCase << cameraName(eCamera);
         EXPECT_NEAR(K(1, 1) / rK(1, 1), 1.0, 0.004) << rCase << cameraName(eCamera);
         EXPECT_LT(std::hypot(K(0, 2) - rK(0, 2), K(1, 2) - rK(1, 2)), 2.0 * dPixels) << rCase << cameraName(eCamera);
@@ -84,13 +90,13 @@ static void expectKnown(const CameraSet& rTrue, const CameraSet& rFound, const S
     }
     const MountedCamera& rKnown = rTrue.at(KestrovaCamLeft);
     const MountedCamera& rLeft = rFound.at(KestrovaCamLeft);
-    EXPECT_LT(cv::norm(rLeft.m_T - rKnown.m_T), 4e-4) << rCase << rLeft.m_T;
-    EXPECT_LT(cv::norm(rLeft.m_R - rKnown.m_R), 2.0 * dPixels / rKnown.m_model.m_K(0, 0)) << rCase;
+    EXPECT_LT(cv::norm(rLeft.m_translation - rKnown.m_translation), 4e-4) << rCase << rLeft.m_translation;
+    EXPECT_LT(cv::norm(rLeft.m_rotation - rKnown.m_rotation), 2.0 * dPixels / rKnown.m_model.m_cameraMatrix(0, 0))
+        << rCase;
 }
 
 // Every rectified pixel that counts shows the ray that the known lens has there.
-static void expectRegion(const StereoSession& rSession, const Rig& rRig, const CameraSet& rTrue,
-                         const std::string& rCase)
+void expectRegion(const StereoSession& rSession, const Rig& rRig, const CameraSet& rTrue, const std::string& rCase)
 {
     for (const auto& [eCamera, rKnown] : rTrue) {
         const cv::Size raw = rKnown.m_model.m_size;
@@ -99,22 +105,26 @@ static void expectRegion(const StereoSession& rSession, const Rig& rRig, const C
         const CameraModel& rLens = rRig.m_set.at(eCamera).m_model;
         const LensReach reach = reachOf(rLens);
         int nFar = 0;
-        for (int nRow = 0; nRow < region.rows; nRow += 7)
+        for (int nRow = 0; nRow < region.rows; nRow += 7) {
             for (int nCol = 0; nCol < region.cols; nCol += 7) {
                 const Points rays =
                     raysOfRectified(rRig.m_plan.m_rotations.at(eCamera), rRig.m_plan, {cv::Point2d(nCol, nRow)});
                 const cv::Point2d at = projectContinued(rLens, reach, rays)[0];
                 const bool bWellInside = cv::Rect2d(1, 1, raw.width - 3, raw.height - 3).contains(at) &&
                                          cv::norm(rays[0]) < 0.98 * reach.m_dRay;
-                if (bWellInside != (region(nRow, nCol) != 0))
+                if (bWellInside != (region(nRow, nCol) != 0)) {
                     nFar += (bWellInside && cv::norm(rays[0]) < 2.5) ||
                             !cv::Rect2d(-1, -1, raw.width + 1, raw.height + 1).contains(at);
-                else if (bWellInside)
+                } else if (bWellInside) {
                     nFar += cv::norm(pOutline->rawPosition(cv::Point(nCol, nRow), region.size(), raw) - at) > 0.2;
+                }
             }
+        }
         EXPECT_EQ(nFar, 0) << rCase << cameraName(eCamera);
     }
 }
+
+} // namespace
 
 TEST(Shapes, KnownCamerasAreFoundAgainFromCornersOfAnyShape)
 {
@@ -165,10 +175,13 @@ TEST(Shapes, NoiseDoesNotMakeTheSquareLarger)
     const Rig rig = buildRig(known, {});
     writeText(folder / "rig.txt", rig.text());
     cv::RNG rng(3);
-    for (Shot& rShot : shots.m_shots)
-        for (auto& [eCamera, rView] : rShot)
-            for (cv::Point2f& rCorner : rView.m_corners)
+    for (Shot& rShot : shots.m_shots) {
+        for (auto& [eCamera, rView] : rShot) {
+            for (cv::Point2f& rCorner : rView.m_corners) {
                 rCorner.x += static_cast<float>(rng.gaussian(0.2));
+            }
+        }
+    }
     StereoSession session(folder / "rig.txt");
     const PairProof proof = proveCorners(session, rig, shots).at(KestrovaCamLeft);
     EXPECT_NEAR(proof.m_dSquare, sk_sheet.m_dSquare, 1.5e-4);
@@ -188,8 +201,9 @@ TEST(Shapes, TheModelIsTheOneThatExplainsPhotosLeftOutOfItsFit)
     for (const auto& [raw, optic, eExpected] : aCases) {
         const CameraSet known = knownPair(raw, optic);
         Shots shots = cornersOf(known, 15);
-        for (cv::Point2f& rCorner : shots.m_shots[6].at(KestrovaCamRight).m_corners) // a bad photo tips no balance
+        for (cv::Point2f& rCorner : shots.m_shots[6].at(KestrovaCamRight).m_corners) { // a bad photo tips no balance
             rCorner.x += 3.0f * std::sin(rCorner.y);
+        }
         const SetCalibration found = calibrateSet(shots, LensChoice::Auto);
         EXPECT_STREQ(lensName(found.m_eChoice), lensName(eExpected)) << raw << found.m_whyThisLens;
         EXPECT_THAT(found.m_whyThisLens, AllOf(HasSubstr("plain "), HasSubstr("equidistant "), HasSubstr("rational ")));
@@ -198,19 +212,23 @@ TEST(Shapes, TheModelIsTheOneThatExplainsPhotosLeftOutOfItsFit)
     }
 }
 
+namespace {
+
 // As a user would: photos, calibration, frames of the same cameras, and the lenses out again.
 struct ShapedProgram : Program
 {
     void photograph(const CameraSet& rSet, int nShots) const
     {
         const std::vector<BoardPose> poses = posesAcross(rSet, sk_sheet, nShots);
-        const Scene scene = demoRoom(1, rSet.at(KestrovaCamRight).m_model.m_K(0, 0));
+        const Scene scene = demoRoom(1, rSet.at(KestrovaCamRight).m_model.m_cameraMatrix(0, 0));
         for (const auto& [eCamera, rCamera] : rSet) {
             const BoardPhotographer take(rCamera);
-            for (std::size_t u = 0; u < poses.size(); ++u)
+            for (std::size_t u = 0; u < poses.size(); ++u) {
                 writeImage(m_folder / (cameraName(eCamera) + std::to_string(u) + ".png"), take(poses[u], sk_sheet));
+            }
             writeImage(m_folder / (std::string("room_") + cameraName(eCamera) + ".png"),
-                       renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {1.0, 1.0, 1}, 2).m_grey);
+                       renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation}, {1.0, 1.0, 1}, 2)
+                           .m_grey);
         }
     }
 
@@ -223,12 +241,16 @@ struct ShapedProgram : Program
     cv::Mat1d exported(const std::string& rKey) const
     {
         cv::Mat value;
-        for (const char* pszName : {"lenses/intrinsics.yml", "lenses/extrinsics.yml"})
-            if (const cv::FileStorage file((m_folder / pszName).string(), cv::FileStorage::READ); !file[rKey].empty())
+        for (const char* pszName : {"lenses/intrinsics.yml", "lenses/extrinsics.yml"}) {
+            if (const cv::FileStorage file((m_folder / pszName).string(), cv::FileStorage::READ); !file[rKey].empty()) {
                 file[rKey] >> value;
+            }
+        }
         return value;
     }
 };
+
+} // namespace
 
 TEST_F(ShapedProgram, FromPhotosOfAnyShapeToFramesAndBackToOpenCv)
 {
@@ -258,12 +280,12 @@ TEST_F(ShapedProgram, FromPhotosOfAnyShapeToFramesAndBackToOpenCv)
         const Outcome out = call("export --calibration rig.txt --to opencv --out lenses --size " +
                                  std::to_string(raw.width) + "x" + std::to_string(raw.height));
         ASSERT_EQ(out.m_nStatus, 0) << raw << out.m_error;
-        const cv::Matx33d& K = known.at(KestrovaCamRight).m_model.m_K; // camera 2 of the file
+        const cv::Matx33d& K = known.at(KestrovaCamRight).m_model.m_cameraMatrix; // camera 2 of the file
         EXPECT_NEAR(exported("M2")(0, 0) / K(0, 0), 1.0, 0.01) << raw;
         EXPECT_NEAR(exported("M2")(0, 2), K(0, 2), 1.5) << raw;
         EXPECT_NEAR(exported("M2")(1, 2), K(1, 2), 1.5) << raw;
         EXPECT_NEAR(cv::norm(exported("T")), 0.06001, 3e-4) << raw;
-        EXPECT_LT(cv::norm(exported("R") - cv::Mat1d(cv::Mat(known.at(KestrovaCamLeft).m_R))), 4e-3) << raw;
+        EXPECT_LT(cv::norm(exported("R") - cv::Mat1d(cv::Mat(known.at(KestrovaCamLeft).m_rotation))), 4e-3) << raw;
         const Outcome back = call("import lenses -o back.txt --alpha " + std::string(pszAlpha));
         EXPECT_EQ(back.m_nStatus, 0) << raw << back.m_error;
         EXPECT_THAT(back.m_out, HasSubstr(std::string("rectified images ") + pszCanvas));

@@ -11,7 +11,11 @@
 #include <cstdlib>
 #include <new>
 
-static std::atomic<unsigned> g_nAllocations{0};
+namespace {
+
+std::atomic<unsigned> g_nAllocations{0};
+
+} // namespace
 
 // Inlined without its counterpart, one of these would look mismatched to the compiler.
 [[gnu::noinline]] void* operator new(std::size_t uBytes)

@@ -8,7 +8,7 @@
 
 namespace kestrova::app {
 
-/// Documented in docs/program.md and in --help; scripts rely on the numbers.
+/** Documented in docs/program.md and in --help; scripts rely on the numbers. */
 enum class ExitStatus
 {
     Done = 0,

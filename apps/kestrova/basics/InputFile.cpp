@@ -12,12 +12,14 @@ void checkLength(const fs::path& rFile, std::uintmax_t nMost)
 {
     std::error_code error;
     const fs::file_type eType = fs::status(rFile, error).type();
-    if (eType == fs::file_type::character || eType == fs::file_type::block)
+    if (eType == fs::file_type::character || eType == fs::file_type::block) {
         throw AppError(rFile.string() + ": is a device; give the name of a file", ExitStatus::Content);
-    if (eType == fs::file_type::regular && fs::file_size(rFile, error) > nMost && !error)
+    }
+    if (eType == fs::file_type::regular && fs::file_size(rFile, error) > nMost && !error) {
         throw AppError(rFile.string() + ": is longer than " + std::to_string(nMost >> 20) +
                            " MB, too long for what it should be; is the name right?",
                        ExitStatus::Content);
+    }
 }
 
 std::string oneLine(std::string text)

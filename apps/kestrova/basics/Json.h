@@ -5,10 +5,10 @@
 
 namespace kestrova::app {
 
-/// In quotes, with whatever a file name may hold escaped; bytes that are no UTF-8 become U+FFFD.
+/** In quotes, with whatever a file name may hold escaped; bytes that are no UTF-8 become U+FFFD. */
 std::string jsonText(const std::string& rText);
 
-/// null for what is no number. Six digits, whatever the locale.
+/** null for what is no number. Six digits, whatever the locale. */
 std::string jsonNumber(double dValue);
 
 } // namespace kestrova::app

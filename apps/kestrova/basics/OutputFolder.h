@@ -11,7 +11,7 @@ namespace kestrova::app {
 class OutputFolder
 {
 public:
-    /// Throws AppError when the place cannot be a folder of ours.
+    /** Throws AppError when the place cannot be a folder of ours. */
     explicit OutputFolder(std::filesystem::path target);
     ~OutputFolder();
     OutputFolder(const OutputFolder&) = delete;
@@ -19,7 +19,9 @@ public:
 
     std::filesystem::path file(const std::string& rName) const { return m_partial / rName; }
 
-    /// Puts all files in place. Into a folder that exists they are moved one by one and replace files of the same name.
+    /**
+     * Puts all files in place. Into a folder that exists they are moved one by one and replace files of the same name.
+     */
     void commit();
 
 private:

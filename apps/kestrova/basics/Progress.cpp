@@ -17,8 +17,9 @@ void Progress::done(std::size_t uFrames)
 {
     const Clock::time_point now = Clock::now();
     const bool bOften = now - m_last < std::chrono::milliseconds(100) && uFrames < m_uAll;
-    if (!m_bTerminal || bOften || uFrames == 0 || uFrames > m_uAll)
+    if (!m_bTerminal || bOften || uFrames == 0 || uFrames > m_uAll) {
         return;
+    }
     m_last = now;
     const double dRate = static_cast<double>(uFrames) / seconds();
     const double dLeft = static_cast<double>(m_uAll - uFrames) / dRate;
@@ -30,8 +31,9 @@ void Progress::done(std::size_t uFrames)
 
 void Progress::clear()
 {
-    if (m_bShown)
+    if (m_bShown) {
         std::fputs("\r\033[K", stderr);
+    }
     m_bShown = false;
 }
 

@@ -9,7 +9,7 @@ namespace kestrova::app {
 class Progress
 {
 public:
-    /// Writes to standard error, and only if that is a terminal. Of no frames nothing is told.
+    /** Writes to standard error, and only if that is a terminal. Of no frames nothing is told. */
     explicit Progress(std::size_t uAll);
     ~Progress() { clear(); }
     Progress(const Progress&) = delete;

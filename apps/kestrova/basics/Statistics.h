@@ -6,7 +6,7 @@
 
 namespace kestrova::app {
 
-/// The upper one of the two in the middle when their number is even. There must be a value.
+/** The upper one of the two in the middle when their number is even. There must be a value. */
 inline double medianOf(std::vector<double> values)
 {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);

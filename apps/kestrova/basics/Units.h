@@ -7,10 +7,10 @@
 
 namespace kestrova::app {
 
-/// "640x480". Throws AppError that names the option.
+/** "640x480". Throws AppError that names the option. */
 cv::Size parseSize(const std::string& rText, const std::string& rOption);
 
-/// "120mm", "12cm", "0.12m" in metres.
+/** "120mm", "12cm", "0.12m" in metres. */
 double parseLength(const std::string& rText, const std::string& rOption);
 
 } // namespace kestrova::app

@@ -9,19 +9,26 @@
 
 namespace kestrova::app {
 
-static const std::map<std::string, cv::Size2d> sk_papers{
+namespace {
+
+const std::map<std::string, cv::Size2d> sk_papers{
     {"a4", {210.0, 297.0}},  {"a3", {297.0, 420.0}},     {"a2", {420.0, 594.0}},     {"a1", {594.0, 841.0}},
     {"a0", {841.0, 1189.0}}, {"letter", {215.9, 279.4}}, {"tabloid", {279.4, 431.8}}};
-static constexpr double sk_dStrip = 10.0; // millimetres at the foot
-static constexpr double sk_dBar = 100.0;
+constexpr double sk_dStrip = 10.0; // millimetres at the foot
+constexpr double sk_dBar = 100.0;
+
+} // namespace
 
 std::vector<std::string> paperNames()
 {
     std::vector<std::string> names;
-    for (const auto& [rName, rSize] : sk_papers)
+    for (const auto& [rName, rSize] : sk_papers) {
         names.push_back(rName);
+    }
     return names;
 }
+
+namespace {
 
 struct Sheet
 {
@@ -31,50 +38,58 @@ struct Sheet
     cv::Point2d m_origin;
 };
 
-static std::optional<Sheet> place(const Board& rBoard, cv::Size2d paper)
+std::optional<Sheet> place(const Board& rBoard, cv::Size2d paper)
 {
     const double dSquare = 1000.0 * rBoard.m_dSquare;
     const double dQuiet = std::max(0.5 * dSquare, 6.0);
     const double dWidth = (rBoard.m_inner.width + 1) * dSquare;
     const double dHeight = (rBoard.m_inner.height + 1) * dSquare;
     if (dWidth + 2.0 * dQuiet > paper.width || dHeight + 2.0 * dQuiet + sk_dStrip > paper.height ||
-        sk_dBar + 80.0 > paper.width)
+        sk_dBar + 80.0 > paper.width) {
         return std::nullopt;
+    }
     return Sheet{paper, dSquare, dQuiet, {(paper.width - dWidth) / 2.0, (paper.height - sk_dStrip - dHeight) / 2.0}};
 }
 
-static std::optional<Sheet> placeEitherWay(const Board& rBoard, cv::Size2d paper)
+std::optional<Sheet> placeEitherWay(const Board& rBoard, cv::Size2d paper)
 {
     const auto upright = place(rBoard, paper);
     return upright ? upright : place(rBoard, {paper.height, paper.width});
 }
 
-static std::string smallestPaper(const Board& rBoard)
+std::string smallestPaper(const Board& rBoard)
 {
-    for (const char* pszPaper : {"a4", "a3", "a2", "a1", "a0"})
-        if (placeEitherWay(rBoard, sk_papers.at(pszPaper)))
+    for (const char* pszPaper : {"a4", "a3", "a2", "a1", "a0"}) {
+        if (placeEitherWay(rBoard, sk_papers.at(pszPaper))) {
             return std::string("it takes --paper ") + pszPaper;
+        }
+    }
     return "no paper up to a0 holds it; choose smaller squares or fewer of them";
 }
 
-static std::string squaresPath(const Board& rBoard, const Sheet& rSheet)
+std::string squaresPath(const Board& rBoard, const Sheet& rSheet)
 {
     std::string path;
-    for (int nRow = 0; nRow <= rBoard.m_inner.height; ++nRow)
-        for (int nCol = nRow % 2; nCol <= rBoard.m_inner.width; nCol += 2)
+    for (int nRow = 0; nRow <= rBoard.m_inner.height; ++nRow) {
+        for (int nCol = nRow % 2; nCol <= rBoard.m_inner.width; nCol += 2) {
             path += line("M%.4f %.4fh%.4fv%.4fh%.4fz", rSheet.m_origin.x + nCol * rSheet.m_dSquare,
                          rSheet.m_origin.y + nRow * rSheet.m_dSquare, rSheet.m_dSquare, rSheet.m_dSquare,
                          -rSheet.m_dSquare);
+        }
+    }
     return path;
 }
+
+} // namespace
 
 std::string boardSvg(const Board& rBoard, const std::string& rPaper)
 {
     const auto sheet = placeEitherWay(rBoard, sk_papers.at(rPaper));
-    if (!sheet)
+    if (!sheet) {
         throw AppError("--paper " + rPaper + ": has no room for a board of " + rBoard.describe() +
                            " and the white around it; " + smallestPaper(rBoard),
                        ExitStatus::Usage);
+    }
     const double dWidth = sheet->m_paper.width;
     const double dHeight = sheet->m_paper.height;
     const double dLeft = std::max(sheet->m_dQuiet, 8.0);

@@ -12,7 +12,11 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nLargeSide = 1600; // pixels; above it boards are looked for in a smaller picture
+namespace {
+
+constexpr int sk_nLargeSide = 1600; // pixels; above it boards are looked for in a smaller picture
+
+} // namespace
 
 bool isUsed(const Shot& rShot)
 {
@@ -33,10 +37,12 @@ cv::Mat1b readPhoto(const std::filesystem::path& rFile)
         return readImage(rFile, cv::IMREAD_GRAYSCALE | cv::IMREAD_ANYDEPTH);
     };
     const cv::Mat image = read();
-    if (image.depth() != CV_8U && image.depth() != CV_16U)
+    if (image.depth() != CV_8U && image.depth() != CV_16U) {
         throw AppError(rFile.string() + ": pixels of floating point; give photos of 8 or 16 bits", ExitStatus::Content);
-    if (image.depth() == CV_8U)
+    }
+    if (image.depth() == CV_8U) {
         return image;
+    }
     double dMax = 0.0;
     cv::minMaxLoc(image, nullptr, &dMax);
     cv::Mat1b bytes;
@@ -44,17 +50,21 @@ cv::Mat1b readPhoto(const std::filesystem::path& rFile)
     return bytes;
 }
 
-static double smallestStep(const Corners& rCorners, cv::Size inner)
+namespace {
+
+double smallestStep(const Corners& rCorners, cv::Size inner)
 {
     double dSmallest = 1e9;
-    for (std::size_t u = 1; u < rCorners.size(); ++u)
-        if (u % static_cast<std::size_t>(inner.width) != 0)
+    for (std::size_t u = 1; u < rCorners.size(); ++u) {
+        if (u % static_cast<std::size_t>(inner.width) != 0) {
             dSmallest = std::min(dSmallest, cv::norm(rCorners[u] - rCorners[u - 1]));
+        }
+    }
     return dSmallest;
 }
 
 // On photos with noise or compression this is nearer to the lens model than what the finders say.
-static Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
+Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
 {
     const int nHalf = std::clamp(static_cast<int>(smallestStep(corners, inner) / 3.0), 2, 11);
     cv::cornerSubPix(rImage, corners, {nHalf, nHalf}, {-1, -1},
@@ -62,15 +72,18 @@ static Corners refined(const cv::Mat1b& rImage, Corners corners, cv::Size inner)
     return corners;
 }
 
-static cv::Mat1b smaller(const cv::Mat1b& rImage)
+cv::Mat1b smaller(const cv::Mat1b& rImage)
 {
     const int nFactor = (std::max(rImage.cols, rImage.rows) + sk_nLargeSide - 1) / sk_nLargeSide;
-    if (nFactor <= 1)
+    if (nFactor <= 1) {
         return rImage;
+    }
     cv::Mat1b reduced;
     cv::resize(rImage, reduced, {}, 1.0 / nFactor, 1.0 / nFactor, cv::INTER_AREA);
     return reduced;
 }
+
+} // namespace
 
 std::optional<Corners> findBoard(const cv::Mat1b& rImage, cv::Size inner)
 {
@@ -78,24 +91,28 @@ std::optional<Corners> findBoard(const cv::Mat1b& rImage, cv::Size inner)
     Corners corners;
     if (!cv::findChessboardCornersSB(picture, inner, corners, cv::CALIB_CB_NORMALIZE_IMAGE) &&
         !cv::findChessboardCorners(picture, inner, corners,
-                                   cv::CALIB_CB_ADAPTIVE_THRESH | cv::CALIB_CB_NORMALIZE_IMAGE))
+                                   cv::CALIB_CB_ADAPTIVE_THRESH | cv::CALIB_CB_NORMALIZE_IMAGE)) {
         return std::nullopt;
+    }
     const cv::Point2f scale(static_cast<float>(rImage.cols) / static_cast<float>(picture.cols),
                             static_cast<float>(rImage.rows) / static_cast<float>(picture.rows));
-    for (cv::Point2f& rCorner : corners)
+    for (cv::Point2f& rCorner : corners) {
         rCorner = {(rCorner.x + 0.5f) * scale.x - 0.5f, (rCorner.y + 0.5f) * scale.y - 0.5f};
+    }
     return withoutMirror(refined(rImage, std::move(corners), inner), inner);
 }
 
 // ---- a board of another size than was said ----
 
-static cv::Size lying(cv::Size size)
+namespace {
+
+cv::Size lying(cv::Size size)
 {
     return {std::max(size.width, size.height), std::min(size.width, size.height)};
 }
 
 // The finders take a part of a larger board for the whole, each photo another part, so the true size is asked for.
-static std::optional<cv::Size> trueSize(const cv::Mat1b& rImage)
+std::optional<cv::Size> trueSize(const cv::Mat1b& rImage)
 {
     cv::Size largest;
     for (const cv::Size seed : {cv::Size(3, 3), cv::Size(5, 4)}) {
@@ -103,36 +120,41 @@ static std::optional<cv::Size> trueSize(const cv::Mat1b& rImage)
         cv::Mat meta;
         if (cv::findChessboardCornersSB(smaller(rImage), seed, ignored,
                                         cv::CALIB_CB_NORMALIZE_IMAGE | cv::CALIB_CB_LARGER, meta) &&
-            meta.total() > static_cast<std::size_t>(largest.area()))
+            meta.total() > static_cast<std::size_t>(largest.area())) {
             largest = lying(meta.size());
+        }
     }
     return largest.empty() ? std::nullopt : std::optional(largest);
 }
 
-static void checkBoardSize(const Shots& rShots)
+void checkBoardSize(const Shots& rShots)
 {
     constexpr std::size_t uProbes = 8;
     const std::size_t uStep = std::max<std::size_t>(1, rShots.m_shots.size() / uProbes);
     std::map<std::pair<int, int>, int> votes;
     int nProbes = 0;
-    for (std::size_t u = 0; u < rShots.m_shots.size(); u += uStep, ++nProbes)
-        if (const auto size = trueSize(readPhoto(rShots.m_shots[u].at(KestrovaCamRight).m_file)))
+    for (std::size_t u = 0; u < rShots.m_shots.size(); u += uStep, ++nProbes) {
+        if (const auto size = trueSize(readPhoto(rShots.m_shots[u].at(KestrovaCamRight).m_file))) {
             ++votes[{size->width, size->height}];
+        }
+    }
     const auto best = std::max_element(votes.begin(), votes.end(),
                                        [](const auto& rA, const auto& rB) { return rA.second < rB.second; });
-    if (best == votes.end() || best->second < 2 || 3 * best->second < nProbes)
+    if (best == votes.end() || best->second < 2 || 3 * best->second < nProbes) {
         return;
+    }
     const cv::Size size(best->first.first, best->first.second);
-    if (size != lying(rShots.m_board.m_inner))
+    if (size != lying(rShots.m_board.m_inner)) {
         throw AppError(line("--inner: the photos show a board of %dx%d inner corners, not %dx%d; say --inner %dx%d",
                             size.width, size.height, rShots.m_board.m_inner.width, rShots.m_board.m_inner.height,
                             size.width, size.height),
                        ExitStatus::Content);
+    }
 }
 
 // ---- all photos ----
 
-static double brightness(const cv::Mat1b& rImage, const Corners& rCorners)
+double brightness(const cv::Mat1b& rImage, const Corners& rCorners)
 {
     std::vector<cv::Point2f> hull;
     cv::convexHull(rCorners, hull);
@@ -142,7 +164,7 @@ static double brightness(const cv::Mat1b& rImage, const Corners& rCorners)
     return cv::mean(rImage, mask)[0];
 }
 
-static cv::Size look(View& rView, cv::Size inner)
+cv::Size look(View& rView, cv::Size inner)
 {
     const cv::Mat1b image = readPhoto(rView.m_file);
     if (auto corners = findBoard(image, inner)) {
@@ -154,41 +176,51 @@ static cv::Size look(View& rView, cv::Size inner)
     return image.size();
 }
 
-static void checkSizes(const std::vector<View*>& rViews, const std::vector<cv::Size>& rSizes)
+void checkSizes(const std::vector<View*>& rViews, const std::vector<cv::Size>& rSizes)
 {
-    for (std::size_t u = 1; u < rViews.size(); ++u)
-        if (rSizes[u] != rSizes[0])
+    for (std::size_t u = 1; u < rViews.size(); ++u) {
+        if (rSizes[u] != rSizes[0]) {
             throw AppError(
                 line("%s: is %dx%d, but %s is %dx%d; all photos must have the size of the frames to be matched",
                      rViews[u]->m_file.c_str(), rSizes[u].width, rSizes[u].height, rViews[0]->m_file.c_str(),
                      rSizes[0].width, rSizes[0].height),
                 ExitStatus::Content);
+        }
+    }
 }
 
 // A photo taken twice would count twice.
-static void dropRepeated(Shots& rShots)
+void dropRepeated(Shots& rShots)
 {
-    for (std::size_t u = 1; u < rShots.m_shots.size(); ++u)
-        for (auto& [eCamera, rView] : rShots.m_shots[u])
+    for (std::size_t u = 1; u < rShots.m_shots.size(); ++u) {
+        for (auto& [eCamera, rView] : rShots.m_shots[u]) {
             for (std::size_t v = 0; v < u && rView.isUsed(); ++v) {
                 const View& rEarlier = rShots.m_shots[v].at(eCamera);
-                if (rEarlier.isUsed() && cv::norm(rEarlier.m_corners, rView.m_corners, cv::NORM_INF) < 0.5)
+                if (rEarlier.isUsed() && cv::norm(rEarlier.m_corners, rView.m_corners, cv::NORM_INF) < 0.5) {
                     rView.m_reject = "shows the board where " + rEarlier.m_file.filename().string() + " does";
+                }
             }
+        }
+    }
 }
+
+} // namespace
 
 Shots findBoards(const std::vector<PhotoSet>& rPhotos, const Board& rBoard, const Progress& rProgress)
 {
     Shots shots{rBoard, {}, {}};
     for (const PhotoSet& rSet : rPhotos) {
         Shot& rShot = shots.m_shots.emplace_back();
-        for (const auto& [eCamera, rFile] : rSet)
+        for (const auto& [eCamera, rFile] : rSet) {
             rShot[eCamera].m_file = rFile;
+        }
     }
     std::vector<View*> views;
-    for (Shot& rShot : shots.m_shots)
-        for (auto& [eCamera, rView] : rShot)
+    for (Shot& rShot : shots.m_shots) {
+        for (auto& [eCamera, rView] : rShot) {
             views.push_back(&rView);
+        }
+    }
     std::vector<cv::Size> sizes(views.size());
     std::vector<std::exception_ptr> failures(views.size()); // none may leave a worker thread
     std::mutex oneAtATime;                                  // guards nDone and the terminal
@@ -204,9 +236,11 @@ Shots findBoards(const std::vector<PhotoSet>& rPhotos, const Board& rBoard, cons
             rProgress(++nDone, static_cast<int>(views.size()));
         }
     });
-    for (const std::exception_ptr& rFailure : failures)
-        if (rFailure)
+    for (const std::exception_ptr& rFailure : failures) {
+        if (rFailure) {
             std::rethrow_exception(rFailure);
+        }
+    }
     checkSizes(views, sizes);
     shots.m_size = sizes.front();
     checkBoardSize(shots);
@@ -217,18 +251,20 @@ Shots findBoards(const std::vector<PhotoSet>& rPhotos, const Board& rBoard, cons
 std::string verdicts(const Shots& rShots)
 {
     std::string text;
-    for (const Shot& rShot : rShots.m_shots)
+    for (const Shot& rShot : rShots.m_shots) {
         for (const auto& [eCamera, rView] : rShot) {
             text += line("  %-5s  %-20s  ", cameraName(eCamera), rView.m_file.filename().c_str());
-            if (!rView.isUsed())
+            if (!rView.isUsed()) {
                 text += "not used: " + rView.m_reject + "\n";
-            else if (rView.m_dLensError == 0.0) // nothing came of the calibration
+            } else if (rView.m_dLensError == 0.0) { // nothing came of the calibration
                 text += "board found\n";
-            else if (rView.m_dSetError == 0.0)
+            } else if (rView.m_dSetError == 0.0) {
                 text += line("used for this camera only, %.3f px off\n", rView.m_dLensError);
-            else
+            } else {
                 text += line("used, %.3f px off\n", rView.m_dSetError);
+            }
         }
+    }
     return text;
 }
 

@@ -9,7 +9,7 @@
 
 namespace kestrova::app {
 
-/// One photo, and what has become of it.
+/** One photo, and what has become of it. */
 struct View
 {
     std::filesystem::path m_file;
@@ -34,18 +34,18 @@ struct Shots
     std::size_t nUsed() const;
 };
 
-/// A photo as 8-bit grey; 12- and 16-bit files are scaled. Throws AppError that names the file.
+/** A photo as 8-bit grey; 12- and 16-bit files are scaled. Throws AppError that names the file. */
 cv::Mat1b readPhoto(const std::filesystem::path& rFile);
 
-/// Corners to a fraction of a pixel, or none.
+/** Corners to a fraction of a pixel, or none. */
 std::optional<Corners> findBoard(const cv::Mat1b& rImage, cv::Size inner);
 
 using Progress = std::function<void(int nDone, int nAll)>;
 
-/// Throws AppError when sizes differ, or when the photos show a board of another size.
+/** Throws AppError when sizes differ, or when the photos show a board of another size. */
 Shots findBoards(const std::vector<PhotoSet>& rPhotos, const Board& rBoard, const Progress& rProgress);
 
-/// A line a photo: used, or why not.
+/** A line a photo: used, or why not. */
 std::string verdicts(const Shots& rShots);
 
 } // namespace kestrova::app

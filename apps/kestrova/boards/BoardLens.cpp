@@ -11,24 +11,30 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nRounds = 40; // of dropping a photo
-static const char* const sk_pszAdvice =
+namespace {
+
+constexpr int sk_nRounds = 40; // of dropping a photo
+const char* const sk_pszAdvice =
     "photograph the whole board 15 to 20 times: near and far, tilted to each side, and at every edge of the image";
+
+} // namespace
 
 double errorLimit(const std::vector<double>& rErrors)
 {
     const double dMiddle = medianOf(rErrors);
     std::vector<double> off;
-    for (double dError : rErrors)
+    for (double dError : rErrors) {
         off.push_back(std::abs(dError - dMiddle));
+    }
     return std::max({2.5 * dMiddle, dMiddle + 6.0 * 1.4826 * medianOf(off), 0.1});
 }
 
 double rootMeanSquare(const std::vector<double>& rErrors)
 {
     double dSum = 0.0;
-    for (double dError : rErrors)
+    for (double dError : rErrors) {
         dSum += dError * dError;
+    }
     return std::sqrt(dSum / static_cast<double>(rErrors.size()));
 }
 
@@ -41,10 +47,14 @@ AppError tooFewShots(std::size_t uUsed, std::size_t uAll, const std::string& rWh
 
 // ---- one lens ----
 
-static std::size_t nCoefficients(LensChoice eChoice)
+namespace {
+
+std::size_t nCoefficients(LensChoice eChoice)
 {
     return eChoice == LensChoice::Rational ? 8 : eChoice == LensChoice::Plumb ? 5 : 4;
 }
+
+} // namespace
 
 const char* lensName(LensChoice eChoice)
 {
@@ -52,31 +62,37 @@ const char* lensName(LensChoice eChoice)
     return apszNames[static_cast<int>(eChoice)];
 }
 
-static std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
+namespace {
+
+std::vector<View*> usedViews(Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<View*> used;
-    for (Shot& rShot : rShots.m_shots)
-        if (View& rView = rShot.at(eCamera); rView.isUsed())
+    for (Shot& rShot : rShots.m_shots) {
+        if (View& rView = rShot.at(eCamera); rView.isUsed()) {
             used.push_back(&rView);
+        }
+    }
     return used;
 }
 
 // The lens to begin with: without distortion where its kind is another.
-static CameraModel begun(const CameraModel& rFrom, LensChoice eChoice)
+CameraModel begun(const CameraModel& rFrom, LensChoice eChoice)
 {
     CameraModel lens = rFrom;
     lens.m_eLens = eChoice == LensChoice::Equidistant ? Lens::Equidistant : Lens::Polynomial;
-    if (lens.m_eLens != rFrom.m_eLens)
+    if (lens.m_eLens != rFrom.m_eLens) {
         lens.m_adDistortion.clear();
+    }
     lens.m_adDistortion.resize(nCoefficients(eChoice));
     return lens;
 }
 
-static CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
+CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<Corners> corners;
-    for (const View* pView : usedViews(rShots, eCamera))
+    for (const View* pView : usedViews(rShots, eCamera)) {
         corners.push_back(pView->m_corners);
+    }
     const std::vector<std::vector<cv::Point3f>> points(corners.size(), rShots.m_board.points());
     cv::Mat K, distortion;
     cv::calibrateCamera(points, corners, rShots.m_size, K, distortion, cv::noArray(), cv::noArray(),
@@ -87,25 +103,29 @@ static CameraModel plainLens(Shots& rShots, KestrovaCamera eCamera)
     return lens;
 }
 
-static std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamera)
+std::vector<double> lensErrors(const Shots& rShots, KestrovaCamera eCamera)
 {
     std::vector<double> errors;
-    for (const Shot& rShot : rShots.m_shots)
-        if (const View& rView = rShot.at(eCamera); rView.isUsed())
+    for (const Shot& rShot : rShots.m_shots) {
+        if (const View& rView = rShot.at(eCamera); rView.isUsed()) {
             errors.push_back(rView.m_dLensError);
+        }
+    }
     return errors;
 }
 
 // A wide lens seen with a wrong focal length is far off, so several are tried; the plane lens is a guess for narrow
 // ones.
-static CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraModel* pPlain)
+CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraModel* pPlain)
 {
     const cv::Size size = rShots.m_size;
     std::vector<double> focals;
-    if (pPlain)
-        focals.push_back(pPlain->m_K(0, 0));
-    for (const double dTimes : {1.0, 1.5, 2.3, 3.5})
+    if (pPlain) {
+        focals.push_back(pPlain->m_cameraMatrix(0, 0));
+    }
+    for (const double dTimes : {1.0, 1.5, 2.3, 3.5}) {
         focals.push_back(dTimes * std::max(size.width, size.height) / CV_PI);
+    }
     CameraModel best;
     double dBest = 1e300;
     for (const double dFocal : focals) {
@@ -122,16 +142,18 @@ static CameraModel wideLens(Shots& rShots, KestrovaCamera eCamera, const CameraM
             dBest = dError;
             best = lens;
         }
-        if (dBest < 0.5) // pixels; a wrong start ends far off
+        if (dBest < 0.5) { // pixels; a wrong start ends far off
             break;
+        }
     }
-    if (best.m_size.empty())
+    if (best.m_size.empty()) {
         throw AppError("--model equidistant: no such lens explains the photos; try --model rational",
                        ExitStatus::Unfit);
+    }
     return best;
 }
 
-static CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
+CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice)
 {
     const CameraModel plain = plainLens(rShots, eCamera);
     return eChoice == LensChoice::Equidistant ? wideLens(rShots, eCamera, &plain) : begun(plain, eChoice);
@@ -140,19 +162,20 @@ static CameraModel startOf(Shots& rShots, KestrovaCamera eCamera, LensChoice eCh
 // ---- which model ----
 
 // Not more shots than fix a lens, spread over all of them.
-static Shots someShots(const Shots& rShots)
+Shots someShots(const Shots& rShots)
 {
     constexpr std::size_t uMost = 18;
     Shots some{rShots.m_board, rShots.m_size, {}};
     const std::size_t uAll = rShots.m_shots.size();
     const std::size_t uTaken = std::min(uAll, uMost);
-    for (std::size_t u = 0; u < uTaken; ++u)
+    for (std::size_t u = 0; u < uTaken; ++u) {
         some.m_shots.push_back(rShots.m_shots[u * uAll / uTaken]);
+    }
     return some;
 }
 
 // RMS but for the worst tenth: bad photos are still among them.
-static double trimmedError(std::vector<double> errors)
+double trimmedError(std::vector<double> errors)
 {
     std::sort(errors.begin(), errors.end());
     errors.resize(errors.size() - errors.size() / 10);
@@ -160,7 +183,7 @@ static double trimmedError(std::vector<double> errors)
 }
 
 // Every third photo is left out of a fit, and its corners are held against the lens that the others give.
-static double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const CameraModel& rLens)
+double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const CameraModel& rLens)
 {
     constexpr std::size_t uParts = 3;
     std::vector<double> errors;
@@ -168,31 +191,39 @@ static double heldOutError(const Shots& rShots, KestrovaCamera eCamera, const Ca
         Shots others{rShots.m_board, rShots.m_size, {}};
         std::vector<const View*> left;
         std::size_t uUsed = 0;
-        for (const Shot& rShot : rShots.m_shots)
+        for (const Shot& rShot : rShots.m_shots) {
             if (const View& rView = rShot.at(eCamera); rView.isUsed()) {
-                if (uUsed++ % uParts == uPart)
+                if (uUsed++ % uParts == uPart) {
                     left.push_back(&rView);
-                else
+                } else {
                     others.m_shots.push_back({{eCamera, rView}});
+                }
             }
+        }
         CameraModel lens = rLens;
         refineLens(lens, others, eCamera, 12);
-        for (const View* pView : left)
+        for (const View* pView : left) {
             errors.push_back(
                 cornerError(lens, rShots.m_board, pView->m_corners, boardPose(lens, rShots.m_board, pView->m_corners)));
+        }
     }
     return trimmedError(errors);
 }
 
+} // namespace
+
 double LensTrial::error() const
 {
     std::vector<double> errors;
-    for (const auto& [eCamera, dError] : m_errors)
+    for (const auto& [eCamera, dError] : m_errors) {
         errors.push_back(dError);
+    }
     return rootMeanSquare(errors);
 }
 
-static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
+namespace {
+
+void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
 {
     try {
         for (const auto& [eCamera, rView] : rShots.m_shots.front()) {
@@ -215,43 +246,55 @@ static void tryLens(LensTrial& rTrial, Shots& rShots, const LensTrial* pBefore)
 
 // Coefficients that the photos do not need are not worth having, and a lens that folds back inside the frame, where no
 // board was, only when nothing else comes near.
-static std::size_t bestOf(const std::vector<LensTrial>& rTrials)
+std::size_t bestOf(const std::vector<LensTrial>& rTrials)
 {
     PerCamera<double> least;
-    for (const LensTrial& rTrial : rTrials)
-        for (const auto& [eCamera, dError] : rTrial.m_errors)
-            if (!rTrial.m_bFailed && (!least.contains(eCamera) || dError < least.at(eCamera)))
+    for (const LensTrial& rTrial : rTrials) {
+        for (const auto& [eCamera, dError] : rTrial.m_errors) {
+            if (!rTrial.m_bFailed && (!least.contains(eCamera) || dError < least.at(eCamera))) {
                 least[eCamera] = dError;
+            }
+        }
+    }
     const auto isNear = [&](const LensTrial& rTrial, double dShare) {
         return !rTrial.m_bFailed && std::all_of(least.begin(), least.end(), [&](const auto& rLeast) {
             return dShare * rTrial.m_errors.at(rLeast.first) <= rLeast.second;
         });
     };
-    for (const auto& [dShare, bMayFold] : {std::pair(0.95, false), std::pair(0.75, false), std::pair(0.95, true)})
-        for (std::size_t u = 0; u < rTrials.size(); ++u)
-            if (isNear(rTrials[u], dShare) && (bMayFold || !rTrials[u].m_bFolds))
+    for (const auto& [dShare, bMayFold] : {std::pair(0.95, false), std::pair(0.75, false), std::pair(0.95, true)}) {
+        for (std::size_t u = 0; u < rTrials.size(); ++u) {
+            if (isNear(rTrials[u], dShare) && (bMayFold || !rTrials[u].m_bFolds)) {
                 return u;
+            }
+        }
+    }
     const auto better = [](const LensTrial& rA, const LensTrial& rB) {
         return !rA.m_bFailed && (rB.m_bFailed || rA.error() < rB.error());
     };
     return static_cast<std::size_t>(std::min_element(rTrials.begin(), rTrials.end(), better) - rTrials.begin());
 }
 
+} // namespace
+
 LensSelection chooseLens(const Shots& rShots)
 {
     Shots some = someShots(rShots);
     LensSelection selection;
     for (const LensChoice eChoice :
-         {LensChoice::Plain, LensChoice::Equidistant, LensChoice::Plumb, LensChoice::Rational})
+         {LensChoice::Plain, LensChoice::Equidistant, LensChoice::Plumb, LensChoice::Rational}) {
         selection.m_trials.push_back({eChoice, {}, {}, false, false});
+    }
     LensTrial& rPlain = selection.m_trials[0];
     tryLens(rPlain, some, nullptr);
-    if (!rPlain.m_bFailed)
-        for (std::size_t u = 1; u < selection.m_trials.size(); ++u)
+    if (!rPlain.m_bFailed) {
+        for (std::size_t u = 1; u < selection.m_trials.size(); ++u) {
             tryLens(selection.m_trials[u], some, &rPlain);
+        }
+    }
     selection.m_uBest = bestOf(selection.m_trials);
-    if (selection.best().m_bFailed)
+    if (selection.best().m_bFailed) {
         throw AppError("no lens model explains the photos: tilt the board and move it to the edges", ExitStatus::Unfit);
+    }
     return selection;
 }
 
@@ -276,17 +319,20 @@ BoardLens fitBoardLens(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice
     BoardLens fit;
     for (int nRound = 0;; ++nRound) {
         const std::vector<View*> views = usedViews(rShots, eCamera);
-        if (views.size() < sk_uFewestShots)
+        if (views.size() < sk_uFewestShots) {
             throw tooFewShots(views.size(), rShots.m_shots.size(),
                               std::string("photos of the ") + cameraName(eCamera) + " camera can be used");
-        if (nRound == 0)
+        }
+        if (nRound == 0) {
             fit.m_model = pStart ? *pStart : startOf(rShots, eCamera, eChoice);
+        }
         fit.m_dFocalSpread = refineLens(fit.m_model, rShots, eCamera);
         fit.m_adErrors = lensErrors(rShots, eCamera);
         const auto worst = std::max_element(fit.m_adErrors.begin(), fit.m_adErrors.end());
         const double dLimit = errorLimit(fit.m_adErrors);
-        if (*worst <= dLimit || nRound == sk_nRounds)
+        if (*worst <= dLimit || nRound == sk_nRounds) {
             return fit;
+        }
         views[static_cast<std::size_t>(worst - fit.m_adErrors.begin())]->m_reject =
             line("corners are %.2f px off the lens, others %.2f", *worst, medianOf(fit.m_adErrors));
     }

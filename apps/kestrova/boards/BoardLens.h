@@ -24,7 +24,7 @@ struct BoardLens
 
 const char* lensName(LensChoice eChoice); // as --model takes it
 
-/// What became of one model.
+/** What became of one model. */
 struct LensTrial
 {
     LensChoice m_eChoice = LensChoice::Plain;
@@ -45,18 +45,20 @@ struct LensSelection
     std::string reason() const; // a line
 };
 
-/// Tries all models on the photos of all cameras. Throws AppError when none explains them.
+/** Tries all models on the photos of all cameras. Throws AppError when none explains them. */
 LensSelection chooseLens(const Shots& rShots);
 
-/// Marks views that do not fit, one at a time. Throws AppError when too few are left. Begins at the given lens, or
-/// finds where to begin.
+/**
+ * Marks views that do not fit, one at a time. Throws AppError when too few are left. Begins at the given lens, or
+ * finds where to begin.
+ */
 BoardLens fitBoardLens(Shots& rShots, KestrovaCamera eCamera, LensChoice eChoice, const CameraModel* pStart = nullptr);
 
 inline constexpr std::size_t sk_uFewestShots = 6;
 
 AppError tooFewShots(std::size_t uUsed, std::size_t uAll, const std::string& rWhat);
 
-/// Errors that ordinary photos of the same series do not reach.
+/** Errors that ordinary photos of the same series do not reach. */
 double errorLimit(const std::vector<double>& rErrors);
 double rootMeanSquare(const std::vector<double>& rErrors);
 

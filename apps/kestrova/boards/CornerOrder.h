@@ -8,7 +8,7 @@
 
 namespace kestrova::app {
 
-/// Gives all cameras the order of the right one.
+/** Gives all cameras the order of the right one. */
 void orderCorners(Shots& rShots, const PerCamera<CameraModel>& rLenses);
 
 } // namespace kestrova::app

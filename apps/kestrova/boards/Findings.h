@@ -20,10 +20,10 @@ using Findings = std::vector<Finding>;
 Findings judgeCalibration(const Shots& rShots, const SetCalibration& rCalibration, const Rig& rRig,
                           const PerCamera<PairProof>& rProofs);
 
-/// Columns of name, value, verdict and meaning, a line each.
+/** Columns of name, value, verdict and meaning, a line each. */
 std::string findingsTable(const Findings& rFindings);
 
-/// The first that says not to use it, or null.
+/** The first that says not to use it, or null. */
 const Finding* worstOf(const Findings& rFindings);
 
 } // namespace kestrova::app

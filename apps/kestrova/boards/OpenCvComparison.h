@@ -12,11 +12,11 @@ struct RectifierComparison
     RowErrors m_ours, m_theirs;
 };
 
-/// The right camera and one other.
+/** The right camera and one other. */
 RectifierComparison compareRectifiers(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha,
                                       KestrovaCamera eOther);
 
-/// Both rectified pictures of a shot, by the library.
+/** Both rectified pictures of a shot, by the library. */
 PerCamera<cv::Mat1b> rectifiedShot(StereoSession& rSession, const Shot& rShot);
 
 } // namespace kestrova::app

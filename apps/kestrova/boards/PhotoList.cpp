@@ -3,6 +3,7 @@
 #include "basics/AppError.h"
 #include "basics/FileGlob.h"
 #include "basics/Line.h"
+#include "session/FrameList.h"
 
 #include <algorithm>
 #include <set>
@@ -11,106 +12,90 @@ namespace kestrova::app {
 
 namespace fs = std::filesystem;
 
-static bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
+namespace {
 
-// The number that begins there, without its leading zeros.
-static std::string numberAt(const std::string& rText, std::size_t uBegin)
-{
-    std::size_t uEnd = uBegin;
-    while (uEnd < rText.size() && isDigit(rText[uEnd]))
-        ++uEnd;
-    while (uBegin + 1 < uEnd && rText[uBegin] == '0')
-        ++uBegin;
-    return rText.substr(uBegin, uEnd - uBegin);
-}
-
-static std::string option(KestrovaCamera eCamera)
-{
-    return std::string("--") + cameraName(eCamera);
-}
-
-static std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& rPattern)
+std::vector<fs::path> expand(KestrovaCamera eCamera, const std::string& rPattern)
 {
     std::error_code ignored;
-    if (fs::is_directory(rPattern, ignored))
-        throw AppError(option(eCamera) + ": " + rPattern + " is a folder; give its photos, as in '" +
+    if (fs::is_directory(rPattern, ignored)) {
+        throw AppError(cameraOption(eCamera) + ": " + rPattern + " is a folder; give its photos, as in '" +
                            (fs::path(rPattern) / "*.png").string() + "'",
                        ExitStatus::File);
-    return expandGlob(rPattern, option(eCamera));
-}
-
-// The last number of a name says which instant it is of: left05.jpg, cam1_right_0005.png.
-static std::string instantOf(const fs::path& rFile)
-{
-    const std::string name = rFile.stem().string();
-    const std::size_t uLast = name.find_last_of("0123456789");
-    if (uLast == std::string::npos)
-        return {};
-    const std::size_t uBefore = name.find_last_not_of("0123456789", uLast);
-    return numberAt(name, uBefore == std::string::npos ? 0 : uBefore + 1);
+    }
+    return expandGlob(rPattern, cameraOption(eCamera));
 }
 
 using FilesOfCameras = PerCamera<std::vector<fs::path>>;
 
 // Names a photo whose number the other camera lacks, if there is one.
-static std::string lonely(const std::vector<fs::path>& rMany, const std::vector<fs::path>& rFew)
+std::string lonely(const std::vector<fs::path>& rMany, const std::vector<fs::path>& rFew)
 {
     std::set<std::string> known;
-    for (const fs::path& rFile : rFew)
-        known.insert(instantOf(rFile));
-    for (const fs::path& rFile : rMany)
-        if (!known.contains(instantOf(rFile)))
+    for (const fs::path& rFile : rFew) {
+        known.insert(lastNumberIn(rFile));
+    }
+    for (const fs::path& rFile : rMany) {
+        if (!known.contains(lastNumberIn(rFile))) {
             return "; " + rFile.filename().string() + " has no partner";
+        }
+    }
     return {};
 }
 
-static void checkCounts(const FilesOfCameras& rFiles)
+void checkCounts(const FilesOfCameras& rFiles)
 {
     const auto& rRight = rFiles.at(KestrovaCamRight);
-    for (const auto& [eCamera, rOthers] : rFiles)
+    for (const auto& [eCamera, rOthers] : rFiles) {
         if (rOthers.size() != rRight.size()) {
             const bool bMore = rOthers.size() > rRight.size();
             throw AppError(line("%s has %zu photos and --right %zu; they are paired by order, so each needs a partner",
-                                option(eCamera).c_str(), rOthers.size(), rRight.size()) +
+                                cameraOption(eCamera).c_str(), rOthers.size(), rRight.size()) +
                                lonely(bMore ? rOthers : rRight, bMore ? rRight : rOthers),
                            ExitStatus::Content);
         }
+    }
 }
 
-static void checkSet(const PhotoSet& rSet, bool bAnyNames)
+void checkSet(const PhotoSet& rSet, bool bAnyNames)
 {
     const fs::path& rRight = rSet.at(KestrovaCamRight);
     for (const auto& [eCamera, rFile] : rSet) {
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
-        if (fs::equivalent(rRight, rFile))
-            throw AppError(rFile.string() + ": stands behind both --right and " + option(eCamera) +
+        }
+        if (fs::equivalent(rRight, rFile)) {
+            throw AppError(rFile.string() + ": stands behind both --right and " + cameraOption(eCamera) +
                                "; give each camera its own photos",
                            ExitStatus::Content);
-        if (!bAnyNames && instantOf(rRight) != instantOf(rFile))
+        }
+        if (!bAnyNames && lastNumberIn(rRight) != lastNumberIn(rFile)) {
             throw AppError(
                 rRight.filename().string() + " would be paired with " + rFile.filename().string() +
                     ", but their numbers differ; remove what has no partner, or say --any-names if the order "
                     "is right",
                 ExitStatus::Content);
+        }
     }
 }
+
+} // namespace
 
 std::vector<PhotoSet> pairPhotos(const PhotoNames& rNames, bool bAnyNames)
 {
     FilesOfCameras files;
-    for (const auto& [eCamera, rPatterns] : rNames)
-        for (const std::string& rPattern : rPatterns)
-            for (fs::path& rFile : expand(eCamera, rPattern))
+    for (const auto& [eCamera, rPatterns] : rNames) {
+        for (const std::string& rPattern : rPatterns) {
+            for (fs::path& rFile : expand(eCamera, rPattern)) {
                 files[eCamera].push_back(std::move(rFile));
+            }
+        }
+    }
     checkCounts(files);
     std::vector<PhotoSet> sets(files.at(KestrovaCamRight).size());
     for (std::size_t u = 0; u < sets.size(); ++u) {
-        for (const auto& [eCamera, rFiles] : files)
+        for (const auto& [eCamera, rFiles] : files) {
             sets[u][eCamera] = rFiles[u];
+        }
         checkSet(sets[u], bAnyNames);
     }
     return sets;

@@ -11,9 +11,11 @@ namespace kestrova::app {
 using PhotoNames = PerCamera<std::vector<std::string>>; // as typed behind --right, --left, --top
 using PhotoSet = PerCamera<std::filesystem::path>;      // of one instant
 
-/// Files of a quoted pattern come in the order of their numbers, a list stays in the order given. Throws AppError when
-/// nothing matches, when a camera has more photos than another, when one photo stands for two cameras, or when the last
-/// numbers in the names of a set differ and bAnyNames is false.
+/**
+ * Files of a quoted pattern come in the order of their numbers, a list stays in the order given. Throws AppError when
+ * nothing matches, when a camera has more photos than another, when one photo stands for two cameras, or when the last
+ * numbers in the names of a set differ and bAnyNames is false.
+ */
 std::vector<PhotoSet> pairPhotos(const PhotoNames& rNames, bool bAnyNames);
 
 } // namespace kestrova::app

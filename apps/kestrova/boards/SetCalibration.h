@@ -17,8 +17,10 @@ struct SetCalibration
     PerCamera<double> m_setErrors;            // of the other cameras: pixels RMS of both photos of the pair
 };
 
-/// Marks the photos that it drops. Throws AppError when too few are left, when two cameras are one, when they are
-/// swapped, or when the boards fix no lens.
+/**
+ * Marks the photos that it drops. Throws AppError when too few are left, when two cameras are one, when they are
+ * swapped, or when the boards fix no lens.
+ */
 SetCalibration calibrateSet(Shots& rShots, LensChoice eChoice);
 
 } // namespace kestrova::app

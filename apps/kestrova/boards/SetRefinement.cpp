@@ -14,30 +14,34 @@ cv::Matx33d turnMatrix(const cv::Vec3d& rTurn)
     return R;
 }
 
-static cv::Vec3d turnVector(const cv::Matx33d& rTurn)
+namespace {
+
+cv::Vec3d turnVector(const cv::Matx33d& rTurn)
 {
     cv::Vec3d turn;
     cv::Rodrigues(rTurn, turn);
     return turn;
 }
 
-static Points project(const CameraModel& rLens, const std::vector<cv::Point3d>& rPoints, const BoardPose& rPose)
+Points project(const CameraModel& rLens, const std::vector<cv::Point3d>& rPoints, const BoardPose& rPose)
 {
     Points seen;
-    if (rLens.m_eLens == Lens::Equidistant)
-        cv::fisheye::projectPoints(rPoints, seen, rPose.m_turn, rPose.m_place, rLens.m_K, rLens.m_adDistortion);
-    else
-        cv::projectPoints(rPoints, rPose.m_turn, rPose.m_place, rLens.m_K, rLens.m_adDistortion, seen);
+    if (rLens.m_eLens == Lens::Equidistant) {
+        cv::fisheye::projectPoints(rPoints, seen, rPose.m_turn, rPose.m_place, rLens.m_cameraMatrix,
+                                   rLens.m_adDistortion);
+    } else {
+        cv::projectPoints(rPoints, rPose.m_turn, rPose.m_place, rLens.m_cameraMatrix, rLens.m_adDistortion, seen);
+    }
     return seen;
 }
 
-static std::vector<cv::Point3d> pointsOf(const Board& rBoard)
+std::vector<cv::Point3d> pointsOf(const Board& rBoard)
 {
     const std::vector<cv::Point3f> points = rBoard.points();
     return {points.begin(), points.end()};
 }
 
-static cv::Mat1d missesOf(const Points& rSeen, const Corners& rCorners)
+cv::Mat1d missesOf(const Points& rSeen, const Corners& rCorners)
 {
     cv::Mat1d off(static_cast<int>(2 * rSeen.size()), 1);
     for (std::size_t u = 0; u < rSeen.size(); ++u) {
@@ -47,35 +51,42 @@ static cv::Mat1d missesOf(const Points& rSeen, const Corners& rCorners)
     return off;
 }
 
-static double errorOf(const cv::Mat1d& rMisses)
+double errorOf(const cv::Mat1d& rMisses)
 {
     return cv::norm(rMisses) / std::sqrt(rMisses.rows / 2.0);
 }
+
+} // namespace
 
 double cornerError(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners, const BoardPose& rPose)
 {
     return errorOf(missesOf(project(rLens, pointsOf(rBoard), rPose), rCorners));
 }
 
+namespace {
+
 // From the plane z = 1, where corners near a right angle to the axis are far out and would outweigh all others.
-static BoardPose poseFromRays(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
+BoardPose poseFromRays(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
 {
     constexpr double dFar = 6.0;
     const Points rays = raysOfPixels(rLens, Points(rCorners.begin(), rCorners.end()));
     const std::vector<cv::Point3f> points = rBoard.points();
     std::vector<cv::Point3f> nearPoints;
     Points nearRays;
-    for (std::size_t u = 0; u < rays.size(); ++u)
+    for (std::size_t u = 0; u < rays.size(); ++u) {
         if (cv::norm(rays[u]) < dFar) {
             nearPoints.push_back(points[u]);
             nearRays.push_back(rays[u]);
         }
+    }
     BoardPose pose;
     const bool bEnough = 3 * nearRays.size() > 2 * rays.size();
     cv::solvePnP(bEnough ? nearPoints : points, bEnough ? nearRays : rays, cv::Matx33d::eye(), cv::noArray(),
                  pose.m_turn, pose.m_place);
     return pose;
 }
+
+} // namespace
 
 BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners)
 {
@@ -93,16 +104,20 @@ BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners
         cv::Mat1d step;
         cv::solve(slopes, -off, step, cv::DECOMP_QR);
         BoardPose next = pose;
-        for (int i = 0; i < 6; ++i)
+        for (int i = 0; i < 6; ++i) {
             (i < 3 ? next.m_turn[i] : next.m_place[i - 3]) += step(i);
+        }
         const cv::Mat1d nextOff = missesOf(project(rLens, points, next), rCorners);
-        if (!(cv::norm(nextOff) < (1.0 - 1e-6) * cv::norm(off)))
+        if (!(cv::norm(nextOff) < (1.0 - 1e-6) * cv::norm(off))) {
             break;
+        }
         pose = next;
         off = nextOff;
     }
     return pose;
 }
+
+namespace {
 
 // The unknowns stand in one row of numbers: for each camera its lens and, but for the right one, its place; then the
 // board of each shot, seen from the right camera.
@@ -142,41 +157,45 @@ private:
     std::vector<cv::Point3d> m_points;
     PerCamera<int> m_firstOfCamera;
     std::vector<Block> m_blocks;
-    std::vector<double> m_x;
+    std::vector<double> m_unknowns;
     std::vector<double> m_hold; // of each unknown: what its square costs, in square pixels of corners
     double m_dUsual = 1.0;      // pixels RMS of a photo beyond which it pulls less
 };
 
 Adjustment::Adjustment(const CameraSet& rSet, Shots& rShots) : m_start(rSet)
 {
-    for (const cv::Point3f& rPoint : rShots.m_board.points())
+    for (const cv::Point3f& rPoint : rShots.m_board.points()) {
         m_points.emplace_back(rPoint);
-    const auto add = [&](const cv::Vec3d& rV) { m_x.insert(m_x.end(), rV.val, rV.val + 3); };
+    }
+    const auto add = [&](const cv::Vec3d& rV) { m_unknowns.insert(m_unknowns.end(), rV.val, rV.val + 3); };
     for (const auto& [eCamera, rCamera] : rSet) {
-        m_firstOfCamera[eCamera] = static_cast<int>(m_x.size());
-        const cv::Matx33d& K = rCamera.m_model.m_K;
-        m_x.insert(m_x.end(), {K(0, 0), K(1, 1), K(0, 2), K(1, 2)});
-        m_x.insert(m_x.end(), rCamera.m_model.m_adDistortion.begin(), rCamera.m_model.m_adDistortion.end());
+        m_firstOfCamera[eCamera] = static_cast<int>(m_unknowns.size());
+        const cv::Matx33d& K = rCamera.m_model.m_cameraMatrix;
+        m_unknowns.insert(m_unknowns.end(), {K(0, 0), K(1, 1), K(0, 2), K(1, 2)});
+        m_unknowns.insert(m_unknowns.end(), rCamera.m_model.m_adDistortion.begin(),
+                          rCamera.m_model.m_adDistortion.end());
         if (eCamera != KestrovaCamRight) {
-            add(turnVector(rCamera.m_R.t()));
-            add(-(rCamera.m_R.t() * rCamera.m_T));
+            add(turnVector(rCamera.m_rotation.t()));
+            add(-(rCamera.m_rotation.t() * rCamera.m_translation));
         }
     }
     std::vector<double> usual;
     for (Shot& rShot : rShots.m_shots) {
         const auto nUsed = std::count_if(rShot.begin(), rShot.end(), [](const auto& r) { return r.second.isUsed(); });
         View& rRight = rShot.at(KestrovaCamRight);
-        if (!rRight.isUsed() || (rSet.size() > 1 && nUsed < 2))
+        if (!rRight.isUsed() || (rSet.size() > 1 && nUsed < 2)) {
             continue;
-        const int nPose = static_cast<int>(m_x.size());
+        }
+        const int nPose = static_cast<int>(m_unknowns.size());
         const BoardPose pose = boardPose(rSet.at(KestrovaCamRight).m_model, rShots.m_board, rRight.m_corners);
         add(pose.m_turn);
         add(pose.m_place);
-        for (auto& [eCamera, rView] : rShot)
+        for (auto& [eCamera, rView] : rShot) {
             if (rView.isUsed()) {
                 m_blocks.push_back({&rView, eCamera, nPose});
                 usual.push_back(rView.m_dLensError);
             }
+        }
     }
     m_dUsual = rSet.size() > 1 ? std::max(3.0 * medianOf(usual), 1e-3) : 1e9;
     holdSmall();
@@ -188,16 +207,17 @@ void Adjustment::holdSmall()
 {
     constexpr double dCost = 1;
     static constexpr int anPowers[] = {1, 2, 0, 0, 3, 1, 2, 3}; // of the squared radius; 0 for tangential terms
-    m_hold.assign(m_x.size(), 0.0);
+    m_hold.assign(m_unknowns.size(), 0.0);
     for (const auto& [eCamera, rCamera] : m_start) {
         const CameraModel& rLens = rCamera.m_model;
-        const double dRadius =
-            0.5 * std::hypot(rLens.m_size.width / rLens.m_K(0, 0), rLens.m_size.height / rLens.m_K(1, 1));
+        const double dRadius = 0.5 * std::hypot(rLens.m_size.width / rLens.m_cameraMatrix(0, 0),
+                                                rLens.m_size.height / rLens.m_cameraMatrix(1, 1));
         for (std::size_t u = 0; u < rLens.m_adDistortion.size(); ++u) {
             const int nPower = rLens.m_eLens == Lens::Equidistant ? static_cast<int>(u) + 1 : u < 8 ? anPowers[u] : 0;
-            if (nPower > 0)
+            if (nPower > 0) {
                 m_hold[static_cast<std::size_t>(m_firstOfCamera.at(eCamera)) + 4 + u] =
                     dCost * std::pow(dRadius, 4 * nPower);
+            }
         }
     }
 }
@@ -206,7 +226,7 @@ CameraModel Adjustment::lensOf(KestrovaCamera eCamera, const std::vector<double>
 {
     CameraModel lens = m_start.at(eCamera).m_model;
     const double* pX = rX.data() + m_firstOfCamera.at(eCamera);
-    lens.m_K = {pX[0], 0, pX[2], 0, pX[1], pX[3], 0, 0, 1};
+    lens.m_cameraMatrix = {pX[0], 0, pX[2], 0, pX[1], pX[3], 0, 0, 1};
     std::copy_n(pX + 4, lens.m_adDistortion.size(), lens.m_adDistortion.begin());
     return lens;
 }
@@ -221,10 +241,12 @@ std::vector<int> Adjustment::unknownsOf(const Block& rBlock) const
 {
     std::vector<int> unknowns;
     const int nOfCamera = nLens(rBlock.m_eCamera) + (rBlock.m_eCamera == KestrovaCamRight ? 0 : sk_nPose);
-    for (int i = 0; i < nOfCamera; ++i)
+    for (int i = 0; i < nOfCamera; ++i) {
         unknowns.push_back(m_firstOfCamera.at(rBlock.m_eCamera) + i);
-    for (int i = 0; i < sk_nPose; ++i)
+    }
+    for (int i = 0; i < sk_nPose; ++i) {
         unknowns.push_back(rBlock.m_nPose + i);
+    }
     return unknowns;
 }
 
@@ -247,16 +269,17 @@ double Adjustment::cost(const std::vector<double>& rX) const
         const double dError = errorOf(misses(rBlock, rX));
         dSum += dError <= m_dUsual ? dError * dError : m_dUsual * (2.0 * dError - m_dUsual);
     }
-    for (std::size_t u = 0; u < rX.size(); ++u)
+    for (std::size_t u = 0; u < rX.size(); ++u) {
         dSum += m_hold[u] * rX[u] * rX[u] / static_cast<double>(m_points.size());
+    }
     return std::isfinite(dSum) ? dSum : 1e300;
 }
 
 void Adjustment::equations(cv::Mat1d& rA, cv::Mat1d& rB) const
 {
-    rA = cv::Mat1d::zeros(static_cast<int>(m_x.size()), static_cast<int>(m_x.size()));
-    rB = cv::Mat1d::zeros(static_cast<int>(m_x.size()), 1);
-    std::vector<double> x = m_x;
+    rA = cv::Mat1d::zeros(static_cast<int>(m_unknowns.size()), static_cast<int>(m_unknowns.size()));
+    rB = cv::Mat1d::zeros(static_cast<int>(m_unknowns.size()), 1);
+    std::vector<double> x = m_unknowns;
     for (const Block& rBlock : m_blocks) {
         const std::vector<int> unknowns = unknownsOf(rBlock);
         const cv::Mat1d off = misses(rBlock, x);
@@ -277,13 +300,14 @@ void Adjustment::equations(cv::Mat1d& rA, cv::Mat1d& rB) const
         for (int i = 0; i < slopes.cols; ++i) {
             const int nRow = unknowns[static_cast<std::size_t>(i)];
             rB(nRow) -= b(i);
-            for (int k = 0; k < slopes.cols; ++k)
+            for (int k = 0; k < slopes.cols; ++k) {
                 rA(nRow, unknowns[static_cast<std::size_t>(k)]) += A(i, k);
+            }
         }
     }
     for (int i = 0; i < rA.rows; ++i) {
         rA(i, i) += m_hold[static_cast<std::size_t>(i)];
-        rB(i) -= m_hold[static_cast<std::size_t>(i)] * m_x[static_cast<std::size_t>(i)];
+        rB(i) -= m_hold[static_cast<std::size_t>(i)] * m_unknowns[static_cast<std::size_t>(i)];
     }
 }
 
@@ -291,30 +315,34 @@ void Adjustment::equations(cv::Mat1d& rA, cv::Mat1d& rB) const
 void Adjustment::solve(int nMostRounds)
 {
     double dDamping = 1e-3;
-    double dCost = cost(m_x);
+    double dCost = cost(m_unknowns);
     for (int nRound = 0; nRound < nMostRounds && dDamping < 1e10; ++nRound) {
         cv::Mat1d A, b;
         equations(A, b);
         const double dBefore = dCost;
         for (; dDamping < 1e10; dDamping *= 10.0) {
             cv::Mat1d damped = A.clone();
-            for (int i = 0; i < A.rows; ++i)
+            for (int i = 0; i < A.rows; ++i) {
                 damped(i, i) += dDamping * A(i, i) + 1e-12;
+            }
             cv::Mat1d step;
-            std::vector<double> moved = m_x;
-            if (!cv::solve(damped, b, step, cv::DECOMP_CHOLESKY))
+            std::vector<double> moved = m_unknowns;
+            if (!cv::solve(damped, b, step, cv::DECOMP_CHOLESKY)) {
                 continue;
-            for (std::size_t u = 0; u < moved.size(); ++u)
+            }
+            for (std::size_t u = 0; u < moved.size(); ++u) {
                 moved[u] += step(static_cast<int>(u));
+            }
             if (const double dNow = cost(moved); dNow < dCost) {
-                m_x = std::move(moved);
+                m_unknowns = std::move(moved);
                 dCost = dNow;
                 dDamping /= 10.0;
                 break;
             }
         }
-        if (dBefore - dCost < 1e-9 * dBefore)
+        if (dBefore - dCost < 1e-9 * dBefore) {
             return;
+        }
     }
 }
 
@@ -322,33 +350,39 @@ CameraSet Adjustment::set() const
 {
     CameraSet set = m_start;
     for (auto& [eCamera, rCamera] : set) {
-        rCamera.m_model = lensOf(eCamera, m_x);
-        if (eCamera == KestrovaCamRight)
+        rCamera.m_model = lensOf(eCamera, m_unknowns);
+        if (eCamera == KestrovaCamRight) {
             continue;
-        const BoardPose mounted = poseAt(m_x, m_firstOfCamera.at(eCamera) + nLens(eCamera));
-        rCamera.m_R = turnMatrix(mounted.m_turn).t();
-        rCamera.m_T = -(rCamera.m_R * mounted.m_place);
+        }
+        const BoardPose mounted = poseAt(m_unknowns, m_firstOfCamera.at(eCamera) + nLens(eCamera));
+        rCamera.m_rotation = turnMatrix(mounted.m_turn).t();
+        rCamera.m_translation = -(rCamera.m_rotation * mounted.m_place);
     }
     return set;
 }
 
 void Adjustment::tellErrors(double View::*pError) const
 {
-    for (const Block& rBlock : m_blocks)
-        rBlock.m_pView->*pError = errorOf(misses(rBlock, m_x));
+    for (const Block& rBlock : m_blocks) {
+        rBlock.m_pView->*pError = errorOf(misses(rBlock, m_unknowns));
+    }
 }
 
 double Adjustment::focalSpread() const
 {
     cv::Mat1d A, b, inverse;
     equations(A, b);
-    const double dOpen = 2.0 * static_cast<double>(m_blocks.size() * m_points.size()) - static_cast<double>(m_x.size());
-    if (dOpen <= 0.0 || cv::invert(A, inverse, cv::DECOMP_CHOLESKY) == 0.0)
+    const double dOpen =
+        2.0 * static_cast<double>(m_blocks.size() * m_points.size()) - static_cast<double>(m_unknowns.size());
+    if (dOpen <= 0.0 || cv::invert(A, inverse, cv::DECOMP_CHOLESKY) == 0.0) {
         return 0.0;
+    }
     const int nFocal = m_firstOfCamera.at(KestrovaCamRight);
-    const double dSquares = cost(m_x) * static_cast<double>(m_points.size());
-    return std::sqrt(inverse(nFocal, nFocal) * dSquares / dOpen) / m_x[static_cast<std::size_t>(nFocal)];
+    const double dSquares = cost(m_unknowns) * static_cast<double>(m_points.size());
+    return std::sqrt(inverse(nFocal, nFocal) * dSquares / dOpen) / m_unknowns[static_cast<std::size_t>(nFocal)];
 }
+
+} // namespace
 
 void refineSet(CameraSet& rSet, Shots& rShots)
 {
@@ -361,14 +395,16 @@ void refineSet(CameraSet& rSet, Shots& rShots)
 double refineLens(CameraModel& rLens, Shots& rShots, KestrovaCamera eCamera, int nMostRounds)
 {
     Shots alone{rShots.m_board, rShots.m_size, {}};
-    for (const Shot& rShot : rShots.m_shots)
+    for (const Shot& rShot : rShots.m_shots) {
         alone.m_shots.push_back({{KestrovaCamRight, rShot.at(eCamera)}});
+    }
     Adjustment adjustment({{KestrovaCamRight, {rLens, cv::Matx33d::eye(), {}}}}, alone);
     adjustment.solve(nMostRounds);
     adjustment.tellErrors(&View::m_dLensError);
     rLens = adjustment.set().at(KestrovaCamRight).m_model;
-    for (std::size_t u = 0; u < alone.m_shots.size(); ++u)
+    for (std::size_t u = 0; u < alone.m_shots.size(); ++u) {
         rShots.m_shots[u].at(eCamera).m_dLensError = alone.m_shots[u].at(KestrovaCamRight).m_dLensError;
+    }
     return adjustment.focalSpread();
 }
 

@@ -10,15 +10,19 @@
 
 namespace kestrova::app {
 
-/// rSet is where to begin, with lenses that fit each camera by itself. Shots count in which the right camera and
-/// another one are used; m_dSetError of their views is set. Views that fit badly pull less.
+/**
+ * rSet is where to begin, with lenses that fit each camera by itself. Shots count in which the right camera and
+ * another one are used; m_dSetError of their views is set. Views that fit badly pull less.
+ */
 void refineSet(CameraSet& rSet, Shots& rShots);
 
-/// One camera's lens alone, from where to begin and all its used views; m_dLensError of them is set. All views pull
-/// alike. Returns the standard deviation of the focal length that the photos leave, a share of it.
+/**
+ * One camera's lens alone, from where to begin and all its used views; m_dLensError of them is set. All views pull
+ * alike. Returns the standard deviation of the focal length that the photos leave, a share of it.
+ */
 double refineLens(CameraModel& rLens, Shots& rShots, KestrovaCamera eCamera, int nMostRounds = 60);
 
-/// Turn and place of the board as the camera sees it: least pixels between the corners and the lens.
+/** Turn and place of the board as the camera sees it: least pixels between the corners and the lens. */
 struct BoardPose
 {
     cv::Vec3d m_turn;
@@ -26,7 +30,7 @@ struct BoardPose
 };
 BoardPose boardPose(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners);
 
-/// Pixels RMS between corners and where the lens shows those of a board at a pose.
+/** Pixels RMS between corners and where the lens shows those of a board at a pose. */
 double cornerError(const CameraModel& rLens, const Board& rBoard, const Corners& rCorners, const BoardPose& rPose);
 
 cv::Matx33d turnMatrix(const cv::Vec3d& rTurn);

@@ -23,14 +23,16 @@ struct OutlineCamera
     SplineMap m_rawFromRectified;
     SplineMap m_rectifiedFromRaw;
 
-    /// Raw pixel behind a rectified one; outside the raw frame where the map leaves it.
+    /** Raw pixel behind a rectified one; outside the raw frame where the map leaves it. */
     cv::Point2d rawPosition(const cv::Point2d& rPixel, cv::Size canvas, cv::Size raw) const;
 
-    /// The other way, by the map of its own that the text has for it.
+    /** The other way, by the map of its own that the text has for it. */
     cv::Point2d rectifiedPosition(const cv::Point2d& rRaw, cv::Size canvas, cv::Size raw) const;
 
-    /// The raw pixel, but only inside the raw frame and where the way back ends within a pixel of the start. Maps of a
-    /// lens contradict each other beyond the reach of its model.
+    /**
+     * The raw pixel, but only inside the raw frame and where the way back ends within a pixel of the start. Maps of a
+     * lens contradict each other beyond the reach of its model.
+     */
     std::optional<cv::Point2d> believedPosition(const cv::Point2d& rPixel, cv::Size canvas, cv::Size raw) const;
 };
 
@@ -45,11 +47,11 @@ struct OutlineSection
     cv::Vec2i m_disparity;
     std::vector<OutlineCamera> m_cameras;
 
-    /// Null when no camera stands there: the right one has 0 0 0, the left one -1 0 0, a top one 0 -1 0.
+    /** Null when no camera stands there: the right one has 0 0 0, the left one -1 0 0, a top one 0 -1 0. */
     const OutlineCamera* camera(cv::Vec3i position) const;
 };
 
-/// All sections. Throws AppError that names the file and, where it can, the key.
+/** All sections. Throws AppError that names the file and, where it can, the key. */
 std::vector<OutlineSection> readOutline(const std::filesystem::path& rFile);
 
 } // namespace kestrova::app

@@ -6,14 +6,17 @@
 
 namespace kestrova::app {
 
-static void writeNumbers(std::ostream& rOut, const double* pdFirst, const double* pdLast)
+namespace {
+
+void writeNumbers(std::ostream& rOut, const double* pdFirst, const double* pdLast)
 {
-    for (; pdFirst != pdLast; ++pdFirst)
+    for (; pdFirst != pdLast; ++pdFirst) {
         rOut << ' ' << *pdFirst;
+    }
     rOut << '\n';
 }
 
-static void writeWarp(std::ostream& rOut, int nId, const SplineSurface& rSurface)
+void writeWarp(std::ostream& rOut, int nId, const SplineSurface& rSurface)
 {
     const auto writeKnots = [&](const char* pszKey, const std::vector<double>& rKnots) {
         rOut << pszKey;
@@ -36,7 +39,7 @@ struct SetWords
     const char* m_pszConfiguration;
 };
 
-static SetWords wordsOf(KestrovaCameraConfiguration eConfiguration)
+SetWords wordsOf(KestrovaCameraConfiguration eConfiguration)
 {
     switch (eConfiguration) {
     case KestrovaCfg3CameraL:
@@ -48,14 +51,14 @@ static SetWords wordsOf(KestrovaCameraConfiguration eConfiguration)
     }
 }
 
-static const char* placeOf(KestrovaCamera eCamera)
+const char* placeOf(KestrovaCamera eCamera)
 {
     return eCamera == KestrovaCamRight ? "Position 0 0 0\nChannel RED"
            : eCamera == KestrovaCamTop ? "Position 0 -1 0\nChannel BLUE"
                                        : "Position -1 0 0\nChannel GREEN";
 }
 
-static void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rCamera, KestrovaCamera eCamera)
+void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rCamera, KestrovaCamera eCamera)
 {
     const int nWarp = 4 * nId;
     rOut << "BeginCamera\nID " << nId << "\nGain " << rCamera.m_dGain << "\nWarp " << nWarp << ' ' << nWarp + 1
@@ -63,7 +66,7 @@ static void writeCamera(std::ostream& rOut, int nId, const CalibrationCamera& rC
          << placeOf(eCamera) << "\nEndCamera\n";
 }
 
-static void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCamera)
+void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCamera)
 {
     const int nWarp = 4 * nId;
     writeWarp(rOut, nWarp, rCamera.m_rawFromRectified.m_column);
@@ -71,6 +74,8 @@ static void writeWarps(std::ostream& rOut, int nId, const CalibrationCamera& rCa
     writeWarp(rOut, nWarp + 2, rCamera.m_rectifiedFromRaw.m_column);
     writeWarp(rOut, nWarp + 3, rCamera.m_rectifiedFromRaw.m_row);
 }
+
+} // namespace
 
 std::string calibrationText(const CalibrationDescription& rDescription)
 {
@@ -97,11 +102,13 @@ std::string calibrationText(const CalibrationDescription& rDescription)
         << "Disparity " << rDescription.m_nMinDisparity << ' ' << rDescription.m_nMaxDisparity << '\n'
         << "Rectify " << (rDescription.m_bRectify ? "on" : "off") << '\n';
     int nId = 0;
-    for (const auto& [eCamera, rCamera] : rDescription.m_cameras)
+    for (const auto& [eCamera, rCamera] : rDescription.m_cameras) {
         writeCamera(out, nId++, rCamera, eCamera);
+    }
     nId = 0; // maps stand behind all cameras: who rewrites a calibration copies the rest from the first map on
-    for (const auto& [eCamera, rCamera] : rDescription.m_cameras)
+    for (const auto& [eCamera, rCamera] : rDescription.m_cameras) {
         writeWarps(out, nId++, rCamera);
+    }
     return out.str();
 }
 
@@ -116,8 +123,9 @@ CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, doubl
     description.m_nMaxDisparity = std::clamp(canvas.width / 5, 16, 240); // photographs of things at arm's length
     description.m_bRectify = false;
     description.m_note = "Frames that are rectified already: the maps leave every pixel where it is.";
-    for (KestrovaCamera eCamera : camerasOf(eConfiguration))
+    for (KestrovaCamera eCamera : camerasOf(eConfiguration)) {
         description.m_cameras[eCamera] = {};
+    }
     return description;
 }
 

@@ -33,8 +33,10 @@ struct CalibrationDescription
 
 std::string calibrationText(const CalibrationDescription& rDescription);
 
-/// A calibration for frames that are rectified already: identity maps, rectification off, centre in the middle,
-/// disparity up to a fifth of the width.
+/**
+ * A calibration for frames that are rectified already: identity maps, rectification off, centre in the middle,
+ * disparity up to a fifth of the width.
+ */
 CalibrationDescription identityCalibration(cv::Size canvas, double dFocal, double dBaseline,
                                            KestrovaCameraConfiguration eConfiguration = KestrovaCfg2CameraHorizontal);
 

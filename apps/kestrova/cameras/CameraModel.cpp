@@ -6,32 +6,39 @@ namespace kestrova::app {
 
 Points projectRays(const CameraModel& rCamera, const Points& rRays)
 {
-    if (rRays.empty())
+    if (rRays.empty()) {
         return {};
+    }
     std::vector<cv::Point3d> points;
     points.reserve(rRays.size());
-    for (const cv::Point2d& rRay : rRays)
+    for (const cv::Point2d& rRay : rRays) {
         points.emplace_back(rRay.x, rRay.y, 1.0);
+    }
     Points pixels;
-    if (rCamera.m_eLens == Lens::Equidistant)
-        cv::fisheye::projectPoints(points, pixels, cv::Vec3d(), cv::Vec3d(), rCamera.m_K, rCamera.m_adDistortion);
-    else
-        cv::projectPoints(points, cv::Vec3d(), cv::Vec3d(), rCamera.m_K, rCamera.m_adDistortion, pixels);
+    if (rCamera.m_eLens == Lens::Equidistant) {
+        cv::fisheye::projectPoints(points, pixels, cv::Vec3d(), cv::Vec3d(), rCamera.m_cameraMatrix,
+                                   rCamera.m_adDistortion);
+    } else {
+        cv::projectPoints(points, cv::Vec3d(), cv::Vec3d(), rCamera.m_cameraMatrix, rCamera.m_adDistortion, pixels);
+    }
     return pixels;
 }
 
 Points raysOfPixels(const CameraModel& rCamera, const Points& rPixels)
 {
-    if (rPixels.empty())
+    if (rPixels.empty()) {
         return {};
+    }
     Points rays;
     // The default of five rounds leaves hundredths of a pixel in the corners of a wide lens.
     const cv::TermCriteria until(cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 60, 1e-12);
-    if (rCamera.m_eLens == Lens::Equidistant)
-        cv::fisheye::undistortPoints(rPixels, rays, rCamera.m_K, rCamera.m_adDistortion, cv::noArray(), cv::noArray(),
-                                     until);
-    else
-        cv::undistortPoints(rPixels, rays, rCamera.m_K, rCamera.m_adDistortion, cv::noArray(), cv::noArray(), until);
+    if (rCamera.m_eLens == Lens::Equidistant) {
+        cv::fisheye::undistortPoints(rPixels, rays, rCamera.m_cameraMatrix, rCamera.m_adDistortion, cv::noArray(),
+                                     cv::noArray(), until);
+    } else {
+        cv::undistortPoints(rPixels, rays, rCamera.m_cameraMatrix, rCamera.m_adDistortion, cv::noArray(), cv::noArray(),
+                            until);
+    }
     return rays;
 }
 
@@ -77,8 +84,9 @@ CameraSet exampleCameraSet(cv::Size size, KestrovaCameraConfiguration eConfigura
          {camera(548.0, 548.9, 313.8, 243.6, {-0.255, 0.092, -0.0005, 0.0009, -0.014}), turn(0.014, -0.018, 0.012),
           toLeft}}};
     CameraSet set;
-    for (KestrovaCamera eCamera : camerasOf(eConfiguration))
+    for (KestrovaCamera eCamera : camerasOf(eConfiguration)) {
         set.insert(*all.find(eCamera));
+    }
     return set;
 }
 

@@ -24,14 +24,16 @@ struct LensReach
     bool isLimited() const { return m_dRay < std::numeric_limits<double>::infinity(); }
 };
 
-/// Unlimited when the model is one-to-one over the whole raw frame and some way around it, and sees less than 72
-/// degrees from its axis.
+/**
+ * Unlimited when the model is one-to-one over the whole raw frame and some way around it, and sees less than 72
+ * degrees from its axis.
+ */
 LensReach reachOf(const CameraModel& rCamera);
 
-/// projectRays of the continued lens. A ray beyond the reach falls outside the raw frame after a short rim.
+/** projectRays of the continued lens. A ray beyond the reach falls outside the raw frame after a short rim. */
 Points projectContinued(const CameraModel& rCamera, const LensReach& rReach, const Points& rRays);
 
-/// raysOfPixels of the continued lens.
+/** raysOfPixels of the continued lens. */
 Points raysContinued(const CameraModel& rCamera, const LensReach& rReach, const Points& rPixels);
 
 } // namespace kestrova::app

@@ -20,17 +20,21 @@ struct RectificationPlan
     PerCamera<cv::Matx33d> m_rotations; // camera frame to rectified frame
 };
 
-/// What keeps an L from being matched as one set, for a largest disparity; empty when one disparity serves both pairs.
+/**
+ * What keeps an L from being matched as one set, for a largest disparity; empty when one disparity serves both pairs.
+ */
 std::string flawOfL(const CameraSet& rSet, double dMaxDisparity);
 
-/// alpha 0 shows only what every ray reaches, 1 keeps each raw pixel. Throws AppError when a camera does not stand
-/// where its name says, or when the two baselines of an L are not at a right angle or so unequal that one disparity
-/// cannot serve both up to a disparity, a tenth of the width if none is given. No view is wider than 120 degrees along
-/// rows or columns.
+/**
+ * alpha 0 shows only what every ray reaches, 1 keeps each raw pixel. Throws AppError when a camera does not stand
+ * where its name says, or when the two baselines of an L are not at a right angle or so unequal that one disparity
+ * cannot serve both up to a disparity, a tenth of the width if none is given. No view is wider than 120 degrees along
+ * rows or columns.
+ */
 RectificationPlan planRectification(const CameraSet& rSet, cv::Size canvas, double dAlpha,
                                     std::optional<double> maxDisparity = {});
 
-/// The ray, as a point of the plane z = 1 of the camera itself, that a rectified pixel shows, and the other way.
+/** The ray, as a point of the plane z = 1 of the camera itself, that a rectified pixel shows, and the other way. */
 Points raysOfRectified(const cv::Matx33d& rRotation, const RectificationPlan& rPlan, const Points& rPixels);
 Points rectifiedFromRays(const cv::Matx33d& rRotation, const RectificationPlan& rPlan, Points rays);
 

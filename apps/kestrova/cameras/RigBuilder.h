@@ -12,7 +12,7 @@
 
 namespace kestrova::app {
 
-/// What holds when the cameras do not stand where their names say.
+/** What holds when the cameras do not stand where their names say. */
 enum class CameraNames
 {
     MustHold,  // an error says which are swapped
@@ -50,13 +50,13 @@ struct Rig
     double worstFit() const; // largest error of the maps, in pixels
 };
 
-/// Throws AppError when no rig comes of it.
+/** Throws AppError when no rig comes of it. */
 Rig buildRig(const CameraSet& rSet, const RigWishes& rWishes);
 
-/// At which disparities the rectified images show places, told from the right camera.
+/** At which disparities the rectified images show places, told from the right camera. */
 std::vector<double> disparitiesOf(const std::vector<cv::Vec3d>& rPlaces, const RectificationPlan& rPlan);
 
-/// The same pair with right and left, or right and top, in each other's place.
+/** The same pair with right and left, or right and top, in each other's place. */
 CameraSet exchanged(const CameraSet& rPair);
 
 } // namespace kestrova::app

@@ -18,7 +18,7 @@ struct SplineSurface
     std::vector<double> m_adKnotsY;
     std::vector<double> m_adCoefs; // column-direction index times m_nCoefs + row-direction index, the order of the text
 
-    /// Outside 0 to 1 the outermost polynomial pieces go on.
+    /** Outside 0 to 1 the outermost polynomial pieces go on. */
     double operator()(double dX, double dY) const;
 };
 
@@ -27,20 +27,22 @@ struct SplineMap
     SplineSurface m_column;
     SplineSurface m_row;
 
-    /// Pixel of an image of size `from` to pixel of an image of size `to`. Not clamped to the image.
+    /** Pixel of an image of size `from` to pixel of an image of size `to`. Not clamped to the image. */
     cv::Point2d operator()(const cv::Point2d& rPixel, cv::Size from, cv::Size to) const;
 };
 
 using PixelFunction = std::function<Points(const Points&)>;
 
-/// Fits a function from pixels of one image to pixels of another. 24 coefficients an axis hold ordinary lenses to a few
-/// thousandths of a pixel.
+/**
+ * Fits a function from pixels of one image to pixels of another. 24 coefficients an axis hold ordinary lenses to a few
+ * thousandths of a pixel.
+ */
 SplineMap fitSplineMap(const PixelFunction& rFunction, cv::Size from, cv::Size to, int nCoefs = 24);
 
-/// The map that leaves every pixel where it is.
+/** The map that leaves every pixel where it is. */
 SplineMap identitySplineMap();
 
-/// Both directions of one camera, with the largest errors in pixels, within the reach of the lens model.
+/** Both directions of one camera, with the largest errors in pixels, within the reach of the lens model. */
 struct CameraMaps
 {
     SplineMap m_rawFromRectified;

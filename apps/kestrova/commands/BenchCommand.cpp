@@ -20,6 +20,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct BenchOptions
 {
     std::string m_size = "640x480";
@@ -39,11 +41,12 @@ struct BenchInput
 
 // ---- what to work on ----
 
-static BenchInput madeUp(const BenchOptions& rOptions)
+BenchInput madeUp(const BenchOptions& rOptions)
 {
     const cv::Size size = parseSize(rOptions.m_size, "--size");
-    if (size.height * 4 != size.width * 3 || size.width < 160 || size.width > 1280)
+    if (size.height * 4 != size.width * 3 || size.width < 160 || size.width > 1280) {
         throw AppError("--size: needs a 4 by 3 size from 160x120 to 1280x960", ExitStatus::Usage);
+    }
     const CameraSet set = exampleCameraSet(size);
     RigWishes wishes;
     wishes.m_canvas = size;
@@ -51,10 +54,11 @@ static BenchInput madeUp(const BenchOptions& rOptions)
     const Rig rig = buildRig(set, wishes);
     const Scene scene = demoRoom(1, rig.m_plan.m_dFocal);
     BenchInput input;
-    for (const auto& [eCamera, rCamera] : set)
-        input.m_frames[eCamera] = renderRaw(scene, rCamera.m_model, {rCamera.m_T, rCamera.m_R},
+    for (const auto& [eCamera, rCamera] : set) {
+        input.m_frames[eCamera] = renderRaw(scene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation},
                                             {1.0, 1.2, eCamera == KestrovaCamLeft ? 1u : 2u}, 1)
                                       .m_grey;
+    }
     const std::filesystem::path calibration =
         std::filesystem::temp_directory_path() / line("kestrova-bench-%d.txt", static_cast<int>(::getpid()));
     const std::unique_ptr<const std::filesystem::path, void (*)(const std::filesystem::path*)> gone(
@@ -68,16 +72,18 @@ static BenchInput madeUp(const BenchOptions& rOptions)
     return input;
 }
 
-static BenchInput ownFrames(const BenchOptions& rOptions)
+BenchInput ownFrames(const BenchOptions& rOptions)
 {
-    if (!rOptions.m_calibration || !rOptions.m_right || !rOptions.m_left)
+    if (!rOptions.m_calibration || !rOptions.m_right || !rOptions.m_left) {
         throw AppError("--calibration, --right and --left go together", ExitStatus::Usage);
+    }
     BenchInput input;
     input.m_frames[KestrovaCamRight] = readGrey(*rOptions.m_right);
     input.m_frames[KestrovaCamLeft] = readGrey(*rOptions.m_left);
-    if (input.m_frames[KestrovaCamLeft].size() != input.m_frames[KestrovaCamRight].size())
+    if (input.m_frames[KestrovaCamLeft].size() != input.m_frames[KestrovaCamRight].size()) {
         throw AppError(*rOptions.m_left + ": has another size than " + *rOptions.m_right + "; give a pair of one size",
                        ExitStatus::Content);
+    }
     input.m_pSession = std::make_unique<StereoSession>(*rOptions.m_calibration);
     input.m_what = *rOptions.m_right;
     return input;
@@ -85,13 +91,14 @@ static BenchInput ownFrames(const BenchOptions& rOptions)
 
 // ---- the stages ----
 
-static void check(KestrovaError eError, const char* pszStage)
+void check(KestrovaError eError, const char* pszStage)
 {
-    if (eError != KestrovaErrorOk)
+    if (eError != KestrovaErrorOk) {
         throw AppError(std::string(pszStage) + ": " + kestrovaErrorToString(eError), ExitStatus::Unfit);
+    }
 }
 
-/// One frame in the two forms that the library takes.
+/** One frame in the two forms that the library takes. */
 class BenchFrame
 {
 public:
@@ -128,29 +135,34 @@ private:
     cv::Mat m_packed;
 };
 
-static double median(std::vector<double> times)
+double median(std::vector<double> times)
 {
     const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
     return *middle;
 }
 
-/// Median times of some stages in turn, milliseconds: what else the machine does falls on all alike. The first tenth,
-/// at least 3 rounds, warms up tables, caches and threads.
-static std::vector<double> medianTimes(int nFrames, const std::vector<std::function<void()>>& rStages)
+/**
+ * Median times of some stages in turn, milliseconds: what else the machine does falls on all alike. The first tenth,
+ * at least 3 rounds, warms up tables, caches and threads.
+ */
+std::vector<double> medianTimes(int nFrames, const std::vector<std::function<void()>>& rStages)
 {
     using Clock = std::chrono::steady_clock;
     std::vector<std::vector<double>> times(rStages.size());
-    for (int i = -std::max(3, nFrames / 10); i < nFrames; ++i)
+    for (int i = -std::max(3, nFrames / 10); i < nFrames; ++i) {
         for (std::size_t n = 0; n < rStages.size(); ++n) {
             const Clock::time_point start = Clock::now();
             rStages[n]();
-            if (i >= 0)
+            if (i >= 0) {
                 times[n].push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+            }
         }
+    }
     std::vector<double> medians;
-    for (const std::vector<double>& rTimes : times)
+    for (const std::vector<double>& rTimes : times) {
         medians.push_back(median(rTimes));
+    }
     return medians;
 }
 
@@ -163,23 +175,25 @@ struct BenchTimes
     std::size_t m_nPoints = 0;
 };
 
-static double timePoints(const StereoSession& rSession, const cv::Mat1w& rDisparity, int nFrames, std::size_t& rCount)
+double timePoints(const StereoSession& rSession, const cv::Mat1w& rDisparity, int nFrames, std::size_t& rCount)
 {
     std::vector<cv::Point3f> points(rDisparity.total());
     const auto allPoints = [&] {
         rCount = 0;
-        for (int nRow = 0; nRow < rDisparity.rows; ++nRow)
-            for (int nCol = 0; nCol < rDisparity.cols; ++nCol)
+        for (int nRow = 0; nRow < rDisparity.rows; ++nRow) {
+            for (int nCol = 0; nCol < rDisparity.cols; ++nCol) {
                 if (const std::uint16_t uDisparity = rDisparity(nRow, nCol);
                     !KESTROVA_DISPARITY16_IS_INVALID(uDisparity)) {
                     cv::Point3f& r = points[rCount++];
                     kestrovaRCD16ToXYZ(rSession.handle(), nRow, nCol, uDisparity, &r.x, &r.y, &r.z);
                 }
+            }
+        }
     };
     return medianTimes(nFrames, {allPoints}).front();
 }
 
-static BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFrames)
+BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFrames)
 {
     const KestrovaContext handle = rSession.handle();
     BenchTimes times;
@@ -198,24 +212,27 @@ static BenchTimes measure(StereoSession& rSession, BenchFrame& rFrame, int nFram
     };
     const auto passes = medianTimes(nFrames, {[&] { stereo(0); }, [&] { stereo(nSurface); }});
     times.m_dStereo = passes[1];
-    if (nSurface)
+    if (nSurface) {
         times.m_surface = passes[1] - passes[0];
-    if (rSession.optics().m_fBaseline > 0.0f)
+    }
+    if (rSession.optics().m_fBaseline > 0.0f) {
         times.m_points = timePoints(rSession, disparity, nFrames, times.m_nPoints);
+    }
     return times;
 }
 
 // ---- telling ----
 
-static std::string processor()
+std::string processor()
 {
     std::ifstream in("/proc/cpuinfo");
     std::string name = "unknown";
-    for (std::string text; std::getline(in, text);)
+    for (std::string text; std::getline(in, text);) {
         if (text.starts_with("model name")) {
             name = text.substr(std::min(text.size(), text.find(':') + 2));
             break;
         }
+    }
     std::string features;
     const auto add = [&](bool bHas, const char* pszName) { features += bHas ? std::string(" ") + pszName : ""; };
     add(__builtin_cpu_supports("sse2"), "SSE2");
@@ -225,7 +242,7 @@ static std::string processor()
     return name + ";" + features + ": the library takes the last of these";
 }
 
-static std::string timesText(const BenchTimes& r)
+std::string timesText(const BenchTimes& r)
 {
     std::string text = "                                                        ms      frames/s\n";
     const auto row = [&](const char* pszStage, double dTime) {
@@ -234,17 +251,20 @@ static std::string timesText(const BenchTimes& r)
     row("unpack, rectify, edge images (packed frame)", r.m_dPacked);
     row("rectify, edge images (three planes)", r.m_dPlanes);
     row("stereo, 16-bit disparity", r.m_dStereo);
-    if (r.m_surface)
+    if (r.m_surface) {
         text += line("    of it surface validation, by difference %15.3f\n", *r.m_surface);
-    if (r.m_points)
+    }
+    if (r.m_points) {
         row(line("%zu points in metres", r.m_nPoints).c_str(), *r.m_points);
+    }
     row("packed frame to disparity", r.m_dPacked + r.m_dStereo);
-    if (r.m_points)
+    if (r.m_points) {
         row("packed frame to points", r.m_dPacked + r.m_dStereo + *r.m_points);
+    }
     return text;
 }
 
-static void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
+void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
 {
     const bool bOwn = rOptions.m_calibration || rOptions.m_right || rOptions.m_left;
     BenchInput input = bOwn ? ownFrames(rOptions) : madeUp(rOptions);
@@ -252,8 +272,9 @@ static void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
     rSession.useCameras(KestrovaCfg2CameraHorizontal);
     SettingWishes wishes = rOptions.m_settings;
     wishes.m_threads = rOptions.m_nThreads;
-    if (wishes.m_anDisparity.empty() && (!bOwn || bDisparitiesGiven))
+    if (wishes.m_anDisparity.empty() && (!bOwn || bDisparitiesGiven)) {
         wishes.m_anDisparity = {0, rOptions.m_nDisparities - 1};
+    }
     applySettings(rSession.handle(), wishes);
     rSession.preprocess(input.m_frames, FrameForm::Planes); // tells a frame that does not fit
     BenchFrame frame(rSession, input.m_frames);
@@ -271,6 +292,8 @@ static void bench(const BenchOptions& rOptions, bool bDisparitiesGiven)
                 input.m_what.c_str(), raw.width, raw.height, canvas.width, canvas.height, range[0], range[1], nMask,
                 nThreads, nThreads == 1 ? "" : "s", rOptions.m_nFrames, processor().c_str(), timesText(times).c_str());
 }
+
+} // namespace
 
 void addBenchCommand(CLI::App& rProgram)
 {

@@ -8,6 +8,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct BoardOptions
 {
     std::string m_inner = "9x6";
@@ -16,7 +18,7 @@ struct BoardOptions
     std::string m_out;
 };
 
-static void drawBoard(const BoardOptions& rOptions)
+void drawBoard(const BoardOptions& rOptions)
 {
     const Board board = parseBoard(rOptions.m_inner, rOptions.m_square);
     const std::string drawing = boardSvg(board, rOptions.m_paper);
@@ -27,9 +29,12 @@ static void drawBoard(const BoardOptions& rOptions)
                 "Print it at 100 %% (no fit to page), glue it to something flat, and measure the bar: if it is not "
                 "100 mm, give --square what a square measures.\n",
                 rOptions.m_out.c_str(), board.describe().c_str(), rOptions.m_paper.c_str());
-    if (board.m_inner.width % 2 == board.m_inner.height % 2)
+    if (board.m_inner.width % 2 == board.m_inner.height % 2) {
         std::puts("Turned by half it looks the same; a board with an odd and an even count does not.");
+    }
 }
+
+} // namespace
 
 void addBoardCommand(CLI::App& rProgram)
 {

@@ -16,6 +16,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct CalibrateOptions
 {
     std::vector<std::string> m_right, m_left, m_top;
@@ -31,57 +33,66 @@ struct CalibrateOptions
     bool m_bCompareOpenCv = false;
 };
 
-static const std::map<std::string, LensChoice> sk_models{{"auto", LensChoice::Auto},
-                                                         {"plain", LensChoice::Plain},
-                                                         {"plumb", LensChoice::Plumb},
-                                                         {"rational", LensChoice::Rational},
-                                                         {"equidistant", LensChoice::Equidistant}};
+const std::map<std::string, LensChoice> sk_models{{"auto", LensChoice::Auto},
+                                                  {"plain", LensChoice::Plain},
+                                                  {"plumb", LensChoice::Plumb},
+                                                  {"rational", LensChoice::Rational},
+                                                  {"equidistant", LensChoice::Equidistant}};
 
-static void checkOptions(const CalibrateOptions& rOptions)
+void checkOptions(const CalibrateOptions& rOptions)
 {
-    if (rOptions.m_left.empty() && rOptions.m_top.empty())
+    if (rOptions.m_left.empty() && rOptions.m_top.empty()) {
         throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
-    if (!rOptions.m_anDisparity.empty() && (rOptions.m_near || rOptions.m_far))
+    }
+    if (!rOptions.m_anDisparity.empty() && (rOptions.m_near || rOptions.m_far)) {
         throw AppError("give either --disparity or --near and --far", ExitStatus::Usage);
+    }
 }
 
-static RigWishes wishesOf(const CalibrateOptions& rOptions)
+RigWishes wishesOf(const CalibrateOptions& rOptions)
 {
     RigWishes wishes;
     wishes.m_dAlpha = rOptions.m_dAlpha;
-    if (rOptions.m_canvas)
+    if (rOptions.m_canvas) {
         wishes.m_canvas = parseSize(*rOptions.m_canvas, "--canvas");
+    }
     if (!rOptions.m_anDisparity.empty()) {
         const cv::Vec2i range(rOptions.m_anDisparity[0], rOptions.m_anDisparity[1]);
-        if (range[0] < 0 || range[1] <= range[0] || range[1] > 1024 || range[1] - range[0] > 240)
+        if (range[0] < 0 || range[1] <= range[0] || range[1] > 1024 || range[1] - range[0] > 240) {
             throw AppError("--disparity: 0 <= MIN < MAX <= 1024, at most 240 apart", ExitStatus::Usage);
+        }
         wishes.m_disparity = range;
     }
-    if (rOptions.m_near)
+    if (rOptions.m_near) {
         wishes.m_depth.m_dNear = parseLength(*rOptions.m_near, "--near");
-    if (rOptions.m_far)
+    }
+    if (rOptions.m_far) {
         wishes.m_depth.m_dFar = parseLength(*rOptions.m_far, "--far");
+    }
     return wishes;
 }
 
-static PhotoNames namesOf(const CalibrateOptions& rOptions)
+PhotoNames namesOf(const CalibrateOptions& rOptions)
 {
     PhotoNames names{{KestrovaCamRight, rOptions.m_right}};
-    if (!rOptions.m_left.empty())
+    if (!rOptions.m_left.empty()) {
         names[KestrovaCamLeft] = rOptions.m_left;
-    if (!rOptions.m_top.empty())
+    }
+    if (!rOptions.m_top.empty()) {
         names[KestrovaCamTop] = rOptions.m_top;
+    }
     return names;
 }
 
-static void showProgress(int nDone, int nAll)
+void showProgress(int nDone, int nAll)
 {
-    if (::isatty(STDERR_FILENO))
+    if (::isatty(STDERR_FILENO)) {
         std::fprintf(stderr, nDone < nAll ? "\rlooking for boards: %d of %d" : "\r\033[K", nDone, nAll);
+    }
 }
 
 // The photos are judged aloud even when nothing comes of them.
-static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
+SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
 {
     const auto tell = [&] { std::printf("photos:\n%s", verdicts(rShots).c_str()); };
     try {
@@ -100,20 +111,22 @@ static SetCalibration calibrateAloud(Shots& rShots, LensChoice eChoice)
 }
 
 // All corners of the boards, from the right camera.
-static std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& rRight)
+std::vector<cv::Vec3d> placesOf(const Shots& rShots, const CameraModel& rRight)
 {
     std::vector<cv::Vec3d> places;
     for (const Shot& rShot : rShots.m_shots) {
-        if (!isUsed(rShot))
+        if (!isUsed(rShot)) {
             continue;
+        }
         const BoardPose pose = boardPose(rRight, rShots.m_board, rShot.at(KestrovaCamRight).m_corners);
-        for (const cv::Point3f& rPoint : rShots.m_board.points())
+        for (const cv::Point3f& rPoint : rShots.m_board.points()) {
             places.push_back(turnMatrix(pose.m_turn) * cv::Vec3d(rPoint.x, rPoint.y, rPoint.z) + pose.m_place);
+        }
     }
     return places;
 }
 
-static std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rPlaces)
+std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rPlaces)
 {
     const CalibrationDescription& rDescription = rRig.m_description;
     const double dScale = rRig.m_plan.m_dFocal * rRig.m_plan.m_dBaseline;
@@ -124,40 +137,43 @@ static std::string rangeRemark(const Rig& rRig, const std::vector<cv::Vec3d>& rP
                 dScale / *most, dScale / *least);
 }
 
-static std::string lensRemark(const SetCalibration& rCalibration)
+std::string lensRemark(const SetCalibration& rCalibration)
 {
     return rCalibration.m_whyThisLens.empty() ? std::string("lens model: ") + lensName(rCalibration.m_eChoice)
                                               : rCalibration.m_whyThisLens;
 }
 
-static std::string gainRemark(const PerCamera<double>& rGains)
+std::string gainRemark(const PerCamera<double>& rGains)
 {
     std::string text = "gains from the brightness of the boards:";
-    for (const auto& [eCamera, dGain] : rGains)
+    for (const auto& [eCamera, dGain] : rGains) {
         text += line(" %s %.3f", cameraName(eCamera), dGain);
+    }
     return text + " (1 where the photos do not agree)";
 }
 
 // The first section of an L that one disparity cannot serve is its pair; the top camera is in another.
-static Shot shotOf(const Rig& rRig, Shot shot)
+Shot shotOf(const Rig& rRig, Shot shot)
 {
     std::erase_if(shot, [&](const auto& rEntry) { return !rRig.m_set.contains(rEntry.first); });
     return shot;
 }
 
-static Shots shotsOf(const Rig& rRig, Shots shots)
+Shots shotsOf(const Rig& rRig, Shots shots)
 {
-    for (Shot& rShot : shots.m_shots)
+    for (Shot& rShot : shots.m_shots) {
         rShot = shotOf(rRig, std::move(rShot));
+    }
     return shots;
 }
 
-static std::string compare(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha)
+std::string compare(StereoSession& rSession, const Shots& rShots, const Rig& rRig, double dAlpha)
 {
     std::string text;
     for (const auto& [eCamera, rCamera] : rRig.m_set) {
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
+        }
         const RectifierComparison both = compareRectifiers(rSession, rShots, rRig, dAlpha, eCamera);
         text +=
             line("boards found again in the rectified pictures of %d shots, right and %s, %d corners:\n"
@@ -170,8 +186,7 @@ static std::string compare(StereoSession& rSession, const Shots& rShots, const R
     return text;
 }
 
-static void writeReport(const std::filesystem::path& rFile, StereoSession& rSession, const Rig& rRig,
-                        CalibrationStory story)
+void writeReport(const std::filesystem::path& rFile, StereoSession& rSession, const Rig& rRig, CalibrationStory story)
 {
     const auto& rAll = story.m_rShots.m_shots;
     const auto shot = std::find_if(rAll.begin(), rAll.end(), [](const Shot& rShot) { return isUsed(rShot); });
@@ -182,40 +197,46 @@ static void writeReport(const std::filesystem::path& rFile, StereoSession& rSess
     calibrationPage(story).save(rFile);
 }
 
-static std::string prove(const OutputFile& rOut, const std::string& rName, const Rig& rRig, const Shots& rShots)
+std::string prove(const OutputFile& rOut, const std::string& rName, const Rig& rRig, const Shots& rShots)
 {
     PerCamera<Points> corners;
-    for (const Shot& rShot : rShots.m_shots)
-        for (const auto& [eCamera, rView] : rShot)
-            if (rView.isUsed())
+    for (const Shot& rShot : rShots.m_shots) {
+        for (const auto& [eCamera, rView] : rShot) {
+            if (rView.isUsed()) {
                 corners[eCamera].insert(corners[eCamera].end(), rView.m_corners.begin(), rView.m_corners.end());
+            }
+        }
+    }
     try {
         const RigProof proof = proveRig(rOut.file(), rRig, corners);
         return line("the library moves %zu points as the lens models do: %.4f px RMS, %.4f px at most\n",
                     proof.m_nPoints, proof.m_dRms, proof.m_dWorst);
     } catch (const AppError& rError) { // names the file that is about to become the user's
         std::string text = rError.what();
-        if (const std::size_t uAt = text.find(rOut.file().string()); uAt != std::string::npos)
+        if (const std::size_t uAt = text.find(rOut.file().string()); uAt != std::string::npos) {
             text.replace(uAt, rOut.file().string().size(), rName);
+        }
         throw AppError(text, rError.status());
     }
 }
 
-static void calibrate(const CalibrateOptions& rOptions)
+void calibrate(const CalibrateOptions& rOptions)
 {
     checkOptions(rOptions);
     const Board board = parseBoard(rOptions.m_inner, rOptions.m_square);
     RigWishes wishes = wishesOf(rOptions);
     OutputFile out(rOptions.m_out);
     std::optional<OutputFile> report;
-    if (rOptions.m_report)
+    if (rOptions.m_report) {
         report.emplace(*rOptions.m_report);
+    }
     Shots shots = findBoards(pairPhotos(namesOf(rOptions), rOptions.m_bAnyNames), board, showProgress);
     std::printf("board of %s; photos of %dx%d\n", board.describe().c_str(), shots.m_size.width, shots.m_size.height);
     const SetCalibration calibration = calibrateAloud(shots, sk_models.at(rOptions.m_model));
 
-    if (rOptions.m_gain == "matched")
+    if (rOptions.m_gain == "matched") {
         wishes.m_gains = matchedGains(shots);
+    }
     wishes.m_source = "photos";
     wishes.m_note = line("Calibrated from %zu shots of a board of ", shots.nUsed()) + board.describe() + ".";
     wishes.m_subject = placesOf(shots, calibration.m_set.at(KestrovaCamRight).m_model);
@@ -226,31 +247,38 @@ static void calibrate(const CalibrateOptions& rOptions)
     const Findings findings = judgeCalibration(shots, calibration, rig, proofs);
     std::vector<std::string> remarks = rig.m_remarks;
     remarks.push_back(lensRemark(calibration));
-    if (rOptions.m_gain == "matched")
+    if (rOptions.m_gain == "matched") {
         remarks.push_back(gainRemark(wishes.m_gains));
+    }
     remarks.push_back(rangeRemark(rig, wishes.m_subject));
-    for (const Rig& rFurther : rig.m_further)
+    for (const Rig& rFurther : rig.m_further) {
         remarks.push_back("second section: " + rangeRemark(rFurther, wishes.m_subject));
-    for (const std::string& rRemark : remarks)
+    }
+    for (const std::string& rRemark : remarks) {
         std::printf("%s\n", rRemark.c_str());
+    }
     std::printf("%zu of %zu shots used; rectified images of %dx%d\n%s", shots.nUsed(), shots.m_shots.size(),
                 rig.m_plan.m_canvas.width, rig.m_plan.m_canvas.height, findingsTable(findings).c_str());
-    if (rOptions.m_bCompareOpenCv)
+    if (rOptions.m_bCompareOpenCv) {
         std::fputs(compare(session, shotsOf(rig, shots), rig, rOptions.m_dAlpha).c_str(), stdout);
+    }
     if (report) {
         writeReport(report->file(), session, rig, {shots, findings, proofs, remarks, {}, {}});
         report->commit();
     }
     const Finding* pBad = worstOf(findings);
-    if (pBad && !rOptions.m_bForce)
+    if (pBad && !rOptions.m_bForce) {
         throw AppError(rOptions.m_out + ": not written: " + pBad->m_name + " is " + pBad->m_value +
                            "; photograph the board again as docs/calibrating.md says, or write it all the same with "
                            "--force",
                        ExitStatus::Unfit);
+    }
     std::fputs(prove(out, rOptions.m_out, rig, shots).c_str(), stdout);
     out.commit();
     std::printf("written to %s\n", rOptions.m_out.c_str());
 }
+
+} // namespace
 
 void addCalibrateCommand(CLI::App& rProgram)
 {
@@ -270,8 +298,9 @@ void addCalibrateCommand(CLI::App& rProgram)
     pCommand->add_option("-o,--out", r.m_out, "calibration text to write")->required();
     pCommand->add_option("--report", r.m_report, "page with pictures, one HTML file");
     std::vector<std::string> models;
-    for (const auto& [rName, eChoice] : sk_models)
+    for (const auto& [rName, eChoice] : sk_models) {
         models.push_back(rName);
+    }
     pCommand
         ->add_option("--model", r.m_model,
                      "lens: plain (k1 k2 p1 p2), plumb (and k3), rational (and k4 k5 k6), equidistant (very wide); "

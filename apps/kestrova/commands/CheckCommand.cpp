@@ -11,6 +11,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct CheckOptions
 {
     std::string m_calibration, m_right;
@@ -18,41 +20,48 @@ struct CheckOptions
     std::vector<std::string> m_unexpected;
 };
 
-static FrameList framesOf(const CheckOptions& rOptions)
+FrameList framesOf(const CheckOptions& rOptions)
 {
-    if (!rOptions.m_unexpected.empty())
+    if (!rOptions.m_unexpected.empty()) {
         throw AppError(rOptions.m_unexpected.front() +
                            ": belongs to no option; a pattern for many frames goes in quotes, "
                            "such as --right 'right/*.png'",
                        ExitStatus::Usage);
-    if (!rOptions.m_left && !rOptions.m_top)
+    }
+    if (!rOptions.m_left && !rOptions.m_top) {
         throw AppError("give --left, --top or both beside --right", ExitStatus::Usage);
+    }
     PerCamera<std::string> patterns{{KestrovaCamRight, rOptions.m_right}};
-    if (rOptions.m_left)
+    if (rOptions.m_left) {
         patterns[KestrovaCamLeft] = *rOptions.m_left;
-    if (rOptions.m_top)
+    }
+    if (rOptions.m_top) {
         patterns[KestrovaCamTop] = *rOptions.m_top;
+    }
     return pairByOrder(patterns);
 }
 
-static PerCamera<cv::Mat1b> readFrames(const FrameNames& rNames)
+PerCamera<cv::Mat1b> readFrames(const FrameNames& rNames)
 {
     const std::string right = rNames.m_files.at(KestrovaCamRight).string();
     PerCamera<cv::Mat1b> frames;
     for (const auto& [eCamera, rFile] : rNames.m_files) {
         frames[eCamera] = readPhoto(rFile);
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
-        if (frames[eCamera].size() != frames[KestrovaCamRight].size())
+        }
+        if (frames[eCamera].size() != frames[KestrovaCamRight].size()) {
             throw AppError(rFile.string() + ": has another size than " + right, ExitStatus::Content);
-        if (cv::norm(frames[eCamera], frames[KestrovaCamRight], cv::NORM_INF) == 0.0)
+        }
+        if (cv::norm(frames[eCamera], frames[KestrovaCamRight], cv::NORM_INF) == 0.0) {
             throw AppError(rFile.string() + ": is the same picture as " + right + "; give each camera its own",
                            ExitStatus::Content);
+        }
     }
     return frames;
 }
 
-static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
+Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
 {
     const std::string name = cameraName(eOther);
     const std::string pair = "right and " + name;
@@ -73,12 +82,13 @@ static Findings judgeCheck(KestrovaCamera eOther, const PairCheck& rCheck)
     return findings;
 }
 
-static AppError tooFew(const CheckOptions& rOptions, KestrovaCamera eOther, int nDetails, std::size_t uFrames,
-                       const std::string& rDoubt)
+AppError tooFew(const CheckOptions& rOptions, KestrovaCamera eOther, int nDetails, std::size_t uFrames,
+                const std::string& rDoubt)
 {
     const std::string names = std::string("--right and --") + cameraName(eOther);
-    if (!rDoubt.empty())
+    if (!rDoubt.empty()) {
         return AppError(rDoubt, ExitStatus::Unfit);
+    }
     return AppError(
         line("%s: only %d details were found again in %zu frame%s, too few for a verdict, %d are needed; give "
              "more frames with a pattern such as '%s', of things with detail",
@@ -94,7 +104,7 @@ struct PooledDetails
     FrameFacts m_first; // frame, for what may be wrong
 };
 
-static PooledDetails pool(StereoSession& rSession, const FrameList& rList)
+PooledDetails pool(StereoSession& rSession, const FrameList& rList)
 {
     PooledDetails pooled;
     for (const FrameNames& rNames : rList.m_frames) {
@@ -103,48 +113,55 @@ static PooledDetails pool(StereoSession& rSession, const FrameList& rList)
         FrameFacts& rFirst = pooled.m_first;
         if (rFirst.m_frames.empty()) {
             rFirst.m_frames = frames;
-            for (const auto& [eCamera, rFrame] : frames)
+            for (const auto& [eCamera, rFrame] : frames) {
                 rFirst.m_regions[eCamera] = rSession.region(eCamera, rRight.size());
+            }
         } else if (rRight.size() != rFirst.m_frames.at(KestrovaCamRight).size()) {
             throw AppError(rNames.m_files.at(KestrovaCamRight).string() + ": has another size than the frames before",
                            ExitStatus::Content);
         }
-        for (const auto& [eOther, rFrame] : frames)
+        for (const auto& [eOther, rFrame] : frames) {
             if (eOther != KestrovaCamRight) {
                 const Details found = detailsOf(rSession, frames, eOther, rFirst.m_regions.at(KestrovaCamRight));
                 Details& rAll = pooled.m_details[eOther];
                 rAll.insert(rAll.end(), found.begin(), found.end());
             }
+        }
     }
     return pooled;
 }
 
-static PairCheck judgeOrRefuse(const CheckOptions& rOptions, StereoSession& rSession, const PooledDetails& rPooled,
-                               KestrovaCamera eOther, std::size_t uFrames)
+PairCheck judgeOrRefuse(const CheckOptions& rOptions, StereoSession& rSession, const PooledDetails& rPooled,
+                        KestrovaCamera eOther, std::size_t uFrames)
 {
     const PairCheck check = judgeDetails(rPooled.m_details.at(eOther));
     const FrameFacts& rFirst = rPooled.m_first;
-    if (isSwapped(rSession, rFirst.m_frames, eOther, rFirst.m_regions.at(KestrovaCamRight), check))
+    if (isSwapped(rSession, rFirst.m_frames, eOther, rFirst.m_regions.at(KestrovaCamRight), check)) {
         throw AppError(swappedText(eOther), ExitStatus::Unfit);
-    if (!check.isEnough())
+    }
+    if (!check.isEnough()) {
         throw tooFew(rOptions, eOther, check.m_rows.m_nCount, uFrames, doubtOf(rSession, rFirst).m_text);
+    }
     return check;
 }
 
-static void check(const CheckOptions& rOptions)
+void check(const CheckOptions& rOptions)
 {
     const FrameList list = framesOf(rOptions);
-    if (!list.m_remark.empty())
+    if (!list.m_remark.empty()) {
         std::fprintf(stderr, "kestrova: note: %s\n", list.m_remark.c_str());
+    }
     StereoSession session(rOptions.m_calibration);
     session.useCameras(configurationOf(list.m_frames.front().m_files));
     const PooledDetails pooled = pool(session, list);
-    if (list.m_frames.size() > 1)
+    if (list.m_frames.size() > 1) {
         std::printf("%zu frames, judged together\n", list.m_frames.size());
+    }
     Findings all;
     const std::string shape = shapeDoubt(session, pooled.m_first.m_frames.at(KestrovaCamRight).size());
-    if (!shape.empty())
+    if (!shape.empty()) {
         all.push_back({"shape of the frames", "another", shape, Verdict::Fair});
+    }
     for (const auto& [eOther, rDetails] : pooled.m_details) {
         const Findings findings =
             judgeCheck(eOther, judgeOrRefuse(rOptions, session, pooled, eOther, list.m_frames.size()));
@@ -152,13 +169,17 @@ static void check(const CheckOptions& rOptions)
     }
     std::fputs(findingsTable(all).c_str(), stdout);
     const Finding* pBad = worstOf(all);
-    if (pBad && !shape.empty())
+    if (pBad && !shape.empty()) {
         throw AppError(shape, ExitStatus::Unfit);
-    if (pBad)
+    }
+    if (pBad) {
         throw AppError(rOptions.m_calibration + ": " + pBad->m_name + " of " + pBad->m_value +
                            " is above 0.5 px: do not use it with these cameras; calibrate again",
                        ExitStatus::Unfit);
+    }
 }
+
+} // namespace
 
 void addCheckCommand(CLI::App& rProgram)
 {

@@ -19,9 +19,9 @@ void addCheckCommand(CLI::App& rProgram);
 void addImportCommand(CLI::App& rProgram);
 void addExportCommand(CLI::App& rProgram);
 
-/// One option of the command for each row of the table of settings, and the presets.
+/** One option of the command for each row of the table of settings, and the presets. */
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes);
-/// Range, resolution, regions and threads, for frames of any camera.
+/** Range, resolution, regions and threads, for frames of any camera. */
 void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes);
 void addPlaneOptions(CLI::App& rCommand, PlaneWishes& rWishes);
 

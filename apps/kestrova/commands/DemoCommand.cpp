@@ -15,6 +15,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct DemoOptions
 {
     std::string m_to = "demo-out";
@@ -25,87 +27,93 @@ struct DemoOptions
     PlaneWishes m_planes{.m_nPlanes = 2}; // floor and back wall
 };
 
-static constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
-static constexpr double sk_dNoise = 1.2;     // grey levels
-static constexpr double sk_dWorstFit = 0.05; // pixels
+constexpr double sk_dAlpha = 0.3;     // shows a little of what lies outside the raw frames
+constexpr double sk_dNoise = 1.2;     // grey levels
+constexpr double sk_dWorstFit = 0.05; // pixels
 
 // All but the library's own records: its images may be those of a later run by now.
-static constexpr const char* sk_pszOutputs =
+constexpr const char* sk_pszOutputs =
     "disparity.pfm,npy,kitti16,native16,depth-mm,cloud.ply,colour,reason,images,disparity8,report,text";
 
-static cv::Size demoSize(const std::string& rText)
+cv::Size demoSize(const std::string& rText)
 {
     const cv::Size size = parseSize(rText, "--size");
-    if (size.height * 4 != size.width * 3 || size.width < 320 || size.width > 1280)
+    if (size.height * 4 != size.width * 3 || size.width < 320 || size.width > 1280) {
         throw AppError("--size: needs a 4 by 3 size from 320x240 to 1280x960", ExitStatus::Usage);
+    }
     return size;
 }
 
-static const std::map<std::string, KestrovaCameraConfiguration> sk_cameraSets{
+const std::map<std::string, KestrovaCameraConfiguration> sk_cameraSets{
     {"pair", KestrovaCfg2CameraHorizontal}, {"vertical", KestrovaCfg2CameraVertical}, {"l", KestrovaCfg3CameraL}};
 
-static double brightness(KestrovaCamera eCamera) // the left and the top camera are darker
+double brightness(KestrovaCamera eCamera) // the left and the top camera are darker
 {
     return eCamera == KestrovaCamLeft ? 0.8 : eCamera == KestrovaCamTop ? 0.9 : 1.0;
 }
 
-static Rig calibrate(const CameraSet& rSet, cv::Size size)
+Rig calibrate(const CameraSet& rSet, cv::Size size)
 {
     RigWishes wishes;
     wishes.m_canvas = size;
     wishes.m_dAlpha = sk_dAlpha;
     wishes.m_note = "Made-up cameras: those of kestrova demo.";
-    for (const auto& [eCamera, rCamera] : rSet)
+    for (const auto& [eCamera, rCamera] : rSet) {
         wishes.m_gains[eCamera] = 1.0 / brightness(eCamera);
+    }
     Rig rig = buildRig(rSet, wishes);
     std::printf("largest error of the spline maps: %.5f pixels (below %.2f is wanted)\n", rig.worstFit(), sk_dWorstFit);
-    if (!(rig.worstFit() < sk_dWorstFit))
+    if (!(rig.worstFit() < sk_dWorstFit)) {
         throw AppError("the spline maps do not follow the lenses", ExitStatus::Unfit);
+    }
     return rig;
 }
 
-static Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint32_t uSeed)
+Frames renderFrames(const Scene& rScene, const CameraSet& rSet, std::uint32_t uSeed)
 {
     Frames frames;
     for (const auto& [eCamera, rCamera] : rSet) {
         const std::uint32_t uNoise = 2 * uSeed + (eCamera == KestrovaCamLeft  ? 1u
                                                   : eCamera == KestrovaCamTop ? 1u << 30
                                                                               : 0u);
-        const RawFrame raw =
-            renderRaw(rScene, rCamera.m_model, {rCamera.m_T, rCamera.m_R}, {brightness(eCamera), sk_dNoise, uNoise});
+        const RawFrame raw = renderRaw(rScene, rCamera.m_model, {rCamera.m_translation, rCamera.m_rotation},
+                                       {brightness(eCamera), sk_dNoise, uNoise});
         frames.m_grey[eCamera] = raw.m_grey;
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             frames.m_colour = raw.m_colour;
+        }
     }
     return frames;
 }
 
 // Both ways to hand over a frame must end in the same images.
-static void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFrames)
+void checkPackedAgainstPlanes(StereoSession& rSession, const Frames& rFrames)
 {
     PerCamera<cv::Mat1b> planes;
     for (FrameForm eForm : {FrameForm::Planes, FrameForm::Packed}) {
         rSession.preprocess(rFrames.m_grey, eForm);
         for (const auto& [eCamera, rFrame] : rFrames.m_grey) {
             const cv::Mat1b rectified = rSession.image(KestrovaImgRectified, eCamera);
-            if (eForm == FrameForm::Planes)
+            if (eForm == FrameForm::Planes) {
                 planes[eCamera] = rectified;
-            else if (cv::norm(planes[eCamera], rectified, cv::NORM_INF) != 0.0)
+            } else if (cv::norm(planes[eCamera], rectified, cv::NORM_INF) != 0.0) {
                 throw AppError("a packed frame and three planes give different rectified images");
+            }
         }
     }
     std::puts("a packed frame and three planes give the same rectified images");
 }
 
-static SettingWishes with(SettingWishes wishes, const std::map<std::string, std::string>& rChanges)
+SettingWishes with(SettingWishes wishes, const std::map<std::string, std::string>& rChanges)
 {
-    for (const auto& [rName, rValue] : rChanges)
+    for (const auto& [rName, rValue] : rChanges) {
         wishes.m_values[rName] = rValue;
+    }
     return wishes;
 }
 
 template<typename Thing>
-static PerCamera<Thing> withoutTop(PerCamera<Thing> things)
+PerCamera<Thing> withoutTop(PerCamera<Thing> things)
 {
     things.erase(KestrovaCamTop);
     return things;
@@ -113,7 +121,7 @@ static PerCamera<Thing> withoutTop(PerCamera<Thing> things)
 
 // With the given settings, and once more with every match let through: thresholds judge the sum over all cameras, so
 // they are not equally strict for two and for three.
-static std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
+std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes)
 {
     Frames ofPair = rFrames;
     ofPair.m_grey = withoutTop(rFrames.m_grey);
@@ -127,7 +135,7 @@ static std::vector<PairAndL> runPairAndL(StereoSession& rSession, const Frames& 
     return {both("settings as given", rWishes), both("no match rejected: validations off", lax)};
 }
 
-static void runDemo(const DemoOptions& rOptions)
+void runDemo(const DemoOptions& rOptions)
 {
     const cv::Size size = demoSize(rOptions.m_size);
     OutputFolder folder(rOptions.m_to);
@@ -145,8 +153,9 @@ static void runDemo(const DemoOptions& rOptions)
     checkPackedAgainstPlanes(session, frames);
     const SceneTruth truth = truthOf(scene, set, plan);
     std::string report = summary(result) + accuracyTable(result, truth);
-    if (const PlaneReport planes = reportPlanes(result, rOptions.m_planes); rOptions.m_planes.m_nPlanes)
+    if (const PlaneReport planes = reportPlanes(result, rOptions.m_planes); rOptions.m_planes.m_nPlanes) {
         report += planes.m_text + planeErrors(planes.m_planes, scene, plan);
+    }
     if (const auto quality = rOptions.m_settings.m_values.find("quality");
         quality != rOptions.m_settings.m_values.end() && quality->second == "enhanced") {
         const StereoResult standard = runStereo(session, frames, with(rOptions.m_settings, {{"quality", "standard"}}));
@@ -164,6 +173,8 @@ static void runDemo(const DemoOptions& rOptions)
     folder.commit();
     std::printf("%s\nwritten to %s\n", report.c_str(), rOptions.m_to.c_str());
 }
+
+} // namespace
 
 void addDemoCommand(CLI::App& rProgram)
 {

@@ -13,6 +13,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct EvalOptions
 {
     std::string m_disparity, m_truth;
@@ -24,23 +26,25 @@ struct EvalOptions
     std::vector<int> m_anRange;
 };
 
-static std::string sizeText(cv::Size size)
+std::string sizeText(cv::Size size)
 {
     return std::to_string(size.width) + "x" + std::to_string(size.height);
 }
 
-/// Values scale with the width. A 4 by 3 size may be the canvas that run set a frame of another shape into.
-static cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::Size size)
+/** Values scale with the width. A 4 by 3 size may be the canvas that run set a frame of another shape into. */
+cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::Size size)
 {
     truth.setTo(0.0f, truth == std::numeric_limits<float>::infinity());
-    if (4 * size.height == 3 * size.width)
+    if (4 * size.height == 3 * size.width) {
         return fitDisparity(truth, planFrameFit(truth.size(), size));
+    }
     const double dShape =
         static_cast<double>(truth.cols) * size.height / (static_cast<double>(truth.rows) * size.width);
-    if (dShape < 0.99 || dShape > 1.01)
+    if (dShape < 0.99 || dShape > 1.01) {
         throw AppError(rOptions.m_truth + ": " + sizeText(truth.size()) + " has another shape than the disparity's " +
                            sizeText(size) + "; crop it first",
                        ExitStatus::Content);
+    }
     cv::Mat1f resized;
     const double dScale = static_cast<double>(size.width) / truth.cols;
     cv::resize(truth, resized, size, 0, 0, cv::INTER_NEAREST);
@@ -48,21 +52,23 @@ static cv::Mat1f resizedTruth(const EvalOptions& rOptions, cv::Mat1f truth, cv::
     return resized;
 }
 
-static DisparityFile truthFor(const EvalOptions& rOptions, cv::Size size)
+DisparityFile truthFor(const EvalOptions& rOptions, cv::Size size)
 {
     DisparityFile file = readDisparityFile(rOptions.m_truth, rOptions.m_truthScale);
-    if (file.m_pixels.size() == size)
+    if (file.m_pixels.size() == size) {
         return file;
-    if (!rOptions.m_bResizeTruth)
+    }
+    if (!rOptions.m_bResizeTruth) {
         throw AppError(rOptions.m_truth + ": is " + sizeText(file.m_pixels.size()) + ", but " + rOptions.m_disparity +
                            " is " + sizeText(size) + "; give the truth of this size, or --resize-truth",
                        ExitStatus::Content);
+    }
     file.m_pixels = resizedTruth(rOptions, file.m_pixels, size);
     return file;
 }
 
-static AppError wrongScale(const EvalOptions& rOptions, double dFactor, const DisparityFile& rDisparity,
-                           const DisparityFile& rTruth)
+AppError wrongScale(const EvalOptions& rOptions, double dFactor, const DisparityFile& rDisparity,
+                    const DisparityFile& rTruth)
 {
     const std::string instead = rTruth.m_scale       ? line("say --truth-scale %.4g", *rTruth.m_scale * dFactor)
                                 : rDisparity.m_scale ? line("say --disparity-scale %.4g", *rDisparity.m_scale / dFactor)
@@ -72,25 +78,29 @@ static AppError wrongScale(const EvalOptions& rOptions, double dFactor, const Di
                     ExitStatus::Unfit);
 }
 
-static std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity)
+std::optional<cv::Mat1b> reasonsFor(const EvalOptions& rOptions, const DisparityFile& rDisparity)
 {
-    if (!rOptions.m_reasons)
+    if (!rOptions.m_reasons) {
         return rDisparity.m_reasons;
+    }
     const cv::Mat1b reasons = readGrey(*rOptions.m_reasons);
-    if (reasons.size() != rDisparity.m_pixels.size())
+    if (reasons.size() != rDisparity.m_pixels.size()) {
         throw AppError(*rOptions.m_reasons + ": is " + sizeText(reasons.size()) + ", but " + rOptions.m_disparity +
                            " is " + sizeText(rDisparity.m_pixels.size()) + "; give the reasons of the same run",
                        ExitStatus::Content);
+    }
     return reasons;
 }
 
-static void evaluate(const EvalOptions& rOptions)
+void evaluate(const EvalOptions& rOptions)
 {
     std::optional<cv::Vec2i> range;
-    if (!rOptions.m_anRange.empty())
+    if (!rOptions.m_anRange.empty()) {
         range = cv::Vec2i(rOptions.m_anRange[0], rOptions.m_anRange[1]);
-    if (range && (*range)[0] >= (*range)[1])
+    }
+    if (range && (*range)[0] >= (*range)[1]) {
         throw AppError("--range: needs MIN below MAX", ExitStatus::Usage);
+    }
     const DisparityFile disparity = readDisparityFile(rOptions.m_disparity, rOptions.m_disparityScale);
     const std::string truthView = rOptions.m_truthView.value_or(rOptions.m_disparityView);
     const bool bMoved = truthView != rOptions.m_disparityView;
@@ -105,30 +115,37 @@ static void evaluate(const EvalOptions& rOptions)
     std::printf("disparity %s: %s, %s camera\ntruth     %s: %s, %s camera\n", rOptions.m_disparity.c_str(),
                 disparity.m_form.c_str(), rOptions.m_disparityView.c_str(), rOptions.m_truth.c_str(),
                 truthFile.m_form.c_str(), truthView.c_str());
-    if (bMoved)
+    if (bMoved) {
         std::puts(
             "each disparity is moved to the truth's view by its own length; where several meet, the nearest wins");
+    }
     const std::optional<double> factor = wrongFactor(pixels, truth);
-    if (errors.m_nKnown == 0 && !factor)
+    if (errors.m_nKnown == 0 && !factor) {
         throw AppError(rOptions.m_truth + ": no pixel has a known disparity" +
                            (range ? std::string(" inside --range") : std::string()) + "; give another truth or scale",
                        ExitStatus::Unfit);
-    if (errors.m_nKnown > 0)
+    }
+    if (errors.m_nKnown > 0) {
         std::fputs(truthErrorsText(errors).c_str(), stdout);
+    }
     if (reasons && errors.m_nKnown > 0) {
         // A pixel without a disparity cannot be moved, but the truth can.
         const cv::Mat1f truthThere = bMoved ? toView(rOptions.m_disparityView, truth) : truth;
         std::fputs(truthByReasonText(*reasons, truthThere, range).c_str(), stdout);
-        if (bMoved)
+        if (bMoved) {
             std::puts("the truth is moved to the disparity's view, and is unknown where nothing arrives");
+        }
     }
-    if (factor)
+    if (factor) {
         throw wrongScale(rOptions, *factor, disparity, truthFile);
+    }
 }
 
-static const char* const sk_pszForms =
+const char* const sk_pszForms =
     "PFM, NPY, KITTI PNG (16 bits, 256ths, 0 unknown), 16- and 8-bit PNG of run with the scale in their names, PGM of "
     "run with their record, or 8 bits with a scale";
+
+} // namespace
 
 void addEvalCommand(CLI::App& rProgram)
 {

@@ -11,12 +11,14 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct ExportOptions
 {
     std::string m_calibration, m_to, m_out, m_size;
 };
 
-static RectificationPlan viewOf(const StereoSession& rSession)
+RectificationPlan viewOf(const StereoSession& rSession)
 {
     const Optics optics = rSession.optics();
     RectificationPlan view;
@@ -27,7 +29,7 @@ static RectificationPlan viewOf(const StereoSession& rSession)
     return view;
 }
 
-static void exportTo(const ExportOptions& rOptions)
+void exportTo(const ExportOptions& rOptions)
 {
     const StereoSession session(rOptions.m_calibration);
     const RectificationPlan view = viewOf(session);
@@ -36,21 +38,27 @@ static void exportTo(const ExportOptions& rOptions)
     const RigExport rig = exportRig(session.outline(), view, raw, bKalibr ? LensTerms::FourTerms : LensTerms::Any);
     const TextFiles files = bKalibr ? writeKalibr(rig) : rOptions.m_to == "ros" ? writeRos(rig) : writeOpenCv(rig);
     OutputFolder folder(rOptions.m_out);
-    for (const auto& [rName, rText] : files)
+    for (const auto& [rName, rText] : files) {
         writeText(folder.file(rName), rText);
+    }
     folder.commit();
     std::printf("%s: raw frames of %dx%d%s, baseline %.2f mm\n", rOptions.m_calibration.c_str(), raw.width, raw.height,
                 rOptions.m_size.empty() ? " (the size of the rectified ones; say --size if they have another)" : "",
                 1000.0 * view.m_dBaseline);
-    if (const std::size_t nSections = readOutline(rOptions.m_calibration).size(); nSections > 1)
+    if (const std::size_t nSections = readOutline(rOptions.m_calibration).size(); nSections > 1) {
         std::printf("the first of %zu sections is exported\n", nSections);
-    for (const auto& [eCamera, rCamera] : rig.m_set)
+    }
+    for (const auto& [eCamera, rCamera] : rig.m_set) {
         std::printf("%s lens: %s, %zu terms, %.4f pixel RMS and at most %.4f off the maps (limit 0.1): good\n",
                     cameraName(eCamera), rCamera.m_model.m_eLens == Lens::Equidistant ? "equidistant" : "polynomial",
                     rCamera.m_model.m_adDistortion.size(), rig.m_rms.at(eCamera), rig.m_worst.at(eCamera));
-    for (const auto& [rName, rText] : files)
+    }
+    for (const auto& [rName, rText] : files) {
         std::printf("written to %s\n", (std::filesystem::path(rOptions.m_out) / rName).c_str());
+    }
 }
+
+} // namespace
 
 void addExportCommand(CLI::App& rProgram)
 {

@@ -6,7 +6,6 @@
 #include "cameras/CalibrationText.h"
 #include "cameras/DepthRange.h"
 #include "commands/RunTruth.h"
-#include "outputs/DisparityCodes.h"
 #include "outputs/FrameSummary.h"
 #include "outputs/LeftView.h"
 #include "outputs/Report.h"
@@ -21,9 +20,10 @@ void SummaryLines::open()
 {
     if (m_to && !onOutput() && !m_file.is_open()) {
         m_file.open(*m_to, std::ios::binary);
-        if (!m_file)
+        if (!m_file) {
             throw AppError("--json: " + *m_to + ": cannot be written; name a file in a folder that exists",
                            ExitStatus::File);
+        }
     }
 }
 
@@ -31,24 +31,43 @@ void SummaryLines::add(const std::string& rLine)
 {
     if (onOutput()) {
         std::puts(rLine.c_str());
-        if (std::fflush(stdout) != 0) // whoever reads along gets whole lines
+        if (std::fflush(stdout) != 0) { // whoever reads along gets whole lines
             throw AppError("--json: standard output cannot be written; has its reader ended?", ExitStatus::File);
+        }
     } else if (m_to) {
         open();
-        if (!(m_file << rLine << '\n').flush())
+        if (!(m_file << rLine << '\n').flush()) {
             throw AppError("--json: " + *m_to + ": cannot be written", ExitStatus::File);
+        }
     }
 }
 
-static ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOutputs)
+namespace {
+
+ReadWishes readWishes(const RunOptions& rOptions, const OutputChoice& rOutputs)
 {
-    ReadWishes wishes{rOptions.m_bRectified, {}, rOptions.m_bits, rOutputs.needs(&OutputNeeds::m_bColour)};
-    if (rOptions.m_resize)
+    ReadWishes wishes{rOptions.m_bRectified, {}, rOptions.m_bits, rOutputs.needs().m_bColour};
+    if (rOptions.m_resize) {
         wishes.m_resize = parseSize(*rOptions.m_resize, "--resize");
-    if (wishes.m_resize && (wishes.m_resize->width > 8192 || wishes.m_resize->height > 8192))
+    }
+    if (wishes.m_resize && (wishes.m_resize->width > 8192 || wishes.m_resize->height > 8192)) {
         throw AppError("--resize: at most 8192 columns and rows", ExitStatus::Usage);
+    }
     return wishes;
 }
+
+ResultWishes resultWishes(const OutputNeeds& rNeeds, bool bTwice)
+{
+    ResultWishes wishes;
+    wishes.m_bBytes = rNeeds.m_bBytes;
+    wishes.m_bImages = rNeeds.m_bImages;
+    wishes.m_bRows = rNeeds.m_bRows;
+    wishes.m_bCloud = rNeeds.m_bCloud;
+    wishes.m_bTwice = bTwice;
+    return wishes;
+}
+
+} // namespace
 
 FrameRunner::FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs,
                          const std::vector<FrameNames>& rAhead)
@@ -67,32 +86,27 @@ std::string FrameRunner::calibrationText(const Frames& rFrames) const
 // The session is made with the first frame that can be read, since rectified frames say how large all of them are.
 void FrameRunner::begin(const Frames& rFrames, const OutputFolder& rFolder)
 {
-    if (m_rOptions.m_bRectified && m_ownCalibration.empty())
+    if (m_rOptions.m_bRectified && m_ownCalibration.empty()) {
         m_ownCalibration = calibrationText(rFrames);
+    }
     const std::filesystem::path own = rFolder.file("calibration.txt");
-    if (!m_ownCalibration.empty())
+    if (!m_ownCalibration.empty()) {
         writeText(own, m_ownCalibration);
-    if (m_pSession)
+    }
+    if (m_pSession) {
         return;
+    }
     m_json.open();
     m_pSession = std::make_unique<StereoSession>(
         m_rOptions.m_calibration ? std::filesystem::path(*m_rOptions.m_calibration) : own);
-    ResultWishes wishes;
-    wishes.m_bBytes = m_rOutputs.needs(&OutputNeeds::m_bBytes);
-    wishes.m_bImages = m_rOutputs.needs(&OutputNeeds::m_bImages);
-    wishes.m_bRows = m_rOutputs.needs(&OutputNeeds::m_bRows) || printsText();
-    wishes.m_bCloud = m_rOutputs.has("cloud.ply") || m_rOutputs.has("report") || wishes.m_bRows;
-    wishes.m_bTwice = !m_bBatch;
+    const ResultWishes wishes =
+        resultWishes(printsText() ? m_rOutputs.needs() | sk_textNeeds : m_rOutputs.needs(), !m_bBatch);
     m_pRun = std::make_unique<StereoRun>(*m_pSession, m_rOptions.m_settings, wishes);
     m_pRun->prepare(configurationOf(rFrames.m_grey));
-    if (m_rOptions.findsRange())
+    if (m_rOptions.findsRange()) {
         findRange();
-    const cv::Vec2i range = m_pSession->disparityRange();
-    if (m_rOutputs.has("kitti16") && !fitsKitti(range, m_rOptions.m_nPngScale))
-        throw AppError(line("--out: kitti16: disparities up to %d times %d do not fit 16 bits; give a smaller "
-                            "--png-scale, such as %d",
-                            range[1], m_rOptions.m_nPngScale, 65536 / range[1]),
-                       ExitStatus::Usage);
+    }
+    m_rOutputs.checkRange(m_pSession->disparityRange(), m_rOptions.m_nPngScale);
 }
 
 // All shards look at the same frames, so that they take the same range.
@@ -103,7 +117,7 @@ void FrameRunner::findRange()
     wishes.m_bColour = false;
     FrameReader reader(wishes);
     int nFrames = 0;
-    for (const FrameNames& rNames : m_rAhead)
+    for (const FrameNames& rNames : m_rAhead) {
         try {
             const Frames frames = reader.read(rNames);
             search.add(frames.m_grey, m_pRun->regionsOf(frames));
@@ -111,6 +125,7 @@ void FrameRunner::findRange()
         } catch (const AppError&) {
             // said when its turn comes
         }
+    }
     const cv::Size canvas = m_pSession->canvas();
     const bool bRows = m_pSession->configuration() != KestrovaCfg2CameraHorizontal;
     const Optics optics = m_pSession->optics();
@@ -123,8 +138,9 @@ void FrameRunner::findRange()
         return;
     }
     const cv::Vec2i range = rangeAround(subject, largestDisparity(bRows ? canvas.height : canvas.width));
-    if (kestrovaSetDisparity(m_pSession->handle(), range[0], range[1]) != KestrovaErrorOk)
+    if (kestrovaSetDisparity(m_pSession->handle(), range[0], range[1]) != KestrovaErrorOk) {
         throw AppError("--range auto: the library refuses " + rangeText(range, dScale), ExitStatus::Failed);
+    }
     m_pSession->fitThreads();
     const auto [least, most] = std::minmax_element(subject.begin(), subject.end());
     std::fprintf(pOut, "--range auto: in %d frame%s the subject takes %.0f to %.0f pixels; searched is %s%s\n", nFrames,
@@ -136,8 +152,9 @@ std::string FrameRunner::text(const StereoResult& rResult, const StereoResult& r
 {
     std::string text = m_reader.fit() ? m_reader.fit()->describe() + "\n" : std::string();
     text += summary(rShown) + reportPlanes(rShown, m_rOptions.m_planes).m_text;
-    if (m_rOptions.m_truth)
+    if (m_rOptions.m_truth) {
         text += compareTruth(m_rOptions, m_reader.fit(), *m_pSession, rResult);
+    }
     return text;
 }
 
@@ -146,8 +163,9 @@ void FrameRunner::write(const FrameNames& rNames, const OutputFolder& rFolder, c
 {
     std::optional<std::string> made; // once, for the file and the terminal
     const auto textOnce = [&] {
-        if (!made)
+        if (!made) {
             made = text(rResult, rShown);
+        }
         return *made;
     };
     const OutputJob job{
@@ -155,19 +173,25 @@ void FrameRunner::write(const FrameNames& rNames, const OutputFolder& rFolder, c
     std::vector<StageTime> writing;
     timed(writing, "write the files", "write", [&] { m_rOutputs.write(job); });
     rShown.m_times.insert(rShown.m_times.end(), writing.begin(), writing.end());
-    if (printsText())
+    if (printsText()) {
         std::printf("%s\n", textOnce().c_str());
+    }
 }
 
+namespace {
+
 // What may be matched at all: all that the maps fill, or of that the regions that were asked for.
-static cv::Mat1b matchable(const RunOptions& rOptions, const DisparityMap& rMap)
+cv::Mat1b matchable(const RunOptions& rOptions, const DisparityMap& rMap)
 {
     cv::Mat1b area(rMap.m_reject.size(), uchar(rOptions.m_settings.m_regions.empty() ? 255 : 0));
-    for (const auto& [nRow, nCol, nRows, nCols] : rOptions.m_settings.m_regions)
+    for (const auto& [nRow, nCol, nRows, nCols] : rOptions.m_settings.m_regions) {
         area(cv::Rect(nCol, nRow, nCols, nRows) & cv::Rect({0, 0}, area.size())).setTo(255);
+    }
     area.setTo(0, rMap.m_reject == static_cast<unsigned char>(Reject::Outside));
     return area;
 }
+
+} // namespace
 
 void FrameRunner::judge(const Frames& rFrames, const StereoResult& rResult)
 {
@@ -184,17 +208,20 @@ void FrameRunner::judge(const Frames& rFrames, const StereoResult& rResult)
     m_dMostFound = std::max(m_dMostFound, dFound);
     const bool bUsable = dFound >= sk_dUsableShare && !m_doubt.m_bHopeless;
     m_uUsable += bUsable;
-    if (m_uDone == 0 && !m_doubt.m_text.empty() && (bUsable || m_bBatch))
+    if (m_uDone == 0 && !m_doubt.m_text.empty() && (bUsable || m_bBatch)) {
         std::fprintf(stderr, "kestrova: warning: %s\n", oneLine(m_doubt.m_text).c_str());
+    }
 }
 
 std::string FrameRunner::failure() const
 {
-    if (m_uDone == 0 || m_uUsable > 0)
+    if (m_uDone == 0 || m_uUsable > 0) {
         return {};
+    }
     const std::string found = line("nothing usable came out, %.1f %% found", 100.0 * m_dMostFound);
-    if (!m_doubt.m_text.empty())
+    if (!m_doubt.m_text.empty()) {
         return found + ": " + m_doubt.m_text;
+    }
     return found +
            line(" where %.0f %% are the least, most rejected for '%s'; is it the right range, see --range auto, "
                 "and have the frames texture?",
@@ -208,8 +235,9 @@ std::optional<AppError> FrameRunner::run(const FrameNames& rNames)
     try {
         frames = timed(times, "read the files", "read", [&] { return m_reader.read(rNames); });
     } catch (const AppError& rError) {
-        if (!m_rOptions.m_bKeepGoing)
+        if (!m_rOptions.m_bKeepGoing) {
             throw;
+        }
         m_json.add(frameFailure(rNames, rError.what()));
         return rError;
     }

@@ -10,7 +10,7 @@
 
 namespace kestrova::app {
 
-/// A line a frame, in a file that begins with the first one, or on standard output for "-".
+/** A line a frame, in a file that begins with the first one, or on standard output for "-". */
 class SummaryLines
 {
 public:
@@ -18,7 +18,7 @@ public:
 
     bool onOutput() const { return m_to == "-"; }
 
-    /// Throws AppError when the file cannot be written, before any frame is.
+    /** Throws AppError when the file cannot be written, before any frame is. */
     void open();
     void add(const std::string& rLine);
 
@@ -30,15 +30,17 @@ private:
 class FrameRunner
 {
 public:
-    /// rAhead: what --range auto looks at.
+    /** rAhead: what --range auto looks at. */
     FrameRunner(const RunOptions& rOptions, const OutputChoice& rOutputs, const std::vector<FrameNames>& rAhead);
 
-    /// What was wrong with a frame that cannot be read; such a frame is left out with --keep-going, else this throws.
+    /**
+     * What was wrong with a frame that cannot be read; such a frame is left out with --keep-going, else this throws.
+     */
     std::optional<AppError> run(const FrameNames& rNames);
 
     double meanDensity() const { return m_uDone ? m_dDensities / static_cast<double>(m_uDone) : 0.0; }
     std::size_t done() const { return m_uDone; }
-    /// What is wrong when no frame gave a usable result; empty when one did.
+    /** What is wrong when no frame gave a usable result; empty when one did. */
     std::string failure() const;
     bool printsText() const { return !m_bBatch && !m_json.onOutput(); }
 

@@ -11,6 +11,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct ImportOptions
 {
     std::string m_from = "auto";
@@ -24,74 +26,85 @@ struct ImportOptions
     bool m_bNoFisheye = false;
 };
 
-static SourceFacts factsOf(const ImportOptions& rOptions)
+SourceFacts factsOf(const ImportOptions& rOptions)
 {
     SourceFacts facts;
-    if (!rOptions.m_size.empty())
+    if (!rOptions.m_size.empty()) {
         facts.m_size = parseSize(rOptions.m_size, "--size");
-    if (!rOptions.m_unit.empty())
+    }
+    if (!rOptions.m_unit.empty()) {
         facts.m_dUnit = parseLength("1" + rOptions.m_unit, "--unit");
-    if (rOptions.m_bFisheye || rOptions.m_bNoFisheye)
+    }
+    if (rOptions.m_bFisheye || rOptions.m_bNoFisheye) {
         facts.m_fisheye = rOptions.m_bFisheye;
+    }
     return facts;
 }
 
 // The camera that --left-is means, by the names that cameraSetOf gives: the first of the source is left there.
-static KestrovaCamera leftOf(const std::string& rWish, const SourceRig& rSource)
+KestrovaCamera leftOf(const std::string& rWish, const SourceRig& rSource)
 {
     std::string known;
     for (std::size_t i = 0; i < rSource.m_cameras.size(); ++i) {
         const std::string& rName = rSource.m_cameras[i].m_name;
-        if (rWish == std::to_string(i + 1) || std::filesystem::path(rWish).filename() == rName)
+        if (rWish == std::to_string(i + 1) || std::filesystem::path(rWish).filename() == rName) {
             return i == 0 ? KestrovaCamLeft : KestrovaCamRight;
+        }
         known += " or " + std::to_string(i + 1) + " or '" + rName + "'";
     }
     throw AppError("--left-is: '" + rWish + "' is not" + known.substr(3), ExitStatus::Usage);
 }
 
-static RigWishes wishesOf(const ImportOptions& rOptions, const SourceRig& rSource)
+RigWishes wishesOf(const ImportOptions& rOptions, const SourceRig& rSource)
 {
     RigWishes wishes;
     wishes.m_source = rSource.m_source;
     wishes.m_eNames = CameraNames::ByGeometry;
     wishes.m_dAlpha = rOptions.m_dAlpha;
     wishes.m_note = "Imported from " + rSource.m_format + ".";
-    if (!rOptions.m_canvas.empty())
+    if (!rOptions.m_canvas.empty()) {
         wishes.m_canvas = parseSize(rOptions.m_canvas, "--canvas");
-    if (!rOptions.m_near.empty())
+    }
+    if (!rOptions.m_near.empty()) {
         wishes.m_depth.m_dNear = parseLength(rOptions.m_near, "--near");
-    if (!rOptions.m_far.empty())
+    }
+    if (!rOptions.m_far.empty()) {
         wishes.m_depth.m_dFar = parseLength(rOptions.m_far, "--far");
+    }
     if (!rOptions.m_anDisparity.empty()) {
         wishes.m_disparity = cv::Vec2i(rOptions.m_anDisparity[0], rOptions.m_anDisparity[1]);
         const cv::Vec2i& rRange = *wishes.m_disparity;
-        if (rRange[0] < 0 || rRange[0] >= rRange[1] || rRange[1] - rRange[0] > 240 || rRange[1] > 1024)
+        if (rRange[0] < 0 || rRange[0] >= rRange[1] || rRange[1] - rRange[0] > 240 || rRange[1] > 1024) {
             throw AppError("--disparity: needs 0 <= minimum < maximum <= 1024, at most 240 apart", ExitStatus::Usage);
+        }
     }
     if (!rOptions.m_leftIs.empty()) {
-        if (rSource.m_cameras.size() != 2)
+        if (rSource.m_cameras.size() != 2) {
             throw AppError("--left-is: is for pairs; a set of three is ordered by R and T", ExitStatus::Usage);
+        }
         wishes.m_leftIs = leftOf(rOptions.m_leftIs, rSource);
     }
-    if (rOptions.m_bKeep)
+    if (rOptions.m_bKeep) {
         wishes.m_given = givenView(rSource);
+    }
     return wishes;
 }
 
-static void printRig(const Rig& rRig)
+void printRig(const Rig& rRig)
 {
     const RectificationPlan& rPlan = rRig.m_plan;
     std::printf("baseline %.2f mm: does this match your ruler?\n"
                 "rectified images %dx%d, focal length %.2f pixels, disparity %d to %d\n",
                 1000.0 * rPlan.m_dBaseline, rPlan.m_canvas.width, rPlan.m_canvas.height, rPlan.m_dFocal,
                 rRig.m_description.m_nMinDisparity, rRig.m_description.m_nMaxDisparity);
-    for (const auto& [eCamera, rMaps] : rRig.m_maps)
+    for (const auto& [eCamera, rMaps] : rRig.m_maps) {
         std::printf("%s maps: %d coefficients an axis, %.4f pixel RMS and at most %.4f off the lens (limits 0.02 and "
                     "0.1): good\n",
                     cameraName(eCamera), rMaps.m_nCoefs, rMaps.worstRms(), rMaps.largestError());
+    }
 }
 
-static void import(const ImportOptions& rOptions)
+void import(const ImportOptions& rOptions)
 {
     const SourceRig source =
         readSource(rOptions.m_from, {rOptions.m_sources.begin(), rOptions.m_sources.end()}, factsOf(rOptions));
@@ -101,18 +114,23 @@ static void import(const ImportOptions& rOptions)
     const RigProof proof = proveRig(out.file(), rig);
     out.commit();
     std::printf("%s: %s, %zu cameras\n", source.m_source.c_str(), source.m_format.c_str(), source.m_cameras.size());
-    for (const std::string& rRemark : source.m_remarks)
+    for (const std::string& rRemark : source.m_remarks) {
         std::puts(rRemark.c_str());
-    for (const std::string& rRemark : rig.m_remarks)
+    }
+    for (const std::string& rRemark : rig.m_remarks) {
         std::puts(rRemark.c_str());
+    }
     printRig(rig);
-    for (const Rig& rFurther : rig.m_further)
+    for (const Rig& rFurther : rig.m_further) {
         printRig(rFurther);
+    }
     std::printf(
         "proof: %zu points through the library, %.4f pixel RMS and at most %.4f off the lens (limit 0.1): good\n"
         "written to %s\n",
         proof.m_nPoints, proof.m_dRms, proof.m_dWorst, rOptions.m_out.c_str());
 }
+
+} // namespace
 
 void addImportCommand(CLI::App& rProgram)
 {

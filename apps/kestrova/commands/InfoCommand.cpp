@@ -9,16 +9,20 @@
 
 namespace kestrova::app {
 
-static const char* placeName(const cv::Vec3i& rPosition)
+namespace {
+
+const char* placeName(const cv::Vec3i& rPosition)
 {
-    if (rPosition == cv::Vec3i(0, 0, 0))
+    if (rPosition == cv::Vec3i(0, 0, 0)) {
         return "right, the reference";
-    if (rPosition == cv::Vec3i(-1, 0, 0))
+    }
+    if (rPosition == cv::Vec3i(-1, 0, 0)) {
         return "left";
+    }
     return rPosition == cv::Vec3i(0, -1, 0) ? "top" : "not in use";
 }
 
-static void printCamera(const OutlineCamera& rCamera, cv::Size canvas)
+void printCamera(const OutlineCamera& rCamera, cv::Size canvas)
 {
     std::printf("  camera %d: %s, channel %s, gain %.4g, maps of %dx%d coefficients\n", rCamera.m_nId,
                 placeName(rCamera.m_position), rCamera.m_channel.c_str(), rCamera.m_dGain,
@@ -35,7 +39,7 @@ static void printCamera(const OutlineCamera& rCamera, cv::Size canvas)
     }
 }
 
-static void info(const std::string& rFile)
+void info(const std::string& rFile)
 {
     const std::vector<OutlineSection> sections = readOutline(rFile);
     const StereoSession session(rFile); // proves that the library takes the file
@@ -50,8 +54,9 @@ static void info(const std::string& rFile)
         std::printf("  baseline %.2f mm, focal length %.2f pixels at %d columns, disparity %d to %d\n",
                     1000.0 * rSection.m_dBaseline, rSection.m_focalLength[0] * canvas.width, canvas.width,
                     rSection.m_disparity[0], rSection.m_disparity[1]);
-        for (const OutlineCamera& rCamera : rSection.m_cameras)
+        for (const OutlineCamera& rCamera : rSection.m_cameras) {
             printCamera(rCamera, canvas);
+        }
     }
     std::printf("as the library has the first section:\n"
                 "  rectified images %dx%d, focal length %.2f pixels, baseline %.2f mm, centre column %.2f row %.2f\n%s",
@@ -61,13 +66,14 @@ static void info(const std::string& rFile)
               "the left.");
 }
 
-/// Puts the new text in place only once the library has loaded it: blocks that cannot be followed would be missing.
-static void rewrite(const std::string& rFile, const std::string& rOut)
+/** Puts the new text in place only once the library has loaded it: blocks that cannot be followed would be missing. */
+void rewrite(const std::string& rFile, const std::string& rOut)
 {
     const StereoSession session(rFile);
     OutputFile out(rOut);
-    if (kestrovaWriteCurrentContextToFile(session.handle(), out.file().c_str()) != KestrovaErrorOk)
+    if (kestrovaWriteCurrentContextToFile(session.handle(), out.file().c_str()) != KestrovaErrorOk) {
         throw AppError(rOut + ": cannot be written", ExitStatus::File);
+    }
     try {
         const StereoSession proof(out.file());
     } catch (const AppError&) {
@@ -85,19 +91,23 @@ struct InfoOptions
     std::optional<std::string> m_write;
 };
 
-static void info(const InfoOptions& rOptions)
+void info(const InfoOptions& rOptions)
 {
     checkLength(rOptions.m_file, sk_nLongestImage);
     const bool bImage = isImageFile(rOptions.m_file);
-    if (bImage && rOptions.m_write)
+    if (bImage && rOptions.m_write) {
         throw AppError("--write: " + rOptions.m_file + " is an image, not a calibration", ExitStatus::Usage);
-    if (bImage)
+    }
+    if (bImage) {
         std::fputs(describeImageFile(rOptions.m_file).c_str(), stdout);
-    else if (rOptions.m_write)
+    } else if (rOptions.m_write) {
         rewrite(rOptions.m_file, *rOptions.m_write);
-    else
+    } else {
         info(rOptions.m_file);
+    }
 }
+
+} // namespace
 
 void addInfoCommand(CLI::App& rProgram)
 {

@@ -14,13 +14,16 @@ bool RunOptions::isBatch() const
     return m_list || many(m_right) || many(m_left) || many(m_top);
 }
 
-static void require(bool bFine, const std::string& rMessage)
+namespace {
+
+void require(bool bFine, const std::string& rMessage)
 {
-    if (!bFine)
+    if (!bFine) {
         throw AppError(rMessage, ExitStatus::Usage);
+    }
 }
 
-static void checkFrames(const RunOptions& r)
+void checkFrames(const RunOptions& r)
 {
     require(r.m_unexpected.empty(), (r.m_unexpected.empty() ? "" : r.m_unexpected.front()) +
                                         ": belongs to no option; a pattern for many frames goes in quotes, such as "
@@ -31,7 +34,7 @@ static void checkFrames(const RunOptions& r)
     require(r.m_list || r.m_left || r.m_top, "give --left, --top or both beside --right");
 }
 
-static void checkCameras(const RunOptions& r)
+void checkCameras(const RunOptions& r)
 {
     require(r.m_calibration.has_value() != r.m_bRectified, "give either --calibration FILE or --rectified");
     require(r.m_focal.has_value() == r.m_baseline.has_value(), "--focal and --baseline go together");
@@ -40,7 +43,7 @@ static void checkCameras(const RunOptions& r)
             "--focal: must be above 0 and below a million pixels");
 }
 
-static void checkComparison(const RunOptions& r)
+void checkComparison(const RunOptions& r)
 {
     require(r.m_left || r.m_list || !r.m_truth || (r.m_truthView == "right" && !r.m_bCompareBlockMatcher),
             "--truth-view left and --compare-bm take a left frame, see --left");
@@ -51,6 +54,8 @@ static void checkComparison(const RunOptions& r)
             "--truth is for a single frame; the command eval compares any disparity file with a truth");
     require(!r.m_truth || !r.m_json || *r.m_json != "-", "--truth prints a table; give --json a file");
 }
+
+} // namespace
 
 void checkOptions(const RunOptions& r)
 {
@@ -72,24 +77,29 @@ RunFrames framesOf(const RunOptions& r)
         list = readFrameList(*r.m_list);
     } else {
         PerCamera<std::string> patterns{{KestrovaCamRight, *r.m_right}};
-        if (r.m_left)
+        if (r.m_left) {
             patterns[KestrovaCamLeft] = *r.m_left;
-        if (r.m_top)
+        }
+        if (r.m_top) {
             patterns[KestrovaCamTop] = *r.m_top;
+        }
         list = pairByOrder(patterns);
     }
     require(r.m_view == "right" || list.m_frames.front().m_files.contains(KestrovaCamLeft),
             "--view left takes a left frame, and the list names none");
     const std::size_t uAhead = std::min(list.m_frames.size(), sk_uRangeFrames);
     frames.m_ahead.assign(list.m_frames.begin(), list.m_frames.begin() + static_cast<std::ptrdiff_t>(uAhead));
-    if (r.m_shard)
+    if (r.m_shard) {
         list.m_frames = shardOf(list.m_frames, *r.m_shard);
+    }
     return frames;
 }
 
 // ---- the options ----
 
-static void addFrameOptions(CLI::App& rCommand, RunOptions& r)
+namespace {
+
+void addFrameOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Frames";
     const auto frame = [&](const char* pszOption, std::optional<std::string>& rTo, const char* pszHelp) {
@@ -129,7 +139,7 @@ static void addFrameOptions(CLI::App& rCommand, RunOptions& r)
     rCommand.add_option("unexpected", r.m_unexpected)->group(""); // what a shell makes of a pattern without quotes
 }
 
-static void addCameraOptions(CLI::App& rCommand, RunOptions& r)
+void addCameraOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Cameras";
     rCommand.add_option("--calibration", r.m_calibration, "calibration file of the cameras")->group(s_pszGroup);
@@ -145,7 +155,7 @@ static void addCameraOptions(CLI::App& rCommand, RunOptions& r)
         ->group(s_pszGroup);
 }
 
-static void addResultOptions(CLI::App& rCommand, RunOptions& r)
+void addResultOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Results";
     rCommand
@@ -156,8 +166,9 @@ static void addResultOptions(CLI::App& rCommand, RunOptions& r)
         ->group(s_pszGroup);
     std::string help = std::string("what to write, names with commas between, or all (default ") + sk_pszUsualOutputs;
     help += "):";
-    for (const OutputKind& rKind : allOutputs())
+    for (const OutputKind& rKind : allOutputs()) {
         help += std::string("\n") + rKind.m_pszName + " - " + rKind.m_pszHelp;
+    }
     rCommand.add_option("--out", r.m_out, help)->type_name("LIST")->group(s_pszGroup);
     rCommand
         .add_option(
@@ -184,7 +195,7 @@ static void addResultOptions(CLI::App& rCommand, RunOptions& r)
     addPlaneOptions(rCommand, r.m_planes);
 }
 
-static void addTruthOptions(CLI::App& rCommand, RunOptions& r)
+void addTruthOptions(CLI::App& rCommand, RunOptions& r)
 {
     static const char* const s_pszGroup = "Comparison of a single frame";
     rCommand.add_option("--truth", r.m_truth, "picture of the true disparity, 0 where unknown")->group(s_pszGroup);
@@ -204,6 +215,8 @@ static void addTruthOptions(CLI::App& rCommand, RunOptions& r)
                     "with --truth: further rows with these uniqueness thresholds")
         ->group(s_pszGroup);
 }
+
+} // namespace
 
 void addRunOptions(CLI::App& rCommand, RunOptions& rOptions)
 {

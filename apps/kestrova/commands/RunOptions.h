@@ -39,7 +39,7 @@ struct RunOptions
     std::optional<std::string> m_range;
     PlaneWishes m_planes;
 
-    /// Whether many frames were asked for: each then has a folder of its own, however many there are.
+    /** Whether many frames were asked for: each then has a folder of its own, however many there are. */
     bool isBatch() const;
     bool findsRange() const { return m_range == "auto"; }
     bool hasMetres() const { return !m_bRectified || m_focal; }
@@ -47,7 +47,7 @@ struct RunOptions
 
 void addRunOptions(CLI::App& rCommand, RunOptions& rOptions);
 
-/// Throws AppError for what contradicts itself.
+/** Throws AppError for what contradicts itself. */
 void checkOptions(const RunOptions& rOptions);
 
 inline constexpr std::size_t sk_uRangeFrames = 5; // that --range auto looks at

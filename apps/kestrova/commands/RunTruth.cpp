@@ -8,13 +8,17 @@
 
 namespace kestrova::app {
 
-static cv::Mat1f readTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, cv::Size canvas)
+namespace {
+
+cv::Mat1f readTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, cv::Size canvas)
 {
     const cv::Mat1b stored = readGrey(*rOptions.m_truth);
     cv::Mat1f truth;
     stored.convertTo(truth, CV_32F, rOptions.m_dTruthScale);
     return fitDisparity(truth, rFit ? *rFit : planFrameFit(stored.size(), canvas));
 }
+
+} // namespace
 
 std::string compareTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, StereoSession& rSession,
                          const StereoResult& rResult)
@@ -28,14 +32,16 @@ std::string compareTruth(const RunOptions& rOptions, const std::optional<FrameFi
         return row(rName, eView == TruthView::Left ? toLeftView(rMap.m_pixels) : rMap.m_pixels);
     };
     std::string text = "\nAgainst " + *rOptions.m_truth + ", values scaled with the width of the image\n";
-    if (eView == TruthView::Left)
+    if (eView == TruthView::Left) {
         text += "The truth is seen from the left image: our pixels at column x move to column x + d, the nearest "
                 "surface wins.\n";
+    }
     text += truthTableHead() + ours("kestrova, settings as given", rResult.m_map16);
     const cv::Mat1f& rOurs = rResult.m_map16.m_pixels;
-    if (const auto factor = wrongFactor(eView == TruthView::Left ? toLeftView(rOurs) : rOurs, truth))
+    if (const auto factor = wrongFactor(eView == TruthView::Left ? toLeftView(rOurs) : rOurs, truth)) {
         text += line("  most disparities are %.4g times the truth, so its scale is wrong; say --truth-scale %.4g\n",
                      *factor, rOptions.m_dTruthScale * *factor);
+    }
     const cv::Mat outside = rResult.m_map16.m_reject == static_cast<unsigned char>(Reject::Outside);
     for (double dThreshold : rOptions.m_adUniqueness) {
         SettingWishes wishes;

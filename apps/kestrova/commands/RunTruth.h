@@ -5,8 +5,10 @@
 
 namespace kestrova::app {
 
-/// The result is as the right camera sees it. Rows with further thresholds match again, so the session's own images are
-/// others afterwards.
+/**
+ * The result is as the right camera sees it. Rows with further thresholds match again, so the session's own images are
+ * others afterwards.
+ */
 std::string compareTruth(const RunOptions& rOptions, const std::optional<FrameFit>& rFit, StereoSession& rSession,
                          const StereoResult& rResult);
 

@@ -4,9 +4,11 @@
 
 namespace kestrova::app {
 
-static const char* const sk_pszSettings = "Settings of the library (the calibration has the rest)";
+namespace {
 
-static void addPresets(CLI::App& rCommand, SettingWishes& rWishes)
+const char* const sk_pszSettings = "Settings of the library (the calibration has the rest)";
+
+void addPresets(CLI::App& rCommand, SettingWishes& rWishes)
 {
     std::string help = "values for several settings at once; settings given by name win:";
     std::vector<std::string> names;
@@ -17,13 +19,16 @@ static void addPresets(CLI::App& rCommand, SettingWishes& rWishes)
     rCommand.add_option("--preset", rWishes.m_preset, help)->check(CLI::IsMember(names))->group(sk_pszSettings);
 }
 
+} // namespace
+
 void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
 {
     addPresets(rCommand, rWishes);
     for (const Setting& rSetting : allSettings()) {
         std::string type;
-        for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+        for (const std::string& rWord : wordsOf(rSetting.m_eKind)) {
             type += (type.empty() ? "" : "|") + rWord;
+        }
         const auto note = [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) {
             rWishes.m_values[pszName] = rValue;
         };

@@ -16,22 +16,26 @@
 
 using kestrova::app::ExitStatus;
 
-static int complain(const std::string& rMessage, ExitStatus eStatus)
+namespace {
+
+int complain(const std::string& rMessage, ExitStatus eStatus)
 {
     std::fprintf(stderr, "kestrova: %s\n",
                  kestrova::app::oneLine(rMessage).c_str()); // of a library it may have several
     return static_cast<int>(eStatus);
 }
 
-/// A standard stream that was closed by the caller would be the first file that is opened, and get what is printed.
-/// Whether output was: who needs it, as --json - does, then finds that it takes nothing.
-static bool openStandardStreams()
+/**
+ * A standard stream that was closed by the caller would be the first file that is opened, and get what is printed.
+ * Whether output was: who needs it, as --json - does, then finds that it takes nothing.
+ */
+bool openStandardStreams()
 {
     const bool bNoOutput = ::fcntl(STDOUT_FILENO, F_GETFD) < 0;
     int nFile = 0;
-    do
+    do {
         nFile = ::open("/dev/null", O_RDWR);
-    while (nFile >= 0 && nFile <= STDERR_FILENO);
+    } while (nFile >= 0 && nFile <= STDERR_FILENO);
     ::close(nFile);
     if (const int nClosed = bNoOutput ? ::open("/dev/null", O_RDONLY) : -1; nClosed >= 0) {
         ::dup2(nClosed, STDOUT_FILENO);
@@ -40,18 +44,22 @@ static bool openStandardStreams()
     return bNoOutput;
 }
 
-/// What is printed has to arrive, but a reader that has seen enough, or that never was, is no fault.
-static int finish(int nStatus, bool bNoOutput)
+/** What is printed has to arrive, but a reader that has seen enough, or that never was, is no fault. */
+int finish(int nStatus, bool bNoOutput)
 {
-    if (bNoOutput)
+    if (bNoOutput) {
         return nStatus;
+    }
     const bool bLost = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
     pollfd reader{STDOUT_FILENO, POLLOUT, 0};
     const bool bLeft = ::poll(&reader, 1, 0) == 1 && (reader.revents & POLLERR) != 0;
-    if (nStatus == 0 && bLost && !bLeft)
+    if (nStatus == 0 && bLost && !bLeft) {
         return complain("standard output: cannot be written; is the disk full?", ExitStatus::File);
+    }
     return nStatus;
 }
+
+} // namespace
 
 int main(int nArguments, char** ppszArguments)
 {

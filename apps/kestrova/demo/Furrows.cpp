@@ -9,21 +9,26 @@
 
 namespace kestrova::app {
 
+namespace {
+
 template<typename... Values>
-static std::string line(const char* pszFormat, Values... values)
+std::string line(const char* pszFormat, Values... values)
 {
     char acLine[160];
     std::snprintf(acLine, sizeof acLine, pszFormat, values...);
     return acLine;
 }
 
+} // namespace
+
 // ---- measuring ----
 
 double FurrowCurve::amplitude() const
 {
     std::complex<double> sum;
-    for (std::size_t n = 0; n < sk_nBins; ++n)
+    for (std::size_t n = 0; n < sk_nBins; ++n) {
         sum += std::polar(m_adError[n], 2.0 * CV_PI * static_cast<double>(n) / sk_nBins);
+    }
     return 2.0 / sk_nBins * std::abs(sum);
 }
 
@@ -33,11 +38,16 @@ double FurrowCurve::halfRange() const
     return 0.5 * (*pHigh - *pLow);
 }
 
-static void divide(FurrowCurve& rSums)
+namespace {
+
+void divide(FurrowCurve& rSums)
 {
-    for (std::size_t n = 0; n < rSums.m_adError.size(); ++n)
+    for (std::size_t n = 0; n < rSums.m_adError.size(); ++n) {
         rSums.m_adError[n] /= static_cast<double>(std::max(1L, rSums.m_anPixels[n]));
+    }
 }
+
+} // namespace
 
 FurrowComparison compareFurrows(const DisparityMap& rStandard, const DisparityMap& rEnhanced, const SceneTruth& rTruth)
 {
@@ -47,18 +57,21 @@ FurrowComparison compareFurrows(const DisparityMap& rStandard, const DisparityMa
         rCurve.m_adError[nBin] += dError;
         ++rCurve.m_anPixels[nBin];
     };
-    for (int nRow = 0; nRow < rTruth.m_floor.rows; ++nRow)
+    for (int nRow = 0; nRow < rTruth.m_floor.rows; ++nRow) {
         for (int nCol = 0; nCol < rTruth.m_floor.cols; ++nCol) {
-            if (!rTruth.m_floor(nRow, nCol) || rTruth.m_sight(nRow, nCol) != static_cast<int>(Sight::Textured))
+            if (!rTruth.m_floor(nRow, nCol) || rTruth.m_sight(nRow, nCol) != static_cast<int>(Sight::Textured)) {
                 continue;
+            }
             const double dTrue = rTruth.m_disparity(nRow, nCol);
             const double dStandard = rStandard.m_pixels(nRow, nCol) - dTrue;
             const double dEnhanced = rEnhanced.m_pixels(nRow, nCol) - dTrue;
-            if (std::max(std::abs(dStandard), std::abs(dEnhanced)) > 1.0) // an unknown one is infinite
+            if (std::max(std::abs(dStandard), std::abs(dEnhanced)) > 1.0) { // an unknown one is infinite
                 continue;
+            }
             add(curves.m_standard, dTrue, dStandard);
             add(curves.m_enhanced, dTrue, dEnhanced);
         }
+    }
     divide(curves.m_standard);
     divide(curves.m_enhanced);
     return curves;
@@ -69,10 +82,11 @@ std::string furrowTable(const FurrowComparison& rCurves)
     std::string text =
         "\nPeriodic error of 16-bit disparity on the slanted floor: mean of measured less true disparity, "
         "in pixels\n  fraction of the true one   pixels   standard   enhanced\n";
-    for (std::size_t n = 0; n < FurrowCurve::sk_nBins; ++n)
+    for (std::size_t n = 0; n < FurrowCurve::sk_nBins; ++n) {
         text += line("  %10.4f to %.4f   %9ld %+10.4f %+10.4f\n", static_cast<double>(n) / FurrowCurve::sk_nBins,
                      static_cast<double>(n + 1) / FurrowCurve::sk_nBins, rCurves.m_standard.m_anPixels[n],
                      rCurves.m_standard.m_adError[n], rCurves.m_enhanced.m_adError[n]);
+    }
     const auto both = [&](const char* pszName, double dStandard, double dEnhanced) {
         text += line("  %-32s %10.4f %10.4f   ratio %.2f", pszName, dStandard, dEnhanced, dEnhanced / dStandard);
         return dEnhanced <= 0.5 * dStandard;
@@ -86,6 +100,8 @@ std::string furrowTable(const FurrowComparison& rCurves)
 
 // ---- picture ----
 
+namespace {
+
 // Where values stand on the sheet: fractions of a pixel along it, errors up and down.
 struct Axes
 {
@@ -98,14 +114,14 @@ struct Axes
     }
 };
 
-static void write(cv::Mat3b& rSheet, const std::string& rText, cv::Point2d at, const cv::Scalar& rColour)
+void write(cv::Mat3b& rSheet, const std::string& rText, cv::Point2d at, const cv::Scalar& rColour)
 {
     cv::putText(rSheet, rText, at, cv::FONT_HERSHEY_SIMPLEX, 0.45, rColour, 1, cv::LINE_AA);
 }
 
-static const cv::Scalar sk_ink = cv::Scalar::all(30);
+const cv::Scalar sk_ink = cv::Scalar::all(30);
 
-static void drawAxes(cv::Mat3b& rSheet, const Axes& rAxes)
+void drawAxes(cv::Mat3b& rSheet, const Axes& rAxes)
 {
     constexpr int nSteps = 4;
     for (int i = -nSteps; i <= nSteps; ++i) {
@@ -125,7 +141,7 @@ static void drawAxes(cv::Mat3b& rSheet, const Axes& rAxes)
           sk_ink);
 }
 
-static void drawCurve(cv::Mat3b& rSheet, const Axes& rAxes, const FurrowCurve& rCurve, const cv::Scalar& rColour)
+void drawCurve(cv::Mat3b& rSheet, const Axes& rAxes, const FurrowCurve& rCurve, const cv::Scalar& rColour)
 {
     std::vector<cv::Point> points;
     for (std::size_t n = 0; n < FurrowCurve::sk_nBins; ++n) {
@@ -135,12 +151,16 @@ static void drawCurve(cv::Mat3b& rSheet, const Axes& rAxes, const FurrowCurve& r
     cv::polylines(rSheet, points, false, rColour, 2, cv::LINE_AA);
 }
 
+} // namespace
+
 cv::Mat3b furrowPicture(const FurrowComparison& rCurves)
 {
     double dReach = 0.01;
-    for (const FurrowCurve* pCurve : {&rCurves.m_standard, &rCurves.m_enhanced})
-        for (double dError : pCurve->m_adError)
+    for (const FurrowCurve* pCurve : {&rCurves.m_standard, &rCurves.m_enhanced}) {
+        for (double dError : pCurve->m_adError) {
             dReach = std::max(dReach, std::ceil(std::abs(dError) * 50.0) / 50.0);
+        }
+    }
     cv::Mat3b sheet(440, 720, cv::Vec3b::all(255));
     const Axes axes{{80, 60, 610, 310}, dReach};
     drawAxes(sheet, axes);

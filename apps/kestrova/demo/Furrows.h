@@ -23,7 +23,7 @@ struct FurrowComparison
     FurrowCurve m_standard, m_enhanced;
 };
 
-/// Of the floor's pixels that both maps have within one disparity of the truth.
+/** Of the floor's pixels that both maps have within one disparity of the truth. */
 FurrowComparison compareFurrows(const DisparityMap& rStandard, const DisparityMap& rEnhanced, const SceneTruth& rTruth);
 
 std::string furrowTable(const FurrowComparison& rCurves);

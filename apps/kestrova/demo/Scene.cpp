@@ -7,12 +7,14 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dFar = std::numeric_limits<double>::infinity();
-static constexpr double sk_dNearest = 1e-6; // a ray does not meet the surface that it starts on
+namespace {
+
+constexpr double sk_dFar = std::numeric_limits<double>::infinity();
+constexpr double sk_dNearest = 1e-6; // a ray does not meet the surface that it starts on
 
 // ---- paint ----
 
-static double latticeValue(std::uint32_t uSeed, std::int64_t nX, std::int64_t nY)
+double latticeValue(std::uint32_t uSeed, std::int64_t nX, std::int64_t nY)
 {
     std::uint64_t u = static_cast<std::uint64_t>(nX) * 0x9E3779B97F4A7C15u +
                       static_cast<std::uint64_t>(nY) * 0xC2B2AE3D27D4EB4Fu + uSeed * 0x165667B19E3779F9u;
@@ -22,7 +24,7 @@ static double latticeValue(std::uint32_t uSeed, std::int64_t nX, std::int64_t nY
 }
 
 // Random values on a grid of unit cells, joined smoothly: -1 to 1.
-static double smoothNoise(std::uint32_t uSeed, double dX, double dY)
+double smoothNoise(std::uint32_t uSeed, double dX, double dY)
 {
     const double dCellX = std::floor(dX);
     const double dCellY = std::floor(dY);
@@ -37,7 +39,7 @@ static double smoothNoise(std::uint32_t uSeed, double dX, double dY)
 }
 
 // Detail at four scales, like gravel, bark or cloth: fine enough to match, coarse enough to look at.
-static double texture(const Paint& rPaint, double dX, double dY)
+double texture(const Paint& rPaint, double dX, double dY)
 {
     static constexpr std::array<std::array<double, 2>, 4> aaOctaves{
         {{1.0, 45.0}, {2.1, 45.0}, {4.7, 35.0}, {19.0, 30.0}}};
@@ -50,7 +52,7 @@ static double texture(const Paint& rPaint, double dX, double dY)
     return std::clamp(dGrey, 8.0, 250.0);
 }
 
-static double greyAt(const Paint& rPaint, double dX, double dY)
+double greyAt(const Paint& rPaint, double dX, double dY)
 {
     switch (rPaint.m_eMaterial) {
     case Material::Plain:
@@ -73,7 +75,7 @@ struct Place
     cv::Vec3d m_normal;
 };
 
-static Place meet(const Rectangle& rRectangle, const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection)
+Place meet(const Rectangle& rRectangle, const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection)
 {
     const cv::Vec3d normal = rRectangle.m_across.cross(rRectangle.m_along);
     const double dDistance = normal.dot(rRectangle.m_corner - rOrigin) / normal.dot(rDirection);
@@ -81,33 +83,38 @@ static Place meet(const Rectangle& rRectangle, const cv::Vec3d& rOrigin, const c
     const double dX = offset.dot(rRectangle.m_across);
     const double dY = offset.dot(rRectangle.m_along);
     // Written so that the not-a-number of a ray along the plane misses.
-    if (dDistance > sk_dNearest && dX >= 0.0 && dY >= 0.0 && dX <= rRectangle.m_dWidth && dY <= rRectangle.m_dHeight)
+    if (dDistance > sk_dNearest && dX >= 0.0 && dY >= 0.0 && dX <= rRectangle.m_dWidth && dY <= rRectangle.m_dHeight) {
         return {dDistance, dX, dY, normal};
+    }
     return {};
 }
 
-static Place meet(const Sphere& rSphere, const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection)
+Place meet(const Sphere& rSphere, const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection)
 {
     const cv::Vec3d toCentre = rSphere.m_centre - rOrigin;
     const double dSquare = rDirection.dot(rDirection);
     const double dHalf = rDirection.dot(toCentre);
     const double dRoot = dHalf * dHalf - dSquare * (toCentre.dot(toCentre) - rSphere.m_dRadius * rSphere.m_dRadius);
-    if (dRoot < 0.0)
+    if (dRoot < 0.0) {
         return {};
+    }
     const double dDistance = (dHalf - std::sqrt(dRoot)) / dSquare;
-    if (dDistance <= sk_dNearest)
+    if (dDistance <= sk_dNearest) {
         return {};
+    }
     const cv::Vec3d normal = (rOrigin + dDistance * rDirection - rSphere.m_centre) / rSphere.m_dRadius;
     return {dDistance, std::atan2(normal[0], -normal[2]) * rSphere.m_dRadius,
             std::asin(std::clamp(normal[1], -1.0, 1.0)) * rSphere.m_dRadius, normal};
 }
 
 // The lamp is matt and above the cameras; both cameras see the same grey of a place.
-static double shade(const cv::Vec3d& rNormal)
+double shade(const cv::Vec3d& rNormal)
 {
     static const cv::Vec3d s_light = cv::normalize(cv::Vec3d(-0.35, -0.8, -0.9));
     return 0.62 + 0.38 * std::abs(rNormal.dot(s_light));
 }
+
+} // namespace
 
 Hit Scene::trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const
 {
@@ -127,16 +134,19 @@ Hit Scene::trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const
     };
     tryAll(m_rectangles);
     tryAll(m_spheres);
-    if (!pPaint)
+    if (!pPaint) {
         return {sk_dFar, Material::Plain, 0.0, {}, -1};
+    }
     return {nearest.m_dDistance, pPaint->m_eMaterial,
             greyAt(*pPaint, nearest.m_dX, nearest.m_dY) * shade(nearest.m_normal), pPaint->m_tint, nNearest};
 }
 
 // ---- the room ----
 
+namespace {
+
 // A box that stands turned about the upright axis; rFoot is the middle of its bottom face.
-static void addBox(Scene& rScene, const cv::Vec3d& rFoot, const cv::Vec3d& rSize, double dTurn, const Paint& rPaint)
+void addBox(Scene& rScene, const cv::Vec3d& rFoot, const cv::Vec3d& rSize, double dTurn, const Paint& rPaint)
 {
     const std::array<cv::Vec3d, 3> aAxes{cv::Vec3d(std::cos(dTurn), 0, std::sin(dTurn)), cv::Vec3d(0, -1, 0),
                                          cv::Vec3d(-std::sin(dTurn), 0, std::cos(dTurn))};
@@ -154,6 +164,8 @@ static void addBox(Scene& rScene, const cv::Vec3d& rFoot, const cv::Vec3d& rSize
         }
     }
 }
+
+} // namespace
 
 Scene demoRoom(std::uint32_t uSeed, double dPixelsPerRadian)
 {

@@ -59,7 +59,7 @@ public:
     void add(const Rectangle& rRectangle) { m_rectangles.push_back(rRectangle); }
     void add(const Sphere& rSphere) { m_spheres.push_back(rSphere); }
 
-    /// The nearest surface along the ray; the distance is infinite when there is none.
+    /** The nearest surface along the ray; the distance is infinite when there is none. */
     Hit trace(const cv::Vec3d& rOrigin, const cv::Vec3d& rDirection) const;
 
     const Rectangle& rectangle(int nSurface) const { return m_rectangles.at(static_cast<std::size_t>(nSurface)); }
@@ -72,8 +72,10 @@ private:
 inline constexpr int sk_nWall = 0;  // behind everything
 inline constexpr int sk_nFloor = 3; // the slanted surface of the room
 
-/// Back wall with a plain board and a striped one, rising floor, sphere, three boxes, between 1.2 and 3.6 metres.
-/// dPixelsPerRadian sets how fine the textures are: their grain is a few pixels wide at any image size.
+/**
+ * Back wall with a plain board and a striped one, rising floor, sphere, three boxes, between 1.2 and 3.6 metres.
+ * dPixelsPerRadian sets how fine the textures are: their grain is a few pixels wide at any image size.
+ */
 Scene demoRoom(std::uint32_t uSeed, double dPixelsPerRadian);
 
 } // namespace kestrova::app

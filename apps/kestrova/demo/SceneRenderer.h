@@ -13,7 +13,7 @@ struct SensorModel
     std::uint32_t m_uSeed = 0;
 };
 
-/// Where a camera stands: its centre, and the turn from its own frame to the scene's.
+/** Where a camera stands: its centre, and the turn from its own frame to the scene's. */
 struct Pose
 {
     cv::Vec3d m_centre;
@@ -26,11 +26,11 @@ struct RawFrame
     cv::Mat3b m_colour; // blue, green, red: the grey frame in the colours of the surfaces
 };
 
-/// nSamples by nSamples rays a pixel, spread evenly over the pixel.
+/** nSamples by nSamples rays a pixel, spread evenly over the pixel. */
 RawFrame renderRaw(const Scene& rScene, const CameraModel& rCamera, const Pose& rPose, const SensorModel& rSensor,
                    int nSamples = 4);
 
-/// What is true at each pixel of the right rectified image.
+/** What is true at each pixel of the right rectified image. */
 enum class Sight : unsigned char
 {
     NotByAll = 0,

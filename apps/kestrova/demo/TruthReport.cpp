@@ -10,12 +10,14 @@ namespace kestrova::app {
 void Accuracy::add(float fMeasured, float fTrue, double dFocalTimesBaseline)
 {
     ++m_nPixels;
-    if (!std::isfinite(fMeasured))
+    if (!std::isfinite(fMeasured)) {
         return;
+    }
     ++m_nValid;
     const double dError = std::abs(static_cast<double>(fMeasured) - fTrue);
-    if (dError > 1.0 || fMeasured <= 0.0f)
+    if (dError > 1.0 || fMeasured <= 0.0f) {
         return;
+    }
     ++m_nWithin1;
     m_dSumPixels += dError;
     m_dSumMetres += std::abs(dFocalTimesBaseline / fMeasured - dFocalTimesBaseline / fTrue);
@@ -25,23 +27,30 @@ Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, con
                          double dFocalTimesBaseline, double dNear, double dFar)
 {
     Accuracy accuracy;
-    for (int nRow = 0; nRow < rMap.m_pixels.rows; ++nRow)
+    for (int nRow = 0; nRow < rMap.m_pixels.rows; ++nRow) {
         for (int nCol = 0; nCol < rMap.m_pixels.cols; ++nCol) {
             const auto sight = static_cast<Sight>(rTruth.m_sight(nRow, nCol));
-            if (std::find(rSights.begin(), rSights.end(), sight) == rSights.end())
+            if (std::find(rSights.begin(), rSights.end(), sight) == rSights.end()) {
                 continue;
+            }
             const float fTrue = rTruth.m_disparity(nRow, nCol);
             const double dDepth = dFocalTimesBaseline / fTrue;
-            if (dDepth >= dNear && dDepth < dFar)
+            if (dDepth >= dNear && dDepth < dFar) {
                 accuracy.add(rMap.m_pixels(nRow, nCol), fTrue, dFocalTimesBaseline);
+            }
         }
+    }
     return accuracy;
 }
 
-static std::string verdict(const char* pszWhat, double dValue, const char* pszRule, bool bMet)
+namespace {
+
+std::string verdict(const char* pszWhat, double dValue, const char* pszRule, bool bMet)
 {
     return line("  %-46s %8.3f   %-12s %s\n", pszWhat, dValue, pszRule, bMet ? "met" : "NOT MET");
 }
+
+} // namespace
 
 std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
 {
@@ -69,10 +78,11 @@ std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth)
     text += verdict("valid, %", all.validShare(), ">= 70", all.validShare() >= 70.0);
     text += verdict("of these within 1 disparity, %", all.within1Share(), ">= 95", all.within1Share() >= 95.0);
     text += verdict("mean error of those, pixels", all.meanPixels(), "< 0.2", all.meanPixels() < 0.2);
-    for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows)
+    for (const auto& [eCamera, rRows] : rResult.m_rectifiedRows) {
         text += verdict(
             line("%s difference of matched details, rectified", eCamera == KestrovaCamTop ? "column" : "row").c_str(),
             rRows.m_rows.m_dRms, "< 0.2", rRows.isEnough() && rRows.m_rows.m_dRms < 0.2);
+    }
     return text;
 }
 
@@ -83,12 +93,12 @@ std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth
                        "                                                pixels   valid  correct  mean error of these\n"
                        "                                                            %        %  pixels\n";
     for (const PairAndL& rRun : rRuns) {
-        const double dScale = rRun.m_l.m_optics.m_fFocal * rRun.m_l.m_optics.m_fBaseline;
+        const double dScale = rRun.m_allThree.m_optics.m_fFocal * rRun.m_allThree.m_optics.m_fBaseline;
         text += " " + rRun.m_name + "\n";
         const auto rows = [&](const char* pszWhere, const SceneTruth& rTruth, Sight eSight) {
             std::array<double, 2> adCorrect{};
             for (const bool bL : {false, true}) {
-                const DisparityMap& rMap = bL ? rRun.m_l.m_map16 : rRun.m_pair.m_map16;
+                const DisparityMap& rMap = bL ? rRun.m_allThree.m_map16 : rRun.m_pair.m_map16;
                 const Accuracy found = measureAccuracy(rMap, rTruth, {eSight}, dScale);
                 text += line("  %-34s %-5s %11ld %7.1f %8.1f %8.3f\n", pszWhere, bL ? "L" : "pair", found.m_nPixels,
                              found.validShare(), found.correctShare(), found.meanPixels());
@@ -104,8 +114,10 @@ std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth
     return text;
 }
 
+namespace {
+
 // In the frame of the cloud.
-static FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& rPlan)
+FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& rPlan)
 {
     const cv::Matx33d& rTurn = rPlan.m_rotations.at(KestrovaCamRight);
     FoundPlane plane;
@@ -118,6 +130,8 @@ static FoundPlane planeOf(const Rectangle& rRectangle, const RectificationPlan& 
     return plane;
 }
 
+} // namespace
+
 std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rScene, const RectificationPlan& rPlan)
 {
     std::string text;
@@ -129,14 +143,15 @@ std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rSc
         };
         const auto found = std::min_element(rPlanes.begin(), rPlanes.end(),
                                             [&](const auto& a, const auto& b) { return degrees(a) < degrees(b); });
-        if (found == rPlanes.end() || degrees(*found) > 5.0)
+        if (found == rPlanes.end() || degrees(*found) > 5.0) {
             text += line("  %-9s is none of these\n", pszName);
-        else
+        } else {
             text += line("  %-9s is plane %d: %.3f degrees off, distance %.2f mm off; %.2f mm at the middle of its "
                          "points\n",
                          pszName, static_cast<int>(found - rPlanes.begin()) + 1, degrees(*found),
                          1000.0 * std::abs(found->m_dDistance - truth.m_dDistance),
                          1000.0 * std::abs(truth.distanceTo(found->m_middle)));
+        }
     }
     return text;
 }

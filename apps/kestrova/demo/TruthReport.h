@@ -7,7 +7,7 @@
 
 namespace kestrova::app {
 
-/// How a set of pixels came out against the truth.
+/** How a set of pixels came out against the truth. */
 struct Accuracy
 {
     long m_nPixels = 0;
@@ -30,24 +30,24 @@ private:
     }
 };
 
-/// The pixels of some sights whose true depth lies in [near, far) metres.
+/** The pixels of some sights whose true depth lies in [near, far) metres. */
 Accuracy measureAccuracy(const DisparityMap& rMap, const SceneTruth& rTruth, const std::vector<Sight>& rSights,
                          double dFocalTimesBaseline, double dNear = 0.0, double dFar = 1e9);
 
 std::string accuracyTable(const StereoResult& rResult, const SceneTruth& rTruth);
 
-/// An L, and the pair of its right and left camera, on the same frames with the same settings.
+/** An L, and the pair of its right and left camera, on the same frames with the same settings. */
 struct PairAndL
 {
     std::string m_name;
-    StereoResult m_pair, m_l;
+    StereoResult m_pair, m_allThree;
 };
 
-/// Both truths are of the same canvas; the first holds what all three cameras see, the second what the pair sees.
+/** Both truths are of the same canvas; the first holds what all three cameras see, the second what the pair sees. */
 std::string compareWithPair(const std::vector<PairAndL>& rRuns, const SceneTruth& rTruthOfL,
                             const SceneTruth& rTruthOfPair);
 
-/// How far floor and back wall of the room are from the found planes that are closest to them in direction.
+/** How far floor and back wall of the room are from the found planes that are closest to them in direction. */
 std::string planeErrors(const std::vector<FoundPlane>& rPlanes, const Scene& rScene, const RectificationPlan& rPlan);
 
 } // namespace kestrova::app

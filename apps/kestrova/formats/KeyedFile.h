@@ -20,14 +20,16 @@ namespace kestrova::app {
 class KeyedFile
 {
 public:
-    /// Throws AppError that names the file, and the line where it stops being readable.
+    /** Throws AppError that names the file, and the line where it stops being readable. */
     explicit KeyedFile(const std::filesystem::path& rFile);
 
     const std::string& name() const { return m_name; }
     bool has(const std::string& rKey) const { return find(rKey) != nullptr; }
 
-    /// Throws AppError that names file, line and key when it is missing, of another shape (0 takes any number of rows
-    /// or columns) or holds what is no number.
+    /**
+     * Throws AppError that names file, line and key when it is missing, of another shape (0 takes any number of rows
+     * or columns) or holds what is no number.
+     */
     cv::Mat1d matrix(const std::string& rKey, int nRows, int nCols) const;
     std::optional<std::string> word(const std::string& rKey) const;
 

@@ -7,10 +7,10 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nFixed = 7; // fx fy cx cy and the turn; distortion terms follow
-static constexpr int sk_nRounds = 60;
-
 namespace {
+
+constexpr int sk_nFixed = 7; // fx fy cx cy and the turn; distortion terms follow
+constexpr int sk_nRounds = 60;
 
 // Levenberg and Marquardt's way between the Newton step and the slope.
 class Fitter
@@ -25,7 +25,7 @@ public:
         LensFit fit;
         fit.m_model.m_size = m_raw;
         fit.m_model.m_eLens = m_eLens;
-        fit.m_model.m_K = {rValues(0), 0, rValues(2), 0, rValues(1), rValues(3), 0, 0, 1};
+        fit.m_model.m_cameraMatrix = {rValues(0), 0, rValues(2), 0, rValues(1), rValues(3), 0, 0, 1};
         fit.m_model.m_adDistortion.assign(rValues.begin() + sk_nFixed, rValues.end());
         cv::Rodrigues(cv::Vec3d(rValues(4), rValues(5), rValues(6)), fit.m_rotation);
         return fit;
@@ -59,8 +59,9 @@ public:
             up(i) += dStep;
             down(i) -= dStep;
             const cv::Mat column = (misses(down) - misses(up)) / (2.0 * dStep);
-            if (result.empty())
+            if (result.empty()) {
                 result = cv::Mat1d(column.rows, rValues.rows);
+            }
             column.copyTo(result.col(i));
         }
         return result;
@@ -87,8 +88,9 @@ public:
                     break;
                 }
             }
-            if (cv::norm(miss) > dBefore * (1.0 - 1e-7))
+            if (cv::norm(miss) > dBefore * (1.0 - 1e-7)) {
                 return;
+            }
         }
     }
 
@@ -109,7 +111,7 @@ LensFit fitLens(const Points& rRays, const Points& rRaw, cv::Size raw, double dF
     values(2) = (raw.width - 1) / 2.0;
     values(3) = (raw.height - 1) / 2.0;
     if (pStart) {
-        const cv::Matx33d& K = pStart->m_model.m_K;
+        const cv::Matx33d& K = pStart->m_model.m_cameraMatrix;
         cv::Vec3d turn;
         cv::Rodrigues(pStart->m_rotation, turn);
         const double adFixed[sk_nFixed] = {K(0, 0), K(1, 1), K(0, 2), K(1, 2), turn[0], turn[1], turn[2]};
@@ -123,8 +125,9 @@ LensFit fitLens(const Points& rRays, const Points& rRaw, cv::Size raw, double dF
     const cv::Mat1d miss = fitter.misses(values);
     fit.m_dRms = std::sqrt(miss.dot(miss) / static_cast<double>(rRays.size()));
     fit.m_dWorst = 0.0;
-    for (int i = 0; i < miss.rows; i += 2)
+    for (int i = 0; i < miss.rows; i += 2) {
         fit.m_dWorst = std::max(fit.m_dWorst, std::hypot(miss(i), miss(i + 1)));
+    }
     return fit;
 }
 

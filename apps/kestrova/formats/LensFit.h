@@ -13,8 +13,10 @@ struct LensFit
     double m_dWorst = 1e300;
 };
 
-/// Least squares over lens, centre, focal lengths and turn, from an ideal camera of the given focal length or from an
-/// earlier fit. Rays are points of the plane z = 1 of the rectified camera.
+/**
+ * Least squares over lens, centre, focal lengths and turn, from an ideal camera of the given focal length or from an
+ * earlier fit. Rays are points of the plane z = 1 of the rectified camera.
+ */
 LensFit fitLens(const Points& rRays, const Points& rRaw, cv::Size raw, double dFocal, Lens eLens, std::size_t nTerms,
                 const LensFit* pStart = nullptr);
 

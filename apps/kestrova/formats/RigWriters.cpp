@@ -11,16 +11,17 @@
 
 namespace kestrova::app {
 
-static constexpr double sk_dGood = 0.003; // pixels: of the order of the spline's own error, so no further lens is tried
-static constexpr double sk_dLimit = 0.1;
-static constexpr int sk_nGrid = 25;
+namespace {
+
+constexpr double sk_dGood = 0.003; // pixels: of the order of the spline's own error, so no further lens is tried
+constexpr double sk_dLimit = 0.1;
+constexpr int sk_nGrid = 25;
 
 // Rays of the view, and the raw pixels at which the maps show them; only where the two maps agree.
-static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, Points& rRays,
-                   Points& rRaw)
+void sample(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, Points& rRays, Points& rRaw)
 {
     const cv::Size canvas = rView.m_canvas;
-    for (int y = 0; y < sk_nGrid; ++y)
+    for (int y = 0; y < sk_nGrid; ++y) {
         for (int x = 0; x < sk_nGrid; ++x) {
             const cv::Point2d pixel(x * (canvas.width - 1.0) / (sk_nGrid - 1),
                                     y * (canvas.height - 1.0) / (sk_nGrid - 1));
@@ -29,15 +30,17 @@ static void sample(const OutlineCamera& rCamera, const RectificationPlan& rView,
                 rRaw.push_back(*at);
             }
         }
+    }
 }
 
-static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
+LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
 {
     Points rays;
     Points places;
     sample(rCamera, rView, raw, rays, places);
-    if (rays.size() < 50)
+    if (rays.size() < 50) {
         throw AppError("the maps of the calibration show too little of the raw frames", ExitStatus::Unfit);
+    }
     const double dFocal = rView.m_dFocal * raw.width / rView.m_canvas.width;
     struct Kind
     {
@@ -54,15 +57,20 @@ static LensFit fitCamera(const OutlineCamera& rCamera, const RectificationPlan& 
         const bool bOnward = rKind.m_nTerms == 8;
         const LensFit fit =
             fitLens(rays, places, raw, dFocal, rKind.m_eLens, rKind.m_nTerms, bOnward ? &polynomial : nullptr);
-        if (fit.m_dWorst < best.m_dWorst)
+        if (fit.m_dWorst < best.m_dWorst) {
             best = fit;
-        if (rKind.m_eLens == Lens::Polynomial)
+        }
+        if (rKind.m_eLens == Lens::Polynomial) {
             polynomial = fit;
-        if (best.m_dWorst < sk_dGood)
+        }
+        if (best.m_dWorst < sk_dGood) {
             break;
+        }
     }
     return best;
 }
+
+} // namespace
 
 RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice)
 {
@@ -71,25 +79,28 @@ RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rVi
         {KestrovaCamRight, {0, 0, 0}}, {KestrovaCamTop, {0, -1, 0}}, {KestrovaCamLeft, {-1, 0, 0}}};
     for (const auto& [eCamera, position] : s_places) {
         const OutlineCamera* pCamera = rSection.camera(position);
-        if (!pCamera)
+        if (!pCamera) {
             continue;
+        }
         const LensFit fit = fitCamera(*pCamera, rView, raw, eChoice);
-        if (!(fit.m_dWorst <= sk_dLimit))
+        if (!(fit.m_dWorst <= sk_dLimit)) {
             throw AppError(
                 line("--to: the nearest lens that the form holds is %.3f pixel RMS and up to %.3f off the maps of "
                      "the %s camera (%.1f is the limit); use another form",
                      fit.m_dRms, fit.m_dWorst, cameraName(eCamera), sk_dLimit),
                 ExitStatus::Unfit);
+        }
         rig.m_plan.m_rotations[eCamera] = fit.m_rotation;
         rig.m_rms[eCamera] = fit.m_dRms;
         rig.m_worst[eCamera] = fit.m_dWorst;
         MountedCamera& rCamera = rig.m_set[eCamera];
         rCamera.m_model = fit.m_model;
-        if (eCamera == KestrovaCamRight)
+        if (eCamera == KestrovaCamRight) {
             continue;
+        }
         const cv::Matx33d toRight = rig.m_plan.m_rotations.at(KestrovaCamRight).t();
-        rCamera.m_R = toRight * fit.m_rotation;
-        rCamera.m_T = toRight * (cv::Vec3d(position) * rView.m_dBaseline);
+        rCamera.m_rotation = toRight * fit.m_rotation;
+        rCamera.m_translation = toRight * (cv::Vec3d(position) * rView.m_dBaseline);
     }
     return rig;
 }
@@ -132,8 +143,10 @@ std::ostringstream plainStream()
     return out;
 }
 
+namespace {
+
 // With a point, so that no reader takes a whole number for an integer.
-static std::string numberText(double dValue)
+std::string numberText(double dValue)
 {
     std::ostringstream out = plainStream();
     out << dValue;
@@ -141,15 +154,19 @@ static std::string numberText(double dValue)
     return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
 }
 
+} // namespace
+
 std::string numberList(const cv::Mat1d& rMatrix, const std::string& rSeparator)
 {
     std::string text;
-    for (int nRow = 0; nRow < rMatrix.rows; ++nRow)
-        for (int nCol = 0; nCol < rMatrix.cols; ++nCol)
+    for (int nRow = 0; nRow < rMatrix.rows; ++nRow) {
+        for (int nCol = 0; nCol < rMatrix.cols; ++nCol) {
             text += (text.empty()                    ? ""
                      : nCol == 0 && rMatrix.cols > 1 ? rSeparator
                                                      : ", ") +
                     numberText(rMatrix(nRow, nCol));
+        }
+    }
     return text;
 }
 

@@ -26,8 +26,10 @@ enum class LensTerms
     FourTerms // 4 terms of either kind
 };
 
-/// From a section and its view, whose rotations are filled in. Throws AppError when no lens of the choice follows the
-/// maps to 0.1 pixel.
+/**
+ * From a section and its view, whose rotations are filled in. Throws AppError when no lens of the choice follows the
+ * maps to 0.1 pixel.
+ */
 RigExport exportRig(const OutlineSection& rSection, const RectificationPlan& rView, cv::Size raw, LensTerms eChoice);
 
 using TextFiles = std::map<std::string, std::string>; // by name
@@ -37,15 +39,15 @@ TextFiles writeKalibr(const RigExport& rRig);
 
 // ---- for the writers ----
 
-/// The view with an image of the raw frame's size, of which the canvas is the scaled middle.
+/** The view with an image of the raw frame's size, of which the canvas is the scaled middle. */
 RectificationPlan viewInRawSize(const RigExport& rRig);
 
-/// The shift goes into the fourth column, along rows or, for cameras one above the other, along columns.
+/** The shift goes into the fourth column, along rows or, for cameras one above the other, along columns. */
 cv::Matx34d projectionOf(const RectificationPlan& rView, double dShift, bool bUpright);
 
 std::ostringstream plainStream(); // 17 digits, C locale
 
-/// Row by row; rows of several columns are parted by the separator, all else by a comma and a blank.
+/** Row by row; rows of several columns are parted by the separator, all else by a comma and a blank. */
 std::string numberList(const cv::Mat1d& rMatrix, const std::string& rSeparator);
 
 } // namespace kestrova::app

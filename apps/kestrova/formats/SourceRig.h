@@ -8,7 +8,7 @@
 
 namespace kestrova::app {
 
-/// What the files may leave open.
+/** What the files may leave open. */
 struct SourceFacts
 {
     std::optional<cv::Size> m_size;
@@ -20,8 +20,8 @@ struct SourceCamera
 {
     std::string m_name;
     CameraModel m_model;
-    cv::Matx33d m_R = cv::Matx33d::eye(); // x_this = R * x_first + T, in metres
-    cv::Vec3d m_T;
+    cv::Matx33d m_rotation = cv::Matx33d::eye(); // x_this = R * x_first + T, in metres
+    cv::Vec3d m_translation;
     std::optional<cv::Matx33d> m_rectification; // camera to rectified camera
     std::optional<cv::Matx34d> m_projection;    // rectified camera to pixels
 };
@@ -40,15 +40,19 @@ SourceRig readOpenCv(const Paths& rFiles, const SourceFacts& rFacts);
 SourceRig readRos(const Paths& rFiles, const SourceFacts& rFacts);
 SourceRig readKalibr(const Paths& rFiles, const SourceFacts& rFacts);
 
-/// opencv, ros, kalibr or auto, which goes by the keys. A folder stands for the YAML and XML files in it.
+/** opencv, ros, kalibr or auto, which goes by the keys. A folder stands for the YAML and XML files in it. */
 SourceRig readSource(const std::string& rFormat, const Paths& rPlaces, const SourceFacts& rFacts);
 
-/// Two cameras: the first as left, the second as right, whatever the geometry says. Three: an L by geometry, or the
-/// nearest to one.
+/**
+ * Two cameras: the first as left, the second as right, whatever the geometry says. Three: an L by geometry, or the
+ * nearest to one.
+ */
 CameraSet cameraSetOf(const SourceRig& rSource);
 
-/// The rectified view of a pair that the source brings, under the names of cameraSetOf. Throws AppError when it has
-/// none or one that we cannot keep.
+/**
+ * The rectified view of a pair that the source brings, under the names of cameraSetOf. Throws AppError when it has
+ * none or one that we cannot keep.
+ */
 RectificationPlan givenView(const SourceRig& rSource);
 
 } // namespace kestrova::app

@@ -14,14 +14,19 @@ namespace kestrova::app {
 
 static_assert(std::endian::native == std::endian::little, "all formats are written in the order of the machine");
 
-static void save(const std::filesystem::path& rFile, const std::string& rHeader, const char* pData, std::size_t nBytes)
+namespace {
+
+void save(const std::filesystem::path& rFile, const std::string& rHeader, const char* pData, std::size_t nBytes)
 {
     std::ofstream out(rFile, std::ios::binary);
     out << rHeader;
     out.write(pData, static_cast<std::streamsize>(nBytes));
-    if (!out.flush())
+    if (!out.flush()) {
         throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
+    }
 }
+
+} // namespace
 
 void writeCloud(const std::filesystem::path& rFile, const std::vector<CloudPoint>& rPoints, const std::string& rSource,
                 const std::string& rFrame)
@@ -60,8 +65,9 @@ void writePfm(const std::filesystem::path& rFile, const cv::Mat1f& rImage)
 void writeNpy(const std::filesystem::path& rFile, const cv::Mat1f& rImage)
 {
     cv::Mat1f values = rImage.clone();
-    for (float& rValue : values)
+    for (float& rValue : values) {
         rValue = std::isfinite(rValue) ? rValue : std::numeric_limits<float>::quiet_NaN();
+    }
     std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (" + std::to_string(rImage.rows) + ", " +
                          std::to_string(rImage.cols) + "), }";
     constexpr std::size_t nBefore = 10; // mark, version and length of the header

@@ -4,7 +4,9 @@
 
 namespace kestrova::app {
 
-/// The members of an object in their order.
+namespace {
+
+/** The members of an object in their order. */
 class JsonObject
 {
 public:
@@ -21,14 +23,17 @@ private:
     std::string m_text;
 };
 
-static JsonObject beginning(const FrameNames& rNames)
+JsonObject beginning(const FrameNames& rNames)
 {
     JsonObject frame;
     frame.add("frame", jsonText(rNames.m_name));
-    for (const auto& [eCamera, rFile] : rNames.m_files)
+    for (const auto& [eCamera, rFile] : rNames.m_files) {
         frame.add(cameraName(eCamera), jsonText(rFile.string()));
+    }
     return frame;
 }
+
+} // namespace
 
 std::string frameSummary(const FrameNames& rNames, const StereoResult& rResult)
 {
@@ -36,11 +41,13 @@ std::string frameSummary(const FrameNames& rNames, const StereoResult& rResult)
     const auto anCount = rMap.count();
     const double dAll = static_cast<double>(rMap.m_pixels.total());
     JsonObject rejected;
-    for (int i = 1; i < sk_nRejects; ++i)
+    for (int i = 1; i < sk_nRejects; ++i) {
         rejected.add(rejectName(static_cast<Reject>(i)), anCount[static_cast<std::size_t>(i)] / dAll);
+    }
     JsonObject milliseconds;
-    for (const StageTime& rTime : rResult.m_times)
+    for (const StageTime& rTime : rResult.m_times) {
         milliseconds.add(rTime.m_key, rTime.m_dMilliseconds);
+    }
     const bool bMetres = rResult.m_optics.m_fBaseline > 0.0f;
     const auto metric = [bMetres](double dValue) { return bMetres ? jsonNumber(dValue) : std::string("null"); };
     return beginning(rNames)

@@ -13,19 +13,25 @@ namespace kestrova::app {
 
 // ---- writing ----
 
-static void check(KestrovaError eError, const std::filesystem::path& rFile)
+namespace {
+
+void check(KestrovaError eError, const std::filesystem::path& rFile)
 {
-    if (eError == KestrovaErrorSystem)
+    if (eError == KestrovaErrorSystem) {
         throw AppError(rFile.string() + ": cannot be written", ExitStatus::File);
-    if (eError != KestrovaErrorOk)
+    }
+    if (eError != KestrovaErrorOk) {
         throw AppError(rFile.string() + ": " + kestrovaErrorToString(eError), ExitStatus::File);
+    }
 }
 
-static void saveImage(const StereoSession& rSession, KestrovaImageType eType, KestrovaCamera eCamera,
-                      const std::filesystem::path& rFile)
+void saveImage(const StereoSession& rSession, KestrovaImageType eType, KestrovaCamera eCamera,
+               const std::filesystem::path& rFile)
 {
     check(kestrovaSaveImageExtra(rSession.handle(), eType, eCamera, rFile.c_str()), rFile);
 }
+
+} // namespace
 
 void writeRecordedImages(const OutputFolder& rFolder, StereoSession& rSession,
                          const std::vector<KestrovaCamera>& rCameras)
@@ -38,8 +44,9 @@ void writeRecordedImages(const OutputFolder& rFolder, StereoSession& rSession,
         const std::string name = std::string("_") + cameraName(eCamera) + ".pgm";
         saveImage(rSession, KestrovaImgRaw, eCamera, rFolder.file("raw" + name));
         saveImage(rSession, KestrovaImgRectified, eCamera, rFolder.file("rectified" + name));
-        if (nEdge)
+        if (nEdge) {
             saveImage(rSession, KestrovaImgEdge, eCamera, rFolder.file("edge" + name));
+        }
     }
     const std::string offset = "_offset" + std::to_string(nOffset) + ".pgm";
     const std::filesystem::path file16 = rFolder.file("disparity16_256ths" + offset);
@@ -51,7 +58,9 @@ void writeRecordedImages(const OutputFolder& rFolder, StereoSession& rSession,
 
 // ---- telling ----
 
-/// One setting a line, under the names of the command line.
+namespace {
+
+/** One setting a line, under the names of the command line. */
 class Lines
 {
 public:
@@ -77,7 +86,7 @@ private:
     std::string m_text;
 };
 
-static void addValidations(Lines& rLines, const DisparityImageInfo& r)
+void addValidations(Lines& rLines, const DisparityImageInfo& r)
 {
     if (rLines.addSwitch("texture-validation", r.textureValidation)) {
         rLines.add("texture-threshold", r.textureValidationThreshold);
@@ -87,8 +96,9 @@ static void addValidations(Lines& rLines, const DisparityImageInfo& r)
         rLines.add("uniqueness-threshold", r.uniquenessValidationThreshold);
         rLines.add("uniqueness-mapping", r.uniquenessValidationMapping);
     }
-    if (rLines.addSwitch("back-forth-validation", r.backForthValidation))
+    if (rLines.addSwitch("back-forth-validation", r.backForthValidation)) {
         rLines.add("back-forth-mapping", r.backForthValidationMapping);
+    }
     if (rLines.addSwitch("surface-validation", r.surfaceValidation)) {
         rLines.add("surface-difference", r.surfaceValidationDiff);
         rLines.add("surface-size", r.surfaceValidationSize);
@@ -96,20 +106,22 @@ static void addValidations(Lines& rLines, const DisparityImageInfo& r)
     }
 }
 
-static void addDisparity(Lines& rLines, const DisparityImageInfo& r, bool b8)
+void addDisparity(Lines& rLines, const DisparityImageInfo& r, bool b8)
 {
     static constexpr const char* sk_apszConfigurations[] = {"L", "horizontal pair", "vertical pair"};
     rLines.addWord("rectification", SettingKind::Rectification, r.rectQuality);
-    if (rLines.addSwitch("edge-correlation", r.edgeCorrelation))
+    if (rLines.addSwitch("edge-correlation", r.edgeCorrelation)) {
         rLines.add("edge-mask", r.edgeMask);
+    }
     rLines.addSwitch("lowpass", r.smoothing);
     rLines.addWord("quality", SettingKind::Quality, r.stereoQuality);
     rLines.add("cameras", sk_apszConfigurations[r.cameraConfiguration]);
     rLines.add("stereo-mask", r.stereoMask);
     rLines.add("disparity", cv::format("%d to %d", r.minDisparity, r.maxDisparity));
     rLines.add("offset of every disparity", r.disparityOffset);
-    if (b8 && rLines.addSwitch("disparity-mapping", r.disparityMapping))
+    if (b8 && rLines.addSwitch("disparity-mapping", r.disparityMapping)) {
         rLines.add("mapping-range", cv::format("%d to %d", r.minDisparityMapping, r.maxDisparityMapping));
+    }
     addValidations(rLines, r);
 }
 
@@ -121,8 +133,8 @@ struct ImageFile
 };
 
 template<typename Record>
-static KestrovaError readAs(KestrovaError (*pfnRead)(const char*, Record*, KestrovaImageInfo*),
-                            const std::filesystem::path& rFile, ImageFile& rImage)
+KestrovaError readAs(KestrovaError (*pfnRead)(const char*, Record*, KestrovaImageInfo*),
+                     const std::filesystem::path& rFile, ImageFile& rImage)
 {
     Record record{};
     const KestrovaError eError = pfnRead(rFile.c_str(), &record, &rImage.m_info);
@@ -131,7 +143,7 @@ static KestrovaError readAs(KestrovaError (*pfnRead)(const char*, Record*, Kestr
     return eError;
 }
 
-static ImageFile readImageFile(const std::filesystem::path& rFile)
+ImageFile readImageFile(const std::filesystem::path& rFile)
 {
     ImageFile image;
     KestrovaError eError = readAs(kestrovaReadImageExtra, rFile, image);
@@ -139,12 +151,16 @@ static ImageFile readImageFile(const std::filesystem::path& rFile)
         image.m_b8 = false;
         eError = readAs(kestrovaReadImage16Extra, rFile, image);
     }
-    if (eError == KestrovaErrorImageFileRead)
+    if (eError == KestrovaErrorImageFileRead) {
         throw AppError(rFile.string() + ": the header is damaged, or pixels are missing", ExitStatus::Content);
-    if (eError != KestrovaErrorOk)
+    }
+    if (eError != KestrovaErrorOk) {
         throw AppError(rFile.string() + ": its record is damaged", ExitStatus::Content);
+    }
     return image;
 }
+
+} // namespace
 
 bool isImageFile(const std::filesystem::path& rFile)
 {
@@ -160,8 +176,9 @@ std::string describeImageFile(const std::filesystem::path& rFile)
     const KestrovaImageInfo& rInfo = image.m_info;
     const std::string head =
         cv::format("%s: %dx%d, %d bits\n", rFile.c_str(), image.m_size.width, image.m_size.height, image.m_b8 ? 8 : 16);
-    if (!rInfo.hasComment)
+    if (!rInfo.hasComment) {
         return head + "no record of the library\n";
+    }
     const bool b16 = rInfo.imageType == KestrovaImg16Disparity && !image.m_b8;
     Lines lines;
     if (rInfo.imageType == KestrovaImgDisparity) { // of either width

@@ -8,6 +8,8 @@
 
 namespace kestrova::app {
 
+namespace {
+
 struct RejectStyle
 {
     const char* m_pszName;
@@ -15,66 +17,72 @@ struct RejectStyle
     std::array<unsigned char, 3> m_aucColour; // blue, green, red
 };
 
-static constexpr std::array<RejectStyle, sk_nRejects> sk_aStyles{{{"found", 0, {230, 230, 230}},
-                                                                  {"no texture", 70, {220, 120, 30}},
-                                                                  {"not unique", 125, {40, 150, 250}},
-                                                                  {"no fit / rim", 170, {60, 180, 60}},
-                                                                  {"small surface", 205, {60, 60, 220}},
-                                                                  {"back-forth", 240, {190, 80, 170}},
-                                                                  {"outside frame", 20, {40, 40, 40}},
-                                                                  {"hidden", 45, {140, 140, 20}}}};
+constexpr std::array<RejectStyle, sk_nRejects> sk_aStyles{{{"found", 0, {230, 230, 230}},
+                                                           {"no texture", 70, {220, 120, 30}},
+                                                           {"not unique", 125, {40, 150, 250}},
+                                                           {"no fit / rim", 170, {60, 180, 60}},
+                                                           {"small surface", 205, {60, 60, 220}},
+                                                           {"back-forth", 240, {190, 80, 170}},
+                                                           {"outside frame", 20, {40, 40, 40}},
+                                                           {"hidden", 45, {140, 140, 20}}}};
 
-static cv::Vec3b colourOf(std::size_t uReject)
+cv::Vec3b colourOf(std::size_t uReject)
 {
     const auto& rColour = sk_aStyles.at(uReject).m_aucColour;
     return {rColour[0], rColour[1], rColour[2]};
 }
 
-static cv::Mat3b colourTable()
+cv::Mat3b colourTable()
 {
     cv::Mat1b ramp(1, 256);
-    for (int i = 0; i < 256; ++i)
+    for (int i = 0; i < 256; ++i) {
         ramp(0, i) = static_cast<unsigned char>(i);
+    }
     cv::Mat3b table;
     cv::applyColorMap(ramp, table, cv::COLORMAP_TURBO);
     return table;
 }
 
-static int tableIndex(double dDisparity, const ColourScale& rScale)
+int tableIndex(double dDisparity, const ColourScale& rScale)
 {
     const double dShare = (dDisparity - rScale.m_dMin) / (rScale.m_dMax - rScale.m_dMin);
     return static_cast<int>(std::lround(255.0 * std::clamp(dShare, 0.0, 1.0)));
 }
 
+} // namespace
+
 cv::Mat3b colourDisparity(const DisparityMap& rMap, const ColourScale& rScale)
 {
     const cv::Mat3b table = colourTable();
     cv::Mat3b picture(rMap.m_pixels.size());
-    for (int nRow = 0; nRow < picture.rows; ++nRow)
+    for (int nRow = 0; nRow < picture.rows; ++nRow) {
         for (int nCol = 0; nCol < picture.cols; ++nCol) {
             const unsigned char ucReject = rMap.m_reject(nRow, nCol);
             picture(nRow, nCol) = ucReject == 0 ? table(0, tableIndex(rMap.m_pixels(nRow, nCol), rScale))
                                                 : cv::Vec3b::all(sk_aStyles[ucReject].m_ucGrey);
         }
+    }
     return picture;
 }
 
-static void write(cv::Mat3b& rPicture, const std::string& rText, cv::Point at, double dSize = 0.42)
+namespace {
+
+void write(cv::Mat3b& rPicture, const std::string& rText, cv::Point at, double dSize = 0.42)
 {
     cv::putText(rPicture, rText, at, cv::FONT_HERSHEY_SIMPLEX, dSize, cv::Scalar::all(30), 1, cv::LINE_AA);
 }
 
 template<typename... Values>
-static std::string format(const char* pszFormat, Values... values)
+std::string format(const char* pszFormat, Values... values)
 {
     char acText[160];
     std::snprintf(acText, sizeof acText, pszFormat, values...);
     return acText;
 }
 
-static constexpr int sk_nLegendWidth = 190;
+constexpr int sk_nLegendWidth = 190;
 
-static void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rect bar)
+void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rect bar)
 {
     const cv::Mat3b table = colourTable();
     for (int nRow = 0; nRow < bar.height; ++nRow) {
@@ -87,8 +95,9 @@ static void drawColourBar(cv::Mat3b& rLegend, const ColourScale& rScale, cv::Rec
         const int nRow = bar.y + i * (bar.height - 1) / nTicks;
         cv::line(rLegend, {bar.x + bar.width, nRow}, {bar.x + bar.width + 4, nRow}, cv::Scalar::all(30));
         std::string text = format("%.3g px", dDisparity);
-        if (rScale.m_dFocalTimesBaseline > 0.0 && dDisparity > 0.0)
+        if (rScale.m_dFocalTimesBaseline > 0.0 && dDisparity > 0.0) {
             text += format("  %.2f m", rScale.m_dFocalTimesBaseline / dDisparity);
+        }
         write(rLegend, text, {bar.x + bar.width + 8, nRow + 4});
     }
 }
@@ -99,14 +108,15 @@ struct LegendStyle
     bool m_bColour = false; // boxes in colour, and the number of each reason
 };
 
-static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop, const LegendStyle& rStyle)
+void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop, const LegendStyle& rStyle)
 {
     const auto anCount = rMap.count();
     const double dAll = std::max<double>(1.0, static_cast<double>(rMap.m_pixels.total()));
     for (int i = 0; i < sk_nRejects; ++i) {
         const auto uReject = static_cast<std::size_t>(i);
-        if (i == static_cast<int>(Reject::Hidden) && anCount[uReject] == 0)
+        if (i == static_cast<int>(Reject::Hidden) && anCount[uReject] == 0) {
             continue; // only the left camera has such pixels
+        }
         const int nRow = nTop + 20 * i;
         const cv::Vec3b colour = rStyle.m_bColour ? colourOf(uReject) : cv::Vec3b::all(sk_aStyles[uReject].m_ucGrey);
         if (i >= rStyle.m_nFirst) {
@@ -120,10 +130,10 @@ static void drawRejects(cv::Mat3b& rLegend, const DisparityMap& rMap, int nTop, 
     }
 }
 
-static constexpr int sk_nTitleHeight = 26;
+constexpr int sk_nTitleHeight = 26;
 
 // A picture with its title above and room for a legend beside it; small ones enlarged by whole factors.
-static cv::Mat3b sheetOf(const cv::Mat3b& rPicture, const std::string& rTitle)
+cv::Mat3b sheetOf(const cv::Mat3b& rPicture, const std::string& rTitle)
 {
     cv::Mat3b picture;
     const int nFactor = std::max(1, (400 + rPicture.rows - 1) / rPicture.rows);
@@ -134,10 +144,12 @@ static cv::Mat3b sheetOf(const cv::Mat3b& rPicture, const std::string& rTitle)
     return sheet;
 }
 
-static cv::Mat3b legendOf(cv::Mat3b& rSheet)
+cv::Mat3b legendOf(cv::Mat3b& rSheet)
 {
     return rSheet(cv::Rect(rSheet.cols - sk_nLegendWidth, 0, sk_nLegendWidth, rSheet.rows));
 }
+
+} // namespace
 
 cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, const std::string& rTitle)
 {
@@ -152,20 +164,23 @@ cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, 
 cv::Mat3b reasonPicture(const DisparityMap& rMap, const cv::Mat1b& rImage, const std::string& rTitle)
 {
     cv::Mat3b picture(rMap.m_reject.size());
-    for (int nRow = 0; nRow < picture.rows; ++nRow)
+    for (int nRow = 0; nRow < picture.rows; ++nRow) {
         for (int nCol = 0; nCol < picture.cols; ++nCol) {
             const unsigned char ucReject = rMap.m_reject(nRow, nCol);
             picture(nRow, nCol) = ucReject ? colourOf(ucReject)
                                            : cv::Vec3b::all(static_cast<unsigned char>(170 + rImage(nRow, nCol) / 3));
         }
+    }
     cv::Mat3b sheet = sheetOf(picture, rTitle);
     cv::Mat3b legend = legendOf(sheet);
     drawRejects(legend, rMap, sk_nTitleHeight + 20, {0, true});
     return sheet;
 }
 
+namespace {
+
 // Two images on one sheet, the second beside or below the first, and lines along which they must agree.
-static cv::Mat3b sheetOfTwo(const cv::Mat1b& rFirst, const char* pszFirst, const cv::Mat1b& rRight, bool bBelow)
+cv::Mat3b sheetOfTwo(const cv::Mat1b& rFirst, const char* pszFirst, const cv::Mat1b& rRight, bool bBelow)
 {
     if (rFirst.cols < 240) { // the titles need room
         const int nFactor = (240 + rFirst.cols - 1) / rFirst.cols;
@@ -196,6 +211,8 @@ static cv::Mat3b sheetOfTwo(const cv::Mat1b& rFirst, const char* pszFirst, const
     }
     return sheet;
 }
+
+} // namespace
 
 cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight)
 {

@@ -17,21 +17,25 @@ struct ColourScale
     double m_dFocalTimesBaseline = 0.0; // pixels times metres; 0 leaves the metres out of the legend
 };
 
-/// Near is red, far is blue; each reason for a missing disparity has a grey of its own.
+/** Near is red, far is blue; each reason for a missing disparity has a grey of its own. */
 cv::Mat3b colourDisparity(const DisparityMap& rMap, const ColourScale& rScale);
 
-/// The same with a title above and a legend beside it. Small images are enlarged by whole factors.
+/** The same with a title above and a legend beside it. Small images are enlarged by whole factors. */
 cv::Mat3b disparityPicture(const DisparityMap& rMap, const ColourScale& rScale, const std::string& rTitle);
 
-/// Why pixels have no disparity: a colour for each reason over the faint image, and a legend with shares and the number
-/// that stands for the reason in a map of reasons.
+/**
+ * Why pixels have no disparity: a colour for each reason over the faint image, and a legend with shares and the number
+ * that stands for the reason in a map of reasons.
+ */
 cv::Mat3b reasonPicture(const DisparityMap& rMap, const cv::Mat1b& rImage, const std::string& rTitle);
 
-/// Left image at the left, right image at the right, with level lines: a good rectification has each detail on the same
-/// line in both.
+/**
+ * Left image at the left, right image at the right, with level lines: a good rectification has each detail on the same
+ * line in both.
+ */
 cv::Mat3b sideBySide(const cv::Mat1b& rLeft, const cv::Mat1b& rRight);
 
-/// As sideBySide: top image above the right one, with upright lines.
+/** As sideBySide: top image above the right one, with upright lines. */
 cv::Mat3b oneAboveOther(const cv::Mat1b& rTop, const cv::Mat1b& rRight);
 
 } // namespace kestrova::app

@@ -22,8 +22,10 @@ constexpr int sk_nRounds = 20;            // of fit and new choice of points; th
 constexpr int sk_nFitRounds = 10;         // of the toolkit's fit,
 constexpr double sk_dFitDeviations = 3.0; // which drops what lies beyond
 
-/// The points near a plane. A disparity that is off by t pixels moves its point along the ray, and thereby away from a
-/// plane at a distance D from the camera by t * D * z / (f B).
+/**
+ * The points near a plane. A disparity that is off by t pixels moves its point along the ray, and thereby away from a
+ * plane at a distance D from the camera by t * D * z / (f B).
+ */
 class Band
 {
 public:
@@ -43,9 +45,11 @@ private:
 std::vector<LYRPoint3d*> pointsIn(const Band& rBand, Points& rPoints)
 {
     std::vector<LYRPoint3d*> near;
-    for (LYRPoint3d& rPoint : rPoints)
-        if (rBand.holds(rPoint))
+    for (LYRPoint3d& rPoint : rPoints) {
+        if (rBand.holds(rPoint)) {
             near.push_back(&rPoint);
+        }
+    }
     return near;
 }
 
@@ -75,8 +79,9 @@ double fit(LYRPlane& rPlane, const std::vector<LYRPoint3d*>& rNear)
 {
     LYRPointCloud3d cloud(static_cast<int>(rNear.size()));
     cloud.setOwnership(false);
-    for (LYRPoint3d* p : rNear)
+    for (LYRPoint3d* p : rNear) {
         cloud.insertPoint(p);
+    }
     double dSpread = 0.0;
     int nIterations = 0;
     int nRemoved = 0;
@@ -91,12 +96,13 @@ FoundPlane describe(const LYRPlane& rPlane, const std::vector<LYRPoint3d*>& rNea
     rPlane.getControlValues(normal[0], normal[1], normal[2], dDistance);
     const double dSide = dDistance < 0.0 ? -1.0 : 1.0; // the camera, the origin, is on the side that the normal is on
     FoundPlane found{dSide * normal, dSide * dDistance, dSpread, rNear.size(), {}};
-    for (const LYRPoint3d* p : rNear)
+    for (const LYRPoint3d* p : rNear) {
         found.m_middle += cv::Vec3d(p->x(), p->y(), p->z()) / static_cast<double>(rNear.size());
+    }
     return found;
 }
 
-/// Takes the plane's points out.
+/** Takes the plane's points out. */
 FoundPlane takeLargest(Points& rPoints, double dPerDepth, std::mt19937& rRandom)
 {
     LYRPlane plane = findSeed(rPoints, dPerDepth, rRandom);
@@ -120,15 +126,17 @@ std::vector<FoundPlane> findPlanes(const std::vector<CloudPoint>& rCloud, double
                                    const PlaneWishes& rWishes)
 {
     Points points;
-    for (const CloudPoint& rPoint : rCloud)
+    for (const CloudPoint& rPoint : rCloud) {
         points.emplace_back(rPoint.m_position.x, rPoint.m_position.y, rPoint.m_position.z);
+    }
     const double dPerDepth = rWishes.m_dTolerance / dFocalTimesBaseline;
     std::mt19937 random(sk_uSeed); // its numbers, unlike those of the distributions, are the same with every compiler
     std::vector<FoundPlane> planes;
     for (int i = 0; i < rWishes.m_nPlanes && points.size() >= sk_nLeastOfPlane; ++i) {
         const FoundPlane found = takeLargest(points, dPerDepth, random);
-        if (found.m_nPoints < sk_nLeastOfPlane)
+        if (found.m_nPoints < sk_nLeastOfPlane) {
             break;
+        }
         planes.push_back(found);
     }
     std::stable_sort(planes.begin(), planes.end(),

@@ -27,8 +27,10 @@ struct FoundPlane
     double distanceTo(const cv::Vec3d& rPoint) const { return m_normal.dot(rPoint) + m_dDistance; }
 };
 
-/// At most as many as wished for, the one with most points first. Each point belongs to one plane. The same cloud gives
-/// the same planes.
+/**
+ * At most as many as wished for, the one with most points first. Each point belongs to one plane. The same cloud gives
+ * the same planes.
+ */
 std::vector<FoundPlane> findPlanes(const std::vector<CloudPoint>& rCloud, double dFocalTimesBaseline,
                                    const PlaneWishes& rWishes);
 

@@ -5,37 +5,45 @@
 
 namespace kestrova::app {
 
-static const char* unitOf(KestrovaCamera eCamera)
+namespace {
+
+const char* unitOf(KestrovaCamera eCamera)
 {
     return eCamera == KestrovaCamTop ? "column" : "row"; // the coordinate that a rectified match keeps
 }
 
-static std::string rawLines(const PerCamera<RowAgreement>& rAll)
+std::string rawLines(const PerCamera<RowAgreement>& rAll)
 {
     std::string text;
-    for (const auto& [eCamera, rRows] : rAll)
-        if (rRows.m_nPoints == 0)
+    for (const auto& [eCamera, rRows] : rAll) {
+        if (rRows.m_nPoints == 0) {
             text += "  raw frames         no details were found again\n";
-        else
+        } else {
             text += line("  raw frames         mean %6.3f %ss, 95 %% below %6.3f (%d details, %s)\n", rRows.m_dMeanRows,
                          unitOf(eCamera), rRows.m_dWorst5th, rRows.m_nPoints, cameraName(eCamera));
+        }
+    }
     return text;
 }
 
-static std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
+std::string rectifiedLines(const PerCamera<PairCheck>& rAll)
 {
     std::string text;
-    for (const auto& [eCamera, rCheck] : rAll)
-        if (rCheck.m_rows.m_nCount == 0)
+    for (const auto& [eCamera, rCheck] : rAll) {
+        if (rCheck.m_rows.m_nCount == 0) {
             text += line("  rectified          no details were found again (%s): %s\n", cameraName(eCamera),
                          rCheck.verdictText());
-        else
+        } else {
             text += line(
                 "  rectified          RMS  %6.3f %ss, 95 %% below %6.3f (%d details, %d strays left out, %s): %s\n",
                 rCheck.m_rows.m_dRms, unitOf(eCamera), rCheck.m_rows.m_dWorst5th, rCheck.m_rows.m_nCount,
                 rCheck.m_nStrays, cameraName(eCamera), rCheck.verdictText());
+        }
+    }
     return text;
 }
+
+} // namespace
 
 std::string summary(const StereoResult& rResult)
 {
@@ -47,10 +55,11 @@ std::string summary(const StereoResult& rResult)
     };
     std::string text = "The right camera is the reference: disparity d at column x, row y of the right image matches\n"
                        "column x + d of the left one, row y + d of the top one.\n";
-    if (rResult.m_bSeenFromLeft)
+    if (rResult.m_bSeenFromLeft) {
         text +=
             "The results are as the left camera sees them: disparity d at column x of the left image matches column\n"
             "x - d of the right one.\n";
+    }
     const cv::Size size = rResult.m_map16.m_pixels.size();
     const std::string lengths = rOptics.m_fBaseline > 0.0f ? line("focal length %.2f pixels, baseline %.1f mm",
                                                                   rOptics.m_fFocal, 1000.0 * rOptics.m_fBaseline)
@@ -69,8 +78,9 @@ std::string summary(const StereoResult& rResult)
     text += rOptics.m_fBaseline > 0.0f ? line("%zu points in the cloud\n", rResult.m_cloud.size())
                                        : std::string("no cloud: it takes --focal and --baseline\n");
     text += "\nMilliseconds\n";
-    for (const StageTime& rTime : rResult.m_times)
+    for (const StageTime& rTime : rResult.m_times) {
         text += line("  %-42s %8.2f\n", rTime.m_stage.c_str(), rTime.m_dMilliseconds);
+    }
     return text;
 }
 
@@ -78,8 +88,9 @@ std::string summary(const StereoResult& rResult)
 
 PlaneReport reportPlanes(const StereoResult& rResult, const PlaneWishes& rWishes)
 {
-    if (rWishes.m_nPlanes == 0)
+    if (rWishes.m_nPlanes == 0) {
         return {};
+    }
     const double dScale = rResult.m_optics.m_fFocal * rResult.m_optics.m_fBaseline;
     PlaneReport report{findPlanes(rResult.m_cloud, dScale, rWishes), {}};
     report.m_text = line("\nThe largest planes of the cloud: points within %g pixels of disparity, normals towards the "
@@ -87,13 +98,15 @@ PlaneReport reportPlanes(const StereoResult& rResult, const PlaneWishes& rWishes
                          rWishes.m_dTolerance) +
                     "      points    %   normal right     down  forward   distance, m  spread, mm\n";
     int nPlane = 0;
-    for (const FoundPlane& rPlane : report.m_planes)
+    for (const FoundPlane& rPlane : report.m_planes) {
         report.m_text += line(
             "  %-2d %7zu %4.1f %14.5f %8.5f %8.5f %13.4f %11.2f\n", ++nPlane, rPlane.m_nPoints,
             100.0 * static_cast<double>(rPlane.m_nPoints) / static_cast<double>(rResult.m_cloud.size()),
             rPlane.m_normal[0], rPlane.m_normal[1], rPlane.m_normal[2], rPlane.m_dDistance, 1000.0 * rPlane.m_dSpread);
-    if (nPlane < rWishes.m_nPlanes)
+    }
+    if (nPlane < rWishes.m_nPlanes) {
         report.m_text += line("  no further plane has %zu points\n", sk_nLeastOfPlane);
+    }
     return report;
 }
 

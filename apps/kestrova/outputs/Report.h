@@ -8,7 +8,7 @@ namespace kestrova::app {
 
 std::string summary(const StereoResult& rResult);
 
-/// Finds the planes of the result's cloud; empty when none are wished for.
+/** Finds the planes of the result's cloud; empty when none are wished for. */
 struct PlaneReport
 {
     std::vector<FoundPlane> m_planes;

@@ -5,11 +5,15 @@
 
 namespace kestrova::app {
 
-static std::filesystem::path place(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rName,
-                                   const char* pszEnding)
+namespace {
+
+std::filesystem::path place(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rName,
+                            const char* pszEnding)
 {
     return rFolder.file(rName + (rResult.m_bSeenFromLeft ? "_left" : "") + pszEnding);
 }
+
+} // namespace
 
 void writeDisparityPfm(const OutputFolder& rFolder, const StereoResult& rResult)
 {
@@ -21,10 +25,14 @@ void writeDisparityNpy(const OutputFolder& rFolder, const StereoResult& rResult)
     writeNpy(place(rFolder, rResult, "disparity", ".npy"), rResult.m_map16.m_pixels);
 }
 
-static std::string offsetIn(const StereoResult& rResult)
+namespace {
+
+std::string offsetIn(const StereoResult& rResult)
 {
     return "_offset" + std::to_string(rResult.m_nOffset);
 }
+
+} // namespace
 
 void writeNative16(const OutputFolder& rFolder, const StereoResult& rResult)
 {
@@ -43,16 +51,20 @@ void writeDepth(const OutputFolder& rFolder, const StereoResult& rResult)
                depthMillimetres(rResult.m_map16, rResult.focalTimesBaseline()));
 }
 
-static ColourScale scaleOf(const StereoResult& rResult)
+namespace {
+
+ColourScale scaleOf(const StereoResult& rResult)
 {
     return {static_cast<double>(rResult.m_range[0]), static_cast<double>(rResult.m_range[1]),
             rResult.focalTimesBaseline()};
 }
 
-static const char* seenFrom(const StereoResult& rResult)
+const char* seenFrom(const StereoResult& rResult)
 {
     return rResult.m_bSeenFromLeft ? "seen from the left camera" : "seen from the right camera";
 }
+
+} // namespace
 
 void writeColour(const OutputFolder& rFolder, const StereoResult& rResult)
 {
@@ -81,19 +93,23 @@ void writeDisparity8(const OutputFolder& rFolder, const StereoResult& rResult)
 void writeImages(const OutputFolder& rFolder, const StereoResult& rResult)
 {
     const auto writeEach = [&](const char* pszKind, const PerCamera<cv::Mat1b>& rImages) {
-        for (const auto& [eCamera, rImage] : rImages)
+        for (const auto& [eCamera, rImage] : rImages) {
             writeImage(rFolder.file(std::string(pszKind) + "_" + cameraName(eCamera) + ".png"), rImage);
+        }
     };
     writeEach("raw", rResult.m_raw);
     writeEach("rectified", rResult.m_rectified);
     writeEach("edge", rResult.m_edge);
-    if (!rResult.m_colour.empty())
+    if (!rResult.m_colour.empty()) {
         writeImage(rFolder.file("rectified_right_colour.png"), rResult.m_colour);
+    }
     const cv::Mat1b& rRight = rResult.m_rectified.at(KestrovaCamRight);
-    if (const auto left = rResult.m_rectified.find(KestrovaCamLeft); left != rResult.m_rectified.end())
+    if (const auto left = rResult.m_rectified.find(KestrovaCamLeft); left != rResult.m_rectified.end()) {
         writeImage(rFolder.file("side_by_side.png"), sideBySide(left->second, rRight));
-    if (const auto top = rResult.m_rectified.find(KestrovaCamTop); top != rResult.m_rectified.end())
+    }
+    if (const auto top = rResult.m_rectified.find(KestrovaCamTop); top != rResult.m_rectified.end()) {
         writeImage(rFolder.file("one_above_other.png"), oneAboveOther(top->second, rRight));
+    }
 }
 
 void writeResultCloud(const OutputFolder& rFolder, const StereoResult& rResult, const std::string& rSource)

@@ -31,7 +31,7 @@ struct StereoResult
     double focalTimesBaseline() const { return static_cast<double>(m_optics.m_fFocal) * m_optics.m_fBaseline; }
 };
 
-/// What a result holds beside the rectified images and 16-bit disparity. All of it takes time.
+/** What a result holds beside the rectified images and 16-bit disparity. All of it takes time. */
 struct ResultWishes
 {
     bool m_bBytes = true;  // 8-bit disparity, which takes another match
@@ -41,7 +41,9 @@ struct ResultWishes
     bool m_bTwice = true;  // rectify twice, to tell the building of the tables from what a further frame takes
 };
 
-/// Frame after frame through one session. Settings are applied with the first; what the maps say of the region is kept.
+/**
+ * Frame after frame through one session. Settings are applied with the first; what the maps say of the region is kept.
+ */
 class StereoRun
 {
 public:
@@ -49,12 +51,12 @@ public:
         : m_rSession(rSession), m_settings(rSettings), m_wishes(rWishes)
     {}
 
-    /// Throws AppError when the settings do not fit. Goes by itself with the first frame.
+    /** Throws AppError when the settings do not fit. Goes by itself with the first frame. */
     void prepare(KestrovaCameraConfiguration eConfiguration);
 
     StereoResult operator()(const Frames& rFrames);
 
-    /// Where the rectified images of these frames show something.
+    /** Where the rectified images of these frames show something. */
     const PerCamera<cv::Mat1b>& regionsOf(const Frames& rFrames);
 
 private:
@@ -66,7 +68,7 @@ private:
     PerCamera<cv::Mat1b> m_regions;
 };
 
-/// Matches the cameras that there are frames of, with the given settings.
+/** Matches the cameras that there are frames of, with the given settings. */
 StereoResult runStereo(StereoSession& rSession, const Frames& rFrames, const SettingWishes& rWishes);
 
 } // namespace kestrova::app

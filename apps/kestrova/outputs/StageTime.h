@@ -15,7 +15,7 @@ struct StageTime
     std::string m_key = {}; // for programs: a word that stays
 };
 
-/// Does the work, notes how long it took and gives what it made.
+/** Does the work, notes how long it took and gives what it made. */
 template<typename Work>
 auto timed(std::vector<StageTime>& rTimes, const char* pszStage, const char* pszKey, const Work& rWork)
 {

@@ -11,23 +11,31 @@
 
 namespace kestrova::app {
 
-static constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+namespace {
+
+constexpr float sk_fUnknown = std::numeric_limits<float>::infinity();
+
+} // namespace
 
 cv::Mat1f toLeftView(const cv::Mat1f& rRightView)
 {
     cv::Mat1f left(rRightView.size(), sk_fUnknown);
-    for (int nRow = 0; nRow < left.rows; ++nRow)
+    for (int nRow = 0; nRow < left.rows; ++nRow) {
         for (int nCol = 0; nCol < left.cols; ++nCol) {
             const float fDisparity = rRightView(nRow, nCol);
-            if (!std::isfinite(fDisparity))
+            if (!std::isfinite(fDisparity)) {
                 continue;
+            }
             const long nAt = std::lround(static_cast<float>(nCol) + fDisparity);
-            if (nAt < 0 || nAt >= left.cols)
+            if (nAt < 0 || nAt >= left.cols) {
                 continue;
+            }
             float& rPlace = left(nRow, static_cast<int>(nAt));
-            if (!std::isfinite(rPlace) || fDisparity > rPlace)
+            if (!std::isfinite(rPlace) || fDisparity > rPlace) {
                 rPlace = fDisparity;
+            }
         }
+    }
     return left;
 }
 
@@ -44,63 +52,74 @@ cv::Mat1f toRightView(const cv::Mat1f& rLeftView)
 TruthShares compareWithTruth(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, cv::Vec2i range)
 {
     TruthShares shares;
-    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow) {
         for (int nCol = 0; nCol < rTruth.cols; ++nCol) {
             const float fTrue = rTruth(nRow, nCol);
-            if (fTrue <= 0.0f || fTrue < static_cast<float>(range[0]) || fTrue > static_cast<float>(range[1]))
+            if (fTrue <= 0.0f || fTrue < static_cast<float>(range[0]) || fTrue > static_cast<float>(range[1])) {
                 continue;
+            }
             ++shares.m_nKnown;
             const float fDisparity = rDisparity(nRow, nCol);
-            if (!std::isfinite(fDisparity))
+            if (!std::isfinite(fDisparity)) {
                 continue;
+            }
             const double dError = std::abs(static_cast<double>(fDisparity) - fTrue);
             ++shares.m_nFound;
             shares.m_nWithin1 += dError <= 1.0;
             shares.m_nWithin2 += dError <= 2.0;
             shares.m_dSumError += dError <= 2.0 ? dError : 0.0;
         }
+    }
     return shares;
 }
 
 // ---- the measures of stereo benchmarks ----
 
-static bool isKnown(float fDisparity)
+namespace {
+
+bool isKnown(float fDisparity)
 {
     return std::isfinite(fDisparity) && fDisparity > 0.0f;
 }
 
-static bool isBeyond(float fTrue, const std::optional<cv::Vec2i>& rRange)
+bool isBeyond(float fTrue, const std::optional<cv::Vec2i>& rRange)
 {
     return rRange && (fTrue < static_cast<float>((*rRange)[0]) || fTrue > static_cast<float>((*rRange)[1]));
 }
 
-static void addError(TruthErrors& rErrors, double dError, double dTrue)
+void addError(TruthErrors& rErrors, double dError, double dTrue)
 {
     ++rErrors.m_nFound;
-    for (std::size_t n = 0; n < sk_adBad.size(); ++n)
+    for (std::size_t n = 0; n < sk_adBad.size(); ++n) {
         rErrors.m_anBad[n] += dError > sk_adBad[n];
+    }
     rErrors.m_nOutliers += dError > 3.0 && dError > 0.05 * dTrue;
     rErrors.m_dSum += dError;
     rErrors.m_dSumSquares += dError * dError;
 }
 
+} // namespace
+
 TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
 {
     TruthErrors errors;
     errors.m_nPixels = static_cast<long>(rTruth.total());
-    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow) {
         for (int nCol = 0; nCol < rTruth.cols; ++nCol) {
             const float fTrue = rTruth(nRow, nCol);
-            if (!isKnown(fTrue))
+            if (!isKnown(fTrue)) {
                 continue;
+            }
             if (isBeyond(fTrue, range)) {
                 ++errors.m_nBeyond;
                 continue;
             }
             ++errors.m_nKnown;
-            if (const float fDisparity = rDisparity(nRow, nCol); isKnown(fDisparity))
+            if (const float fDisparity = rDisparity(nRow, nCol); isKnown(fDisparity)) {
                 addError(errors, std::abs(static_cast<double>(fDisparity) - fTrue), fTrue);
+            }
         }
+    }
     return errors;
 }
 
@@ -109,14 +128,17 @@ std::optional<double> wrongFactor(const cv::Mat1f& rDisparity, const cv::Mat1f& 
     constexpr std::size_t uLeast = 100; // pixels
     std::vector<cv::Vec2d> pairs;
     std::vector<double> factors;
-    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
-        for (int nCol = 0; nCol < rTruth.cols; ++nCol)
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow) {
+        for (int nCol = 0; nCol < rTruth.cols; ++nCol) {
             if (isKnown(rTruth(nRow, nCol)) && isKnown(rDisparity(nRow, nCol))) {
                 pairs.emplace_back(rDisparity(nRow, nCol), rTruth(nRow, nCol));
                 factors.push_back(pairs.back()[0] / pairs.back()[1]);
             }
-    if (pairs.size() < uLeast)
+        }
+    }
+    if (pairs.size() < uLeast) {
         return std::nullopt;
+    }
     const double dFactor = medianOf(factors);
     const auto share = [&](double dTry) {
         const auto nFits = std::count_if(pairs.begin(), pairs.end(), [&](const cv::Vec2d& rPair) {
@@ -138,18 +160,21 @@ std::string truthErrorsText(const TruthErrors& r)
     const auto row = [&](const std::string& rName, long nBad) {
         return line("  %-34s %8.2f %% %18.2f %%\n", rName.c_str(), r.badOfFound(nBad), r.badOfKnown(nBad));
     };
-    for (std::size_t n = 0; n < sk_adBad.size(); ++n)
+    for (std::size_t n = 0; n < sk_adBad.size(); ++n) {
         text += row(line("bad-%g: more than %g px off", sk_adBad[n], sk_adBad[n]), r.m_anBad[n]);
+    }
     text += row("D1: more than 3 px and 5 % off", r.m_nOutliers);
     return text + line("\nmean error %.4f px, RMS error %.4f px, of those found\n", r.meanError(), r.rmsError());
 }
 
-static std::string nameOf(int nReason)
+namespace {
+
+std::string nameOf(int nReason)
 {
     return nReason < sk_nRejects ? rejectName(static_cast<Reject>(nReason)) : "unknown code";
 }
 
-static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTruths, long nBeyond)
+std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTruths, long nBeyond)
 {
     std::sort(rTruths.begin(), rTruths.end());
     const auto at = [&](double dShare) {
@@ -161,25 +186,31 @@ static std::string reasonLine(int nReason, long nPixels, std::vector<float>& rTr
     return line("  %-14s %9ld %9zu %10ld ", nameOf(nReason).c_str(), nPixels, rTruths.size(), nBeyond) + truths + "\n";
 }
 
+} // namespace
+
 std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range)
 {
     std::array<std::vector<float>, 256> aTruths;
     std::array<long, 256> anPixels{};
     std::array<long, 256> anBeyond{};
-    for (int nRow = 0; nRow < rTruth.rows; ++nRow)
+    for (int nRow = 0; nRow < rTruth.rows; ++nRow) {
         for (int nCol = 0; nCol < rTruth.cols; ++nCol) {
             const unsigned char ucReason = rReasons(nRow, nCol);
             const float fTrue = rTruth(nRow, nCol);
             ++anPixels[ucReason];
-            if (isKnown(fTrue))
+            if (isKnown(fTrue)) {
                 aTruths[ucReason].push_back(fTrue);
+            }
             anBeyond[ucReason] += isKnown(fTrue) && isBeyond(fTrue, range);
         }
+    }
     std::string text = "\nBy reason                    truth    outside   true disparity there, px\n"
                        "                    pixels     known  the range     median    5 to 95 %\n";
-    for (int i = 0; i < 256; ++i)
-        if (const auto n = static_cast<std::size_t>(i); anPixels[n])
+    for (int i = 0; i < 256; ++i) {
+        if (const auto n = static_cast<std::size_t>(i); anPixels[n]) {
             text += reasonLine(i, anPixels[n], aTruths[n], anBeyond[n]);
+        }
+    }
     return text;
 }
 

@@ -16,10 +16,12 @@ enum class TruthView
     Left
 };
 
-/// Disparity moved to the left image: column x goes to x + d, and the nearest surface wins a place. +inf where none is.
+/**
+ * Disparity moved to the left image: column x goes to x + d, and the nearest surface wins a place. +inf where none is.
+ */
 cv::Mat1f toLeftView(const cv::Mat1f& rRightView);
 
-/// The other way: column x of the left image goes to x - d.
+/** The other way: column x of the left image goes to x - d. */
 cv::Mat1f toRightView(const cv::Mat1f& rLeftView);
 
 struct TruthShares
@@ -31,7 +33,7 @@ struct TruthShares
     double m_dSumError = 0.0; // of those within 2
 };
 
-/// Truth: pixels of the same canvas, 0 where unknown. Disparity: +inf where there is none.
+/** Truth: pixels of the same canvas, 0 where unknown. Disparity: +inf where there is none. */
 TruthShares compareWithTruth(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, cv::Vec2i range);
 
 // ---- the measures of stereo benchmarks ----
@@ -51,7 +53,7 @@ struct TruthErrors
 
     double foundShare() const { return share(m_nFound, m_nKnown); }
     double badOfFound(long nBad) const { return share(nBad, m_nFound); }
-    /// A missing disparity is a bad one.
+    /** A missing disparity is a bad one. */
     double badOfKnown(long nBad) const { return share(nBad + m_nKnown - m_nFound, m_nKnown); }
     double meanError() const { return m_nFound ? m_dSum / static_cast<double>(m_nFound) : 0.0; }
     double rmsError() const { return m_nFound ? std::sqrt(m_dSumSquares / static_cast<double>(m_nFound)) : 0.0; }
@@ -62,16 +64,18 @@ struct TruthErrors
     }
 };
 
-/// Neither image needs a range; in both, what is not finite or not above 0 is unknown. The images have one size.
+/** Neither image needs a range; in both, what is not finite or not above 0 is unknown. The images have one size. */
 TruthErrors measureErrors(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range);
 
-/// The factor by which most disparities differ from the truth, as they do when one of the two has the wrong scale; none
-/// when they do not, or when most are right as they are.
+/**
+ * The factor by which most disparities differ from the truth, as they do when one of the two has the wrong scale; none
+ * when they do not, or when most are right as they are.
+ */
 std::optional<double> wrongFactor(const cv::Mat1f& rDisparity, const cv::Mat1f& rTruth);
 
 std::string truthErrorsText(const TruthErrors& rErrors);
 
-/// What is true where a reason took the disparity, one line for each reason that occurs.
+/** What is true where a reason took the disparity, one line for each reason that occurs. */
 std::string truthByReasonText(const cv::Mat1b& rReasons, const cv::Mat1f& rTruth, std::optional<cv::Vec2i> range);
 
 struct BlockMatchRequest
@@ -82,7 +86,7 @@ struct BlockMatchRequest
     int m_nTextureThreshold = 10;
 };
 
-/// OpenCV's block matcher, seen from the left or the right image; +inf where it gives nothing.
+/** OpenCV's block matcher, seen from the left or the right image; +inf where it gives nothing. */
 cv::Mat1f blockMatch(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const BlockMatchRequest& rRequest,
                      TruthView eView);
 

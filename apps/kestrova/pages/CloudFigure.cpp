@@ -11,11 +11,14 @@ namespace kestrova::app {
 
 extern const char* const sk_pszCloudViewer; // pages/cloudViewer.js
 
-/// As many points as wished for, each with the same chance, in their order. Every n-th point would leave stripes.
-static std::vector<CloudPoint> thinned(const std::vector<CloudPoint>& rCloud, std::size_t nMost)
+namespace {
+
+/** As many points as wished for, each with the same chance, in their order. Every n-th point would leave stripes. */
+std::vector<CloudPoint> thinned(const std::vector<CloudPoint>& rCloud, std::size_t nMost)
 {
-    if (rCloud.size() <= nMost)
+    if (rCloud.size() <= nMost) {
         return rCloud;
+    }
     std::vector<CloudPoint> kept;
     kept.reserve(nMost);
     std::mt19937 chance(1);
@@ -23,21 +26,26 @@ static std::vector<CloudPoint> thinned(const std::vector<CloudPoint>& rCloud, st
     return kept;
 }
 
-static std::string dataElement(const char* pszId, const std::vector<unsigned char>& rBytes)
+std::string dataElement(const char* pszId, const std::vector<unsigned char>& rBytes)
 {
     return line("<script type=\"application/base64\" id=\"%s\">", pszId) + base64(rBytes.data(), rBytes.size()) +
            "</script>\n";
 }
 
+} // namespace
+
 cv::Mat3b paletteOf(const ColourScale& rScale)
 {
     DisparityMap ramp{cv::Mat1f(1, 256), cv::Mat1b(1, 256, uchar(0))};
-    for (int i = 0; i < 256; ++i)
+    for (int i = 0; i < 256; ++i) {
         ramp.m_pixels(0, i) = static_cast<float>(std::lerp(rScale.m_dMin, rScale.m_dMax, i / 255.0));
+    }
     return colourDisparity(ramp, rScale);
 }
 
-static std::string cloudData(const std::vector<CloudPoint>& rPoints, const ColourScale& rScale)
+namespace {
+
+std::string cloudData(const std::vector<CloudPoint>& rPoints, const ColourScale& rScale)
 {
     std::vector<unsigned char> positions(rPoints.size() * sizeof(cv::Point3f));
     std::vector<unsigned char> colours;
@@ -48,13 +56,14 @@ static std::string cloudData(const std::vector<CloudPoint>& rPoints, const Colou
         colours.insert(colours.end(), rPoint.m_colour.val, rPoint.m_colour.val + 3);
     }
     std::vector<unsigned char> palette;
-    for (const cv::Vec3b& rColour : paletteOf(rScale))
+    for (const cv::Vec3b& rColour : paletteOf(rScale)) {
         palette.insert(palette.end(), {rColour[2], rColour[1], rColour[0]});
+    }
     return dataElement("cloud-positions", positions) + dataElement("cloud-colours", colours) +
            dataElement("cloud-palette", palette);
 }
 
-static const char* const sk_pszCloudStyle = R"css(<style>
+const char* const sk_pszCloudStyle = R"css(<style>
 #cloud canvas { width: 100%; height: min(72vh, 640px); display: block; border-radius: 8px; background-color: #10161d;
   touch-action: none; cursor: grab; }
 #cloud canvas:active { cursor: grabbing; }
@@ -66,7 +75,7 @@ button, select { font: inherit; color: inherit; background: var(--sheet); border
 </style>
 )css";
 
-static const char* const sk_pszCloudControls = R"html(<canvas tabindex="0" aria-label="Point cloud"></canvas>
+const char* const sk_pszCloudControls = R"html(<canvas tabindex="0" aria-label="Point cloud"></canvas>
 <p class="sentence" hidden="hidden">This browser shows no WebGL, so the cloud cannot be drawn here; cloud.ply holds the same points for other viewers.</p>
 <div class="controls">
 <span><button value="tilted">Tilted</button> <button value="camera">From the camera</button> <button value="side">From the side</button> <button value="above">From above</button></span>
@@ -74,6 +83,8 @@ static const char* const sk_pszCloudControls = R"html(<canvas tabindex="0" aria-
 <label>Point size <input type="range" min="-2" max="2" step="0.25" value="0"/></label>
 </div>
 )html";
+
+} // namespace
 
 void addCloud(HtmlPage& rPage, const StereoResult& rResult, const ColourScale& rScale, KestrovaCamera eView)
 {

@@ -11,7 +11,7 @@ namespace kestrova::app {
 std::string escapeHtml(const std::string& rText)
 {
     std::string escaped;
-    for (const char c : rText)
+    for (const char c : rText) {
         switch (c) {
         case '&':
             escaped += "&amp;";
@@ -28,6 +28,7 @@ std::string escapeHtml(const std::string& rText)
         default:
             escaped += c;
         }
+    }
     return escaped;
 }
 
@@ -40,8 +41,9 @@ std::string base64(const unsigned char* pBytes, std::size_t uBytes)
         const std::size_t uLeft = uBytes - u;
         const unsigned uGroup =
             pBytes[u] << 16 | (uLeft > 1 ? pBytes[u + 1] << 8 : 0) | (uLeft > 2 ? pBytes[u + 2] : 0);
-        for (unsigned uDigit = 0; uDigit < 4; ++uDigit)
+        for (unsigned uDigit = 0; uDigit < 4; ++uDigit) {
             text += uDigit <= uLeft ? s_pszDigits[uGroup >> (18 - 6 * uDigit) & 63] : '=';
+        }
     }
     return text;
 }
@@ -68,17 +70,22 @@ void HtmlPage::paragraph(const std::string& rText)
 void HtmlPage::facts(const std::vector<Fact>& rFacts)
 {
     m_body += "<div class=\"facts\">\n";
-    for (const Fact& rFact : rFacts)
+    for (const Fact& rFact : rFacts) {
         m_body +=
             "<div><b>" + escapeHtml(rFact.m_value) + "</b><span>" + escapeHtml(rFact.m_meaning) + "</span></div>\n";
+    }
     m_body += "</div>\n";
 }
 
-static bool isNumber(const std::string& rText)
+namespace {
+
+bool isNumber(const std::string& rText)
 {
     const std::size_t uFirst = rText.find_first_not_of("+-<> ");
     return uFirst != std::string::npos && std::isdigit(static_cast<unsigned char>(rText[uFirst])) && rText.size() < 16;
 }
+
+} // namespace
 
 void HtmlPage::table(const std::vector<std::vector<std::string>>& rRows)
 {
@@ -86,9 +93,10 @@ void HtmlPage::table(const std::vector<std::vector<std::string>>& rRows)
     std::string cell = "th";
     for (const auto& rRow : rRows) {
         m_body += "<tr>";
-        for (const std::string& rText : rRow)
+        for (const std::string& rText : rRow) {
             m_body +=
                 "<" + cell + (isNumber(rText) ? " class=\"number\">" : ">") + escapeHtml(rText) + "</" + cell + ">";
+        }
         m_body += "</tr>\n";
         cell = "td";
     }
@@ -111,7 +119,9 @@ void HtmlPage::html(const std::string& rMarkup)
     m_body += rMarkup;
 }
 
-static const char* const sk_pszStyle = R"css(
+namespace {
+
+const char* const sk_pszStyle = R"css(
 :root { color-scheme: light dark; --ink: #1c2430; --quiet: #5b6675; --paper: #f4f6f8; --sheet: #fff; --rule: #dde2e8;
   --accent: #0f6fb8; --stage: #10161d; }
 @media (prefers-color-scheme: dark) {
@@ -139,6 +149,8 @@ figcaption { margin-top: .4rem; max-width: 60rem; }
 img { max-width: 100%; display: block; border-radius: 4px; }
 summary { cursor: pointer; color: var(--accent); }
 )css";
+
+} // namespace
 
 void HtmlPage::save(const std::filesystem::path& rFile) const
 {

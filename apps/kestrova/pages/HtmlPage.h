@@ -24,16 +24,16 @@ public:
 
     void heading(const std::string& rText);
     void paragraph(const std::string& rText);
-    /// The key numbers of the page: value in large letters, its meaning below.
+    /** The key numbers of the page: value in large letters, its meaning below. */
     void facts(const std::vector<Fact>& rFacts);
-    /// The first row is the head. Cells that are numbers, or numbers with a unit, stand to the right.
+    /** The first row is the head. Cells that are numbers, or numbers with a unit, stand to the right. */
     void table(const std::vector<std::vector<std::string>>& rRows);
     void picture(const cv::Mat& rImage, const std::string& rCaption);
     void script(const std::string& rSource);
-    /// As it stands: what is handed over must be well-formed and must fetch nothing.
+    /** As it stands: what is handed over must be well-formed and must fetch nothing. */
     void html(const std::string& rMarkup);
 
-    /// Throws AppError when the file cannot be written.
+    /** Throws AppError when the file cannot be written. */
     void save(const std::filesystem::path& rFile) const;
 
 private:
@@ -42,7 +42,7 @@ private:
 };
 
 std::string escapeHtml(const std::string& rText);
-/// A picture as the source of an image element.
+/** A picture as the source of an image element. */
 std::string pictureData(const cv::Mat& rImage);
 std::string base64(const unsigned char* pBytes, std::size_t uBytes);
 

@@ -6,8 +6,10 @@
 
 namespace kestrova::app {
 
-/// rSettings: lines of name and value, as describeSettings gives them; they may be missing. Throws AppError when the
-/// file cannot be written.
+/**
+ * rSettings: lines of name and value, as describeSettings gives them; they may be missing. Throws AppError when the
+ * file cannot be written.
+ */
 void writeRunPage(const std::filesystem::path& rFile, const StereoResult& rResult, const std::string& rTitle,
                   const std::string& rSettings = {});
 

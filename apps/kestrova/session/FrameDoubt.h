@@ -7,8 +7,10 @@
 
 namespace kestrova::app {
 
-/// Of the pixels that show something, with a disparity. Frames that have nothing to do with each other reach 2 of 100
-/// by chance.
+/**
+ * Of the pixels that show something, with a disparity. Frames that have nothing to do with each other reach 2 of 100
+ * by chance.
+ */
 inline constexpr double sk_dUsableShare = 0.03;
 
 struct FrameDoubt
@@ -25,20 +27,20 @@ struct FrameFacts
     double m_dFound = 0.0; // share, see above
 };
 
-/// Rectified details of the right camera and one other; for a top camera transposed.
+/** Rectified details of the right camera and one other; for a top camera transposed. */
 Details detailsOf(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther,
                   const cv::Mat1b& rRightRegion);
 
-/// Whether the two frames stand in each other's place.
+/** Whether the two frames stand in each other's place. */
 bool isSwapped(StereoSession& rSession, const PerCamera<cv::Mat1b>& rFrames, KestrovaCamera eOther,
                const cv::Mat1b& rRightRegion, const PairCheck& rCheck);
 
 std::string swappedText(KestrovaCamera eOther);
 
-/// Whether raw frames of this size have another shape than those of the calibration; empty when not.
+/** Whether raw frames of this size have another shape than those of the calibration; empty when not. */
 std::string shapeDoubt(const StereoSession& rSession, cv::Size raw);
 
-/// The session's images are of other frames afterwards.
+/** The session's images are of other frames afterwards. */
 FrameDoubt doubtOf(StereoSession& rSession, const FrameFacts& rFacts);
 
 } // namespace kestrova::app

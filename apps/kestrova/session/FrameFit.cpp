@@ -9,18 +9,23 @@
 
 namespace kestrova::app {
 
-static bool isFourByThree(cv::Size size)
+namespace {
+
+bool isFourByThree(cv::Size size)
 {
     return size.height * 4 == size.width * 3;
 }
+
+} // namespace
 
 FrameFit planFrameFit(cv::Size frame, std::optional<cv::Size> wish)
 {
     FrameFit fit;
     fit.m_frame = frame;
     if (wish) {
-        if (!isFourByThree(*wish))
+        if (!isFourByThree(*wish)) {
             throw AppError("--resize: the canvas must be 4 by 3, such as 640x480", ExitStatus::Usage);
+        }
         fit.m_canvas = *wish;
         fit.m_dScale =
             std::min(wish->width / static_cast<double>(frame.width), wish->height / static_cast<double>(frame.height));

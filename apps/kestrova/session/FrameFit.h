@@ -21,15 +21,19 @@ struct FrameFit
     cv::Mat1b region() const; // 255 where the frame lies
 };
 
-/// Without a wish the canvas is the smallest one that holds the frame as it is. Throws AppError for a wish that is not
-/// 4 by 3.
+/**
+ * Without a wish the canvas is the smallest one that holds the frame as it is. Throws AppError for a wish that is not
+ * 4 by 3.
+ */
 FrameFit planFrameFit(cv::Size frame, std::optional<cv::Size> wish);
 
-/// A frame of bytes, in grey or colour.
+/** A frame of bytes, in grey or colour. */
 cv::Mat fitFrame(const cv::Mat& rFrame, const FrameFit& rFit);
 
-/// A map of disparities measured at the frame's own size, brought to the canvas: values scale with the width. Pixels
-/// without a value (0) are taken over as such and never mixed with neighbours.
+/**
+ * A map of disparities measured at the frame's own size, brought to the canvas: values scale with the width. Pixels
+ * without a value (0) are taken over as such and never mixed with neighbours.
+ */
 cv::Mat1f fitDisparity(const cv::Mat1f& rDisparity, const FrameFit& rFit);
 
 } // namespace kestrova::app

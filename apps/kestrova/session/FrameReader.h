@@ -21,13 +21,13 @@ struct ReadWishes
     bool m_bColour = true;
 };
 
-/// Reads frame after frame; all must have the size of the first.
+/** Reads frame after frame; all must have the size of the first. */
 class FrameReader
 {
 public:
     explicit FrameReader(const ReadWishes& rWishes) : m_wishes(rWishes) {}
 
-    /// Throws AppError that names the file, and the line of the list that named it.
+    /** Throws AppError that names the file, and the line of the list that named it. */
     Frames read(const FrameNames& rNames);
 
     const std::optional<FrameFit>& fit() const { return m_fit; } // of rectified frames, from the first one on

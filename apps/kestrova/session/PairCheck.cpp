@@ -11,13 +11,14 @@
 
 namespace kestrova::app {
 
-static constexpr int sk_nPatch = 17;
-static constexpr double sk_dAlike = 0.92; // correlation of patches at their final places
+namespace {
+
+constexpr int sk_nPatch = 17;
+constexpr double sk_dAlike = 0.92; // correlation of patches at their final places
 
 // Place in the other image to a few hundredths of a pixel, by least squares over a patch whose mean is taken off, so
 // that unlike brightness does not pull. Nothing when it wanders off.
-static std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv::Mat1f& rOther,
-                                               const FoundDetail& rDetail)
+std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv::Mat1f& rOther, const FoundDetail& rDetail)
 {
     const cv::Size size(sk_nPatch, sk_nPatch);
     cv::Mat1f wanted;
@@ -39,17 +40,20 @@ static std::optional<cv::Point2d> refineDetail(const cv::Mat1f& rRight, const cv
         const cv::Mat1f off(wanted - dScale * seen);
         const cv::Vec2d step = A.solve(cv::Vec2d(slopeX.dot(off), slopeY.dot(off)), cv::DECOMP_SVD);
         at += cv::Point2d(step[0], step[1]);
-        if (cv::norm(step) < 0.003)
+        if (cv::norm(step) < 0.003) {
             break;
+        }
     }
     return cv::norm(at - cv::Point2d(rDetail.m_left)) < 1.5 && dAlike > sk_dAlike ? std::optional(at) : std::nullopt;
 }
 
-static double patchMean(const cv::Mat1b& rImage, cv::Point at)
+double patchMean(const cv::Mat1b& rImage, cv::Point at)
 {
     const cv::Rect patch(at.x - sk_nPatch / 2, at.y - sk_nPatch / 2, sk_nPatch, sk_nPatch);
     return cv::mean(rImage(patch & cv::Rect({0, 0}, rImage.size())))[0];
 }
+
+} // namespace
 
 Details findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::Mat1b& rMask, std::optional<int> rows)
 {
@@ -58,18 +62,21 @@ Details findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::
     rRight.convertTo(right, CV_32F);
     rOther.convertTo(other, CV_32F);
     Details details;
-    for (const FoundDetail& rFound : findCorners(rRight, rOther, reach, rMask))
-        if (const auto at = refineDetail(right, other, rFound))
+    for (const FoundDetail& rFound : findCorners(rRight, rOther, reach, rMask)) {
+        if (const auto at = refineDetail(right, other, rFound)) {
             details.push_back(
                 {rFound.m_right, *at, patchMean(rRight, rFound.m_right), patchMean(rOther, rFound.m_left)});
+        }
+    }
     return details;
 }
 
 PairCheck judgeDetails(const Details& rDetails)
 {
     PairCheck check;
-    if (rDetails.empty())
+    if (rDetails.empty()) {
         return check;
+    }
     std::vector<double> rows;
     double dRightSum = 0.0;
     double dOtherSum = 0.0;
@@ -80,16 +87,18 @@ PairCheck judgeDetails(const Details& rDetails)
     }
     check.m_dMiddle = medianOf(rows);
     std::vector<double> off;
-    for (double dRow : rows)
+    for (double dRow : rows) {
         off.push_back(std::abs(dRow - check.m_dMiddle));
+    }
     const double dLimit = 0.1 + 4.0 * 1.4826 * medianOf(off);
     check.m_dGain = dRightSum / std::max(dOtherSum, 1.0);
     std::vector<double> kept;
-    for (std::size_t u = 0; u < rows.size(); ++u)
+    for (std::size_t u = 0; u < rows.size(); ++u) {
         if (std::abs(rows[u] - check.m_dMiddle) <= dLimit) {
             kept.push_back(rows[u]);
             check.m_disparities.push_back(rDetails[u].m_other.x - rDetails[u].m_right.x);
         }
+    }
     const auto nBehind = std::count_if(check.m_disparities.begin(), check.m_disparities.end(),
                                        [](double dDisparity) { return dDisparity < -1.0; });
     check.m_dBehind = static_cast<double>(nBehind) / static_cast<double>(kept.size());

@@ -12,7 +12,7 @@
 
 namespace kestrova::app {
 
-/// One thing, seen in both images, to a few hundredths of a pixel.
+/** One thing, seen in both images, to a few hundredths of a pixel. */
 struct Detail
 {
     cv::Point2d m_right;
@@ -22,8 +22,10 @@ struct Detail
 };
 using Details = std::vector<Detail>;
 
-/// For a top camera hand over both images transposed. The mask, which may be empty, is of the right image. Rectified
-/// details lie few rows apart, those of raw images many.
+/**
+ * For a top camera hand over both images transposed. The mask, which may be empty, is of the right image. Rectified
+ * details lie few rows apart, those of raw images many.
+ */
 Details findDetails(const cv::Mat1b& rRight, const cv::Mat1b& rOther, const cv::Mat1b& rMask,
                     std::optional<int> rows = {});
 
@@ -40,15 +42,15 @@ struct PairCheck
 
     bool isEnough() const { return m_rows.m_nCount >= sk_nFewestDetails; }
 
-    /// Told where there are too few details.
+    /** Told where there are too few details. */
     Verdict verdict() const { return isEnough() ? rowVerdict(m_rows.m_dRms) : Verdict::Told; }
     const char* verdictText() const;
 };
 
-/// Of one frame, or of several together.
+/** Of one frame, or of several together. */
 PairCheck judgeDetails(const Details& rDetails);
 
-/// The part of a region that is not too near to its rim to be looked for details.
+/** The part of a region that is not too near to its rim to be looked for details. */
 cv::Mat1b wellInside(const cv::Mat1b& rRegion);
 
 } // namespace kestrova::app

@@ -27,7 +27,7 @@ inline constexpr int sk_nRejects = 8;
 
 const char* rejectName(Reject eReject); // one word; that of None is found
 
-/// The byte that stands for each reason in a disparity image, from Texture to BackForth.
+/** The byte that stands for each reason in a disparity image, from Texture to BackForth. */
 struct RejectCodes
 {
     std::array<std::uint8_t, 5> m_aucCodes{255, 254, 253, 252, 251};
@@ -45,7 +45,7 @@ struct DisparityMap
 
 DisparityMap readDisparity16(const cv::Mat1w& rImage, int nOffset, const RejectCodes& rCodes);
 
-/// How bytes stand for disparities: first + step * (byte - base).
+/** How bytes stand for disparities: first + step * (byte - base). */
 struct ByteScale
 {
     double m_dFirst = 0.0;
@@ -54,13 +54,17 @@ struct ByteScale
 };
 DisparityMap readDisparity8(const cv::Mat1b& rImage, const ByteScale& rScale, const RejectCodes& rCodes);
 
-/// 255 where a rectified pixel comes from inside the raw frame. The function gives the raw position (x, y) of a
-/// rectified pixel (x, y).
+/**
+ * 255 where a rectified pixel comes from inside the raw frame. The function gives the raw position (x, y) of a
+ * rectified pixel (x, y).
+ */
 using RawPosition = std::function<cv::Point2f(cv::Point)>;
 cv::Mat1b regionInsideRaw(cv::Size canvas, cv::Size raw, const RawPosition& rRawPosition);
 
-/// Rejects as Outside what has a window of the given reach, around the pixel or around its match in another camera's
-/// image, that leaves the region of that camera.
+/**
+ * Rejects as Outside what has a window of the given reach, around the pixel or around its match in another camera's
+ * image, that leaves the region of that camera.
+ */
 void rejectOutside(DisparityMap& rMap, const PerCamera<cv::Mat1b>& rRegions, int nReach);
 
 } // namespace kestrova::app

@@ -6,17 +6,17 @@
 
 namespace kestrova::app {
 
-/// Frames are handed over one after the other; their counts add up.
+/** Frames are handed over one after the other; their counts add up. */
 class RangeSearch
 {
 public:
-    /// Settings of the session hold, except for range, threads and the way back, which are as before afterwards.
+    /** Settings of the session hold, except for range, threads and the way back, which are as before afterwards. */
     explicit RangeSearch(StereoSession& rSession) : m_rSession(rSession) {}
 
-    /// Frames as StereoSession::preprocess takes them; the regions say where rectified images show something.
+    /** Frames as StereoSession::preprocess takes them; the regions say where rectified images show something. */
     void add(const PerCamera<cv::Mat1b>& rFrames, const PerCamera<cv::Mat1b>& rRegions);
 
-    /// Disparities of what stands out of chance, at least a hundredth of the pixels; empty when nothing does.
+    /** Disparities of what stands out of chance, at least a hundredth of the pixels; empty when nothing does. */
     std::vector<double> subject() const;
 
 private:

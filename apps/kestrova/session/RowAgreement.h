@@ -24,7 +24,7 @@ struct SearchReach
     int m_nRows = 4; // up and down
 };
 
-/// A detail of the right image, found again in the left one.
+/** A detail of the right image, found again in the left one. */
 struct FoundDetail
 {
     cv::Point m_right;
@@ -34,7 +34,7 @@ struct FoundDetail
 std::vector<FoundDetail> findCorners(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
                                      const cv::Mat1b& rMask);
 
-/// The mask says which pixels of the right image may be used (not 0); an empty one allows all.
+/** The mask says which pixels of the right image may be used (not 0); an empty one allows all. */
 RowAgreement measureRows(const cv::Mat1b& rRight, const cv::Mat1b& rLeft, const SearchReach& rReach,
                          const cv::Mat1b& rMask);
 

@@ -24,10 +24,12 @@ const char* verdictName(Verdict eVerdict)
 
 RowErrors rowErrors(std::vector<double> differences)
 {
-    if (differences.empty())
+    if (differences.empty()) {
         return {};
-    for (double& rDifference : differences)
+    }
+    for (double& rDifference : differences) {
         rDifference = std::abs(rDifference);
+    }
     std::sort(differences.begin(), differences.end());
     const double dSquares = std::inner_product(differences.begin(), differences.end(), differences.begin(), 0.0);
     return {static_cast<int>(differences.size()), std::sqrt(dSquares / static_cast<double>(differences.size())),

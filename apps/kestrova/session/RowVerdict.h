@@ -16,7 +16,7 @@ enum class Verdict
 };
 const char* verdictName(Verdict eVerdict);
 
-/// How far apart two images are in the rows that must agree; columns for a top camera.
+/** How far apart two images are in the rows that must agree; columns for a top camera. */
 struct RowErrors
 {
     int m_nCount = 0;
@@ -27,7 +27,7 @@ RowErrors rowErrors(std::vector<double> differences);
 
 inline constexpr double sk_dUsableRows = 0.5; // pixels RMS
 
-/// Below 0.1 pixel excellent, below 0.25 good, above 0.5 do not use.
+/** Below 0.1 pixel excellent, below 0.25 good, above 0.5 do not use. */
 Verdict rowVerdict(double dRms);
 
 } // namespace kestrova::app

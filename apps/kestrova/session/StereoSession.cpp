@@ -5,11 +5,16 @@
 
 namespace kestrova::app {
 
-static void check(KestrovaError error, const char* pszWhat)
+namespace {
+
+void check(KestrovaError error, const char* pszWhat)
 {
-    if (error != KestrovaErrorOk)
+    if (error != KestrovaErrorOk) {
         throw AppError(std::string(pszWhat) + ": " + kestrovaErrorToString(error));
+    }
 }
+
+} // namespace
 
 StereoSession::StereoSession(const std::filesystem::path& rCalibration) : m_file(rCalibration.string())
 {
@@ -18,8 +23,9 @@ StereoSession::StereoSession(const std::filesystem::path& rCalibration) : m_file
     const KestrovaError error = kestrovaGetDefaultContextFromFile(&handle, rCalibration.c_str());
     m_handle.reset(handle);
     m_outline = readOutline(rCalibration).front(); // names the key of a bad text
-    if (error != KestrovaErrorOk)
+    if (error != KestrovaErrorOk) {
         throw AppError(m_file + ": bad calibration: " + kestrovaErrorToString(error), ExitStatus::Content);
+    }
 }
 
 cv::Size StereoSession::canvas() const
@@ -80,27 +86,30 @@ void StereoSession::useCameras(KestrovaCameraConfiguration eConfiguration)
     const auto choose = [&](KestrovaCameraConfiguration eWish) {
         return kestrovaSetCameraConfiguration(handle(), eWish) == KestrovaErrorOk;
     };
-    if (configuration() != eConfiguration && !choose(eConfiguration) && !(bPair && choose(KestrovaCfg2CameraWide)))
+    if (configuration() != eConfiguration && !choose(eConfiguration) && !(bPair && choose(KestrovaCfg2CameraWide))) {
         throw AppError(m_file + ": CAMERACONFIGURATION: has no " +
                            (bPair                                          ? "pair of cameras side by side"
                             : eConfiguration == KestrovaCfg2CameraVertical ? "pair of cameras one above the other"
                                                                            : "L of three cameras"),
                        ExitStatus::Content);
+    }
     kestrovaEnableSSE2IfAvailable(bPair);
 }
 
 void StereoSession::fitThreads()
 {
-    if (configuration() == KestrovaCfg2CameraHorizontal)
+    if (configuration() == KestrovaCfg2CameraHorizontal) {
         return;
+    }
     int nThreads = 1;
     int nMask = 0;
     check(kestrovaGetMaxThreadCount(handle(), &nThreads), "threads");
     check(kestrovaGetStereoMask(handle(), &nMask), "stereo mask");
     const int nRows = canvas().height;
     const int nRoom = nRows - 2 * (nMask / 2) - disparityRange()[1];
-    while (nThreads > 1 && (nThreads - 1) * (nRows / nThreads) > nRoom)
+    while (nThreads > 1 && (nThreads - 1) * (nRows / nThreads) > nRoom) {
         --nThreads;
+    }
     check(kestrovaSetMaxThreadCount(handle(), nThreads), "threads");
 }
 
@@ -110,15 +119,20 @@ const OutlineCamera& StereoSession::outlineCamera(KestrovaCamera eCamera) const
                             : eCamera == KestrovaCamTop ? cv::Vec3i(0, -1, 0)
                                                         : cv::Vec3i(0, 0, 0);
     const OutlineCamera* pCamera = m_outline.camera(place);
-    if (!pCamera)
+    if (!pCamera) {
         throw AppError(m_file + ": POSITION: no " + cameraName(eCamera) + " camera", ExitStatus::Content);
+    }
     return *pCamera;
 }
 
-static int channelOf(const OutlineCamera& rCamera)
+namespace {
+
+int channelOf(const OutlineCamera& rCamera)
 {
     return rCamera.m_channel == "RED" ? 0 : rCamera.m_channel == "GREEN" ? 1 : 2;
 }
+
+} // namespace
 
 void StereoSession::preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eForm)
 {
@@ -130,9 +144,10 @@ void StereoSession::preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eF
         rPlane.setTo(0);
     }
     for (const auto& [eCamera, rFrame] : rFrames) {
-        if (rFrame.size() != size)
+        if (rFrame.size() != size) {
             throw AppError(std::string("the right and the ") + cameraName(eCamera) + " frame have different sizes",
                            ExitStatus::Content);
+        }
         rFrame.copyTo(m_planes[static_cast<std::size_t>(channelOf(outlineCamera(eCamera)))]);
     }
 
@@ -155,8 +170,9 @@ cv::Mat3b StereoSession::rectifyColour(const cv::Mat3b& rFrame)
 {
     int nRectify = 0;
     check(kestrovaGetRectify(handle(), &nRectify), "rectification");
-    if (!nRectify)
+    if (!nRectify) {
         return rFrame.clone();
+    }
     std::array<cv::Mat1b, 3> planes;
     cv::split(rFrame, planes.data());
     KestrovaInput input{};
@@ -165,8 +181,9 @@ cv::Mat3b StereoSession::rectifyColour(const cv::Mat3b& rFrame)
     KestrovaColorImage record{};
     check(kestrovaRectifyColorImage(handle(), KestrovaCamRight, &input, &record), "rectification of colours");
     std::vector<cv::Mat> rectified;
-    for (uint8_t* pPlane : {record.blue, record.green, record.red})
+    for (uint8_t* pPlane : {record.blue, record.green, record.red}) {
         rectified.emplace_back(record.nrows, record.ncols, CV_8U, pPlane, static_cast<std::size_t>(record.rowinc));
+    }
     cv::Mat3b picture;
     cv::merge(rectified, picture);
     return picture;
@@ -227,8 +244,9 @@ cv::Mat1b StereoSession::region(KestrovaCamera eCamera, cv::Size raw) const
 {
     int nRectify = 0;
     check(kestrovaGetRectify(handle(), &nRectify), "rectification");
-    if (!nRectify)
+    if (!nRectify) {
         return cv::Mat1b(canvas(), uchar(255));
+    }
     const OutlineCamera& rCamera = outlineCamera(eCamera);
     const cv::Size size = canvas();
     return regionInsideRaw(size, raw, [&](cv::Point pixel) {
@@ -246,8 +264,9 @@ std::optional<double> StereoSession::rawShape() const
 {
     int nRectify = 0;
     check(kestrovaGetRectify(handle(), &nRectify), "rectification");
-    if (!nRectify)
+    if (!nRectify) {
         return std::nullopt;
+    }
     const OutlineCamera& rCamera = outlineCamera(KestrovaCamRight);
     const cv::Size size = canvas();
     const cv::Point2d middle((size.width - 1) / 2.0, (size.height - 1) / 2.0);

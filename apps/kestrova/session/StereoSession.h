@@ -18,7 +18,7 @@ enum class FrameForm
     Packed
 };
 
-/// What turns disparity into metres: z = focal length * baseline / disparity.
+/** What turns disparity into metres: z = focal length * baseline / disparity. */
 struct Optics
 {
     float m_fFocal = 0.0f; // pixels of the rectified image
@@ -30,7 +30,7 @@ struct Optics
 class StereoSession
 {
 public:
-    /// Loads a calibration file. A bad one gives an error that names the file and, where it can be told, the key.
+    /** Loads a calibration file. A bad one gives an error that names the file and, where it can be told, the key. */
     explicit StereoSession(const std::filesystem::path& rCalibration);
 
     KestrovaContext handle() const { return m_handle.get(); }
@@ -41,20 +41,22 @@ public:
     RejectCodes rejectCodes() const;
     int windowReach() const; // pixels that a match looks at to each side
 
-    /// Chooses the cameras that are matched, which may be two of three. For the sets of the general correlator, all but
-    /// the horizontal pair, this holds the whole process to the four-lane forms: the eight-lane form of that correlator
-    /// labels half of the improving pixels 0 by design.
+    /**
+     * Chooses the cameras that are matched, which may be two of three. For the sets of the general correlator, all but
+     * the horizontal pair, this holds the whole process to the four-lane forms: the eight-lane form of that correlator
+     * labels half of the improving pixels 0 by design.
+     */
     void useCameras(KestrovaCameraConfiguration eConfiguration);
     KestrovaCameraConfiguration configuration() const; // a wide pair counts as horizontal
 
-    /// Lowers the number of threads until the disparity range has room in every band of the general correlator.
+    /** Lowers the number of threads until the disparity range has room in every band of the general correlator. */
     void fitThreads();
 
-    /// Frames of the cameras in use, all of one size.
+    /** Frames of the cameras in use, all of one size. */
     void preprocess(const PerCamera<cv::Mat1b>& rFrames, FrameForm eForm);
     cv::Mat1b image(KestrovaImageType eType, KestrovaCamera eCamera) const;
 
-    /// A colour frame of the right camera, as blue, green, red, brought to its rectified image.
+    /** A colour frame of the right camera, as blue, green, red, brought to its rectified image. */
     cv::Mat3b rectifyColour(const cv::Mat3b& rFrame);
 
     cv::Mat1w matchTo16();
@@ -62,18 +64,22 @@ public:
     DisparityMap read16(const cv::Mat1w& rImage) const;
     DisparityMap read8(const cv::Mat1b& rImage) const;
 
-    /// Where rectified pixels of a camera come from inside the raw frame, and both maps agree. All of it while
-    /// rectification is off.
+    /**
+     * Where rectified pixels of a camera come from inside the raw frame, and both maps agree. All of it while
+     * rectification is off.
+     */
     cv::Mat1b region(KestrovaCamera eCamera, cv::Size raw) const;
 
-    /// Where a pixel of a raw frame of that size lands, by the map of the text.
+    /** Where a pixel of a raw frame of that size lands, by the map of the text. */
     cv::Point2d rectified(KestrovaCamera eCamera, const cv::Point2d& rRaw, cv::Size raw) const;
 
-    /// Width over height of the raw frames that the calibration was made with, if their pixels are square. None while
-    /// rectification is off.
+    /**
+     * Width over height of the raw frames that the calibration was made with, if their pixels are square. None while
+     * rectification is off.
+     */
     std::optional<double> rawShape() const;
 
-    /// Point of a 16-bit disparity in metres, from the right camera.
+    /** Point of a 16-bit disparity in metres, from the right camera. */
     cv::Point3f point(cv::Point pixel, std::uint16_t uDisparity) const;
 
 private:

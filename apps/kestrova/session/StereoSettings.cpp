@@ -13,44 +13,48 @@ namespace kestrova::app {
 
 // ---- setters and getters of different types, brought to one form ----
 
+namespace {
+
 template<auto Set>
-static KestrovaError setWhole(KestrovaContext context, double dValue)
+KestrovaError setWhole(KestrovaContext context, double dValue)
 {
     return Set(context, static_cast<int>(dValue)); // a whole number in the range of int: see parseValue
 }
 
 template<auto Set>
-static KestrovaError setReal(KestrovaContext context, double dValue)
+KestrovaError setReal(KestrovaContext context, double dValue)
 {
     return Set(context, static_cast<float>(dValue));
 }
 
 template<typename Word, auto Set>
-static KestrovaError setWord(KestrovaContext context, double dValue)
+KestrovaError setWord(KestrovaContext context, double dValue)
 {
     return Set(context, static_cast<Word>(static_cast<int>(dValue)));
 }
 
-static KestrovaError checkByte(double dValue)
+KestrovaError checkByte(double dValue)
 {
     return dValue < 0 || dValue > 255 ? KestrovaErrorInvalidSetting
                                       : KestrovaErrorOk; // the library keeps the low 8 bits
 }
 
 template<auto Set>
-static KestrovaError setByte(KestrovaContext context, double dValue)
+KestrovaError setByte(KestrovaContext context, double dValue)
 {
     const KestrovaError error = checkByte(dValue);
     return error == KestrovaErrorOk ? setWhole<Set>(context, dValue) : error;
 }
 
 template<typename Value, auto Get>
-static double get(KestrovaContext context)
+double get(KestrovaContext context)
 {
     Value value{};
     Get(context, &value);
     return static_cast<double>(value);
 }
+
+} // namespace
 
 const std::vector<Setting>& allSettings()
 {
@@ -149,40 +153,47 @@ const std::vector<Preset>& allPresets()
 
 // ---- applying ----
 
-static double parseValue(const Setting& rSetting, const std::string& rText)
+namespace {
+
+double parseValue(const Setting& rSetting, const std::string& rText)
 {
     const std::vector<std::string>& rWords = wordsOf(rSetting.m_eKind);
-    if (const auto word = std::find(rWords.begin(), rWords.end(), rText); word != rWords.end())
+    if (const auto word = std::find(rWords.begin(), rWords.end(), rText); word != rWords.end()) {
         return static_cast<double>(word - rWords.begin());
+    }
     char* pEnd = nullptr;
     const double dValue = std::strtod(rText.c_str(), &pEnd);
     const bool bNumber = !rText.empty() && *pEnd == '\0' && rWords.empty();
     const bool bWhole = dValue == std::floor(dValue) && std::abs(dValue) <= std::numeric_limits<int>::max();
-    if (!bNumber || (rSetting.m_eKind == SettingKind::Whole && !bWhole))
+    if (!bNumber || (rSetting.m_eKind == SettingKind::Whole && !bWhole)) {
         return std::nan("");
+    }
     return dValue;
 }
 
-static void applySetting(KestrovaContext context, const Setting& rSetting, const std::string& rText)
+void applySetting(KestrovaContext context, const Setting& rSetting, const std::string& rText)
 {
     const double dValue = parseValue(rSetting, rText);
-    if (!std::isnan(dValue) && rSetting.m_pfnSet(context, dValue) == KestrovaErrorOk)
+    if (!std::isnan(dValue) && rSetting.m_pfnSet(context, dValue) == KestrovaErrorOk) {
         return;
+    }
     std::string words;
-    for (const std::string& rWord : wordsOf(rSetting.m_eKind))
+    for (const std::string& rWord : wordsOf(rSetting.m_eKind)) {
         words += (words.empty() ? "" : ", ") + rWord;
+    }
     throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " +
                        (words.empty() ? helpOf(rSetting) : "give one of " + words),
                    ExitStatus::Usage);
 }
 
-static void require(KestrovaError error, const std::string& rMessage)
+void require(KestrovaError error, const std::string& rMessage)
 {
-    if (error != KestrovaErrorOk)
+    if (error != KestrovaErrorOk) {
         throw AppError(rMessage, ExitStatus::Usage);
+    }
 }
 
-static void applyRegions(KestrovaContext context, const SettingWishes& rWishes)
+void applyRegions(KestrovaContext context, const SettingWishes& rWishes)
 {
     KestrovaROI* pRegions = nullptr;
     int nMost = 0;
@@ -192,24 +203,27 @@ static void applyRegions(KestrovaContext context, const SettingWishes& rWishes)
     cv::Size image;
     require(kestrovaGetResolution(context, &image.height, &image.width), "--region: refused");
     for (const auto& [nRow, nCol, nRows, nCols] : rWishes.m_regions) {
-        if (nRow < 0 || nCol < 0 || nRows < 1 || nCols < 1 || nRow >= image.height || nCol >= image.width)
+        if (nRow < 0 || nCol < 0 || nRows < 1 || nCols < 1 || nRow >= image.height || nCol >= image.width) {
             throw AppError("--region: needs a first row and column within the rectified image and at least one of each",
                            ExitStatus::Usage);
+        }
         *pRegions++ = {nRow, nCol, nRows, nCols};
     }
 }
 
 // What the preset says, and over it what was asked for by name.
-static std::map<std::string, std::string> valuesOf(const SettingWishes& rWishes)
+std::map<std::string, std::string> valuesOf(const SettingWishes& rWishes)
 {
     std::map<std::string, std::string> values = rWishes.m_values;
-    for (const Preset& rPreset : allPresets())
-        if (rWishes.m_preset == rPreset.m_pszName)
+    for (const Preset& rPreset : allPresets()) {
+        if (rWishes.m_preset == rPreset.m_pszName) {
             values.insert(rPreset.m_values.begin(), rPreset.m_values.end());
+        }
+    }
     return values;
 }
 
-static void applyDepth(KestrovaContext context, const DepthRange& rDepth)
+void applyDepth(KestrovaContext context, const DepthRange& rDepth)
 {
     float fFocal = 0.0f;
     float fBaseline = 0.0f;
@@ -223,18 +237,23 @@ static void applyDepth(KestrovaContext context, const DepthRange& rDepth)
                 " pixels of disparity and the window do not fit into the image; choose a farther --near");
 }
 
-static void applyRange(KestrovaContext context, const SettingWishes& rWishes)
+void applyRange(KestrovaContext context, const SettingWishes& rWishes)
 {
     const bool bDepth = rWishes.m_depth.m_dNear || rWishes.m_depth.m_dFar;
-    if (bDepth && !rWishes.m_anDisparity.empty())
+    if (bDepth && !rWishes.m_anDisparity.empty()) {
         throw AppError("--near and --far say in metres what --disparity says in pixels; give one or the other",
                        ExitStatus::Usage);
-    if (bDepth)
+    }
+    if (bDepth) {
         applyDepth(context, rWishes.m_depth);
-    if (!rWishes.m_anDisparity.empty())
+    }
+    if (!rWishes.m_anDisparity.empty()) {
         require(kestrovaSetDisparity(context, rWishes.m_anDisparity.at(0), rWishes.m_anDisparity.at(1)),
                 std::string("--disparity: needs ") + sk_pszDisparityRule + ", and MAX + window within the image");
+    }
 }
+
+} // namespace
 
 void applySettings(KestrovaContext context, const SettingWishes& rWishes)
 {
@@ -246,18 +265,22 @@ void applySettings(KestrovaContext context, const SettingWishes& rWishes)
                 rule);
     }
     const std::map<std::string, std::string> values = valuesOf(rWishes);
-    for (const Setting& rSetting : allSettings())
-        if (const auto found = values.find(rSetting.m_pszName); found != values.end())
+    for (const Setting& rSetting : allSettings()) {
+        if (const auto found = values.find(rSetting.m_pszName); found != values.end()) {
             applySetting(context, rSetting, found->second);
+        }
+    }
     applyRange(context, rWishes);
     if (!rWishes.m_anMapping.empty()) {
         const int nMin = rWishes.m_anMapping.at(0);
         const int nMax = rWishes.m_anMapping.at(1);
-        if (nMin < 0 || nMax > 255 || kestrovaSetDisparityMapping(context, nMin, nMax) != KestrovaErrorOk)
+        if (nMin < 0 || nMax > 255 || kestrovaSetDisparityMapping(context, nMin, nMax) != KestrovaErrorOk) {
             throw AppError(std::string("--mapping-range: needs ") + sk_pszMappingRule, ExitStatus::Usage);
+        }
     }
-    if (rWishes.m_threads)
+    if (rWishes.m_threads) {
         require(kestrovaSetMaxThreadCount(context, *rWishes.m_threads), "--threads: 1 to 255");
+    }
     applyRegions(context, rWishes);
 }
 

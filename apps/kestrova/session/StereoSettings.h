@@ -38,17 +38,17 @@ struct Setting
 
 const std::vector<Setting>& allSettings();
 
-/// What it does, then range and default.
+/** What it does, then range and default. */
 std::string helpOf(const Setting& rSetting);
 
-/// The rules of the two ranges, for the help and for refusals.
+/** The rules of the two ranges, for the help and for refusals. */
 inline constexpr const char* sk_pszDisparityRule = "0 <= MIN < MAX <= 1024, at most 240 apart";
 inline constexpr const char* sk_pszMappingRule = "0 <= MIN < MAX <= 255";
 
-/// The values of a setting that takes words, the first standing for 0; none for numbers.
+/** The values of a setting that takes words, the first standing for 0; none for numbers. */
 const std::vector<std::string>& wordsOf(SettingKind eKind);
 
-/// Values for several settings at once, under a name.
+/** Values for several settings at once, under a name. */
 struct Preset
 {
     const char* m_pszName;
@@ -57,7 +57,7 @@ struct Preset
 };
 const std::vector<Preset>& allPresets();
 
-/// What was asked for on the command line; all else stays as the calibration has it.
+/** What was asked for on the command line; all else stays as the calibration has it. */
 struct SettingWishes
 {
     std::map<std::string, std::string> m_values; // by name of the setting
@@ -70,10 +70,10 @@ struct SettingWishes
     std::optional<std::string> m_preset = {}; // m_values win over it
 };
 
-/// Throws AppError that names the option and its range when the library refuses a value.
+/** Throws AppError that names the option and its range when the library refuses a value. */
 void applySettings(KestrovaContext context, const SettingWishes& rWishes);
 
-/// One line per setting.
+/** One line per setting. */
 std::string describeSettings(KestrovaContext context);
 
 } // namespace kestrova::app
