@@ -92,7 +92,7 @@ class Bench:
     def configure(self):
         subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
                         "-DCMAKE_CXX_FLAGS=-O1 -DNDEBUG -w", "-DKESTROVA_HARDEN=OFF", "-DKESTROVA_BUILD_APPS=OFF",
-                        "-DKESTROVA_BUILD_BENCH=OFF"],
+                        "-DKESTROVA_BUILD_BENCH=OFF", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST"],
                        check=True, stdout=subprocess.DEVNULL)
 
     def make(self, targets, check=False):
