@@ -1,5 +1,5 @@
-# What turns an overrun that no test found into an end of the program instead of something worse. docs/reliability.md
-# tells the cost. Sanitizers bring checks of their own.
+# What turns an overrun that no test found into an end of the program instead of something worse.
+# Sanitizers bring checks of their own.
 option(KESTROVA_HARDEN "Build with checked calls of the C library, stack protectors and read-only relocations" ON)
 
 add_library(kestrova_hardened INTERFACE)

@@ -98,8 +98,9 @@ TEST(LYRTransform3d, ProductsAndInverses)
     inverse.invert();
     inverse.preMultiply(other);
     expectMatrix(inverse, turn(0, 0), "inverse");
+    other.setTransY(0.75); // its matrix is of before
     other.transpose();
-    EXPECT_EQ(other.elementAt(3, 1), 0.5) << "all 16 elements";
+    EXPECT_EQ(other.elementAt(3, 1), 0.75) << "all 16 elements";
 }
 
 TEST(LYRTransform3d, ParametersAndMatrixGoTheirOwnWays)

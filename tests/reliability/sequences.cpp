@@ -105,6 +105,7 @@ bool isolated(std::uint64_t uSeed, const Arguments& rArguments)
     ::waitpid(nChild, &nStatus, 0);
     if (WIFSIGNALED(nStatus)) {
         std::fprintf(s_pOut, "%llu died of signal %d\n", static_cast<unsigned long long>(uSeed), WTERMSIG(nStatus));
+        std::fflush(s_pOut); // or each child that follows writes it again
     }
     return nStatus == 0;
 }
