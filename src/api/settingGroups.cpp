@@ -26,16 +26,8 @@ KestrovaError kestrovaGetDisparityOffset(KestrovaContext context, int* offset)
 
 KestrovaError kestrovaSetDisparityMapping(KestrovaContext context, int min, int max)
 {
-    return onActiveContext(context, [&](StereoContext& rContext) {
-        const auto ucMin = static_cast<std::uint8_t>(min); // low bytes count: 256 and 300 are 0 and 44
-        const auto ucMax = static_cast<std::uint8_t>(max);
-        if (ucMax <= ucMin) {
-            return KestrovaErrorInvalidSetting;
-        }
-        rContext.m_nDisparityMappingMin = ucMin;
-        rContext.m_nDisparityMappingMax = ucMax;
-        return KestrovaErrorOk;
-    });
+    return onActiveContext(
+        context, [&](StereoContext& rContext) { return settingResult(rContext.setDisparityMapping(min, max)); });
 }
 
 KestrovaError kestrovaGetDisparityMapping(KestrovaContext context, uint8_t* min, uint8_t* max)
@@ -127,5 +119,5 @@ KestrovaError kestrovaGetROIs(KestrovaContext context, KestrovaROI** out, int* m
 
 KestrovaError kestrovaSetNumberOfROIs(KestrovaContext context, int count)
 {
-    return storeSetting(context, &StereoContext::m_nROICount, count, count >= 0 && count <= StereoContext::sk_nMaxROIs);
+    return storeField(context, &StereoContext::m_nROICount, count, count >= 0 && count <= StereoContext::sk_nMaxROIs);
 }

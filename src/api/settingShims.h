@@ -2,8 +2,10 @@
 #pragma once
 
 #include "api/MultiContext.h"
+#include "context/settings.h"
 
 #include <type_traits>
+#include <utility>
 
 namespace kestrova {
 
@@ -22,8 +24,7 @@ inline KestrovaError settingResult(bool bAccepted)
 }
 
 template<class T, class Holder>
-KestrovaError storeSetting(KestrovaContext context, T Holder::*pField, std::type_identity_t<T> value,
-                           bool bInRange = true)
+KestrovaError storeField(KestrovaContext context, T Holder::*pField, std::type_identity_t<T> value, bool bInRange)
 {
     return onActiveContext(context, [&](StereoContext& rContext) {
         if (bInRange) {
@@ -31,6 +32,21 @@ KestrovaError storeSetting(KestrovaContext context, T Holder::*pField, std::type
         }
         return settingResult(bInRange);
     });
+}
+
+/** For a field of the table: any number but 0 is on, bytes are the low 8 bits, other numbers must be in their range. */
+template<auto pField, class Given>
+KestrovaError storeSetting(KestrovaContext context, Given given)
+{
+    constexpr const Setting& rSetting = settingOf(pField);
+    using Field = std::remove_cvref_t<decltype(std::declval<StereoContext&>().*pField)>;
+    if constexpr (std::is_same_v<Field, bool>) {
+        return storeField(context, pField, given != 0, true);
+    } else if constexpr (sizeof(Field) == 1) {
+        return storeField(context, pField, static_cast<Field>(given), true);
+    } else {
+        return storeField(context, pField, given, rSetting.m_range.holds(given));
+    }
 }
 
 template<class T, class Holder, class Out>

@@ -1,31 +1,15 @@
-// Settings of one field each: switches, what rejected pixels show, and numbers with a range. No function here touches
-// an image or the threads; the next frame or run reads the fields.
+// Settings of one field each: switches, what rejected pixels show, and numbers, whose range is in their row of the
+// table. No function here touches an image or the threads; the next frame or run reads the fields.
 #include "api/settingShims.h"
 #include "kestrova.h"
 
 using namespace kestrova;
 
-namespace {
-
-/** True numeric comparisons, so that a not-a-number is refused. */
-template<class T>
-bool within(T value, T low, T high)
-{
-    return value >= low && value <= high;
-}
-
-bool isOdd(int n)
-{
-    return n % 2 != 0;
-}
-
-} // namespace
-
 // ---- switches ----
 
 KestrovaError kestrovaSetEdgeCorrelation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bEdgeCorrelation, on != 0);
+    return storeSetting<&StereoContext::m_bEdgeCorrelation>(context, on);
 }
 
 KestrovaError kestrovaGetEdgeCorrelation(KestrovaContext context, int* on)
@@ -35,7 +19,7 @@ KestrovaError kestrovaGetEdgeCorrelation(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetDoStereo(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bDoStereo, on != 0);
+    return storeSetting<&StereoContext::m_bDoStereo>(context, on);
 }
 
 KestrovaError kestrovaGetDoStereo(KestrovaContext context, int* on)
@@ -45,7 +29,7 @@ KestrovaError kestrovaGetDoStereo(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetSubpixelInterpolation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bSubpixelInterpolation, on != 0);
+    return storeSetting<&StereoContext::m_bSubpixelInterpolation>(context, on);
 }
 
 KestrovaError kestrovaGetSubpixelInterpolation(KestrovaContext context, int* on)
@@ -55,7 +39,7 @@ KestrovaError kestrovaGetSubpixelInterpolation(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetDisparityMappingOn(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bDisparityMappingOn, on != 0);
+    return storeSetting<&StereoContext::m_bDisparityMappingOn>(context, on);
 }
 
 KestrovaError kestrovaGetDisparityMappingOn(KestrovaContext context, int* on)
@@ -65,7 +49,7 @@ KestrovaError kestrovaGetDisparityMappingOn(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetLowpass(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bLowpass, on != 0);
+    return storeSetting<&StereoContext::m_bLowpass>(context, on);
 }
 
 KestrovaError kestrovaGetLowpass(KestrovaContext context, int* on)
@@ -75,7 +59,7 @@ KestrovaError kestrovaGetLowpass(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetRectify(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bRectify, on != 0);
+    return storeSetting<&StereoContext::m_bRectify>(context, on);
 }
 
 KestrovaError kestrovaGetRectify(KestrovaContext context, int* on)
@@ -85,7 +69,7 @@ KestrovaError kestrovaGetRectify(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetTextureValidation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bTextureValidation, on != 0);
+    return storeSetting<&StereoContext::m_bTextureValidation>(context, on);
 }
 
 KestrovaError kestrovaGetTextureValidation(KestrovaContext context, int* on)
@@ -95,7 +79,7 @@ KestrovaError kestrovaGetTextureValidation(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetUniquenessValidation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bUniquenessValidation, on != 0);
+    return storeSetting<&StereoContext::m_bUniquenessValidation>(context, on);
 }
 
 KestrovaError kestrovaGetUniquenessValidation(KestrovaContext context, int* on)
@@ -105,7 +89,7 @@ KestrovaError kestrovaGetUniquenessValidation(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetBackForthValidation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bBackForthValidation, on != 0);
+    return storeSetting<&StereoContext::m_bBackForthValidation>(context, on);
 }
 
 KestrovaError kestrovaGetBackForthValidation(KestrovaContext context, int* on)
@@ -115,7 +99,7 @@ KestrovaError kestrovaGetBackForthValidation(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetSurfaceValidation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bSurfaceValidation, on != 0);
+    return storeSetting<&StereoContext::m_bSurfaceValidation>(context, on);
 }
 
 KestrovaError kestrovaGetSurfaceValidation(KestrovaContext context, int* on)
@@ -125,7 +109,7 @@ KestrovaError kestrovaGetSurfaceValidation(KestrovaContext context, int* on)
 
 KestrovaError kestrovaSetStrictSubpixelValidation(KestrovaContext context, int on)
 {
-    return storeSetting(context, &StereoContext::m_bStrictSubpixelValidation, on != 0);
+    return storeSetting<&StereoContext::m_bStrictSubpixelValidation>(context, on);
 }
 
 KestrovaError kestrovaGetStrictSubpixelValidation(KestrovaContext context, int* on)
@@ -137,7 +121,7 @@ KestrovaError kestrovaGetStrictSubpixelValidation(KestrovaContext context, int* 
 
 KestrovaError kestrovaSetTextureValidationMapping(KestrovaContext context, int value)
 {
-    return storeSetting(context, &StereoContext::m_ucTextureValidationMapping, static_cast<std::uint8_t>(value));
+    return storeSetting<&StereoContext::m_ucTextureValidationMapping>(context, value);
 }
 
 KestrovaError kestrovaGetTextureValidationMapping(KestrovaContext context, uint8_t* value)
@@ -147,7 +131,7 @@ KestrovaError kestrovaGetTextureValidationMapping(KestrovaContext context, uint8
 
 KestrovaError kestrovaSetUniquenessValidationMapping(KestrovaContext context, int value)
 {
-    return storeSetting(context, &StereoContext::m_ucUniquenessValidationMapping, static_cast<std::uint8_t>(value));
+    return storeSetting<&StereoContext::m_ucUniquenessValidationMapping>(context, value);
 }
 
 KestrovaError kestrovaGetUniquenessValidationMapping(KestrovaContext context, uint8_t* value)
@@ -157,7 +141,7 @@ KestrovaError kestrovaGetUniquenessValidationMapping(KestrovaContext context, ui
 
 KestrovaError kestrovaSetBackForthValidationMapping(KestrovaContext context, int value)
 {
-    return storeSetting(context, &StereoContext::m_ucBackForthValidationMapping, static_cast<std::uint8_t>(value));
+    return storeSetting<&StereoContext::m_ucBackForthValidationMapping>(context, value);
 }
 
 KestrovaError kestrovaGetBackForthValidationMapping(KestrovaContext context, uint8_t* value)
@@ -167,7 +151,7 @@ KestrovaError kestrovaGetBackForthValidationMapping(KestrovaContext context, uin
 
 KestrovaError kestrovaSetSurfaceValidationMapping(KestrovaContext context, int value)
 {
-    return storeSetting(context, &StereoContext::m_ucSurfaceValidationMapping, static_cast<std::uint8_t>(value));
+    return storeSetting<&StereoContext::m_ucSurfaceValidationMapping>(context, value);
 }
 
 KestrovaError kestrovaGetSurfaceValidationMapping(KestrovaContext context, uint8_t* value)
@@ -177,7 +161,7 @@ KestrovaError kestrovaGetSurfaceValidationMapping(KestrovaContext context, uint8
 
 KestrovaError kestrovaSetSubpixelValidationMapping(KestrovaContext context, int value)
 {
-    return storeSetting(context, &StereoContext::m_ucSubpixelValidationMapping, static_cast<std::uint8_t>(value));
+    return storeSetting<&StereoContext::m_ucSubpixelValidationMapping>(context, value);
 }
 
 KestrovaError kestrovaGetSubpixelValidationMapping(KestrovaContext context, uint8_t* value)
@@ -189,7 +173,7 @@ KestrovaError kestrovaGetSubpixelValidationMapping(KestrovaContext context, uint
 
 KestrovaError kestrovaSetTextureValidationThreshold(KestrovaContext context, float value)
 {
-    return storeSetting(context, &StereoContext::m_dTextureValidationThreshold, value, within(value, 0.0F, 128.0F));
+    return storeSetting<&StereoContext::m_dTextureValidationThreshold>(context, value);
 }
 
 KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext context, float* value)
@@ -199,7 +183,7 @@ KestrovaError kestrovaGetTextureValidationThreshold(KestrovaContext context, flo
 
 KestrovaError kestrovaSetUniquenessValidationThreshold(KestrovaContext context, float value)
 {
-    return storeSetting(context, &StereoContext::m_dUniquenessValidationThreshold, value, within(value, 0.0F, 10.0F));
+    return storeSetting<&StereoContext::m_dUniquenessValidationThreshold>(context, value);
 }
 
 KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context, float* value)
@@ -209,7 +193,7 @@ KestrovaError kestrovaGetUniquenessValidationThreshold(KestrovaContext context, 
 
 KestrovaError kestrovaSetSurfaceValidationDifference(KestrovaContext context, float value)
 {
-    return storeSetting(context, &StereoContext::m_dSurfaceValidationDifference, value, value >= 0.0F);
+    return storeSetting<&StereoContext::m_dSurfaceValidationDifference>(context, value);
 }
 
 KestrovaError kestrovaGetSurfaceValidationDifference(KestrovaContext context, float* value)
@@ -219,7 +203,7 @@ KestrovaError kestrovaGetSurfaceValidationDifference(KestrovaContext context, fl
 
 KestrovaError kestrovaSetSurfaceValidationSize(KestrovaContext context, int size)
 {
-    return storeSetting(context, &StereoContext::m_nSurfaceValidationSize, size, size >= 0);
+    return storeSetting<&StereoContext::m_nSurfaceValidationSize>(context, size);
 }
 
 KestrovaError kestrovaGetSurfaceValidationSize(KestrovaContext context, int* size)
@@ -229,7 +213,7 @@ KestrovaError kestrovaGetSurfaceValidationSize(KestrovaContext context, int* siz
 
 KestrovaError kestrovaSetEdgeMask(KestrovaContext context, int size)
 {
-    return storeSetting(context, &StereoContext::m_nEdgeMaskSize, size, isOdd(size) && within(size, 3, 11));
+    return storeSetting<&StereoContext::m_nEdgeMaskSize>(context, size);
 }
 
 KestrovaError kestrovaGetEdgeMask(KestrovaContext context, int* size)
@@ -239,7 +223,7 @@ KestrovaError kestrovaGetEdgeMask(KestrovaContext context, int* size)
 
 KestrovaError kestrovaSetStereoMask(KestrovaContext context, int size)
 {
-    return storeSetting(context, &StereoContext::m_nStereoMaskSize, size, isOdd(size) && within(size, 1, 23));
+    return storeSetting<&StereoContext::m_nStereoMaskSize>(context, size);
 }
 
 KestrovaError kestrovaGetStereoMask(KestrovaContext context, int* size)
@@ -249,5 +233,6 @@ KestrovaError kestrovaGetStereoMask(KestrovaContext context, int* size)
 
 KestrovaError kestrovaSetAnyStereoMask(KestrovaContext context, int size)
 {
-    return storeSetting(context, &StereoContext::m_nStereoMaskSize, size, size >= 1);
+    constexpr auto pField = &StereoContext::m_nStereoMaskSize;
+    return storeField(context, pField, size, size >= settingOf(pField).m_range.m_dLow);
 }

@@ -44,18 +44,18 @@ public:
 
     bool run()
     {
-        if (!m_reader.readIdentity(m_rContext, m_values)) {
+        if (!m_reader.readIdentity(m_rContext, m_eConfiguration)) {
             return false;
         }
         parseCameras();
-        m_reader.readSettings(m_rContext, m_values);
+        m_reader.readSettings(m_rContext);
         if (!classifyProduct() || !applyConfiguration() || !buildCameras()) {
             return false;
         }
         assignChannels();
         static_cast<void>(m_rContext.setResolution(m_rContext.m_nRows, m_rContext.m_nCols));
         // Last, since its limits come from resolution, mask and configuration, whatever the order in the text.
-        return m_rContext.setDisparityRange(m_values.m_nMinDisparity, m_values.m_nMaxDisparity) ||
+        return m_rContext.setDisparityRange(m_rContext.m_nMinDisparity, m_rContext.m_nMaxDisparity) ||
                m_reader.say("Bad disparity range");
     }
 
@@ -71,7 +71,7 @@ private:
     CalibrationLines m_lines;
     SectionReader m_reader;
     StereoContext& m_rContext;
-    SectionValues m_values;
+    KestrovaCameraConfiguration m_eConfiguration = KestrovaCfg3CameraL;
     std::vector<CameraData> m_cameras;               // found blocks of ids 0, 1 and 2, without gaps
     std::unique_ptr<CameraData> m_pColorCamera;      // null without a block of id 100
     std::array<const CameraData*, 3> m_apSelected{}; // borrowed from m_cameras, by camera index
@@ -123,8 +123,8 @@ bool ContextLoader::classifyProduct()
 
 bool ContextLoader::applyConfiguration()
 {
-    m_rContext.m_eCameraConfiguration = m_values.m_eCameraConfiguration;
-    m_rContext.m_nConfiguredCameraCount = m_values.m_eCameraConfiguration == KestrovaCfg3CameraL ? 3 : 2;
+    m_rContext.m_eCameraConfiguration = m_eConfiguration;
+    m_rContext.m_nConfiguredCameraCount = m_eConfiguration == KestrovaCfg3CameraL ? 3 : 2;
     if (m_rContext.m_nConfiguredCameraCount > m_rContext.m_nCameraCount) {
         return sayFormatted("Configuration cameras (%d) exceeds physical cameras (%d)",
                             m_rContext.m_nConfiguredCameraCount, m_rContext.m_nCameraCount);

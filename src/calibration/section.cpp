@@ -1,6 +1,6 @@
 #include "calibration/section.h"
 
-#include "context/StereoContext.h"
+#include "context/settings.h"
 #include "context/words.h"
 
 #include <algorithm>
@@ -38,17 +38,29 @@ KestrovaRectImgQuality qualityFromText(const char* pszText)
     return static_cast<KestrovaRectImgQuality>(nQuality);
 }
 
-/** Pixels are counted in 32 bits, the rounding of rows to 32 bytes included. */
+/** 4 by 3, and pixels can be counted in 32 bits, the rounding of rows to 32 bytes included. */
 bool canBeImage(std::int32_t nRows, std::int32_t nCols)
 {
     constexpr std::int64_t sk_nSlack = 64;
-    return nRows * (nCols + sk_nSlack) <= INT32_MAX;
+    return StereoContext::isFourByThree(nRows, nCols) && nRows * (nCols + sk_nSlack) <= INT32_MAX;
 }
 
-int lowByte(std::int32_t n)
-{
-    return n & 0xFF;
-}
+/** The rows with a keyword, as they are read. */
+constexpr auto sk_apAsRead = [] {
+    constexpr auto hasKeyword = [](const Setting& r) { return r.m_keyword.m_nRead != 0; };
+    std::array<const Setting*, std::ranges::count_if(sk_aSettings, hasKeyword)> apRows{};
+    std::size_t uRow = 0;
+    for (const Setting& rSetting : sk_aSettings) {
+        if (hasKeyword(rSetting)) {
+            apRows[uRow++] = &rSetting;
+        }
+    }
+    std::ranges::sort(apRows, {}, [](const Setting* p) { return p->m_keyword.m_nRead; });
+    return apRows;
+}();
+static_assert(std::ranges::adjacent_find(sk_apAsRead, {}, [](const Setting* p) { return p->m_keyword.m_nRead; }) ==
+                  sk_apAsRead.end(),
+              "two keywords in one place");
 
 } // namespace
 
@@ -65,43 +77,7 @@ bool SectionReader::say(const char* pszMessage) const
     return false;
 }
 
-template<typename Accept>
-void SectionReader::readInt(const char* pszKeyword, std::int32_t& rField, const char* pszMessage, Accept accept) const
-{
-    std::int32_t nValue = 0;
-    if (parseTokenInt(pszKeyword, m_lines, &nValue) && accept(nValue)) {
-        rField = nValue;
-    } else {
-        say(pszMessage);
-    }
-}
-
-template<typename Accept>
-void SectionReader::readDouble(const char* pszKeyword, double& rField, const char* pszMessage, Accept accept) const
-{
-    double dValue = 0.0;
-    if (parseTokenDouble(pszKeyword, m_lines, &dValue) && accept(dValue)) {
-        rField = dValue;
-    } else {
-        say(pszMessage);
-    }
-}
-
-void SectionReader::readByte(const char* pszKeyword, std::uint8_t& rField, const char* pszMessage) const
-{
-    std::int32_t nValue = rField;
-    readInt(pszKeyword, nValue, pszMessage, [](std::int32_t n) { return n >= 0 && n <= 255; });
-    rField = static_cast<std::uint8_t>(nValue);
-}
-
-void SectionReader::readBool(const char* pszKeyword, bool& rField, const char* pszMessage) const
-{
-    if (!parseTokenBool(pszKeyword, m_lines, &rField)) {
-        say(pszMessage);
-    }
-}
-
-bool SectionReader::readIdentity(StereoContext& rContext, SectionValues& rValues) const
+bool SectionReader::readIdentity(StereoContext& rContext, KestrovaCameraConfiguration& rConfiguration) const
 {
     CalibrationGroup& rGroup = *rContext.m_pCalibration;
     if (!parseVersion(m_lines, &rContext.m_nVersionMajor, &rContext.m_nVersionMinor, &rGroup.m_versionField,
@@ -117,7 +93,7 @@ bool SectionReader::readIdentity(StereoContext& rContext, SectionValues& rValues
     if (!readLengths(rContext)) {
         return false;
     }
-    if (!readConfiguration(rValues.m_eCameraConfiguration)) {
+    if (!readConfiguration(rConfiguration)) {
         return say("Failed to parse camera configuration");
     }
     readMatrices(rContext);
@@ -173,104 +149,98 @@ void SectionReader::readMatrices(StereoContext& rContext) const
     readMatrix("UNSKEWINGMATRIX", m_lines, rContext.m_unskewingTransform);
 }
 
-void SectionReader::readSettings(StereoContext& rContext, SectionValues& rValues) const
+void SectionReader::readSettings(StereoContext& rContext) const
 {
     if (!parseTokenDoubleDouble("IMAGECENTER", m_lines, &rContext.m_dImageCenterColFactor,
                                 &rContext.m_dImageCenterRowFactor)) {
         say("Using default image center");
     }
-    readValidation(rContext);
-    readPipeline(rContext);
-    readDisparity(rContext, rValues);
-    readResolution(rContext);
+    // An absent DISPARITY leaves a range that every context refuses: a section must name one.
+    rContext.m_nMinDisparity = -1;
+    rContext.m_nMaxDisparity = -1;
+    readRows(false, rContext);
     if (!parseTokenString("RELEASENOTES", m_lines, &rContext.m_pCalibration->m_releaseNotes)) {
         say("No release notes found");
     }
-    readQualities(rContext);
+    readRows(true, rContext);
 }
 
-void SectionReader::readValidation(StereoContext& rContext) const
+void SectionReader::readRows(bool bWords, StereoContext& rContext) const
 {
-    StereoContext& r = rContext;
-    readBool("BACKFORTHVALIDATION", r.m_bBackForthValidation, "Using default back-forth validation on");
-    readByte("BACKFORTHVALIDATIONMAPPING", r.m_ucBackForthValidationMapping,
-             "Using default back-forth validation mapping");
-    readBool("UNIQUEVALIDATION", r.m_bUniquenessValidation, "Using default unique validation on");
-    readDouble("UNIQUEVALIDATIONTHRESHOLD", r.m_dUniquenessValidationThreshold,
-               "Using default unique validation threshold", [](double d) { return d >= 0.0 && d <= 10.0; });
-    readByte("UNIQUEVALIDATIONMAPPING", r.m_ucUniquenessValidationMapping, "Using default unique validation mapping");
-    readBool("TEXTUREVALIDATION", r.m_bTextureValidation, "Using default texture validation on");
-    readDouble("TEXTUREVALIDATIONTHRESHOLD", r.m_dTextureValidationThreshold,
-               "Using default texture validation threshold", [](double d) { return d >= 0.0 && d <= 128.0; });
-    readByte("TEXTUREVALIDATIONMAPPING", r.m_ucTextureValidationMapping, "Using default texture validation mapping");
-    readBool("SURFACEVALIDATION", r.m_bSurfaceValidation, "Using default surface validation on");
-    readInt("SURFACEVALIDATIONSIZE", r.m_nSurfaceValidationSize, "Using default surface validation size",
-            [](std::int32_t n) { return n >= 0; });
-    readDouble("SURFACEVALIDATIONDIFFERENCE", r.m_dSurfaceValidationDifference,
-               "Using default surface validation difference", [](double d) { return d >= 0.0; });
-    // Users filter on these texts: the two subpixel switches report the text of the surface mapping.
-    const char* pszSurfaceMapping = "Using default surface validation mapping";
-    readByte("SURFACEVALIDATIONMAPPING", r.m_ucSurfaceValidationMapping, pszSurfaceMapping);
-    readBool("SUBPIXELINTERPOLATE", r.m_bSubpixelInterpolation, pszSurfaceMapping);
-    readBool("STRICTSUBPIXELVALIDATION", r.m_bStrictSubpixelValidation, pszSurfaceMapping);
-}
-
-void SectionReader::readPipeline(StereoContext& rContext) const
-{
-    readBool("LOWPASS", rContext.m_bLowpass, "Using default lowpass setting");
-    readBool("RECTIFY", rContext.m_bRectify, "Using default rectification setting");
-    readBool("DOSTEREO", rContext.m_bDoStereo, "Using default dostereo setting");
-    readBool("EDGECORRELATION", rContext.m_bEdgeCorrelation, "Using default edge correlation setting");
-    readInt("STEREOMASKSIZE", rContext.m_nStereoMaskSize, "Using default stereo mask size setting",
-            [](std::int32_t n) { return n >= 1 && n <= 23 && n % 2 != 0; });
-    readInt("EDGEMASKSIZE", rContext.m_nEdgeMaskSize, "Using default edge mask size setting",
-            [](std::int32_t n) { return n >= 3 && n <= 11 && n % 2 != 0; });
-}
-
-void SectionReader::readDisparity(StereoContext& rContext, SectionValues& rValues) const
-{
-    if (!parseTokenIntInt("DISPARITY", m_lines, &rValues.m_nMinDisparity, &rValues.m_nMaxDisparity)) {
-        say("Using default disparity setting");
-    }
-    readBool("DISPARITYMAPPINGON", rContext.m_bDisparityMappingOn, "Using default disparity mapping on");
-    std::int32_t nMin = 0;
-    std::int32_t nMax = 0;
-    if (parseTokenIntInt("DISPARITYMAPPING", m_lines, &nMin, &nMax) && lowByte(nMin) < lowByte(nMax)) {
-        rContext.m_nDisparityMappingMin = lowByte(nMin); // as the setter: 8-bit values are what can be mapped to
-        rContext.m_nDisparityMappingMax = lowByte(nMax);
-    } else {
-        say("Using default disparity mapping setting");
+    for (const Setting* const pSetting : sk_apAsRead) {
+        if (std::holds_alternative<SettingWord>(pSetting->m_field) == bWords) {
+            readSetting(*pSetting, rContext);
+        }
     }
 }
 
-void SectionReader::readResolution(StereoContext& rContext) const
+void SectionReader::readSetting(const Setting& rSetting, StereoContext& rContext) const
 {
-    // Only stored here: the load ends with setResolution, which computes what follows from it.
-    std::int32_t nRows = 0;
-    std::int32_t nCols = 0;
-    if (parseTokenIntInt("RESOLUTION", m_lines, &nRows, &nCols) && nRows >= 1 && nCols >= 1 &&
-        std::int64_t{nRows} * 4 == std::int64_t{nCols} * 3 && canBeImage(nRows, nCols)) {
-        rContext.m_nRows = nRows;
-        rContext.m_nCols = nCols;
-    } else {
-        say("Using default resolution setting");
+    const auto read = [&](auto field) { return readField(rSetting, field, rContext); };
+    if (!std::visit(read, rSetting.m_field)) {
+        say((std::string("Using default ") + rSetting.m_keyword.m_pszDefault).c_str());
     }
 }
 
-void SectionReader::readQualities(StereoContext& rContext) const
+bool SectionReader::readField(const Setting& rSetting, bool DeviceFreeSettings::*pField, StereoContext& rContext) const
+{
+    return parseTokenBool(rSetting.m_keyword.m_pszName, m_lines, &(rContext.*pField));
+}
+
+template<typename Whole>
+bool SectionReader::readField(const Setting& rSetting, Whole DeviceFreeSettings::*pField, StereoContext& rContext) const
+{
+    std::int32_t nValue = 0;
+    if (!parseTokenInt(rSetting.m_keyword.m_pszName, m_lines, &nValue) || !rSetting.m_range.holds(nValue)) {
+        return false;
+    }
+    rContext.*pField = static_cast<Whole>(nValue);
+    return true;
+}
+
+bool SectionReader::readField(const Setting& rSetting, double DeviceFreeSettings::*pField,
+                              StereoContext& rContext) const
+{
+    double dValue = 0.0;
+    if (!parseTokenDouble(rSetting.m_keyword.m_pszName, m_lines, &dValue) || !rSetting.m_range.holds(dValue)) {
+        return false;
+    }
+    rContext.*pField = dValue;
+    return true;
+}
+
+bool SectionReader::readField(const Setting& rSetting, const SettingPair& rPair, StereoContext& rContext) const
+{
+    std::int32_t nFirst = 0;
+    std::int32_t nSecond = 0;
+    if (!parseTokenIntInt(rSetting.m_keyword.m_pszName, m_lines, &nFirst, &nSecond)) {
+        return false;
+    }
+    if (rPair.m_eRule == SettingPair::Rule::LowBytes) {
+        return rContext.setDisparityMapping(nFirst, nSecond);
+    }
+    if (rPair.m_eRule == SettingPair::Rule::FourByThree && !canBeImage(nFirst, nSecond)) {
+        return false;
+    }
+    // Only stored here: the load ends with setResolution and setDisparityRange, which compute what follows.
+    rContext.*rPair.m_pFirst = nFirst;
+    rContext.*rPair.m_pSecond = nSecond;
+    return true;
+}
+
+bool SectionReader::readField(const Setting& rSetting, SettingWord eWord, StereoContext& rContext) const
 {
     std::string text;
-    if (parseTokenString("STEREOQUALITY", m_lines, &text)) {
+    if (!parseTokenString(rSetting.m_keyword.m_pszName, m_lines, &text)) {
+        return false;
+    }
+    if (eWord == SettingWord::StereoQuality) {
         rContext.m_bEnhancedStereo = text.starts_with("Enhanced");
     } else {
-        say("Using default stereo quality");
-    }
-    if (parseTokenString("RECTIFICATIONQUALITY", m_lines, &text)) {
         StereoContext::imageQualityToKernelParms(qualityFromText(text.c_str()), &rContext.m_eKernelType,
                                                  &rContext.m_nKernelSize);
-    } else {
-        say("Using default rectification quality");
     }
+    return true;
 }
 
 } // namespace kestrova

@@ -2,7 +2,7 @@
 
 #include "calibration/cameraPosition.h"
 #include "calibration/tokens.h"
-#include "context/StereoContext.h"
+#include "context/settings.h"
 #include "context/words.h"
 #include "files/cText.h"
 #include "rectify/Camera.h"
@@ -108,46 +108,54 @@ bool CalibrationWriter::writeSection1GeneralInfo() const
     return true;
 }
 
-void CalibrationWriter::writeValidations() const
+void CalibrationWriter::writeSetting(const Setting& rSetting) const
 {
-    const CLocaleScope scope;
-    const StereoContext& r = m_rContext;
-    std::fprintf(m_pStream, "TextureValidation %s\n", onOff(r.m_bTextureValidation));
-    std::fprintf(m_pStream, "TextureValidationThreshold % 4.1f\n", r.m_dTextureValidationThreshold);
-    std::fprintf(m_pStream, "TextureValidationMapping %d\n", r.m_ucTextureValidationMapping);
-    std::fprintf(m_pStream, "UniqueValidation %s\n", onOff(r.m_bUniquenessValidation));
-    std::fprintf(m_pStream, "UniqueValidationThreshold % 4.1f\n", r.m_dUniquenessValidationThreshold);
-    std::fprintf(m_pStream, "UniqueValidationMapping %d\n", r.m_ucUniquenessValidationMapping);
-    std::fprintf(m_pStream, "BackForthValidation %s\n", onOff(r.m_bBackForthValidation));
-    std::fprintf(m_pStream, "BackForthValidationMapping %d\n", r.m_ucBackForthValidationMapping);
-    std::fprintf(m_pStream, "SubPixelInterpolate %s\n", onOff(r.m_bSubpixelInterpolation));
-    std::fprintf(m_pStream, "StrictSubpixelValidation %s\n", onOff(r.m_bStrictSubpixelValidation));
-    std::fprintf(m_pStream, "SurfaceValidation %s\n", onOff(r.m_bSurfaceValidation));
-    std::fprintf(m_pStream, "SurfaceValidationMapping %d\n", r.m_ucSurfaceValidationMapping);
-    std::fprintf(m_pStream, "SurfaceValidationDifference % 5.2f\n", r.m_dSurfaceValidationDifference);
-    std::fprintf(m_pStream, "SurfaceValidationSize %d\n", r.m_nSurfaceValidationSize);
+    std::fprintf(m_pStream, rSetting.m_keyword.m_bParagraph ? "\n%s " : "%s ", rSetting.m_keyword.m_pszName);
+    std::visit([&](auto field) { writeField(rSetting, field); }, rSetting.m_field);
+    std::fputc('\n', m_pStream);
+}
+
+void CalibrationWriter::writeField(const Setting&, bool DeviceFreeSettings::*pField) const
+{
+    std::fputs(onOff(m_rContext.*pField), m_pStream);
+}
+
+template<typename Whole>
+void CalibrationWriter::writeField(const Setting&, Whole DeviceFreeSettings::*pField) const
+{
+    std::fprintf(m_pStream, "%d", m_rContext.*pField);
+}
+
+void CalibrationWriter::writeField(const Setting& rSetting, double DeviceFreeSettings::*pField) const
+{
+    const int nDecimals = rSetting.m_keyword.m_nDecimals;
+    std::fprintf(m_pStream, "% *.*f", nDecimals + 3, nDecimals, m_rContext.*pField);
+}
+
+void CalibrationWriter::writeField(const Setting&, const SettingPair& rPair) const
+{
+    std::fprintf(m_pStream, "%d %d", m_rContext.*rPair.m_pFirst, m_rContext.*rPair.m_pSecond);
+}
+
+void CalibrationWriter::writeField(const Setting&, SettingWord eWord) const
+{
+    KestrovaRectImgQuality eQuality = KestrovaRectStandard;
+    StereoContext::kernelParmsToImageQuality(m_rContext.m_eKernelType, m_rContext.m_nKernelSize, &eQuality);
+    std::fputs(eWord == SettingWord::StereoQuality ? kesStereoQltyStr[m_rContext.m_bEnhancedStereo ? 1 : 0]
+                                                   : kesRectQltyStr[eQuality],
+               m_pStream);
 }
 
 bool CalibrationWriter::writeSection2StereoParameters() const
 {
     static constexpr const char* sk_apszConfigurations[] = {"L", "2CameraHorizontal", "2CameraVertical"};
-    const StereoContext& r = m_rContext;
-    KestrovaRectImgQuality eQuality = KestrovaRectStandard;
-    StereoContext::kernelParmsToImageQuality(r.m_eKernelType, r.m_nKernelSize, &eQuality);
-    std::fprintf(m_pStream, "\nResolution %d %d\n", r.m_nRows, r.m_nCols);
-    std::fprintf(m_pStream, "LowPass %s\n", onOff(r.m_bLowpass));
-    std::fprintf(m_pStream, "Rectify %s\n", onOff(r.m_bRectify));
-    std::fprintf(m_pStream, "EdgeCorrelation %s\n", onOff(r.m_bEdgeCorrelation));
-    std::fprintf(m_pStream, "DoStereo %s\n", onOff(r.m_bDoStereo));
-    std::fprintf(m_pStream, "EdgeMaskSize %d\n", r.m_nEdgeMaskSize);
-    std::fprintf(m_pStream, "StereoMaskSize %d\n", r.m_nStereoMaskSize);
-    std::fprintf(m_pStream, "\nDisparity %d %d\n", r.m_nMinDisparity, r.m_nMaxDisparity);
-    std::fprintf(m_pStream, "DisparityMappingOn %s\n", onOff(r.m_bDisparityMappingOn));
-    std::fprintf(m_pStream, "DisparityMapping %d %d\n", r.m_nDisparityMappingMin, r.m_nDisparityMappingMax);
-    writeValidations();
-    std::fprintf(m_pStream, "\nStereoQuality %s\n", kesStereoQltyStr[r.m_bEnhancedStereo ? 1 : 0]);
-    std::fprintf(m_pStream, "RectificationQuality %s\n", kesRectQltyStr[eQuality]);
-    std::fprintf(m_pStream, "\nCameraConfiguration %s\n", sk_apszConfigurations[r.m_eCameraConfiguration]);
+    const CLocaleScope scope;
+    for (const Setting& rSetting : sk_aSettings) {
+        if (*rSetting.m_keyword.m_pszName != '\0') {
+            writeSetting(rSetting);
+        }
+    }
+    std::fprintf(m_pStream, "\nCameraConfiguration %s\n", sk_apszConfigurations[m_rContext.m_eCameraConfiguration]);
     return true;
 }
 

@@ -11,6 +11,10 @@
 namespace kestrova {
 
 class StereoContext;
+enum class SettingWord;
+struct DeviceFreeSettings;
+struct Setting;
+struct SettingPair;
 
 /** The stored lines of the context, each with a newline; false if there are none. */
 [[nodiscard]] bool stereoContextWriteDefaultToStream(const StereoContext* pContext, std::FILE* pStream);
@@ -45,7 +49,14 @@ public:
 private:
     bool writeLineForToken(const char* pszToken) const;
     void writeDate() const;
-    void writeValidations() const;
+    void writeSetting(const Setting& rSetting) const;
+    // The value, by the kind of the field.
+    void writeField(const Setting& rSetting, bool DeviceFreeSettings::*pField) const;
+    template<typename Whole>
+    void writeField(const Setting& rSetting, Whole DeviceFreeSettings::*pField) const;
+    void writeField(const Setting& rSetting, double DeviceFreeSettings::*pField) const;
+    void writeField(const Setting& rSetting, const SettingPair& rPair) const;
+    void writeField(const Setting& rSetting, SettingWord eWord) const;
     /** Copies the block whose first line this is, and moves the index to its last line. */
     [[nodiscard]] bool writeCameraBlock(std::size_t& ruLine) const;
 

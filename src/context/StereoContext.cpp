@@ -178,14 +178,10 @@ bool StereoContext::setDisparityRange(int nMin, int nMax)
     return true;
 }
 
-namespace {
-
-bool isFourByThree(int nRows, int nCols)
+bool StereoContext::isFourByThree(int nRows, int nCols)
 {
     return nRows >= 1 && nCols >= 1 && std::int64_t{nRows} * 4 == std::int64_t{nCols} * 3;
 }
-
-} // namespace
 
 bool StereoContext::setResolution(int nRows, int nCols)
 {
@@ -206,6 +202,18 @@ bool StereoContext::setSourceResolution(int nRows, int nCols)
     }
     m_nSourceRows = nRows;
     m_nSourceCols = nCols;
+    return true;
+}
+
+bool StereoContext::setDisparityMapping(int nMin, int nMax)
+{
+    const auto ucMin = static_cast<std::uint8_t>(nMin); // low bytes count: 256 and 300 are 0 and 44
+    const auto ucMax = static_cast<std::uint8_t>(nMax);
+    if (ucMax <= ucMin) {
+        return false;
+    }
+    m_nDisparityMappingMin = ucMin;
+    m_nDisparityMappingMax = ucMax;
     return true;
 }
 

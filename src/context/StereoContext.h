@@ -169,14 +169,19 @@ public:
     void ownHiddenImages();
 
     /**
-     * Sets the searched range. False, and nothing changed, unless 0 <= nMin < nMax <= 1024, the width is at most 240
-     * and nMax leaves room for one window along the searched axes of the configuration.
+     * Sets the searched range. False, and nothing changed, unless 0 <= nMin < nMax <= sk_nMaxDisparity, the width is at
+     * most sk_nMaxDisparityWidth and nMax leaves room for one window along the searched axes of the configuration.
      */
     [[nodiscard]] bool setDisparityRange(int nMin, int nMax);
+    /** Whether these are sizes of an image of that shape. */
+    [[nodiscard]] static bool isFourByThree(int nRows, int nCols);
     /** Size of the rectified images; false, and nothing changed, unless it is 4 by 3. */
     [[nodiscard]] bool setResolution(int nRows, int nCols);
     /** Size of the raw images, with the same rule. */
     [[nodiscard]] bool setSourceResolution(int nRows, int nCols);
+    /** The bytes that the 8-bit disparity spreads over: low bytes count; false, and nothing changed, unless min < max.
+     */
+    [[nodiscard]] bool setDisparityMapping(int nMin, int nMax);
     KestrovaError setCameraConfiguration(KestrovaCameraConfiguration eConfiguration);
 
     static void imageQualityToKernelParms(KestrovaRectImgQuality eQuality, KernelType* pType, int* pSize);

@@ -1,6 +1,6 @@
 #include "imageio/commentItems.h"
 
-#include "context/StereoContext.h"
+#include "context/settings.h"
 #include "context/words.h"
 #include "imageio/commentValues.h"
 
@@ -14,6 +14,7 @@ namespace {
 using Prepared = PreprocessSnapshot;
 using Stereo = StereoSnapshot;
 using Info = DisparityImageInfo;
+using Now = StereoContext;
 
 template<class T>
 const T& saved(const SavedSettings& r, T Prepared::*pSetting)
@@ -28,10 +29,10 @@ const T& saved(const SavedSettings& r, T Stereo::*pSetting)
 }
 
 /** An item that is written as the type of its field tells. */
-template<auto pSetting, auto pField>
+template<auto pSaved, auto pField>
 constexpr CommentItem always(const char* pszKey)
 {
-    return {pszKey, nullptr, [](const SavedSettings& r) { return commentText(saved(r, pSetting)); },
+    return {pszKey, nullptr, [](const SavedSettings& r) { return commentText(saved(r, pSaved)); },
             [](const char* psz, Info& rInfo) {
                 readComment(psz, rInfo.*pField);
                 return true;
@@ -39,12 +40,18 @@ constexpr CommentItem always(const char* pszKey)
 }
 
 /** The same, written only when the switch is on. */
-template<auto pSwitch, auto pSetting, auto pField>
+template<auto pSwitch, auto pSaved, auto pField>
 constexpr CommentItem with(const char* pszKey)
 {
-    CommentItem item = always<pSetting, pField>(pszKey);
+    CommentItem item = always<pSaved, pField>(pszKey);
     item.m_pfnApplies = [](const SavedSettings& r) { return saved(r, pSwitch); };
     return item;
+}
+
+/** What the table of settings calls it. */
+consteval const char* key(auto setting)
+{
+    return settingOf(setting).m_pszComment;
 }
 
 std::string qualityWord(const SavedSettings& r)
@@ -56,46 +63,47 @@ std::string qualityWord(const SavedSettings& r)
 }
 
 constexpr std::array<CommentItem, sk_nCommentItems> sk_aItems = {{
-    {"RectificationQuality", nullptr, qualityWord,
+    {key(SettingWord::RectificationQuality), nullptr, qualityWord,
      [](const char* psz, Info& r) { return parseWord(psz, kesRectQltyStr, r.rectQuality); }},
-    always<&Prepared::m_bSavedEdgeCorrelation, &Info::edgeCorrelation>("EdgeCorrelation"),
-    with<&Prepared::m_bSavedEdgeCorrelation, &Prepared::m_nSavedEdgeMaskSize, &Info::edgeMask>("EdgeMask"),
-    always<&Prepared::m_bSavedLowpass, &Info::smoothing>("Smoothing"),
-    {"StereoQuality", nullptr,
+    always<&Prepared::m_bSavedEdgeCorrelation, &Info::edgeCorrelation>(key(&Now::m_bEdgeCorrelation)),
+    with<&Prepared::m_bSavedEdgeCorrelation, &Prepared::m_nSavedEdgeMaskSize, &Info::edgeMask>(
+        key(&Now::m_nEdgeMaskSize)),
+    always<&Prepared::m_bSavedLowpass, &Info::smoothing>(key(&Now::m_bLowpass)),
+    {key(SettingWord::StereoQuality), nullptr,
      [](const SavedSettings& r) -> std::string { return kesStereoQltyStr[r.m_rCorrelated.m_bSavedEnhancedStereo]; },
      [](const char* psz, Info& r) { return parseWord(psz, kesStereoQltyStr, r.stereoQuality); }},
     {"CameraConfiguration", nullptr,
      [](const SavedSettings& r) -> std::string { return kesCamConfigStr[r.m_rCorrelated.m_eSavedCameraConfiguration]; },
      [](const char* psz, Info& r) { return parseWord(psz, kesCamConfigStr, r.cameraConfiguration); }},
-    always<&Stereo::m_nSavedStereoMaskSize, &Info::stereoMask>("StereoMask"),
+    always<&Stereo::m_nSavedStereoMaskSize, &Info::stereoMask>(key(&Now::m_nStereoMaskSize)),
     always<&Stereo::m_nSavedMinDisparity, &Info::minDisparity>("MinDisparity"),
     always<&Stereo::m_nSavedMaxDisparity, &Info::maxDisparity>("MaxDisparity"),
     always<&Stereo::m_nSavedDisparityOffset, &Info::disparityOffset>("DisparityOffset"),
-    always<&Stereo::m_bSavedDisparityMappingOn, &Info::disparityMapping>("DisparityMapping"),
+    always<&Stereo::m_bSavedDisparityMappingOn, &Info::disparityMapping>(key(&Now::m_bDisparityMappingOn)),
     with<&Stereo::m_bSavedDisparityMappingOn, &Stereo::m_nSavedDisparityMappingMin, &Info::minDisparityMapping>(
         "MinDisparityMapping"),
     with<&Stereo::m_bSavedDisparityMappingOn, &Stereo::m_nSavedDisparityMappingMax, &Info::maxDisparityMapping>(
         "MaxDisparityMapping"),
-    always<&Stereo::m_bSavedTextureValidation, &Info::textureValidation>("TextureValidation"),
+    always<&Stereo::m_bSavedTextureValidation, &Info::textureValidation>(key(&Now::m_bTextureValidation)),
     with<&Stereo::m_bSavedTextureValidation, &Stereo::m_dSavedTextureValidationThreshold,
-         &Info::textureValidationThreshold>("TextureValidationThreshold"),
+         &Info::textureValidationThreshold>(key(&Now::m_dTextureValidationThreshold)),
     with<&Stereo::m_bSavedTextureValidation, &Stereo::m_ucSavedTextureValidationMapping,
-         &Info::textureValidationMapping>("TextureValidationMapping"),
-    always<&Stereo::m_bSavedUniquenessValidation, &Info::uniquenessValidation>("UniquenessValidation"),
+         &Info::textureValidationMapping>(key(&Now::m_ucTextureValidationMapping)),
+    always<&Stereo::m_bSavedUniquenessValidation, &Info::uniquenessValidation>(key(&Now::m_bUniquenessValidation)),
     with<&Stereo::m_bSavedUniquenessValidation, &Stereo::m_dSavedUniquenessValidationThreshold,
-         &Info::uniquenessValidationThreshold>("UniquenessValidationThreshold"),
+         &Info::uniquenessValidationThreshold>(key(&Now::m_dUniquenessValidationThreshold)),
     with<&Stereo::m_bSavedUniquenessValidation, &Stereo::m_ucSavedUniquenessValidationMapping,
-         &Info::uniquenessValidationMapping>("UniquenessValidationMapping"),
-    always<&Stereo::m_bSavedBackForthValidation, &Info::backForthValidation>("BackForthValidation"),
+         &Info::uniquenessValidationMapping>(key(&Now::m_ucUniquenessValidationMapping)),
+    always<&Stereo::m_bSavedBackForthValidation, &Info::backForthValidation>(key(&Now::m_bBackForthValidation)),
     with<&Stereo::m_bSavedBackForthValidation, &Stereo::m_ucSavedBackForthValidationMapping,
-         &Info::backForthValidationMapping>("BackForthValidationMapping"),
-    always<&Stereo::m_bSavedSurfaceValidation, &Info::surfaceValidation>("SurfaceValidation"),
+         &Info::backForthValidationMapping>(key(&Now::m_ucBackForthValidationMapping)),
+    always<&Stereo::m_bSavedSurfaceValidation, &Info::surfaceValidation>(key(&Now::m_bSurfaceValidation)),
     with<&Stereo::m_bSavedSurfaceValidation, &Stereo::m_dSavedSurfaceValidationDifference,
-         &Info::surfaceValidationDiff>("SurfaceValidationDiff"),
+         &Info::surfaceValidationDiff>(key(&Now::m_dSurfaceValidationDifference)),
     with<&Stereo::m_bSavedSurfaceValidation, &Stereo::m_nSavedSurfaceValidationSize, &Info::surfaceValidationSize>(
-        "SurfaceValidationSize"),
+        key(&Now::m_nSurfaceValidationSize)),
     with<&Stereo::m_bSavedSurfaceValidation, &Stereo::m_ucSavedSurfaceValidationMapping,
-         &Info::surfaceValidationMapping>("SurfaceValidationMapping"),
+         &Info::surfaceValidationMapping>(key(&Now::m_ucSurfaceValidationMapping)),
 }};
 
 constexpr bool isCalled(KestrovaCommentType eItem, std::string_view name)

@@ -27,7 +27,7 @@ void addSettings(CLI::App& rCommand, SettingWishes& rWishes)
         const auto note = [&rWishes, pszName = rSetting.m_pszName](const std::string& rValue) {
             rWishes.m_values[pszName] = rValue;
         };
-        rCommand.add_option_function<std::string>(std::string("--") + rSetting.m_pszName, note, rSetting.m_pszHelp)
+        rCommand.add_option_function<std::string>(std::string("--") + rSetting.m_pszName, note, helpOf(rSetting))
             ->type_name(type.empty() ? "N" : type)
             ->group(sk_pszSettings);
     }
@@ -55,8 +55,8 @@ void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes)
 {
     rCommand
         .add_option("--disparity", rWishes.m_anDisparity,
-                    "range to search in pixels: 0 <= MIN < MAX <= 1024, at most 240 apart (default: as the "
-                    "calibration says; with --rectified 0 to a fifth of the width)")
+                    std::string("range to search in pixels: ") + sk_pszDisparityRule +
+                        " (default: as the calibration says; with --rectified 0 to a fifth of the width)")
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX")
@@ -70,7 +70,7 @@ void addFrameSettings(CLI::App& rCommand, SettingWishes& rWishes)
     depth("--far", rWishes.m_depth.m_dFar, "the longest distance to search, such as 8m (default: any)");
     rCommand
         .add_option("--mapping-range", rWishes.m_anMapping,
-                    "bytes of --disparity-mapping: 0 <= MIN < MAX <= 255 (default 0 32)")
+                    std::string("bytes of --disparity-mapping: ") + sk_pszMappingRule + " (default 0 32)")
         ->type_size(2)
         ->expected(1)
         ->type_name("MIN MAX")

@@ -55,59 +55,65 @@ static double get(KestrovaContext context)
 const std::vector<Setting>& allSettings()
 {
     using enum SettingKind;
+    static constexpr const char* sk_pszSwitch = "on, off";
+    static constexpr const char* sk_pszByte = "0 to 255";
     static const std::vector<Setting> s_settings{
-        {"edge-correlation", Switch, "match edge images rather than grey ones: on, off (default on)",
+        {"edge-correlation", Switch, "match edge images rather than grey ones", sk_pszSwitch, "on",
          setWhole<kestrovaSetEdgeCorrelation>, get<int, kestrovaGetEdgeCorrelation>},
-        {"lowpass", Switch, "smooth raw frames that are shrunk: on, off (default on)", setWhole<kestrovaSetLowpass>,
+        {"lowpass", Switch, "smooth raw frames that are shrunk", sk_pszSwitch, "on", setWhole<kestrovaSetLowpass>,
          get<int, kestrovaGetLowpass>},
-        {"rectify", Switch,
-         "rectify; when off, frames must have the size of the rectified images: on, off (default on)",
+        {"rectify", Switch, "rectify; when off, frames must have the size of the rectified images", sk_pszSwitch, "on",
          setWhole<kestrovaSetRectify>, get<int, kestrovaGetRectify>},
         {"rectification", Rectification,
          "resampling: fast takes the nearest pixel, standard is bilinear, the enhanced ones are sinc kernels of 3 by 3 "
-         "and 5 by 5 pixels (default standard)",
-         setWord<KestrovaRectImgQuality, kestrovaSetRectImgQuality>,
+         "and 5 by 5 pixels",
+         "", "standard", setWord<KestrovaRectImgQuality, kestrovaSetRectImgQuality>,
          get<KestrovaRectImgQuality, kestrovaGetRectImgQuality>},
-        {"quality", Quality,
-         "enhanced matches twice, half a pixel apart, against furrows in 16-bit disparity (default standard)",
-         setWord<KestrovaStereoQuality, kestrovaSetStereoQuality>,
+        {"quality", Quality, "enhanced matches twice, half a pixel apart, against furrows in 16-bit disparity", "",
+         "standard", setWord<KestrovaStereoQuality, kestrovaSetStereoQuality>,
          get<KestrovaStereoQuality, kestrovaGetStereoQuality>},
-        {"edge-mask", Whole, "side of the edge filter in pixels: odd, 3 to 11 (default 7)",
-         setWhole<kestrovaSetEdgeMask>, get<int, kestrovaGetEdgeMask>},
-        {"stereo-mask", Whole, "side of the correlation window in pixels: odd, 1 to 23 (default 7)",
+        {"edge-mask", Whole, "side of the edge filter in pixels", "odd, 3 to 11", "7", setWhole<kestrovaSetEdgeMask>,
+         get<int, kestrovaGetEdgeMask>},
+        {"stereo-mask", Whole, "side of the correlation window in pixels", "odd, 1 to 23", "7",
          setWhole<kestrovaSetStereoMask>, get<int, kestrovaGetStereoMask>},
-        {"texture-validation", Switch, "reject windows with too little signal: on, off (default on)",
+        {"texture-validation", Switch, "reject windows with too little signal", sk_pszSwitch, "on",
          setWhole<kestrovaSetTextureValidation>, get<int, kestrovaGetTextureValidation>},
-        {"texture-threshold", Real, "mean edge strength that a window must exceed: 0 to 128 (default 0.5)",
+        {"texture-threshold", Real, "mean edge strength that a window must exceed", "0 to 128", "0.5",
          setReal<kestrovaSetTextureValidationThreshold>, get<float, kestrovaGetTextureValidationThreshold>},
-        {"texture-mapping", Whole, "byte of pixels without texture: 0 to 255 (default 255)",
+        {"texture-mapping", Whole, "byte of pixels without texture", sk_pszByte, "255",
          setByte<kestrovaSetTextureValidationMapping>, get<std::uint8_t, kestrovaGetTextureValidationMapping>},
-        {"uniqueness-validation", Switch, "reject matches that are poor for their signal: on, off (default on)",
+        {"uniqueness-validation", Switch, "reject matches that are poor for their signal", sk_pszSwitch, "on",
          setWhole<kestrovaSetUniquenessValidation>, get<int, kestrovaGetUniquenessValidation>},
-        {"uniqueness-threshold", Real, "largest share of difference in the signal of a match: 0 to 10 (default 0.5)",
+        {"uniqueness-threshold", Real, "largest share of difference in the signal of a match", "0 to 10", "0.5",
          setReal<kestrovaSetUniquenessValidationThreshold>, get<float, kestrovaGetUniquenessValidationThreshold>},
-        {"uniqueness-mapping", Whole, "byte of pixels without a unique match: 0 to 255 (default 254)",
+        {"uniqueness-mapping", Whole, "byte of pixels without a unique match", sk_pszByte, "254",
          setByte<kestrovaSetUniquenessValidationMapping>, get<std::uint8_t, kestrovaGetUniquenessValidationMapping>},
-        {"back-forth-validation", Switch, "reject matches that the way back does not confirm: on, off (default off)",
+        {"back-forth-validation", Switch, "reject matches that the way back does not confirm", sk_pszSwitch, "off",
          setWhole<kestrovaSetBackForthValidation>, get<int, kestrovaGetBackForthValidation>},
-        {"back-forth-mapping", Whole, "byte of pixels that fail the way back: 0 to 255 (default 251)",
+        {"back-forth-mapping", Whole, "byte of pixels that fail the way back", sk_pszByte, "251",
          setByte<kestrovaSetBackForthValidationMapping>, get<std::uint8_t, kestrovaGetBackForthValidationMapping>},
-        {"surface-validation", Switch, "reject small surfaces: on, off (default on)",
+        {"surface-validation", Switch, "reject small surfaces", sk_pszSwitch, "on",
          setWhole<kestrovaSetSurfaceValidation>, get<int, kestrovaGetSurfaceValidation>},
-        {"surface-size", Whole, "pixels that a surface must have: 0 or more (default 200)",
+        {"surface-size", Whole, "pixels that a surface must have", "0 or more", "200",
          setWhole<kestrovaSetSurfaceValidationSize>, get<int, kestrovaGetSurfaceValidationSize>},
-        {"surface-difference", Real, "largest step between neighbours of one surface, in pixels: 0 or more (default 1)",
+        {"surface-difference", Real, "largest step between neighbours of one surface, in pixels", "0 or more", "1",
          setReal<kestrovaSetSurfaceValidationDifference>, get<float, kestrovaGetSurfaceValidationDifference>},
-        {"surface-mapping", Whole, "byte of pixels of small surfaces: 0 to 255 (default 252)",
+        {"surface-mapping", Whole, "byte of pixels of small surfaces", sk_pszByte, "252",
          setByte<kestrovaSetSurfaceValidationMapping>, get<std::uint8_t, kestrovaGetSurfaceValidationMapping>},
-        {"subpixel-mapping", Whole, "byte of pixels without a fit, and of rims: 0 to 255 (default 253)",
+        {"subpixel-mapping", Whole, "byte of pixels without a fit, and of rims", sk_pszByte, "253",
          setByte<kestrovaSetSubpixelValidationMapping>, get<std::uint8_t, kestrovaGetSubpixelValidationMapping>},
-        {"strict-subpixel", Switch, "kept for older calibrations, without effect: on, off (default off)",
+        {"strict-subpixel", Switch, "kept for older calibrations, without effect", sk_pszSwitch, "off",
          setWhole<kestrovaSetStrictSubpixelValidation>, get<int, kestrovaGetStrictSubpixelValidation>},
-        {"disparity-mapping", Switch, "spread the range over bytes in the 8-bit image: on, off (default off)",
+        {"disparity-mapping", Switch, "spread the range over bytes in the 8-bit image", sk_pszSwitch, "off",
          setWhole<kestrovaSetDisparityMappingOn>, get<int, kestrovaGetDisparityMappingOn>},
     };
     return s_settings;
+}
+
+std::string helpOf(const Setting& rSetting)
+{
+    const std::string range = *rSetting.m_pszRange != '\0' ? std::string(": ") + rSetting.m_pszRange : "";
+    return rSetting.m_pszWhat + range + " (default " + rSetting.m_pszDefault + ")";
 }
 
 const std::vector<std::string>& wordsOf(SettingKind eKind)
@@ -166,7 +172,7 @@ static void applySetting(KestrovaContext context, const Setting& rSetting, const
     for (const std::string& rWord : wordsOf(rSetting.m_eKind))
         words += (words.empty() ? "" : ", ") + rWord;
     throw AppError(std::string("--") + rSetting.m_pszName + ": '" + rText + "' is refused; " +
-                       (words.empty() ? rSetting.m_pszHelp : "give one of " + words),
+                       (words.empty() ? helpOf(rSetting) : "give one of " + words),
                    ExitStatus::Usage);
 }
 
@@ -227,7 +233,7 @@ static void applyRange(KestrovaContext context, const SettingWishes& rWishes)
         applyDepth(context, rWishes.m_depth);
     if (!rWishes.m_anDisparity.empty())
         require(kestrovaSetDisparity(context, rWishes.m_anDisparity.at(0), rWishes.m_anDisparity.at(1)),
-                "--disparity: needs 0 <= MIN < MAX <= 1024, at most 240 apart, and MAX + window within the image");
+                std::string("--disparity: needs ") + sk_pszDisparityRule + ", and MAX + window within the image");
 }
 
 void applySettings(KestrovaContext context, const SettingWishes& rWishes)
@@ -248,7 +254,7 @@ void applySettings(KestrovaContext context, const SettingWishes& rWishes)
         const int nMin = rWishes.m_anMapping.at(0);
         const int nMax = rWishes.m_anMapping.at(1);
         if (nMin < 0 || nMax > 255 || kestrovaSetDisparityMapping(context, nMin, nMax) != KestrovaErrorOk)
-            throw AppError("--mapping-range: needs 0 <= MIN < MAX <= 255", ExitStatus::Usage);
+            throw AppError(std::string("--mapping-range: needs ") + sk_pszMappingRule, ExitStatus::Usage);
     }
     if (rWishes.m_threads)
         require(kestrovaSetMaxThreadCount(context, *rWishes.m_threads), "--threads: 1 to 255");

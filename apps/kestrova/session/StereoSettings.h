@@ -1,6 +1,7 @@
-// The settings of the library as a table: name, range and default for the help, a setter and a getter.
+// The settings of the library as a table: name, what it does, range and default for the help, a setter and a getter.
 //
-// The commands make one option of each row; info prints each row.
+// The commands make one option of each row; info prints each row. The ranges are the library's to judge; a test holds
+// what is told here against its table and its setters.
 #pragma once
 
 #include "cameras/DepthRange.h"
@@ -28,12 +29,21 @@ struct Setting
 {
     const char* m_pszName; // long option without the dashes
     SettingKind m_eKind;
-    const char* m_pszHelp; // what it does, then range and default
+    const char* m_pszWhat;    // what it does
+    const char* m_pszRange;   // what it takes; empty where the words tell
+    const char* m_pszDefault; // before a calibration says otherwise
     KestrovaError (*m_pfnSet)(KestrovaContext, double);
     double (*m_pfnGet)(KestrovaContext);
 };
 
 const std::vector<Setting>& allSettings();
+
+/// What it does, then range and default.
+std::string helpOf(const Setting& rSetting);
+
+/// The rules of the two ranges, for the help and for refusals.
+inline constexpr const char* sk_pszDisparityRule = "0 <= MIN < MAX <= 1024, at most 240 apart";
+inline constexpr const char* sk_pszMappingRule = "0 <= MIN < MAX <= 255";
 
 /// The values of a setting that takes words, the first standing for 0; none for numbers.
 const std::vector<std::string>& wordsOf(SettingKind eKind);
