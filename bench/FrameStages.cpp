@@ -56,7 +56,8 @@ public:
         for (const int nCamera : m_anCameras) {
             const bool bDone = kestrova::lowpassRectify(
                 m_rContext.m_rectifiedImages[nCamera], *m_rContext.m_apCameras[static_cast<std::size_t>(nCamera)],
-                m_rContext.m_rawImages[nCamera], {uMask, uMask, 0, 0, m_rContext.m_eKernelType, m_rContext.m_nKernelSize});
+                m_rContext.m_rawImages[nCamera],
+                {uMask, uMask, 0, 0, m_rContext.m_eKernelType, m_rContext.m_nKernelSize});
             check(bDone ? KestrovaErrorOk : KestrovaErrorSystem, "lowpassRectify");
         }
     }
