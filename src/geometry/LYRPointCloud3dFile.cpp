@@ -130,7 +130,7 @@ bool LYRPointCloud3d::load(const char* pszPath)
         if (loaded.m_pPoint != nullptr) {
             m_ePointType = loaded.m_eType;
             insertPoint(loaded.m_pPoint.get());
-            loaded.m_pPoint.release();
+            static_cast<void>(loaded.m_pPoint.release()); // the list's from here on
         }
     }
     trim();

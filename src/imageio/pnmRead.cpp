@@ -47,7 +47,7 @@ std::unique_ptr<Image<T>> load(std::FILE* pStream, const char* pszMagic, int nSa
         }
     }
     return pImage;
-}
+} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the image leaves with its owner
 
 template<class T>
 std::unique_ptr<Image<T>> loadFile(const char* pszPath, std::unique_ptr<Image<T>> (*pfnLoad)(std::FILE*))

@@ -31,7 +31,7 @@ bool readPgm(const char* pszPath, std::int32_t nAbove, std::int32_t nMax, char* 
     if (pBlock == nullptr) {
         return false;
     }
-    std::strcpy(pszComment, comment.text());
+    std::memcpy(pszComment, comment.text(), std::strlen(comment.text()) + 1);
     *pnRows = header.m_nRows;
     *pnCols = header.m_nCols;
     *ppPixels = reinterpret_cast<Sample*>(pBlock.release()); // malloc aligns for every sample

@@ -46,8 +46,9 @@ public:
         if (rpTable == nullptr) {
             rpTable = allocateInterpolationKernels(nSize);
             for (int nEntry = 0; nEntry < sk_nEntries; ++nEntry) {
-                generate(rpTable + nEntry * nSize * nSize, nEntry / sk_nPhases * sk_dPhase,
-                         nEntry % sk_nPhases * sk_dPhase);
+                const int nRowPhase = nEntry / sk_nPhases;
+                const int nColPhase = nEntry % sk_nPhases;
+                generate(rpTable + nEntry * nSize * nSize, nRowPhase * sk_dPhase, nColPhase * sk_dPhase);
             }
         }
         return rpTable;

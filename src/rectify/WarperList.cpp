@@ -26,7 +26,7 @@ bool WarperList::reallocate()
 {
     // Refused memory is an answer here: a lookup then gives no warper and the frame ends with an error.
     try {
-        m_warpers.reserve(static_cast<std::size_t>(m_nCapacity + m_nMaxWarperInc));
+        m_warpers.reserve(static_cast<std::size_t>(m_nCapacity) + static_cast<std::size_t>(m_nMaxWarperInc));
     } catch (const std::bad_alloc&) {
         return false;
     }
