@@ -87,10 +87,11 @@ KestrovaError parseDisparityParameters(Tokens& rTokens, DisparityImageInfo& r)
 bool parseIdentity(Tokens& rTokens, KestrovaImageInfo& rInfo, bool& rb16)
 {
     const char* const pszProduct = rTokens.upTo(" ");
-    if (pszProduct == nullptr || std::strlen(pszProduct) >= sizeof rInfo.product) {
+    const std::size_t uLength = pszProduct != nullptr ? std::strlen(pszProduct) : sizeof rInfo.product;
+    if (uLength >= sizeof rInfo.product) {
         return false;
     }
-    std::strcpy(rInfo.product, pszProduct);
+    std::memcpy(rInfo.product, pszProduct, uLength + 1);
     const char* const pszSerial = rTokens.upTo("\n");
     if (pszSerial == nullptr) {
         return false;
