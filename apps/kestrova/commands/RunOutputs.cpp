@@ -63,7 +63,7 @@ const std::vector<OutputKind>& allOutputs()
          [](const OutputJob& r) { writeReasons(r.m_rFolder, r.m_rResult); }},
         {"report",
          "report.html: one web page of everything, with the cloud to turn with the mouse",
-         {.m_bColour = true, .m_bCloud = true},
+         {.m_bColour = true, .m_bRows = true, .m_bCloud = true},
          [](const OutputJob& r) {
              writeRunPage(r.m_rFolder.file("report.html"), r.m_rResult, r.m_source,
                           describeSettings(r.m_rSession.handle()));
