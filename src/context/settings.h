@@ -147,7 +147,8 @@ template<class Field>
 consteval const Setting& settingOf(Field field)
 {
     for (const Setting& rSetting : sk_aSettings) {
-        if (const Field* const pField = std::get_if<Field>(&rSetting.m_field); pField != nullptr && *pField == field) {
+        // By value: under the sanitizers the address of a row is no constant to GCC 12.
+        if (std::holds_alternative<Field>(rSetting.m_field) && std::get<Field>(rSetting.m_field) == field) {
             return rSetting;
         }
     }
