@@ -47,14 +47,14 @@ std::unique_ptr<Image<T>> load(std::FILE* pStream, const char* pszMagic, int nSa
         }
     }
     return pImage;
-} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the image leaves with its owner
+}
 
 template<class T>
 std::unique_ptr<Image<T>> loadFile(const char* pszPath, std::unique_ptr<Image<T>> (*pfnLoad)(std::FILE*))
 {
     const FilePtr pFile(std::fopen(pszPath, "rb"));
     return pFile != nullptr ? pfnLoad(pFile.get()) : nullptr;
-}
+} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the image leaves with its owner
 
 } // namespace
 

@@ -77,11 +77,13 @@ const char* convertComment(const char* pszComment)
     static thread_local char s_szComment[sk_nCommentSize];
     const char* const pszText = pszComment != nullptr ? pszComment : "";
     const char* const pszMark = pszComment != nullptr && *pszComment != '#' ? "#" : "";
-    if (std::strlen(pszMark) + std::strlen(pszText) >= sizeof s_szComment) {
+    const std::size_t uMark = std::strlen(pszMark);
+    const std::size_t uText = std::strlen(pszText);
+    if (uMark + uText >= sizeof s_szComment) {
         std::abort(); // a fault of the caller's; a comment that is cut would say something else
     }
-    std::strcpy(s_szComment, pszMark);
-    std::strcat(s_szComment, pszText);
+    std::memcpy(s_szComment, pszMark, uMark);
+    std::memcpy(s_szComment + uMark, pszText, uText + 1);
     return s_szComment;
 }
 
