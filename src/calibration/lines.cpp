@@ -55,7 +55,7 @@ public:
 private:
     std::FILE* m_pStream;
     std::int64_t m_nTaken = 0;
-    char m_acLine[sk_nLineBufferSize];
+    char m_acLine[sk_nLineBufferSize] = {};
 };
 
 /** Leaves the stream behind the last line that does not start a section, before the section wanted. */

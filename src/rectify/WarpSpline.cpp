@@ -107,14 +107,13 @@ public:
         double* m_pdValues = nullptr; // by number of function
     };
 
-    BasisCache(int nSlots, int nRoom) : m_nSlots(nSlots), m_nRoom(nRoom)
+    BasisCache(int nSlots, int nRoom)
+        : m_nSlots(nSlots), m_nRoom(nRoom), m_pBases(std::make_unique<Basis[]>(static_cast<std::size_t>(nSlots))),
+          m_pValues(std::make_unique_for_overwrite<double[]>(static_cast<std::size_t>(nSlots) *
+                                                             static_cast<std::size_t>(nRoom)))
     {
-        const auto uSlots = static_cast<std::size_t>(nSlots);
-        const auto uRoom = static_cast<std::size_t>(nRoom);
-        m_pBases = std::make_unique<Basis[]>(uSlots);
-        m_pValues = std::make_unique_for_overwrite<double[]>(uSlots * uRoom);
-        for (std::size_t u = 0; u < uSlots; ++u) {
-            m_pBases[u].m_pdValues = m_pValues.get() + u * uRoom;
+        for (int i = 0; i < nSlots; ++i) {
+            m_pBases[static_cast<std::size_t>(i)].m_pdValues = m_pValues.get() + std::ptrdiff_t{i} * nRoom;
         }
     }
 
