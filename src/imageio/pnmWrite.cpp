@@ -77,13 +77,10 @@ const char* convertComment(const char* pszComment)
     static thread_local char s_szComment[sk_nCommentSize];
     const char* const pszText = pszComment != nullptr ? pszComment : "";
     const char* const pszMark = pszComment != nullptr && *pszComment != '#' ? "#" : "";
-    const std::size_t uMark = std::strlen(pszMark);
-    const std::size_t uText = std::strlen(pszText);
-    if (uMark + uText >= sizeof s_szComment) {
+    if (std::strlen(pszMark) + std::strlen(pszText) >= sizeof s_szComment) {
         std::abort(); // a fault of the caller's; a comment that is cut would say something else
     }
-    std::memcpy(s_szComment, pszMark, uMark);
-    std::memcpy(s_szComment + uMark, pszText, uText + 1);
+    std::snprintf(s_szComment, sizeof s_szComment, "%s%s", pszMark, pszText);
     return s_szComment;
 }
 
